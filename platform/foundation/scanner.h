@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+/// Reads numbers off the front of a string.
+class NSScanner {
+ public:
+  explicit NSScanner(std::string_view text) : rest_(text) {}
+
+  /// Reads hexadecimal digits, after white space and an optional "0x"; too large a number reads as
+  /// the largest. Without a digit it returns false and leaves `value` alone.
+  bool scanHexLongLong(std::uint64_t& value);
+
+ private:
+  std::string rest_;
+};
+
+}  // namespace platform

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/foundation/value.h"
+
+namespace platform {
+
+/// The folder of the app group that this process may read and write; empty until it is set, and then
+/// no suite can be opened. Set once, before the first suite is opened.
+void setSharedContainer(std::filesystem::path folder);
+const std::filesystem::path& sharedContainer();
+
+/// A suite of typed values by key, shared by every process that opens it.
+///
+/// The suite is the binary property list `<container>/Library/Preferences/<suite>.plist`. Every read
+/// looks at the file anew and sees it whole, as one writer left it; every write changes one key and
+/// keeps those that other processes wrote meanwhile. A kill at any moment leaves a readable file.
+///
+/// A file that can't be parsed reads as an empty suite; the next write sets it aside beside the
+/// suite as `<suite>.plist.damaged` (then `.damaged-2`, ...) before it starts a new one.
+///
+/// Holds a path and nothing else: cheap to make, safe from any thread.
+class NSUserDefaults {
+ public:
+  /// Nothing if the suite can't be opened: no container, or the file is not one that can be read.
+  /// A suite that no one has written yet is open and empty.
+  static std::optional<NSUserDefaults> initWithSuiteName(std::string_view suiteName);
+
+  /// The stored value, or nothing. Strings, numbers, booleans, data, dates, arrays, dictionaries.
+  std::optional<Value> objectForKey(std::string_view key) const;
+  std::optional<Data> dataForKey(std::string_view key) const;
+  /// The string, or a number's or boolean's text ("7", "5.7", "1").
+  std::optional<std::string> stringForKey(std::string_view key) const;
+  /// The integer; a number cut toward zero, a boolean as 1 or 0, the leading digits of a string;
+  /// otherwise 0.
+  std::int64_t integerForKey(std::string_view key) const;
+  /// The whole suite.
+  Dictionary dictionaryRepresentation() const;
+
+  /// Each replaces the one key. A write that the file system refuses is lost, as on the platform,
+  /// and says so on standard error.
+  void setObject(const Value& value, std::string_view key);
+  void setInteger(std::int64_t value, std::string_view key);
+  void removeObjectForKey(std::string_view key);
+
+  /// Returns once all that was written is on the disk; false if that failed.
+  bool synchronize();
+
+ private:
+  explicit NSUserDefaults(std::filesystem::path file) : file_(std::move(file)) {}
+
+  std::filesystem::path file_;
+};
+
+}  // namespace platform

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cstdint>
+#include <expected>
+#include <filesystem>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/render/display_list.h"
+#include "platform/swiftui/archived_view.h"
+#include "platform/swiftui/color_scheme.h"
+#include "platform/swiftui/geometry.h"
+
+namespace platform {
+
+/// Pixels of premultiplied sRGB, each 0xAARRGGBB in the machine's byte order; rows from the top,
+/// without padding: `pixels.size() == width * height`.
+struct Bitmap {
+  int width = 0;
+  int height = 0;
+  std::vector<std::uint32_t> pixels = {};
+};
+
+/// How a widget's picture is made from its display list.
+struct PictureOptions {
+  /// Pixels a point, 1 to 4.
+  double scale = 3;
+  ColorScheme scheme = ColorScheme::light;
+  /// Radius of the continuous corners that the picture is clipped to, in points; 0 leaves it square.
+  double cornerRadius = 0;
+};
+
+/// Everything between an archived view and a picture of it, for one bundle: its typefaces and
+/// pictures, the layout, the drawing.
+///
+/// Keeps what it has measured, shaped and scaled, so that the next picture is quicker. One renderer
+/// serves one thread at a time.
+class Renderer {
+ public:
+  virtual ~Renderer() = default;
+
+  /// Lays the view out; see `platform::layOut`.
+  virtual DisplayList layOut(const ArchivedView& view,
+                             Size widget,
+                             EdgeInsets contentMargins,
+                             LayoutDirection direction) = 0;
+
+  /// Draws the list into `ceil(size * scale)` pixels, frames snapped to whole pixels, clipped to the
+  /// widget, source over. Fails on a size that is empty or beyond 4096 pixels a side, and on a
+  /// picture of the bundle that can't be read; the error names it. A picture that the bundle does not
+  /// have paints nothing and is listed in `missingImages`.
+  virtual std::expected<Bitmap, std::string> rasterize(const DisplayList& list,
+                                                       const PictureOptions& options) = 0;
+
+  /// The list as a PNG file of those pixels.
+  virtual std::expected<std::string, std::string> png(const DisplayList& list,
+                                                      const PictureOptions& options) = 0;
+
+  /// The list as a self-contained SVG file: pictures embedded as PNG, texts as outlines.
+  virtual std::expected<std::string, std::string> svg(const DisplayList& list,
+                                                      const PictureOptions& options) = 0;
+
+  /// Names of pictures asked for so far that the bundle does not have.
+  virtual const std::set<std::string>& missingImages() const = 0;
+};
+
+/// Opens the renderer of a bundle folder (its `Assets.xcassets`, its fonts by `UIAppFonts`), with the
+/// system's typefaces from `systemFonts`. No other fonts of the machine are seen, so that pictures
+/// are the same everywhere. The error names the file at fault.
+std::expected<std::unique_ptr<Renderer>, std::string> openRenderer(
+    const std::filesystem::path& bundle, const std::filesystem::path& systemFonts);
+
+}  // namespace platform
