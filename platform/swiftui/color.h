@@ -1,17 +1,33 @@
 #pragma once
 
+#include <cstdint>
+
+#include "platform/swiftui/color_scheme.h"
+
 namespace platform {
 
-/// A colour in sRGB; components and opacity from 0 to 1, not premultiplied.
+/// A colour in sRGB, components and opacity from 0 to 1, not premultiplied; or one of the platform's
+/// own that differ between light and dark.
 struct Color {
+  enum class Role : std::uint8_t { fixed, primary, secondary };
+
   double red = 0;
   double green = 0;
   double blue = 0;
   double opacity = 1;
+  Role role = Role::fixed;
 
   static const Color white;
   static const Color black;
   static const Color clear;
+  /// What texts have where nothing else is said: black on light, white on dark.
+  static const Color primary;
+  static const Color secondary;
+
+  /// The colour as it is in a scheme; its role is then `fixed`.
+  constexpr Color resolved(ColorScheme scheme) const;
+  /// The same colour, as opaque as said.
+  constexpr Color withOpacity(double value) const { return {red, green, blue, value, role}; }
 
   friend bool operator==(const Color&, const Color&) = default;
 };
@@ -19,5 +35,21 @@ struct Color {
 inline constexpr Color Color::white{1, 1, 1, 1};
 inline constexpr Color Color::black{0, 0, 0, 1};
 inline constexpr Color Color::clear{0, 0, 0, 0};
+inline constexpr Color Color::primary{0, 0, 0, 1, Role::primary};
+inline constexpr Color Color::secondary{0, 0, 0, 1, Role::secondary};
+
+constexpr Color Color::resolved(ColorScheme scheme) const {
+  const bool dark = scheme == ColorScheme::dark;
+  switch (role) {
+    case Role::fixed:
+      break;
+    case Role::primary:
+      return dark ? white : black;
+    case Role::secondary:
+      return dark ? Color{235 / 255.0, 235 / 255.0, 245 / 255.0, 0.6}
+                  : Color{60 / 255.0, 60 / 255.0, 67 / 255.0, 0.6};
+  }
+  return *this;
+}
 
 }  // namespace platform

@@ -26,6 +26,8 @@ struct Font {
   Weight weight = Weight::regular;
 
   static Font system(double size, Weight weight = Weight::regular) { return {{}, size, weight}; }
+  /// The platform's small print.
+  static Font caption() { return system(12); }
   static Font custom(std::string family, double size) { return {std::move(family), size}; }
   friend bool operator==(const Font&, const Font&) = default;
 };

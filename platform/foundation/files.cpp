@@ -1,0 +1,82 @@
+#include "platform/foundation/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace platform {
+
+namespace {
+
+std::error_code lastError() {
+  return {errno, std::generic_category()};
+}
+
+/// A descriptor closed at the end of its scope.
+struct Descriptor {
+  explicit Descriptor(int number) : number(number) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() {
+    if (number >= 0) {
+      ::close(number);
+    }
+  }
+  int number;
+};
+
+}  // namespace
+
+std::expected<std::string, std::error_code> readFile(const std::filesystem::path& file) {
+  const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+  struct stat status = {};
+  if (descriptor.number < 0 || ::fstat(descriptor.number, &status) != 0) {
+    return std::unexpected(lastError());
+  }
+  std::string bytes(static_cast<std::size_t>(status.st_size), '\0');
+  std::size_t filled = 0;
+  for (;;) {
+    if (filled == bytes.size()) {
+      bytes.resize(bytes.size() + 1);  // One more than expected, to meet the end of the file.
+    }
+    const ssize_t count =
+        ::read(descriptor.number, bytes.data() + filled, bytes.size() - filled);
+    if (count < 0 && errno == EINTR) {
+      continue;
+    }
+    if (count < 0) {
+      return std::unexpected(lastError());
+    }
+    if (count == 0) {
+      break;
+    }
+    filled += static_cast<std::size_t>(count);
+  }
+  bytes.resize(filled);
+  return bytes;
+}
+
+std::error_code writeFile(const std::filesystem::path& file, std::string_view bytes) {
+  Descriptor descriptor(
+      ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+  if (descriptor.number < 0) {
+    return lastError();
+  }
+  while (!bytes.empty()) {
+    const ssize_t count = ::write(descriptor.number, bytes.data(), bytes.size());
+    if (count < 0 && errno == EINTR) {
+      continue;
+    }
+    if (count < 0) {
+      return lastError();
+    }
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+  }
+  const int closed = ::close(descriptor.number);
+  descriptor.number = -1;
+  return closed == 0 ? std::error_code() : lastError();
+}
+
+}  // namespace platform

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace platform {
+
+/// A key of the string catalogue, with the integers interpolated into it: a text made from a number
+/// alone has the key "%lld" and the number as its argument.
+struct LocalizedStringKey {
+  LocalizedStringKey(std::string key, std::vector<std::int64_t> arguments = {})
+      : key(std::move(key)), arguments(std::move(arguments)) {}
+  LocalizedStringKey(const char* key) : key(key) {}
+
+  std::string key;
+  std::vector<std::int64_t> arguments = {};
+};
+
+}  // namespace platform

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <optional>
+#include <ranges>
+#include <utility>
+#include <vector>
+
+#include "platform/swiftui/view.h"
+
+namespace platform {
+
+/// The views that a collection's elements give, in order.
+template <std::ranges::input_range Range, class Content>
+std::vector<View> ForEach(const Range& elements, const Content& content) {
+  std::vector<View> views;
+  for (const auto& element : elements) {
+    views.push_back(content(element));
+  }
+  return views;
+}
+
+/// What the three stacks share: children of any view type, of optional views (an absent one leaves no
+/// gap) and of lists of views.
+class Stack : public View {
+ protected:
+  template <class... Children>
+  explicit Stack(ViewNode::Element layout, const Children&... children)
+      : View(ViewNode{std::move(layout), collect(children...)}) {}
+
+ private:
+  template <class... Children>
+  static std::vector<View> collect(const Children&... children) {
+    std::vector<View> views;
+    (append(views, children), ...);
+    return views;
+  }
+  static void append(std::vector<View>& views, const View& child) { views.push_back(child); }
+  static void append(std::vector<View>& views, const std::optional<View>& child) {
+    if (child) {
+      views.push_back(*child);
+    }
+  }
+  static void append(std::vector<View>& views, const std::vector<View>& children) {
+    views.insert(views.end(), children.begin(), children.end());
+  }
+};
+
+struct StackOptions {
+  /// Without one the platform picks each gap.
+  std::optional<double> spacing = {};
+};
+
+/// Children from left to right, centred vertically.
+class HStack : public Stack {
+ public:
+  template <class... Children>
+  explicit HStack(StackOptions options, const Children&... children)
+      : Stack(StackLayout{.axis = Axis::horizontal, .spacing = options.spacing}, children...) {}
+  template <class... Children>
+  explicit HStack(const Children&... children) : HStack(StackOptions(), children...) {}
+};
+
+/// Children from top to bottom, centred horizontally.
+class VStack : public Stack {
+ public:
+  template <class... Children>
+  explicit VStack(StackOptions options, const Children&... children)
+      : Stack(StackLayout{.axis = Axis::vertical, .spacing = options.spacing}, children...) {}
+  template <class... Children>
+  explicit VStack(const Children&... children) : VStack(StackOptions(), children...) {}
+};
+
+/// Children over one another, back to front, centred.
+class ZStack : public Stack {
+ public:
+  template <class... Children>
+  explicit ZStack(const Children&... children) : Stack(OverlayStackLayout{}, children...) {}
+};
+
+/// Shows what its content makes of the size it is proposed. Its proposal must follow from the
+/// widget's size through paddings and frames alone.
+class GeometryReader : public View {
+ public:
+  explicit GeometryReader(GeometryContent content) : View(ViewNode{std::move(content)}) {}
+};
+
+/// A view that opens an address when tapped.
+class Link : public View {
+ public:
+  Link(const URL& destination, const View& label)
+      : View(ViewNode{ArchivedLink{destination.absoluteString()}, {label}}) {}
+};
+
+}  // namespace platform
