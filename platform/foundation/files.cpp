@@ -16,7 +16,7 @@ std::error_code lastError() {
 
 /// A descriptor closed at the end of its scope.
 struct Descriptor {
-  explicit Descriptor(int number) : number(number) {}
+  explicit Descriptor(int opened) : number(opened) {}
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
   ~Descriptor() {

@@ -9,9 +9,9 @@ namespace platform {
 /// A key of the string catalogue, with the integers interpolated into it: a text made from a number
 /// alone has the key "%lld" and the number as its argument.
 struct LocalizedStringKey {
-  LocalizedStringKey(std::string key, std::vector<std::int64_t> arguments = {})
-      : key(std::move(key)), arguments(std::move(arguments)) {}
-  LocalizedStringKey(const char* key) : key(key) {}
+  LocalizedStringKey(std::string name, std::vector<std::int64_t> interpolated = {})
+      : key(std::move(name)), arguments(std::move(interpolated)) {}
+  LocalizedStringKey(const char* name) : key(name) {}
 
   std::string key;
   std::vector<std::int64_t> arguments = {};

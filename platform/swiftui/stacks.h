@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <optional>
 #include <ranges>
 #include <utility>
@@ -34,7 +35,9 @@ class Stack : public View {
     (append(views, children), ...);
     return views;
   }
-  static void append(std::vector<View>& views, const View& child) { views.push_back(child); }
+  static void append(std::vector<View>& views, const std::convertible_to<View> auto& child) {
+    views.push_back(child);
+  }
   static void append(std::vector<View>& views, const std::optional<View>& child) {
     if (child) {
       views.push_back(*child);

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace host {
+
+/// RFC 4648, with padding.
+std::string encodeBase64(std::string_view bytes);
+/// Nothing for text that is not base64.
+std::optional<std::string> decodeBase64(std::string_view text);
+
+}  // namespace host

@@ -1,0 +1,280 @@
+#include "host/extension_process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+
+#include "platform/foundation/files.h"
+
+extern char** environ;
+
+namespace host {
+
+using namespace platform;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// How often a waiting host looks at the extension's memory.
+constexpr auto kMemoryInterval = 50ms;
+/// How long a process may take to leave once its socket is closed.
+constexpr auto kFarewell = 1000ms;
+
+std::string mebibytes(std::size_t bytes) {
+  std::array<char, 32> text = {};
+  std::snprintf(
+      text.data(), text.size(), "%.1f MiB", static_cast<double>(bytes) / (1 << 20));
+  return text.data();
+}
+
+/// Both ends of a pipe, closed on exec; the reading end does not block.
+struct Pipe {
+  Pipe() {
+    if (::pipe2(ends.data(), O_CLOEXEC) == 0) {
+      ::fcntl(ends[0], F_SETFL, O_NONBLOCK);
+    }
+  }
+  std::array<int, 2> ends = {-1, -1};
+};
+
+void closeAll(std::initializer_list<int> descriptors) {
+  for (const int descriptor : descriptors) {
+    if (descriptor >= 0) {
+      ::close(descriptor);
+    }
+  }
+}
+
+}  // namespace
+
+std::expected<std::unique_ptr<ExtensionProcess>, ExtensionFailure> ExtensionProcess::start(
+    const std::filesystem::path& folder, ExtensionLimits limits) {
+  const std::filesystem::path program = folder / "Glancery";
+  const auto notStarted = [&](int error) {
+    return std::unexpected(
+        ExtensionFailure{ExtensionFailure::Kind::notStarted,
+                         program.string() + " can't be started: " + std::strerror(error)});
+  };
+  std::array<int, 2> sockets = {-1, -1};
+  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets.data()) != 0) {
+    return notStarted(errno);
+  }
+  const Pipe output;
+  const Pipe complaints;
+
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_adddup2(&actions, output.ends[1], STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, complaints.ends[1], STDERR_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, sockets[1], kHostSocket);
+  std::string name = program.string();
+  std::array<char*, 2> arguments = {name.data(), nullptr};
+  pid_t pid = -1;
+  const int error =
+      ::posix_spawn(&pid, program.c_str(), &actions, nullptr, arguments.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  closeAll({sockets[1], output.ends[1], complaints.ends[1]});
+  if (error != 0) {
+    closeAll({sockets[0], output.ends[0], complaints.ends[0]});
+    return notStarted(error);
+  }
+  if (limits.memory > 0) {
+    // A net under the measured limit: between two looks the extension can't take the machine's memory.
+    const rlimit data = {2 * limits.memory, 2 * limits.memory};
+    ::prlimit(pid, RLIMIT_DATA, &data, nullptr);
+  }
+  std::unique_ptr<ExtensionProcess> process(new ExtensionProcess);
+  process->pid_ = pid;
+  process->limits_ = limits;
+  process->channel_ = std::make_unique<MessageChannel>(sockets[0]);
+  process->log_.descriptor = output.ends[0];
+  process->complaints_.descriptor = complaints.ends[0];
+  return process;
+}
+
+ExtensionProcess::~ExtensionProcess() {
+  channel_.reset();
+  if (!failure_) {
+    // A process that has nothing left to do leaves at once; one that does not is ended.
+    const auto deadline = std::chrono::steady_clock::now() + kFarewell;
+    std::array<pollfd, 2> wanted = {pollfd{log_.descriptor, POLLIN, 0},
+                                    pollfd{complaints_.descriptor, POLLIN, 0}};
+    bool open = true;
+    while (open && std::chrono::steady_clock::now() < deadline) {
+      ::poll(wanted.data(), wanted.size(), static_cast<int>(kFarewell.count()));
+      drainOutput();
+      // The log's end closes when the process is gone.
+      open = (wanted[0].revents & POLLHUP) == 0;
+    }
+    if (open) {
+      ::kill(pid_, SIGKILL);
+    }
+    ::waitpid(pid_, nullptr, 0);
+  }
+  closeAll({log_.descriptor, complaints_.descriptor});
+}
+
+std::expected<ExtensionMessage::Content, ExtensionFailure> ExtensionProcess::ask(
+    HostMessage::Content request) {
+  if (failure_) {
+    return std::unexpected(*failure_);
+  }
+  const std::int64_t id = nextId_++;
+  const auto sent = channel_->send(encode(HostMessage{id, std::move(request)}));
+  if (!sent && sent.error().kind == ChannelError::Kind::malformed) {
+    return Failure{"the request can't be sent: " + sent.error().what};
+  }
+  // A socket that is closed already is noticed, and explained, by the wait for the answer.
+  auto answer = awaitAnswer(std::chrono::steady_clock::now() + limits_.answer);
+  drainOutput();
+  if (!answer) {
+    return std::unexpected(answer.error());
+  }
+  if (const std::size_t peak = peakMemory(); exceedsMemory(peak)) {
+    return std::unexpected(end(ExtensionFailure::Kind::memory, mebibytes(peak)));
+  }
+  if (answer->id != id) {
+    return std::unexpected(end(ExtensionFailure::Kind::nonsense,
+                               "it answered request " + std::to_string(answer->id) +
+                                   " where " + std::to_string(id) + " was asked"));
+  }
+  return std::move(answer->content);
+}
+
+std::expected<ExtensionMessage, ExtensionFailure> ExtensionProcess::awaitAnswer(
+    Deadline deadline) {
+  using Kind = ExtensionFailure::Kind;
+  for (;;) {
+    std::array<pollfd, 3> wanted = {pollfd{channel_->descriptor(), POLLIN, 0},
+                                    pollfd{log_.descriptor, POLLIN, 0},
+                                    pollfd{complaints_.descriptor, POLLIN, 0}};
+    ::poll(wanted.data(), wanted.size(), static_cast<int>(kMemoryInterval.count()));
+    drainOutput();
+    if (wanted[0].revents != 0) {
+      const auto value = channel_->receive(0ms);
+      if (value) {
+        auto message = decodeExtensionMessage(*value);
+        if (!message) {
+          return std::unexpected(end(Kind::nonsense, message.error()));
+        }
+        return *std::move(message);
+      }
+      if (value.error().kind == ChannelError::Kind::malformed) {
+        return std::unexpected(end(Kind::nonsense, value.error().what));
+      }
+      if (value.error().kind != ChannelError::Kind::timedOut) {
+        return std::unexpected(end(Kind::crashed, value.error().what));
+      }
+    }
+    if (const std::size_t peak = peakMemory(); exceedsMemory(peak)) {
+      return std::unexpected(end(Kind::memory, mebibytes(peak)));
+    }
+    if (std::chrono::steady_clock::now() >= deadline) {
+      return std::unexpected(end(Kind::hung, std::to_string(limits_.answer.count())));
+    }
+  }
+}
+
+void ExtensionProcess::LineReader::drain() {
+  std::array<char, 4096> chunk;
+  for (;;) {
+    const ssize_t count = ::read(descriptor, chunk.data(), chunk.size());
+    if (count <= 0) {
+      return;
+    }
+    partial.append(chunk.data(), static_cast<std::size_t>(count));
+    std::size_t start = 0;
+    for (std::size_t feed = partial.find('\n'); feed != std::string::npos;
+         feed = partial.find('\n', start)) {
+      lines.push_back(partial.substr(start, feed - start));
+      start = feed + 1;
+    }
+    partial.erase(0, start);
+  }
+}
+
+void ExtensionProcess::drainOutput() {
+  const std::size_t passedOn = complaints_.lines.size();
+  log_.drain();
+  complaints_.drain();
+  for (std::size_t index = passedOn; index < complaints_.lines.size(); ++index) {
+    std::fprintf(stderr, "Glancery: %s\n", complaints_.lines[index].c_str());
+  }
+}
+
+std::size_t ExtensionProcess::peakMemory() const {
+  const auto status = readFile("/proc/" + std::to_string(pid_) + "/status");
+  constexpr std::string_view kField = "VmHWM:";
+  const std::size_t field = status ? status->find(kField) : std::string::npos;
+  if (field == std::string::npos) {
+    return 0;
+  }
+  const std::size_t digits = status->find_first_of("0123456789", field);
+  std::size_t kibibytes = 0;
+  std::from_chars(status->data() + digits, status->data() + status->size(), kibibytes);
+  return kibibytes * 1024;
+}
+
+bool ExtensionProcess::exceedsMemory(std::size_t peak) const {
+  return limits_.memory > 0 && peak > limits_.memory;
+}
+
+ExtensionFailure ExtensionProcess::end(ExtensionFailure::Kind kind, std::string reason) {
+  using Kind = ExtensionFailure::Kind;
+  // A process that closed its socket is on its way out: give it the moment to say how.
+  if (kind == Kind::crashed) {
+    pollfd gone = {log_.descriptor, 0, 0};
+    ::poll(&gone, 1, static_cast<int>(kFarewell.count()));
+  }
+  int status = 0;
+  rusage usage = {};
+  ::wait4(pid_, &status, WNOHANG, &usage) == pid_ ||
+      (::kill(pid_, SIGKILL) == 0 && ::wait4(pid_, &status, 0, &usage) == pid_);
+  drainOutput();
+  if (!complaints_.partial.empty()) {
+    complaints_.lines.push_back(std::move(complaints_.partial));
+  }
+  const std::string lastWords =
+      complaints_.lines.empty() ? std::string() : " (" + complaints_.lines.back() + ")";
+  const bool outOfMemory = lastWords.find("bad_alloc") != std::string::npos;
+  if (kind == Kind::crashed && outOfMemory) {
+    kind = Kind::memory;
+    reason = mebibytes(limits_.memory) + " and more";
+  }
+  switch (kind) {
+    case Kind::memory:
+      reason = "the extension was ended: it used " + reason + " of memory where " +
+               mebibytes(limits_.memory) + " are allowed";
+      break;
+    case Kind::hung:
+      reason = "the extension was ended: it gave no answer within " + reason + " ms";
+      break;
+    case Kind::nonsense:
+      reason = "the extension was ended: it sent a malformed message: " + reason;
+      break;
+    case Kind::crashed:
+    case Kind::notStarted:
+      reason = WIFSIGNALED(status) ? std::string("the extension crashed: ") +
+                                         ::strsignal(WTERMSIG(status)) + lastWords
+                                   : "the extension left with status " +
+                                         std::to_string(WEXITSTATUS(status)) +
+                                         " without an answer" + lastWords;
+      break;
+  }
+  failure_ = ExtensionFailure{kind, std::move(reason)};
+  return *failure_;
+}
+
+}  // namespace host

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <expected>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/widgetkit/extension_protocol.h"
+#include "platform/widgetkit/message_channel.h"
+
+namespace host {
+
+/// What an extension may use before the host ends it.
+struct ExtensionLimits {
+  std::chrono::milliseconds answer = std::chrono::seconds(10);
+  /// Peak resident memory in bytes; 0 for none.
+  std::size_t memory = std::size_t{GLANCERY_EXTENSION_MEMORY_MIB} << 20;
+};
+
+/// Why an extension is no longer there, or never was.
+struct ExtensionFailure {
+  enum class Kind { notStarted, crashed, hung, memory, nonsense };
+  Kind kind;
+  /// A whole sentence for people.
+  std::string reason;
+};
+
+/// A running widget extension: one process at the other end of a socket.
+///
+/// Its standard output is its log, which is collected; its standard error is passed on and its last
+/// line quoted when it crashes. An extension that crashes, gives no answer in time, exceeds its
+/// memory or sends nonsense is ended; every later request then fails with the same reason. The
+/// destructor lets go of the socket and waits for the process to leave, and ends one that does not.
+///
+/// Used by one thread.
+class ExtensionProcess {
+ public:
+  /// Starts `folder/Glancery`.
+  static std::expected<std::unique_ptr<ExtensionProcess>, ExtensionFailure> start(
+      const std::filesystem::path& folder, ExtensionLimits limits = {});
+  ~ExtensionProcess();
+  ExtensionProcess(const ExtensionProcess&) = delete;
+  ExtensionProcess& operator=(const ExtensionProcess&) = delete;
+
+  /// One request and its answer. Every line that the extension wrote until then is in `log()`.
+  std::expected<platform::ExtensionMessage::Content, ExtensionFailure> ask(
+      platform::HostMessage::Content request);
+
+  /// The lines of standard output so far, without their line feeds.
+  const std::vector<std::string>& log() const { return log_.lines; }
+  pid_t pid() const { return pid_; }
+
+ private:
+  using Deadline = std::chrono::steady_clock::time_point;
+
+  /// A pipe that is read into lines.
+  struct LineReader {
+    int descriptor = -1;
+    std::string partial = {};
+    std::vector<std::string> lines = {};
+    /// Takes what is there without waiting.
+    void drain();
+  };
+
+  ExtensionProcess() = default;
+
+  std::expected<platform::ExtensionMessage, ExtensionFailure> awaitAnswer(Deadline deadline);
+  void drainOutput();
+  std::size_t peakMemory() const;
+  bool exceedsMemory(std::size_t peak) const;
+  /// Ends the process if it still runs, and finds out what became of it.
+  ExtensionFailure end(ExtensionFailure::Kind kind, std::string reason);
+
+  pid_t pid_ = -1;
+  ExtensionLimits limits_;
+  std::unique_ptr<platform::MessageChannel> channel_;
+  LineReader log_;
+  LineReader complaints_;
+  std::int64_t nextId_ = 1;
+  std::optional<ExtensionFailure> failure_;
+};
+
+}  // namespace host

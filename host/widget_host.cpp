@@ -1,0 +1,101 @@
+#include "host/widget_host.h"
+
+#include <algorithm>
+
+#include "host/command_error.h"
+#include "platform/render/render_module.h"
+
+namespace host {
+
+using namespace platform;
+
+WidgetHost::WidgetHost(HostSettings settings) : settings_(std::move(settings)) {
+  auto started = ExtensionProcess::start(settings_.extension);
+  if (!started) {
+    throw CommandError(started.error().reason);
+  }
+  extension_ = *std::move(started);
+  ask<Configured>(ConfigureRequest{settings_.device,
+                                   settings_.container.string(),
+                                   settings_.infoOverrides});
+}
+
+template <class Answer>
+Answer WidgetHost::ask(HostMessage::Content request) {
+  auto content = extension_->ask(std::move(request));
+  if (!content) {
+    throw CommandError(content.error().reason);
+  }
+  if (const auto* failure = std::get_if<Failure>(&*content)) {
+    throw CommandError(failure->reason);
+  }
+  auto* answer = std::get_if<Answer>(&*content);
+  if (!answer) {
+    throw CommandError("the extension answered another question than was asked");
+  }
+  return std::move(*answer);
+}
+
+const std::vector<WidgetDescription>& WidgetHost::widgets() {
+  if (!widgets_) {
+    widgets_ = ask<WidgetDescriptions>(DescribeRequest()).widgets;
+  }
+  return *widgets_;
+}
+
+std::vector<GalleryItem> WidgetHost::gallery() {
+  const NSBundle bundle(settings_.extension, settings_.infoOverrides);
+  std::vector<GalleryItem> items;
+  for (const WidgetDescription& widget : widgets()) {
+    items.push_back({widget.kind,
+                     bundle.localizedString(widget.displayNameKey),
+                     bundle.localizedString(widget.descriptionKey),
+                     widget.families});
+  }
+  return items;
+}
+
+WidgetFamily WidgetHost::familyOf(const std::string& kind) {
+  const auto widget = std::ranges::find(widgets(), kind, &WidgetDescription::kind);
+  if (widget == widgets().end()) {
+    std::string kinds;
+    for (const WidgetDescription& known : widgets()) {
+      kinds += (kinds.empty() ? "" : ", ") + known.kind;
+    }
+    throw wrongValue("no widget of the kind", kind, "give one of " + kinds);
+  }
+  if (widget->families.empty()) {
+    throw CommandError("the widget \"" + kind + "\" supports no family");
+  }
+  return widget->families.front();
+}
+
+ArchivedTimeline WidgetHost::provide(ProvideRequest::What what, const std::string& kind) {
+  const WidgetFamily family = familyOf(kind);
+  const Size size = settings_.sizeOf(family);
+  const EdgeInsets margins = settings_.contentMargins();
+  const Size content = {size.width - margins.leading - margins.trailing,
+                        size.height - margins.top - margins.bottom};
+  return ask<ArchivedTimeline>(ProvideRequest{what, kind, {family, content, false}});
+}
+
+DisplayList WidgetHost::display(const ArchivedEntry& entry, WidgetFamily family) {
+  const bool dark = settings_.scheme == ColorScheme::dark;
+  return renderer().layOut(dark ? entry.dark : entry.light,
+                           settings_.sizeOf(family),
+                           settings_.contentMargins(),
+                           LayoutDirection::leftToRight);
+}
+
+Renderer& WidgetHost::renderer() {
+  if (!renderer_) {
+    auto loaded = loadRenderer(settings_.extension, programFolder() / "system" / "Fonts");
+    if (!loaded) {
+      throw CommandError(loaded.error());
+    }
+    renderer_ = *std::move(loaded);
+  }
+  return *renderer_;
+}
+
+}  // namespace host

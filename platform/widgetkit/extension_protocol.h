@@ -1,0 +1,110 @@
+#pragma once
+
+#include <cstdint>
+#include <expected>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "platform/foundation/device.h"
+#include "platform/foundation/value.h"
+#include "platform/swiftui/archived_view.h"
+#include "platform/widgetkit/timeline.h"
+
+// What host and extension say to each other. A message is one value on the channel; the host speaks
+// first, and every request is answered under its own number.
+
+namespace platform {
+
+/// The descriptor at which an extension finds its host's socket.
+inline constexpr int kHostSocket = 3;
+
+/// The phone's settings and what the extension may touch; the first message, and again whenever a
+/// setting changes.
+struct ConfigureRequest {
+  Device device;
+  /// The app group's folder, absolute.
+  std::string container;
+  /// Values to use in place of those of the Info dictionary.
+  Dictionary infoOverrides;
+  friend bool operator==(const ConfigureRequest&, const ConfigureRequest&) = default;
+};
+
+/// Asks which widgets there are.
+struct DescribeRequest {
+  friend bool operator==(DescribeRequest, DescribeRequest) = default;
+};
+
+/// Asks a widget's provider.
+struct ProvideRequest {
+  enum class What : std::uint8_t { placeholder, snapshot, timeline };
+  What what = What::timeline;
+  std::string kind;
+  TimelineProviderContext context;
+  friend bool operator==(const ProvideRequest&, const ProvideRequest&) = default;
+};
+
+struct HostMessage {
+  using Content = std::variant<ConfigureRequest, DescribeRequest, ProvideRequest>;
+  std::int64_t id = 0;
+  Content content;
+  friend bool operator==(const HostMessage&, const HostMessage&) = default;
+};
+
+/// The settings are in force.
+struct Configured {
+  friend bool operator==(Configured, Configured) = default;
+};
+
+struct WidgetDescription {
+  std::string kind;
+  std::string displayNameKey;
+  std::string descriptionKey;
+  std::vector<WidgetFamily> families;
+  friend bool operator==(const WidgetDescription&, const WidgetDescription&) = default;
+};
+
+/// Every widget, in gallery order.
+struct WidgetDescriptions {
+  std::vector<WidgetDescription> widgets;
+  friend bool operator==(const WidgetDescriptions&, const WidgetDescriptions&) = default;
+};
+
+/// An entry as the host keeps it: no code, only data. Dates among the fields are ISO 8601 texts.
+struct ArchivedEntry {
+  Date date = Date::since1970(0);
+  Mirror fields;
+  ArchivedView light;
+  ArchivedView dark;
+  friend bool operator==(const ArchivedEntry&, const ArchivedEntry&) = default;
+};
+
+/// A provider's answer; a placeholder or snapshot is one entry that is never replaced.
+struct ArchivedTimeline {
+  std::vector<ArchivedEntry> entries;
+  TimelineReloadPolicy policy;
+  friend bool operator==(const ArchivedTimeline&, const ArchivedTimeline&) = default;
+};
+
+/// The request can't be answered.
+struct Failure {
+  std::string reason;
+  friend bool operator==(const Failure&, const Failure&) = default;
+};
+
+struct ExtensionMessage {
+  using Content = std::variant<Configured, WidgetDescriptions, ArchivedTimeline, Failure>;
+  /// The request's number.
+  std::int64_t id = 0;
+  Content content;
+  friend bool operator==(const ExtensionMessage&, const ExtensionMessage&) = default;
+};
+
+Value encode(const HostMessage& message);
+Value encode(const ExtensionMessage& message);
+
+/// Each takes a value that nobody has checked; the error says which member is at fault.
+std::expected<HostMessage, std::string> decodeHostMessage(const Value& value);
+std::expected<ExtensionMessage, std::string> decodeExtensionMessage(const Value& value);
+
+}  // namespace platform

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <concepts>
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/foundation/date.h"
+#include "platform/foundation/value.h"
+#include "platform/swiftui/geometry.h"
+#include "platform/widgetkit/widget_family.h"
+
+namespace platform {
+
+/// A record's fields under their own names and in their own order, for people and tests.
+using Mirror = std::vector<std::pair<std::string, Value>>;
+
+/// A record with the moment from which a widget shows it, and `Mirror mirror(const Entry&)` beside it.
+template <class Entry>
+concept TimelineEntry = std::copyable<Entry> && requires(const Entry& entry) {
+  { entry.date } -> std::convertible_to<Date>;
+  { mirror(entry) } -> std::same_as<Mirror>;
+};
+
+/// The earliest moment at which a host asks for the next timeline; none: only when it is told to.
+struct TimelineReloadPolicy {
+  std::optional<Date> date = {};
+
+  static TimelineReloadPolicy after(Date date) { return {date}; }
+  static const TimelineReloadPolicy never;
+  friend bool operator==(const TimelineReloadPolicy&, const TimelineReloadPolicy&) = default;
+};
+
+inline constexpr TimelineReloadPolicy TimelineReloadPolicy::never{};
+
+/// What a widget shows from when on, in order of dates, and when to ask again.
+template <TimelineEntry Entry>
+struct Timeline {
+  std::vector<Entry> entries;
+  TimelineReloadPolicy policy;
+};
+
+/// Where and for what a host asks.
+struct TimelineProviderContext {
+  WidgetFamily family = WidgetFamily::systemSmall;
+  /// The widget's size less its content margins, in points.
+  Size displaySize = {};
+  /// Whether the answer is for the gallery.
+  bool isPreview = false;
+  friend bool operator==(const TimelineProviderContext&, const TimelineProviderContext&) = default;
+};
+
+template <class T>
+using Completion = std::function<void(T)>;
+
+/// Supplies a static configuration's entries, on the thread that the host's request runs on. Each
+/// completion is called exactly once, at once or later.
+template <class Provider>
+concept TimelineProvider =
+    TimelineEntry<typename Provider::Entry> &&
+    requires(const Provider& provider,
+             const TimelineProviderContext& context,
+             Completion<typename Provider::Entry> shown,
+             Completion<Timeline<typename Provider::Entry>> planned) {
+      { provider.placeholder(context) } -> std::same_as<typename Provider::Entry>;
+      provider.getSnapshot(context, shown);
+      provider.getTimeline(context, planned);
+    };
+
+}  // namespace platform

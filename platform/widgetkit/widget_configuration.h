@@ -1,0 +1,115 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/swiftui/localized_string_key.h"
+#include "platform/swiftui/view.h"
+#include "platform/widgetkit/timeline.h"
+#include "platform/widgetkit/widget_family.h"
+
+namespace platform {
+
+/// An entry of any type, with the view that its widget makes of it.
+struct WidgetEntry {
+  Date date;
+  Mirror fields;
+  View view;
+};
+
+struct WidgetTimeline {
+  std::vector<WidgetEntry> entries;
+  TimelineReloadPolicy policy;
+};
+
+/// A provider of any type together with its widget's content.
+class AnyTimelineProvider {
+ public:
+  virtual ~AnyTimelineProvider() = default;
+  virtual WidgetEntry placeholder(const TimelineProviderContext& context) const = 0;
+  virtual void getSnapshot(const TimelineProviderContext& context,
+                           Completion<WidgetEntry> completion) const = 0;
+  virtual void getTimeline(const TimelineProviderContext& context,
+                           Completion<WidgetTimeline> completion) const = 0;
+};
+
+/// What a widget declares to its host. A cheap value; the modifiers return a changed copy.
+struct WidgetConfiguration {
+  /// The widget's identity towards hosts and reload requests.
+  std::string kind;
+  /// Absent while a widget is declared but answers no requests.
+  std::shared_ptr<const AnyTimelineProvider> provider = {};
+  /// Keys that the host looks up in the extension's string catalogue.
+  std::string displayNameKey = {};
+  std::string descriptionKey = {};
+  std::vector<WidgetFamily> families = {WidgetFamily::systemSmall, WidgetFamily::systemMedium};
+
+  WidgetConfiguration configurationDisplayName(const LocalizedStringKey& key) const {
+    return with([&](WidgetConfiguration& changed) { changed.displayNameKey = key.key; });
+  }
+  WidgetConfiguration description(const LocalizedStringKey& key) const {
+    return with([&](WidgetConfiguration& changed) { changed.descriptionKey = key.key; });
+  }
+  WidgetConfiguration supportedFamilies(std::vector<WidgetFamily> supported) const {
+    return with([&](WidgetConfiguration& changed) { changed.families = std::move(supported); });
+  }
+
+ private:
+  WidgetConfiguration with(auto change) const {
+    WidgetConfiguration changed = *this;
+    change(changed);
+    return changed;
+  }
+};
+
+namespace detail {
+
+template <TimelineProvider Provider, class Content>
+class StaticProvider final : public AnyTimelineProvider {
+ public:
+  StaticProvider(Provider provider, Content content)
+      : provider_(std::move(provider)), content_(std::move(content)) {}
+
+  WidgetEntry placeholder(const TimelineProviderContext& context) const override {
+    return shown(provider_.placeholder(context));
+  }
+  void getSnapshot(const TimelineProviderContext& context,
+                   Completion<WidgetEntry> completion) const override {
+    provider_.getSnapshot(context, [this, completion](Entry entry) { completion(shown(entry)); });
+  }
+  void getTimeline(const TimelineProviderContext& context,
+                   Completion<WidgetTimeline> completion) const override {
+    provider_.getTimeline(context, [this, completion](Timeline<Entry> timeline) {
+      WidgetTimeline erased{{}, timeline.policy};
+      for (const Entry& entry : timeline.entries) {
+        erased.entries.push_back(shown(entry));
+      }
+      completion(std::move(erased));
+    });
+  }
+
+ private:
+  using Entry = typename Provider::Entry;
+
+  WidgetEntry shown(const Entry& entry) const {
+    return {entry.date, mirror(entry), content_(entry)};
+  }
+
+  Provider provider_;
+  Content content_;
+};
+
+}  // namespace detail
+
+/// A widget whose user has nothing to configure. `content` turns an entry into a view.
+template <TimelineProvider Provider, class Content>
+WidgetConfiguration StaticConfiguration(std::string kind, Provider provider, Content content) {
+  return {.kind = std::move(kind),
+          .provider = std::make_shared<detail::StaticProvider<Provider, Content>>(
+              std::move(provider), std::move(content))};
+}
+
+}  // namespace platform

@@ -1,0 +1,25 @@
+#pragma once
+
+/// What host app and extension share through the app group: the suite's name and its keys.
+///
+/// Each access opens the suite afresh, so that it sees what the other process last wrote.
+namespace glancery {
+
+inline constexpr const char* kAppGroupIdentifier = "group.com.quiloapp.sharedData";
+
+// Written by the host app.
+
+/// A JSON object: `count`, the days in a row; `timestamp`, the last active moment in seconds since
+/// 1970.
+inline constexpr const char* kStreakDataKey = "streakData";
+/// The signed-in user's identifier; absent or empty when nobody is.
+inline constexpr const char* kSharedUidKey = "sharedUid";
+
+// Kept by the extension.
+
+inline constexpr const char* kSuccessImageIndexKey = "streakImageIndex";
+inline constexpr const char* kFailImageIndexKey = "streakFailImageIndex";
+inline constexpr const char* kSuccessIndexLastUpdateDateKey = "successIndexLastUpdateDate";
+inline constexpr const char* kFailIndexLastUpdateDateKey = "failIndexLastUpdateDate";
+
+}  // namespace glancery

@@ -1,0 +1,38 @@
+#include "ui/hex_color.h"
+
+#include <cstdint>
+#include <string>
+
+#include "platform/foundation/character_set.h"
+#include "platform/foundation/scanner.h"
+
+namespace glancery {
+
+using namespace platform;
+
+Color hexColor(std::string_view text) {
+  const std::string hex = trimmingNonAlphanumerics(text);
+  std::uint64_t v = 0;
+  NSScanner(hex).scanHexLongLong(v);
+
+  // The count is that of the characters, not of the digits among them, and the topmost component is
+  // left unmasked: the same strings give the same colours on every platform of the app.
+  std::uint64_t a = 1, r = 1, g = 1, b = 0;
+  switch (characterCount(hex)) {
+    case 3:
+      a = 255, r = (v >> 8) * 17, g = (v >> 4 & 15) * 17, b = (v & 15) * 17;
+      break;
+    case 6:
+      a = 255, r = v >> 16, g = v >> 8 & 255, b = v & 255;
+      break;
+    case 8:
+      a = v >> 24, r = v >> 16 & 255, g = v >> 8 & 255, b = v & 255;
+      break;
+    default:
+      break;
+  }
+  const auto share = [](std::uint64_t component) { return static_cast<double>(component) / 255; };
+  return {share(r), share(g), share(b), share(a)};
+}
+
+}  // namespace glancery

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/foundation/date.h"
+#include "platform/widgetkit/timeline.h"
+
+namespace glancery {
+
+enum class StreakDisplayType : std::uint8_t { successCounter, failMessage };
+
+constexpr std::string_view nameOf(StreakDisplayType type) {
+  return type == StreakDisplayType::successCounter ? "successCounter" : "failMessage";
+}
+
+/// What the streak widget shows, from `date` on.
+struct StreakEntry {
+  platform::Date date = platform::Date::since1970(0);
+  std::int64_t displayStreakCount = 0;
+  std::string backgroundImageName = {};
+  StreakDisplayType displayType = StreakDisplayType::successCounter;
+  std::optional<std::string> failMessageKey = {};
+  std::optional<std::string> timeBasedMessageKey = {};
+  bool showTimeBasedText = false;
+  std::string flameImageName = {};
+  friend bool operator==(const StreakEntry&, const StreakEntry&) = default;
+};
+
+platform::Mirror mirror(const StreakEntry& entry);
+
+}  // namespace glancery

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+#include "platform/foundation/require.h"
+#include "platform/foundation/url.h"
+#include "platform/widgetkit/widget_configuration.h"
+
+namespace glancery {
+
+/// Declares the streak widget: days in a row, small.
+struct Streak {
+  std::string kind = "StreakWidget";
+  platform::URL widgetURL = platform::require(platform::URL::fromString("quiloapp://streak"),
+                                              "the streak's deep link");
+
+  platform::WidgetConfiguration body() const;
+};
+
+}  // namespace glancery

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/swiftui/view.h"
+#include "widgets/streak/streak_entry.h"
+
+namespace glancery {
+
+/// The flame, the count and, in some states, a message, over the entry's backdrop.
+struct StreakWidgetEntryView {
+  StreakEntry entry;
+  /// Whether the view reaches over the content margins that hosts add from iOS 17 on.
+  bool applyNegativePadding = false;
+
+  platform::View body() const;
+};
+
+}  // namespace glancery
