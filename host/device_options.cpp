@@ -209,6 +209,11 @@ HostSettings settle(const DeviceOptions& options) {
   return settings;
 }
 
+void settleSuite(const DeviceOptions& options) {
+  setCurrentDevice({.clock = clockOf(options.now)});
+  setSharedContainer(containerOf(options.container));
+}
+
 fs::path programFolder() {
   return fs::read_symlink("/proc/self/exe").parent_path();
 }

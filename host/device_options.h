@@ -59,6 +59,9 @@ struct HostSettings {
 /// if it is new, and makes the device current in this process.
 HostSettings settle(const DeviceOptions& options);
 
+/// The part that commands on the suite need: the clock and the container.
+void settleSuite(const DeviceOptions& options);
+
 /// The folder of the running program, with the bundle and the system's own resources beside it.
 std::filesystem::path programFolder();
 

@@ -1,6 +1,6 @@
 #include "host/json_output.h"
 
-#include <cstdio>
+#include <nlohmann/json.hpp>
 
 #include "host/base64.h"
 
@@ -9,6 +9,10 @@ namespace host {
 using namespace platform;
 
 namespace {
+
+using Json = nlohmann::ordered_json;
+
+Json toJson(const Value& value);
 
 struct ToJson {
   Json operator()(Null) const { return nullptr; }
@@ -31,8 +35,6 @@ struct ToJson {
   Json operator()(const auto& scalar) const { return scalar; }
 };
 
-}  // namespace
-
 Json toJson(const Value& value) {
   return std::visit(ToJson(), value.storage());
 }
@@ -45,9 +47,20 @@ Json toJson(const ArchivedEntry& entry) {
   return json;
 }
 
-Json timelineJson(const std::string& kind,
-                  const ArchivedTimeline& timeline,
-                  const std::vector<std::string>& log) {
+// Whatever bytes a program printed as its log, the JSON around them stays valid.
+std::string printed(const Json& json) {
+  return json.dump(2, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace
+
+std::string valueJSON(const Value& value) {
+  return printed(toJson(value));
+}
+
+std::string timelineJSON(const std::string& kind,
+                         const ArchivedTimeline& timeline,
+                         const std::vector<std::string>& log) {
   Json entries = Json::array();
   for (const ArchivedEntry& entry : timeline.entries) {
     entries.push_back(toJson(entry));
@@ -56,16 +69,16 @@ Json timelineJson(const std::string& kind,
   if (timeline.policy.date) {
     policy = Json{{"after", timeline.policy.date->iso8601()}};
   }
-  return {{"kind", kind}, {"entries", entries}, {"policy", policy}, {"log", log}};
+  return printed({{"kind", kind}, {"entries", entries}, {"policy", policy}, {"log", log}});
 }
 
-Json entryJson(const std::string& kind,
-               const ArchivedEntry& entry,
-               const std::vector<std::string>& log) {
-  return {{"kind", kind}, {"entry", toJson(entry)}, {"log", log}};
+std::string entryJSON(const std::string& kind,
+                      const ArchivedEntry& entry,
+                      const std::vector<std::string>& log) {
+  return printed({{"kind", kind}, {"entry", toJson(entry)}, {"log", log}});
 }
 
-Json toJson(const std::vector<GalleryItem>& gallery) {
+std::string galleryJSON(const std::vector<GalleryItem>& gallery) {
   Json json = Json::array();
   for (const GalleryItem& item : gallery) {
     Json families = Json::array();
@@ -77,13 +90,7 @@ Json toJson(const std::vector<GalleryItem>& gallery) {
                     {"description", item.description},
                     {"families", families}});
   }
-  return json;
-}
-
-void print(const Json& json) {
-  // Whatever bytes a program printed as its log, the JSON around them stays valid.
-  const std::string text = json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
-  std::fwrite(text.data(), 1, text.size(), stdout);
+  return printed(json);
 }
 
 }  // namespace host

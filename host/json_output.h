@@ -3,32 +3,27 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
 #include "host/widget_host.h"
 #include "platform/foundation/value.h"
 #include "platform/widgetkit/extension_protocol.h"
 
+// What commands print with --json: texts of two spaces a level. Dates are ISO 8601 texts, absent
+// values null.
+
 namespace host {
 
-using Json = nlohmann::ordered_json;
-
-/// A value as JSON; dates as ISO 8601 texts, data as {"data": base64}.
-Json toJson(const platform::Value& value);
-/// An entry's fields under their own names and in their order.
-Json toJson(const platform::ArchivedEntry& entry);
-/// {"kind", "entries", "policy", "log"}: a provider's whole answer.
-Json timelineJson(const std::string& kind,
-                  const platform::ArchivedTimeline& timeline,
-                  const std::vector<std::string>& log);
+/// A value of the suite; data as {"data": base64}.
+std::string valueJSON(const platform::Value& value);
+/// {"kind", "entries", "policy", "log"}: a provider's whole answer, each entry's fields under their
+/// own names and in their order.
+std::string timelineJSON(const std::string& kind,
+                         const platform::ArchivedTimeline& timeline,
+                         const std::vector<std::string>& log);
 /// {"kind", "entry", "log"}: a placeholder or snapshot.
-Json entryJson(const std::string& kind,
-               const platform::ArchivedEntry& entry,
-               const std::vector<std::string>& log);
+std::string entryJSON(const std::string& kind,
+                      const platform::ArchivedEntry& entry,
+                      const std::vector<std::string>& log);
 /// The gallery, in order.
-Json toJson(const std::vector<GalleryItem>& gallery);
-
-/// Prints two spaces a level, then a line feed.
-void print(const Json& json);
+std::string galleryJSON(const std::vector<GalleryItem>& gallery);
 
 }  // namespace host

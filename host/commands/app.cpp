@@ -1,0 +1,87 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "host/command_error.h"
+#include "host/commands/commands.h"
+#include "host/device_options.h"
+#include "host/host_app.h"
+
+namespace host {
+
+using namespace platform;
+
+namespace {
+
+struct AppOptions {
+  DeviceOptions device = {};
+  std::string uid = {};
+  std::int64_t count = 0;
+  std::string lastActive = {};
+};
+
+Date instantOf(const std::string& lastActive) {
+  if (lastActive.empty()) {
+    return Date::now();
+  }
+  const auto instant = Date::fromISO8601(lastActive);
+  if (!instant) {
+    throw wrongValue("--last-active", lastActive, "give an instant such as 2026-03-05T08:30:00Z");
+  }
+  return *instant;
+}
+
+CLI::App* addAction(CLI::App& app,
+                    const std::string& name,
+                    const std::string& description,
+                    const std::shared_ptr<AppOptions>& options,
+                    const std::function<void(const AppOptions&)>& action) {
+  CLI::App* command = app.add_subcommand(name, description);
+  options->device.addSuiteOptions(*command);
+  command->callback([options, action] {
+    settleSuite(options->device);
+    action(*options);
+  });
+  return command;
+}
+
+}  // namespace
+
+void addAppCommand(CLI::App& app) {
+  CLI::App* group =
+      app.add_subcommand("app", "Plays the host app: writes what it would write into the suite");
+  group->require_subcommand(1);
+
+  auto signInOptions = std::make_shared<AppOptions>();
+  addAction(*group,
+            "sign-in",
+            "Signs a user in",
+            signInOptions,
+            [](const AppOptions& options) {
+              if (options.uid.empty()) {
+                throw wrongValue("UID", options.uid, "give the user's identifier; sign-out removes it");
+              }
+              signIn(options.uid);
+            })
+      ->add_option("UID", signInOptions->uid, "The user's identifier")
+      ->required();
+
+  addAction(*group,
+            "sign-out",
+            "Signs the user out",
+            std::make_shared<AppOptions>(),
+            [](const AppOptions&) { signOut(); });
+
+  auto streakOptions = std::make_shared<AppOptions>();
+  CLI::App* streak = addAction(*group,
+                               "streak",
+                               "Records the streak of active days",
+                               streakOptions,
+                               [](const AppOptions& options) {
+                                 recordStreak(options.count, instantOf(options.lastActive));
+                               });
+  streak->add_option("N", streakOptions->count, "Days in a row")->required();
+  streak->add_option(
+      "--last-active", streakOptions->lastActive, "The last active moment, ISO 8601 (default: now)");
+}
+
+}  // namespace host

@@ -1,0 +1,21 @@
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+// The commands of the program, a file each. Every function adds one to the command line; its work is
+// done when the command line is parsed, and a `CommandError` ends it.
+
+namespace host {
+
+void addGalleryCommand(CLI::App& app);
+/// placeholder, snapshot, timeline
+void addProviderCommands(CLI::App& app);
+void addRenderCommand(CLI::App& app);
+void addTapCommand(CLI::App& app);
+void addStoreCommand(CLI::App& app);
+/// The host app's side: app sign-in, sign-out, streak
+void addAppCommand(CLI::App& app);
+
+}  // namespace host

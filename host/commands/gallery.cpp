@@ -1,0 +1,43 @@
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <memory>
+
+#include "host/commands/commands.h"
+#include "host/json_output.h"
+#include "host/widget_host.h"
+
+namespace host {
+
+namespace {
+
+std::string familyList(const GalleryItem& item) {
+  std::string list;
+  for (const platform::WidgetFamily family : item.families) {
+    list += (list.empty() ? "" : ", ") + std::string(nameOf(family));
+  }
+  return list;
+}
+
+}  // namespace
+
+void addGalleryCommand(CLI::App& app) {
+  auto options = std::make_shared<DeviceOptions>();
+  auto json = std::make_shared<bool>(false);
+  CLI::App* command = app.add_subcommand("gallery", "Lists the extension's widgets, in order");
+  options->addTo(*command);
+  command->add_flag("--json", *json, "Print JSON");
+  command->callback([options, json] {
+    WidgetHost host(settle(*options));
+    const auto gallery = host.gallery();
+    if (*json) {
+      std::cout << galleryJSON(gallery) << '\n';
+      return;
+    }
+    for (const GalleryItem& item : gallery) {
+      std::cout << item.kind << " (" << familyList(item) << ")\n  " << item.displayName << "\n  "
+                << item.description << '\n';
+    }
+  });
+}
+
+}  // namespace host

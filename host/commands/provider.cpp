@@ -1,0 +1,94 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iostream>
+#include <iterator>
+#include <memory>
+
+#include "host/command_error.h"
+#include "host/commands/commands.h"
+#include "host/commands/provider_request.h"
+#include "host/json_output.h"
+#include "host/widget_host.h"
+
+namespace host {
+
+using namespace platform;
+
+namespace {
+
+struct ProviderOptions {
+  DeviceOptions device = {};
+  std::string kind = {};
+  bool json = false;
+};
+
+void printEntry(const ArchivedEntry& entry) {
+  for (const auto& [name, value] : entry.fields) {
+    const auto* text = value.as<std::string>();
+    std::cout << "  " << name << ": " << (text ? *text : valueJSON(value)) << '\n';
+  }
+}
+
+void printAnswer(ProvideRequest::What what,
+                 const ProviderOptions& options,
+                 const ArchivedTimeline& timeline,
+                 const std::vector<std::string>& log) {
+  const bool planned = what == ProvideRequest::What::timeline;
+  if (options.json) {
+    std::cout << (planned ? timelineJSON(options.kind, timeline, log)
+                          : entryJSON(options.kind, timeline.entries.front(), log))
+              << '\n';
+    return;
+  }
+  for (std::size_t index = 0; index < timeline.entries.size(); ++index) {
+    std::cout << options.kind << " entry " << index << '\n';
+    printEntry(timeline.entries[index]);
+  }
+  if (planned) {
+    std::cout << "next timeline: "
+              << (timeline.policy.date ? "after " + timeline.policy.date->iso8601() : "never")
+              << '\n';
+  }
+  for (const std::string& line : log) {
+    std::cout << line << '\n';
+  }
+}
+
+}  // namespace
+
+ProvideRequest::What requestNamed(const std::string& name) {
+  const auto* found = std::ranges::find(kRequestNames, name);
+  if (found == std::end(kRequestNames)) {
+    throw wrongValue("--of", name, "give placeholder, snapshot or timeline");
+  }
+  return static_cast<ProvideRequest::What>(found - std::begin(kRequestNames));
+}
+
+std::size_t shownEntry(const ArchivedTimeline& timeline, Date now) {
+  std::size_t shown = 0;
+  for (std::size_t index = 0; index < timeline.entries.size(); ++index) {
+    if (timeline.entries[index].date <= now) {
+      shown = index;
+    }
+  }
+  return shown;
+}
+
+void addProviderCommands(CLI::App& app) {
+  for (const char* name : kRequestNames) {
+    const auto what = requestNamed(name);
+    auto options = std::make_shared<ProviderOptions>();
+    CLI::App* command = app.add_subcommand(
+        name, "Asks a widget's provider for its " + std::string(name) + " and prints the answer");
+    command->add_option("KIND", options->kind, "The widget, as gallery lists it")->required();
+    command->add_flag("--json", options->json, "Print JSON");
+    options->device.addTo(*command);
+    command->callback([options, what] {
+      WidgetHost host(settle(options->device));
+      const ArchivedTimeline timeline = host.provide(what, options->kind);
+      printAnswer(what, *options, timeline, host.log());
+    });
+  }
+}
+
+}  // namespace host

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+#include "platform/widgetkit/extension_protocol.h"
+
+namespace host {
+
+/// The names of the three requests, as the command line has them.
+inline constexpr const char* kRequestNames[] = {"placeholder", "snapshot", "timeline"};
+
+/// The request of that name; a `CommandError` names another word.
+platform::ProvideRequest::What requestNamed(const std::string& name);
+
+/// The place of the entry that a widget shows at `now`: the last whose date has come, or the first
+/// while none has.
+std::size_t shownEntry(const platform::ArchivedTimeline& timeline, platform::Date now);
+
+}  // namespace host
