@@ -1,0 +1,73 @@
+#include "extension/glancery_bundle.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/foundation/bundle.h"
+#include "platform/foundation/string_catalog.h"
+#include "platform/widgetkit/widget_bundle.h"
+
+namespace glancery {
+namespace {
+
+using namespace platform;
+
+struct Declared {
+  const char* kind;
+  WidgetFamily family;
+  const char* nameKey;
+  const char* descriptionKey;
+};
+
+TEST(GlanceryBundle, DeclaresItsWidgetsInGalleryOrder) {
+  constexpr Declared kDeclared[] = {
+      {"Checkin", WidgetFamily::systemMedium, "CHECKIN_WIDGET_TITLE", "CHECKIN_WIDGET_DESC"},
+      {"StreakWidget", WidgetFamily::systemSmall, "STREAK_WIDGET_TITLE", "STREAK_WIDGET_DESC"},
+      {"AffirmationWidget",
+       WidgetFamily::systemMedium,
+       "AFFIRMATION_WIDGET_TITLE",
+       "AFFIRMATION_WIDGET_DESC"},
+      {"Binnacle", WidgetFamily::systemMedium, "BINNACLE_WIDGET_TITLE", "BINNACLE_WIDGET_DESC"},
+  };
+  const auto widgets = widgetBundleConformance<GlanceryBundle>().body();
+  ASSERT_EQ(widgets.size(), std::size(kDeclared));
+  for (std::size_t index = 0; index < widgets.size(); ++index) {
+    const Declared& expected = kDeclared[index];
+    EXPECT_EQ(widgets[index].kind, expected.kind);
+    EXPECT_EQ(widgets[index].families, std::vector{expected.family});
+    EXPECT_EQ(widgets[index].displayNameKey, expected.nameKey);
+    EXPECT_EQ(widgets[index].descriptionKey, expected.descriptionKey);
+  }
+}
+
+/// Every key that the widgets show or a gallery looks up.
+std::vector<std::string> shownKeys() {
+  std::vector<std::string> keys = {"%lld",
+                                   "CHECKIN_TITLE",
+                                   "TODAY_LABEL",
+                                   "YESTERDAY_LABEL",
+                                   "AFFIRMATION_PLACEHOLDER_NO_UID"};
+  for (const char* widget : {"CHECKIN", "STREAK", "AFFIRMATION", "BINNACLE"}) {
+    keys.push_back(widget + std::string("_WIDGET_TITLE"));
+    keys.push_back(widget + std::string("_WIDGET_DESC"));
+  }
+  for (const char* band :
+       {"00_08", "08_10", "10_12", "12_14", "14_16", "16_18", "18_20", "20_22", "22_24"}) {
+    keys.push_back(std::string("STREAK_TEXT_") + band);
+  }
+  for (const char* number : {"1", "2", "3", "4"}) {
+    keys.push_back(std::string("STREAK_FAIL_MESSAGE_") + number);
+  }
+  return keys;
+}
+
+TEST(GlanceryBundle, SpeaksFourLanguages) {
+  const NSBundle bundle(std::string(GLANCERY_BUILD) + "/Glancery.appex");
+  for (const char* language : {"es", "en", "pt", "fr"}) {
+    for (const std::string& key : shownKeys()) {
+      EXPECT_TRUE(bundle.strings().text(key, language, {7})) << key << " in " << language;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace glancery

@@ -1,0 +1,102 @@
+#include "platform/swiftui/view_archiver.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/foundation/bundle.h"
+#include "platform/swiftui/stacks.h"
+#include "tests/world.h"
+
+namespace platform {
+namespace {
+
+ArchivedView archived(const View& view, ColorScheme scheme = ColorScheme::light) {
+  static const NSBundle bundle{std::filesystem::path("/nonexistent")};
+  return archiveView(view, {100, 60}, {.colorScheme = scheme}, bundle);
+}
+
+/// Remembers the size that a geometry reader saw.
+View readerInto(Size& seen) {
+  return GeometryReader([&seen](const GeometryProxy& proxy) -> View {
+    seen = proxy.size;
+    return Color::black;
+  });
+}
+
+TEST(ViewArchiver, GeometryFollowsFromPaddingsAndFrames) {
+  Size seen;
+  const View reader = readerInto(seen);
+  const std::pair<View, Size> kCases[] = {
+      {reader, {100, 60}},
+      {reader.padding(10), {80, 40}},
+      {reader.padding(-19), {138, 98}},
+      {reader.padding(Edge::horizontal, 6).padding(Edge::top, 5), {88, 55}},
+      {reader.padding(40), {20, 0}},
+      {reader.frame({.height = 30}), {100, 30}},
+      {reader.frame({.maxWidth = 70, .maxHeight = infinity}), {70, 60}},
+      {reader.frame({.minWidth = 120}), {120, 60}},
+      {reader.background(Color::white).ignoresSafeArea(), {100, 60}},
+      {reader.containerBackground(ContainerBackgroundPlacement::widget, Color::white), {100, 60}},
+      {reader.widgetURL(URL::fromString("quiloapp://streak")), {100, 60}},
+  };
+  for (const auto& [view, expected] : kCases) {
+    seen = {};
+    archived(view);
+    EXPECT_EQ(seen, expected);
+  }
+}
+
+TEST(ViewArchiverDeathTest, GeometryThatDependsOnTextStopsWithItsName) {
+  Size seen;
+  const View reader = readerInto(seen);
+  EXPECT_DEATH(archived(VStack(reader)), "GeometryReader");
+  EXPECT_DEATH(archived(ZStack(Text("a"), reader)), "GeometryReader");
+  EXPECT_DEATH(archived(Text("a").background(reader)), "GeometryReader");
+  EXPECT_DEATH(archived(reader.scaledToFit()), "GeometryReader");
+}
+
+/// Says in which scheme its body ran.
+struct SchemeView {
+  Environment<&EnvironmentValues::colorScheme> _colorScheme = {};
+  View body() const {
+    const bool dark = _colorScheme.wrappedValue() == ColorScheme::dark;
+    return Text::verbatim(dark ? "dark" : "light");
+  }
+};
+
+TEST(ViewArchiver, BodiesRunInTheirEnvironment) {
+  const View view = SchemeView();
+  EXPECT_EQ(std::get<ArchivedText>(archived(view).element).text, "light");
+  EXPECT_EQ(std::get<ArchivedText>(archived(view, ColorScheme::dark).element).text, "dark");
+  // Once outside of a body there is no scheme but the default.
+  EXPECT_EQ(currentEnvironment().colorScheme, ColorScheme::light);
+}
+
+TEST(ViewArchiver, SemanticColoursAndAlignmentAreResolved) {
+  const View view = VStack(Text("a").foregroundColor(Color::secondary), Text("b"))
+                        .multilineTextAlignment(TextAlignment::center);
+  const ArchivedView dark = archived(view, ColorScheme::dark);
+  const auto text = [&](std::size_t child) {
+    return std::get<ArchivedText>(dark.children.at(child).element);
+  };
+  EXPECT_EQ(text(0).color, (Color{235 / 255.0, 235 / 255.0, 245 / 255.0, 0.6}));
+  EXPECT_EQ(text(1).color, Color::white);
+  EXPECT_EQ(text(1).alignment, TextAlignment::center);
+}
+
+TEST(Stacks, TakeOptionalAndListedChildren) {
+  const std::vector<int> numbers = {1, 2, 3};
+  const ArchivedView stack = archived(HStack({.spacing = 6},
+                                             Text("a"),
+                                             std::optional<View>(),
+                                             std::optional<View>(Text("b")),
+                                             ForEach(numbers, [](int number) {
+                                               return Text(LocalizedStringKey("%lld", {number}));
+                                             })));
+  ASSERT_EQ(stack.children.size(), 5u);
+  EXPECT_EQ(std::get<ArchivedText>(stack.children[4].element).text, "3");
+  EXPECT_EQ(std::get<StackLayout>(stack.element),
+            (StackLayout{.axis = Axis::horizontal, .spacing = 6}));
+}
+
+}  // namespace
+}  // namespace platform

@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "platform/foundation/time_zone.h"
+#include "platform/swiftui/stacks.h"
+#include "platform/widgetkit/extension_main.h"
+#include "tests/world.h"
+
+namespace platform {
+namespace {
+
+struct Note {
+  Date date = Date::since1970(0);
+  std::string text;
+};
+
+Mirror mirror(const Note& note) {
+  return {{"date", note.date}, {"text", note.text}};
+}
+
+/// Answers timelines when it is told to.
+struct LateProvider {
+  using Entry = Note;
+
+  std::vector<Completion<Timeline<Note>>>* waiting;
+
+  Note placeholder(const TimelineProviderContext&) const { return {Date::now(), "placeholder"}; }
+  void getSnapshot(const TimelineProviderContext& context,
+                   const Completion<Note>& completion) const {
+    completion({Date::now(), context.isPreview ? "gallery" : "snapshot"});
+  }
+  void getTimeline(const TimelineProviderContext&,
+                   const Completion<Timeline<Note>>& completion) const {
+    waiting->push_back(completion);
+  }
+};
+
+struct Service : ::testing::Test {
+  Service()
+      : service({StaticConfiguration("Notes",
+                                     LateProvider{&waiting},
+                                     [](const Note& note) {
+                                       return View(Text::verbatim(note.text));
+                                     })
+                     .supportedFamilies({WidgetFamily::systemSmall}),
+                 WidgetConfiguration{.kind = "Declared"}},
+                [this](ExtensionMessage message) { answers.push_back(std::move(message)); }) {
+    world::phoneAt(Date::since1970(100));
+  }
+
+  ExtensionMessage ask(ProvideRequest request) {
+    service.handle({++id, std::move(request)});
+    return answers.back();
+  }
+  static std::string reason(const ExtensionMessage& message) {
+    const auto* failure = std::get_if<Failure>(&message.content);
+    return failure ? failure->reason : "no failure";
+  }
+  static std::string shown(const ExtensionMessage& message) {
+    const auto& entry = std::get<ArchivedTimeline>(message.content).entries.at(0);
+    return std::get<ArchivedText>(entry.light.element).text;
+  }
+
+  std::vector<Completion<Timeline<Note>>> waiting;
+  std::vector<ExtensionMessage> answers;
+  ExtensionService service;
+  std::int64_t id = 0;
+};
+
+using What = ProvideRequest::What;
+
+TEST_F(Service, AnswersUnderTheRequestsNumberWheneverTheProviderCompletes) {
+  service.handle({7, ProvideRequest{What::timeline, "Notes", {}}});
+  EXPECT_TRUE(answers.empty());
+  EXPECT_EQ(shown(ask({What::snapshot, "Notes", {.isPreview = true}})), "gallery");
+  waiting.at(0)({{{Date::since1970(3), "late"}}, TimelineReloadPolicy::after(Date::since1970(9))});
+  EXPECT_EQ(answers.back().id, 7);
+  EXPECT_EQ(shown(answers.back()), "late");
+  const auto& timeline = std::get<ArchivedTimeline>(answers.back().content);
+  EXPECT_EQ(timeline.policy.date, Date::since1970(9));
+  EXPECT_EQ(timeline.entries.at(0).fields,
+            (Mirror{{"date", "1970-01-01T00:00:03.000Z"}, {"text", "late"}}));
+}
+
+TEST_F(Service, RefusalsNameWhatIsWrong) {
+  EXPECT_EQ(reason(ask({What::timeline, "Nope", {}})), "no widget has the kind \"Nope\"");
+  EXPECT_EQ(reason(ask({What::placeholder, "Declared", {}})),
+            "the widget \"Declared\" is declared but has no provider");
+  EXPECT_EQ(reason(ask({What::timeline, "Notes", {.family = WidgetFamily::systemMedium}})),
+            "the widget \"Notes\" does not come in the family systemMedium");
+}
+
+TEST_F(Service, SettingsComeIntoForce) {
+  const world::Container container;
+  service.handle(
+      {1,
+       ConfigureRequest{.device = {.clock = Clock::standingAt(Date::since1970(42)),
+                                   .timeZone = "Asia/Tokyo"},
+                        .container = container.path().string(),
+                        .infoOverrides = {}}});
+  EXPECT_EQ(answers.back(), (ExtensionMessage{1, Configured()}));
+  EXPECT_EQ(Date::now(), Date::since1970(42));
+  EXPECT_EQ(TimeZone::current().identifier(), "Asia/Tokyo");
+  EXPECT_EQ(sharedContainer(), container.path());
+}
+
+}  // namespace
+}  // namespace platform

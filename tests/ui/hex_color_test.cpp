@@ -1,0 +1,57 @@
+#include "ui/hex_color.h"
+
+#include <gtest/gtest.h>
+
+#include <string_view>
+
+namespace glancery {
+namespace {
+
+using platform::Color;
+
+constexpr Color bytes(double r, double g, double b, double a = 255) {
+  return {r / 255, g / 255, b / 255, a / 255};
+}
+
+const Color kUnusable = bytes(1, 1, 0, 1);
+
+struct Case {
+  std::string_view text;
+  Color expected;
+};
+
+const Case kCases[] = {
+    {"C02121", bytes(192, 33, 33)},
+    {" #C02121\n", bytes(192, 33, 33)},
+    {"D3810D", bytes(211, 129, 13)},
+    {"F0A", bytes(255, 0, 170)},
+    {"#f0a", bytes(255, 0, 170)},
+    {"80FF0000", bytes(255, 0, 0, 128)},
+    // The count is that of the characters, whatever the scanner accepted among them.
+    {"ZZZZZZ", bytes(0, 0, 0)},
+    {"C0212Z", bytes(12, 2, 18)},
+    {"12 456", bytes(0, 0, 18)},
+    {"0xFFFF", bytes(0, 255, 255)},
+    {"0xF", bytes(0, 0, 255)},
+    // Letters outside ASCII are characters too, combined ones a single one.
+    {"ñandúe", bytes(0, 0, 0)},
+    {"fe\u0301", kUnusable},
+    {"12345", kUnusable},
+    {"1234567", kUnusable},
+    {"123456789", kUnusable},
+    {"", kUnusable},
+    {"#", kUnusable},
+};
+
+TEST(HexColor, ReadsThreeSixOrEightCharacters) {
+  for (const Case& row : kCases) {
+    const Color color = hexColor(row.text);
+    EXPECT_DOUBLE_EQ(color.red, row.expected.red) << row.text;
+    EXPECT_DOUBLE_EQ(color.green, row.expected.green) << row.text;
+    EXPECT_DOUBLE_EQ(color.blue, row.expected.blue) << row.text;
+    EXPECT_DOUBLE_EQ(color.opacity, row.expected.opacity) << row.text;
+  }
+}
+
+}  // namespace
+}  // namespace glancery

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "platform/foundation/user_defaults.h"
+#include "platform/foundation/value.h"
+#include "tests/world.h"
+#include "widgets/streak/streak_provider.h"
+
+// A suite as the host app and earlier evaluations left it, and what one more evaluation makes of it.
+
+namespace world {
+
+inline const std::string kSuite = "group.test";
+
+inline glancery::StreakProvider streakProvider() {
+  return {.userDefaultsSuiteName = kSuite,
+          .streakDataKey = "streakData",
+          .successImageIndexKey = "streakImageIndex",
+          .failImageIndexKey = "streakFailImageIndex",
+          .successIndexLastUpdateDateKey = "successIndexLastUpdateDate",
+          .failIndexLastUpdateDateKey = "failIndexLastUpdateDate"};
+}
+
+inline platform::NSUserDefaults suite() {
+  return platform::require(platform::NSUserDefaults::initWithSuiteName(kSuite), kSuite);
+}
+
+inline platform::Dictionary stored() {
+  return suite().dictionaryRepresentation();
+}
+
+/// The one entry of a timeline, when the next is due, and what was logged.
+struct Evaluation {
+  glancery::StreakEntry entry;
+  std::optional<platform::Date> after;
+  std::vector<std::string> log;
+};
+
+inline Evaluation evaluate() {
+  Evaluation evaluation;
+  const CapturedLog log;
+  int calls = 0;
+  streakProvider().getTimeline({}, [&](const platform::Timeline<glancery::StreakEntry>& timeline) {
+    ++calls;
+    EXPECT_EQ(timeline.entries.size(), 1u);
+    evaluation.entry = timeline.entries.front();
+    evaluation.after = timeline.policy.date;
+  });
+  EXPECT_EQ(calls, 1);
+  evaluation.log = log.lines();
+  return evaluation;
+}
+
+}  // namespace world

@@ -1,0 +1,103 @@
+#pragma once
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "platform/foundation/device.h"
+#include "platform/foundation/require.h"
+#include "platform/foundation/user_defaults.h"
+
+// The world that a test runs in: a folder of its own, a clock that stands, a log that is read back.
+
+namespace world {
+
+/// A new folder, removed with everything in it at the end.
+class Folder {
+ public:
+  Folder() {
+    std::string name = (std::filesystem::temp_directory_path() / "glancery-XXXXXX").string();
+    path_ = platform::require(
+        ::mkdtemp(name.data()) ? std::optional<std::filesystem::path>(name) : std::nullopt,
+        "a folder for the test");
+  }
+  ~Folder() { std::filesystem::remove_all(path_); }
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+/// An empty container for this process's suites.
+class Container : public Folder {
+ public:
+  Container() { platform::setSharedContainer(path()); }
+};
+
+inline platform::Date instant(std::string_view iso8601) {
+  return platform::require(platform::Date::fromISO8601(iso8601), iso8601);
+}
+
+/// The phone's clock stands at `now`, in `zone`.
+inline void phoneAt(platform::Date now, std::string zone = "UTC", std::string locale = "es_MX") {
+  platform::setCurrentDevice({.clock = platform::Clock::standingAt(now),
+                              .timeZone = std::move(zone),
+                              .locale = std::move(locale)});
+}
+
+/// Takes what this process prints to standard output while it lives.
+class CapturedLog {
+ public:
+  CapturedLog() : file_(::memfd_create("log", MFD_CLOEXEC)), original_(::dup(STDOUT_FILENO)) {
+    std::fflush(stdout);
+    ::dup2(file_, STDOUT_FILENO);
+  }
+  ~CapturedLog() {
+    ::dup2(original_, STDOUT_FILENO);
+    ::close(original_);
+    ::close(file_);
+  }
+  CapturedLog(const CapturedLog&) = delete;
+  CapturedLog& operator=(const CapturedLog&) = delete;
+
+  std::vector<std::string> lines() const {
+    std::ifstream in("/proc/self/fd/" + std::to_string(file_));
+    std::vector<std::string> all;
+    for (std::string line; std::getline(in, line);) {
+      all.push_back(line);
+    }
+    return all;
+  }
+
+ private:
+  int file_;
+  int original_;
+};
+
+inline std::string readWhole(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  EXPECT_TRUE(in) << file;
+  std::ostringstream bytes;
+  bytes << in.rdbuf();
+  return bytes.str();
+}
+
+inline void writeWhole(const std::filesystem::path& file, std::string_view bytes) {
+  std::filesystem::create_directories(file.parent_path());
+  std::ofstream(file, std::ios::binary) << bytes;
+}
+
+}  // namespace world
