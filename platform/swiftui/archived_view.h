@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <expected>
 #include <string>
@@ -59,8 +60,8 @@ struct ArchivedWidgetURL {
   friend bool operator==(const ArchivedWidgetURL&, const ArchivedWidgetURL&) = default;
 };
 
-/// What an extension hands its host instead of pixels: primitive views and modifiers, every decision
-/// taken, texts localised and pictures by name.
+/// What an extension hands its host instead of pixels: primitive views and modifiers, every
+/// decision taken, texts localised and pictures by name.
 ///
 /// A plain value. Texts, images and fills have no children; modifiers, links and geometry readers
 /// have one, backgrounds two (the content, then what lies behind it), stacks any number. An empty
@@ -87,10 +88,18 @@ struct ArchivedView {
   friend bool operator==(const ArchivedView&, const ArchivedView&) = default;
 };
 
-/// The archive as a value, for messages between processes.
+/// Views in one another, the outermost counted; deeper archives are refused when they are read.
+inline constexpr std::size_t kMaxViewDepth = 128;
+
+/// The archive as a value, for messages between processes. A view nested in another nests its value
+/// by one level.
 Value encodeView(const ArchivedView& view);
-/// Reads it back from a value that nobody has checked; the error names the element at fault. Counts
-/// of children, finite lengths and UTF-8 are as `ArchivedView` promises afterwards.
+/// Reads it back from a value that nobody has checked. Afterwards counts of children are as
+/// `ArchivedView` says, strings are UTF-8, colours lie in their range, sizes of type and ratios are
+/// positive and all lengths finite, but for the infinity that a flexible frame's maximum may be.
+///
+/// The error names the element at fault by the way to it from the root, child by child, and its
+/// kind: `view /0/2 (text): "size" must be a positive number`.
 std::expected<ArchivedView, std::string> decodeView(const Value& value);
 
 }  // namespace platform
