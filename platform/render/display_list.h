@@ -17,6 +17,7 @@ struct ImageItem {
 };
 
 struct TextItem {
+  /// Its alignment is already that of the page: leading is the left edge in every language.
   ArchivedText text;
   /// As broken for the item's frame; the last one ends with an ellipsis if lines were dropped.
   std::vector<std::string> lines;
@@ -51,7 +52,8 @@ struct DisplayList {
 std::string displayListJSON(const DisplayList& list);
 
 /// One line an item, for people and tests: `Image "flame" 12,52 18x30`, `Text "7" ...`,
-/// `Fill #RRGGBBAA ...`, numbers to a hundredth without trailing zeros, then ` -> URL` where a link is.
+/// `Fill #RRGGBBAA ...`, numbers to a hundredth without trailing zeros, then ` -> URL` where a link
+/// is. A text shows each of its lines in quotes: `Text "Keep" "going" ...`.
 std::string displayListText(const DisplayList& list);
 
 /// What a tap at that point opens: the link of the frontmost item there that lies inside one, else
