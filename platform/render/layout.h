@@ -38,7 +38,8 @@ struct LayoutEnvironment {
   LayoutDirection direction = LayoutDirection::leftToRight;
 };
 
-/// Lays a widget's view out by the platform's rules: parents propose, children answer, parents place.
+/// Lays a widget's view out by the platform's rules: parents propose, children answer, parents
+/// place.
 ///
 /// The view is proposed the widget's size less its content margins, and centred there; a container
 /// background fills the whole widget behind it. Frames are exact: snapping to pixels is drawing's.

@@ -29,6 +29,12 @@ const LayoutCase kCases[] = {
      "Fill #000000FF 0,0 40x100\n"
      "Fill #000000FF 40,0 20x100\n"
      "Fill #000000FF 60,0 40x100\n"},
+    {"flexibilityIsTheRangeAndNotTheReach",
+     hstack(tight,
+            {frame({.maxWidth = 50}, fill()), frame({.minWidth = 40, .maxWidth = 60}, fill())}),
+     "Fill #000000FF 0,0 30x10\n"
+     "Fill #000000FF 30,0 40x10\n",
+     {.widget = {70, 10}}},
     {"equallyFlexibleKeepTheirOrder",
      hstack(tight, {text("abcdef ghijkl"), text("abcdef ghijkl")}),
      "Text \"abcdef\" \"ghijkl\" 2.5,38 30x24\n"
