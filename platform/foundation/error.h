@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <ostream>
 #include <string>
+#include <string_view>
 
 namespace platform {
 
@@ -23,5 +24,21 @@ struct NSError {
 inline constexpr const char* NSCocoaErrorDomain = "NSCocoaErrorDomain";
 /// Reading data that is not in its format.
 inline constexpr std::int64_t NSPropertyListReadCorruptError = 3840;
+/// Writing a value that the format can't hold.
+inline constexpr std::int64_t NSPropertyListWriteInvalidError = 3852;
+
+/// The two errors of serialisation, in the platform's words; `detail` says what is wrong and where.
+inline NSError readCorruptError(std::string_view detail) {
+  return {NSCocoaErrorDomain,
+          NSPropertyListReadCorruptError,
+          "The data couldn’t be read because it isn’t in the correct format. (" +
+              std::string(detail) + ")"};
+}
+inline NSError writeInvalidError(std::string_view detail) {
+  return {NSCocoaErrorDomain,
+          NSPropertyListWriteInvalidError,
+          "The data couldn’t be written because it can’t be put into the format. (" +
+              std::string(detail) + ")"};
+}
 
 }  // namespace platform
