@@ -11,14 +11,16 @@ namespace platform {
 
 /// Property lists: the platform's files of typed values, binary or XML.
 ///
-/// Values are strings, integers, reals, booleans, data, dates, arrays and dictionaries; dates hold
-/// milliseconds. Safe from any thread.
+/// Values are strings, integers, reals, booleans, data, dates, arrays and dictionaries, nested up
+/// to 512 levels. A date given to the millisecond comes back equal; any other, from 1900 to 2100,
+/// to within a microsecond. Safe from any thread.
 struct NSPropertyListSerialization {
-  /// Reads either form; the error says that the bytes are no property list.
+  /// Reads either form, from bytes that nobody has checked; the error says that the bytes are no
+  /// property list, and why. Integers beyond 64 bits become doubles.
   static std::expected<Value, NSError> propertyListWithData(std::string_view bytes);
 
   /// Writes the binary form. Fails on what no property list can hold: null, a string that is not
-  /// UTF-8, a date out of range; the error names the key.
+  /// UTF-8, a date that is not finite; the error names the key.
   static std::expected<std::string, NSError> dataWithPropertyList(const Value& value);
 };
 
