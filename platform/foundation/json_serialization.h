@@ -14,13 +14,14 @@ struct NSJSONSerialization {
 
   /// Parses one JSON text. A scalar at the top level parses: whoever wants an object casts.
   ///
-  /// Refuses empty data, NUL bytes, trailing bytes, invalid UTF-8, lone surrogates, numbers beyond a
-  /// double and nesting beyond `kMaxDepth`; the error says what and where. A byte-order mark is
+  /// Refuses empty data, NUL bytes, trailing bytes, invalid UTF-8, lone surrogates, numbers beyond
+  /// a double and nesting beyond `kMaxDepth`; the error says what and where. A byte-order mark is
   /// skipped; of equal keys the last wins. Integers beyond 64 bits become doubles.
   static std::expected<Value, NSError> JSONObjectWithData(const Data& data);
 
-  /// Writes a compact JSON text; the slash is escaped, as the platform does. Fails on data, dates,
-  /// strings that are not UTF-8 and numbers that are not finite.
+  /// Writes a compact JSON text; the slash is escaped and a whole number has no fraction (5.0 is
+  /// "5"), as the platform does. Fails on data, dates, strings that are not UTF-8, numbers that are
+  /// not finite and nesting beyond `kMaxDepth`; the error names the key.
   static std::expected<Data, NSError> dataWithJSONObject(const Value& object);
 };
 
