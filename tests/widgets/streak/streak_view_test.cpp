@@ -5,7 +5,7 @@
 #include "platform/foundation/bundle.h"
 #include "platform/render/layout.h"
 #include "platform/swiftui/view_archiver.h"
-#include "tests/fixed_advance_measurer.h"
+#include "tests/platform/render/layout_fixture.h"
 #include "tests/world.h"
 #include "widgets/streak/streak_widget.h"
 #include "widgets/streak/streak_widget_entry_view.h"
@@ -31,7 +31,7 @@ std::optional<Size> imageSize(std::string_view name) {
 std::string laidOut(const View& view, EdgeInsets margins) {
   const Size content = {kWidget.width - margins.leading - margins.trailing,
                         kWidget.height - margins.top - margins.bottom};
-  world::FixedAdvanceMeasurer text;
+  test::FixedAdvanceMeasurer text;
   const ArchivedView archived = archiveView(view, content, {}, NSBundle::mainBundle());
   return displayListText(layOut(archived, kWidget, margins, {text, imageSize}));
 }
@@ -94,7 +94,7 @@ TEST(StreakView, TheMessageIsSmallTightAndPulledUp) {
   StreakEntry shown = entry(7);
   shown.showTimeBasedText = true;
   shown.timeBasedMessageKey = "Go on";
-  world::FixedAdvanceMeasurer text;
+  test::FixedAdvanceMeasurer text;
   const ArchivedView archived = archiveView(
       StreakWidgetEntryView{shown, false}, kWidget, {}, NSBundle::mainBundle());
   const DisplayList list = layOut(archived, kWidget, {}, {text, imageSize});
