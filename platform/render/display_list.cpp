@@ -4,6 +4,9 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <ostream>
+#include <sstream>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -110,20 +113,19 @@ std::string inQuotes(std::string_view text) {
   return result + '"';
 }
 
-std::string describe(const ImageItem& image) {
-  return "Image " + inQuotes(image.name);
+void describe(std::ostream& out, const ImageItem& image) {
+  out << "Image " << inQuotes(image.name);
 }
 
-std::string describe(const TextItem& item) {
-  std::string text = "Text";
+void describe(std::ostream& out, const TextItem& item) {
+  out << "Text";
   for (const std::string& line : item.lines) {
-    text += " " + inQuotes(line);
+    out << " " << inQuotes(line);
   }
-  return text;
 }
 
-std::string describe(const FillItem& fill) {
-  return "Fill " + hex(fill.color);
+void describe(std::ostream& out, const FillItem& fill) {
+  out << "Fill " << hex(fill.color);
 }
 
 bool contains(double start, double length, double value) {
@@ -160,14 +162,17 @@ std::string displayListJSON(const DisplayList& list) {
 }
 
 std::string displayListText(const DisplayList& list) {
-  std::string text;
-  for (const DisplayItem& item : list.items) {
-    text += std::visit([](const auto& content) { return describe(content); }, item.content);
-    text += " " + hundredths(item.frame.x) + "," + hundredths(item.frame.y);
-    text += " " + hundredths(item.frame.width) + "x" + hundredths(item.frame.height);
-    text += item.link ? " -> " + *item.link + "\n" : "\n";
+  std::ostringstream out;
+  for (const auto& [content, frame, link] : list.items) {
+    std::visit([&](const auto& shown) { describe(out, shown); }, content);
+    out << " " << hundredths(frame.x) << "," << hundredths(frame.y);
+    out << " " << hundredths(frame.width) << "x" << hundredths(frame.height);
+    if (link) {
+      out << " -> " << *link;
+    }
+    out << "\n";
   }
-  return text;
+  return std::move(out).str();
 }
 
 std::optional<std::string> linkAt(const DisplayList& list, Point point) {

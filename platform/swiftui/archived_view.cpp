@@ -193,11 +193,11 @@ class Decoder {
   std::unexpected<std::string> fault(std::string_view what) const {
     std::string message = "view ";
     for (const std::size_t index : path_) {
-      message += "/" + std::to_string(index);
+      message.append("/").append(std::to_string(index));
     }
     message += path_.empty() ? "/" : "";
     if (!kind_.empty()) {
-      message += " (" + std::string(kind_) + ")";
+      message.append(" (").append(kind_).append(")");
     }
     return std::unexpected(message.append(": ").append(what));
   }

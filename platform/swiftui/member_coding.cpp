@@ -70,7 +70,10 @@ std::string_view rule(NumberRange range) {
 
 std::string quotedForeignName(std::string_view name) {
   constexpr std::size_t longest = 40;
-  return name.size() <= longest && isUTF8(name) ? "\"" + std::string(name) + "\"" : "(unprintable)";
+  if (name.size() > longest || !isUTF8(name)) {
+    return "(unprintable)";
+  }
+  return std::string("\"").append(name).append("\"");
 }
 
 void MemberEncoder::number(const char* key, const std::optional<double>& value, NumberRange) {
