@@ -17,6 +17,7 @@
 #include "platform/foundation/device.h"
 #include "platform/foundation/require.h"
 #include "platform/foundation/user_defaults.h"
+#include "tests/instant.h"
 
 // The world that a test runs in: a folder of its own, a clock that stands, a log that is read back.
 
@@ -46,10 +47,6 @@ class Container : public Folder {
  public:
   Container() { platform::setSharedContainer(path()); }
 };
-
-inline platform::Date instant(std::string_view iso8601) {
-  return platform::require(platform::Date::fromISO8601(iso8601), iso8601);
-}
 
 /// The phone's clock stands at `now`, in `zone`.
 inline void phoneAt(platform::Date now, std::string zone = "UTC", std::string locale = "es_MX") {

@@ -228,7 +228,7 @@ class Reader {
       }
       return fault(number, "is a string that is not UTF-16");
     }
-    if (!isValidUTF8(*bytes)) {
+    if (!isUTF8(*bytes)) {
       return fault(number, "is a string that is not UTF-8");
     }
     return *bytes;

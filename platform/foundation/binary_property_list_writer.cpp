@@ -58,8 +58,8 @@ std::string encodedReal(Kind kind, double value) {
 std::optional<std::string> encodedText(std::string_view text) {
   std::string units;
   bool ascii = true;
-  for (std::size_t position = 0; position < text.size();) {
-    const auto point = nextCodePoint(text, position);
+  for (std::string_view rest = text; !rest.empty();) {
+    const auto point = takeFirstCodePoint(rest);
     if (!point) {
       return std::nullopt;
     }

@@ -11,9 +11,9 @@ namespace platform {
 ///
 /// Civil time (a day and a time on the wall) and absolute time (`Date`) part ways where a zone's
 /// offset changes: some civil times are skipped, some happen twice, and in a few zones that befalls
-/// midnight or a whole day. A skipped time stands for the first instant after the gap, a repeated one
-/// for its first occurrence. Every calendar a device can be set to agrees on where days begin and
-/// end, so one engine serves them all; names and numbers of years are the date formatter's.
+/// midnight or a whole day. A skipped time stands for the first instant after the gap, a repeated
+/// one for its first occurrence. Every calendar a device can be set to agrees on where days begin
+/// and end, so one engine serves them all; names and numbers of years are the date formatter's.
 class Calendar {
  public:
   /// The calendar of the device's zone at the moment of the call.

@@ -35,7 +35,7 @@ class CBORBuilder : public ValueBuilder {
 
  private:
   bool checked(std::string_view text) {
-    return isValidUTF8(text) || fail("a text that is not UTF-8: \"" + excerpt(text) + "\"");
+    return isUTF8(text) || fail("a text that is not UTF-8: \"" + excerpt(text) + "\"");
   }
 };
 
@@ -58,7 +58,7 @@ Tree treeOf(const Array& array, int depth) {
 Tree treeOf(const Dictionary& dictionary, int depth) {
   json tree = json::object();
   for (const auto& [key, value] : dictionary) {
-    if (!isValidUTF8(key)) {
+    if (!isUTF8(key)) {
       return std::unexpected(ValueFault{"the key \"" + excerpt(key) + "\" is not UTF-8"});
     }
     auto member = treeOf(value, depth);
@@ -75,7 +75,7 @@ Tree treeOfHeld(const T& value, int depth) {
   if constexpr (std::is_same_v<T, Null>) {
     return json(nullptr);
   } else if constexpr (std::is_same_v<T, std::string>) {
-    if (!isValidUTF8(value)) {
+    if (!isUTF8(value)) {
       return std::unexpected(ValueFault{"a string that is not UTF-8"});
     }
     return json(value);

@@ -5,8 +5,8 @@
 
 namespace platform {
 
-/// Text without the characters at both ends that are no letters, marks or numbers of Unicode (general
-/// categories L, M and N). `text` is UTF-8.
+/// Text without the characters at both ends that are no letters, marks or numbers of Unicode
+/// (general categories L, M and N). `text` is UTF-8.
 std::string trimmingNonAlphanumerics(std::string_view text);
 
 /// How many characters people would count: Unicode's extended grapheme clusters.

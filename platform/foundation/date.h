@@ -1,6 +1,7 @@
 #pragma once
 
 #include <compare>
+#include <cstdint>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -17,18 +18,25 @@ class Date {
   static constexpr Date since1970(double seconds) { return Date(seconds); }
   /// The present instant by the device's clock.
   static Date now();
-  /// The platform's far ends of time: 0001-01-01 and 4001-01-01, both at 00:00 UTC.
+  /// The platform's far ends of time, both at 00:00 UTC: 0001-01-01 of the Julian calendar, which
+  /// the Gregorian one calls 0000-12-30, and 4001-01-01.
   static constexpr Date distantPast() { return Date(-62135769600.0); }
   static constexpr Date distantFuture() { return Date(64092211200.0); }
 
   constexpr double timeIntervalSince1970() const { return seconds_; }
   constexpr Date addingTimeInterval(double seconds) const { return Date(seconds_ + seconds); }
 
+  /// The second in which the instant lies: fractions are cut off toward the past. Doubles tell no
+  /// seconds apart beyond 2^53 of them; an instant further away counts as that far.
+  std::int64_t wholeSecondsSince1970() const;
+
   /// The standard description: "2023-11-14 22:13:20 +0000", in UTC, fractions cut off (toward the
   /// past); "<description unavailable>" outside the distant past and future.
   std::string description() const;
 
   /// ISO 8601 in UTC with milliseconds, "2023-11-14T22:13:20.000Z"; rounded to the millisecond.
+  /// Years that four digits can't hold give "<description unavailable>", which nothing reads as a
+  /// date.
   std::string iso8601() const;
 
   /// Reads ISO 8601 with a zone: "2023-11-14T22:13:20Z", "...22:13:20.25+01:00", "...22:13Z".

@@ -34,17 +34,15 @@ struct Clock {
   Date instant = Date::since1970(0);
 
   static Clock standingAt(Date instant) { return {Kind::standing, 0, instant}; }
-  static Clock shiftedBy(double seconds) {
-    return {Kind::shifted, seconds, Date::since1970(0)};
-  }
+  static Clock shiftedBy(double seconds) { return {Kind::shifted, seconds, Date::since1970(0)}; }
   Date now() const;
   friend bool operator==(const Clock&, const Clock&) = default;
 };
 
 /// The settings of the phone that the process runs on.
 ///
-/// `Date::now`, `Calendar::current`, `Locale::current` and `TimeZone::current` read it at the moment
-/// of the call. It is the only seam between product code and the world.
+/// `Date::now`, `Calendar::current`, `Locale::current` and `TimeZone::current` read it at the
+/// moment of the call. It is the only seam between product code and the world.
 struct Device {
   Clock clock = {};
   /// An identifier of the system's tz database, such as "America/Mexico_City".

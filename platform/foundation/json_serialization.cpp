@@ -131,7 +131,7 @@ class Writer {
   }
 
   Written writeText(std::string_view text) {
-    if (!isValidUTF8(text)) {
+    if (!isUTF8(text)) {
       return fault("a string that is not UTF-8");
     }
     constexpr std::string_view digits = "0123456789abcdef";

@@ -103,7 +103,7 @@ std::expected<Value, std::string> readXML(std::string_view xml) {
   if (xml.size() > kMaxXMLSize) {
     return std::unexpected("the file is too large");
   }
-  if (!isValidUTF8(xml)) {
+  if (!isUTF8(xml)) {
     return std::unexpected("the text is not UTF-8");
   }
   if (occurrences(xml, "<array") + occurrences(xml, "<dict") > kMaxXMLContainers) {

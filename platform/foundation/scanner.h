@@ -11,8 +11,9 @@ class NSScanner {
  public:
   explicit NSScanner(std::string_view text) : rest_(text) {}
 
-  /// Reads hexadecimal digits, after white space and an optional "0x"; too large a number reads as
-  /// the largest. Without a digit it returns false and leaves `value` alone.
+  /// Reads hexadecimal digits of ASCII, after ASCII's white space and an optional "0x"; too large a
+  /// number reads as the largest. Without a digit it returns false and leaves `value` alone; a "0x"
+  /// that no digit follows reads as its zero.
   bool scanHexLongLong(std::uint64_t& value);
 
  private:

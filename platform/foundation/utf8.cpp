@@ -1,6 +1,8 @@
 #include "platform/foundation/utf8.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace platform {
@@ -8,53 +10,68 @@ namespace platform {
 namespace {
 
 struct Form {
+  std::uint8_t leadMask;
+  std::uint8_t lead;
   std::size_t length;
-  char32_t bits;
   char32_t smallest;
 };
 
-std::optional<Form> formOf(unsigned char lead) {
-  if (lead < 0x80) {
-    return Form{1, lead, 0};
-  }
-  if (lead >= 0xC0 && lead < 0xE0) {
-    return Form{2, char32_t{lead} & 0x1F, 0x80};
-  }
-  if (lead >= 0xE0 && lead < 0xF0) {
-    return Form{3, char32_t{lead} & 0x0F, 0x800};
-  }
-  if (lead >= 0xF0 && lead < 0xF8) {
-    return Form{4, char32_t{lead} & 0x07, 0x10000};
-  }
-  return std::nullopt;
+constexpr std::array kForms = {
+    Form{0x80, 0x00, 1, 0},
+    Form{0xE0, 0xC0, 2, 0x80},
+    Form{0xF0, 0xE0, 3, 0x800},
+    Form{0xF8, 0xF0, 4, 0x10000},
+};
+
+struct Decoded {
+  char32_t codePoint;
+  std::size_t length;
+};
+
+bool isContinuation(char c) {
+  return (static_cast<std::uint8_t>(c) & 0xC0) == 0x80;
 }
 
-std::optional<char32_t> decode(std::string_view bytes, const Form& form) {
-  if (bytes.size() < form.length) {
+/// The code point at the front, with the bytes it takes.
+std::optional<Decoded> decodeFront(std::string_view text) {
+  const auto lead = static_cast<std::uint8_t>(text.front());
+  const auto form = std::ranges::find_if(
+      kForms, [&](const Form& candidate) { return (lead & candidate.leadMask) == candidate.lead; });
+  if (form == kForms.end() || text.size() < form->length) {
     return std::nullopt;
   }
-  char32_t point = form.bits;
-  for (std::size_t i = 1; i < form.length; ++i) {
-    const auto byte = static_cast<unsigned char>(bytes[i]);
-    if ((byte & 0xC0) != 0x80) {
+  char32_t codePoint = lead & static_cast<std::uint8_t>(~form->leadMask);
+  for (const char c : text.substr(1, form->length - 1)) {
+    if (!isContinuation(c)) {
       return std::nullopt;
     }
-    point = point << 6 | (byte & 0x3Fu);
+    codePoint = codePoint << 6 | (static_cast<std::uint8_t>(c) & 0x3F);
   }
-  const bool surrogate = point >= 0xD800 && point <= 0xDFFF;
-  if (point < form.smallest || point > 0x10FFFF || surrogate) {
+  const bool surrogate = codePoint >= 0xD800 && codePoint <= 0xDFFF;
+  if (codePoint < form->smallest || codePoint > 0x10FFFF || surrogate) {
     return std::nullopt;
   }
-  return point;
+  return Decoded{codePoint, form->length};
 }
 
 }  // namespace
 
-std::optional<char32_t> nextCodePoint(std::string_view text, std::size_t& position) {
-  const auto form = formOf(static_cast<unsigned char>(text[position]));
-  const auto point = form ? decode(text.substr(position), *form) : std::nullopt;
-  position += point ? form->length : 1;
-  return point;
+std::optional<char32_t> takeFirstCodePoint(std::string_view& text) {
+  const auto decoded = decodeFront(text);
+  text.remove_prefix(decoded ? decoded->length : 1);
+  return decoded.transform([](const Decoded& found) { return found.codePoint; });
+}
+
+std::optional<char32_t> takeLastCodePoint(std::string_view& text) {
+  for (std::size_t length = 1; length <= std::min<std::size_t>(4, text.size()); ++length) {
+    const auto decoded = decodeFront(text.substr(text.size() - length));
+    if (decoded && decoded->length == length) {
+      text.remove_suffix(length);
+      return decoded->codePoint;
+    }
+  }
+  text.remove_suffix(1);
+  return std::nullopt;
 }
 
 void appendCodePoint(std::string& text, char32_t point) {
@@ -79,11 +96,12 @@ void appendCodePoint(std::string& text, char32_t point) {
   append(0x80 | (point & 0x3F));
 }
 
-bool isValidUTF8(std::string_view text) {
-  for (std::size_t position = 0; position < text.size();) {
-    if (static_cast<unsigned char>(text[position]) < 0x80) {
-      ++position;
-    } else if (!nextCodePoint(text, position)) {
+bool isUTF8(std::string_view text) {
+  while (!text.empty()) {
+    // Most texts are ASCII, which needs no decoding.
+    if (static_cast<std::uint8_t>(text.front()) < 0x80) {
+      text.remove_prefix(1);
+    } else if (!takeFirstCodePoint(text)) {
       return false;
     }
   }
@@ -91,12 +109,13 @@ bool isValidUTF8(std::string_view text) {
 }
 
 std::string excerpt(std::string_view text, std::size_t limit) {
+  const std::size_t whole = text.size();
   std::string out;
-  for (std::size_t position = 0; position < text.size();) {
-    if (position >= limit) {
+  while (!text.empty()) {
+    if (whole - text.size() >= limit) {
       return out + "…";
     }
-    appendCodePoint(out, nextCodePoint(text, position).value_or(U'\uFFFD'));
+    appendCodePoint(out, takeFirstCodePoint(text).value_or(U'\uFFFD'));
   }
   return out;
 }

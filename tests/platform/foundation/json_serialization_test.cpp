@@ -6,7 +6,7 @@
 #include <cmath>
 #include <limits>
 
-#include "tests/platform/foundation/test_vectors.h"
+#include "tests/vectors.h"
 
 namespace platform {
 
@@ -43,7 +43,7 @@ bool shouldParse(const json& row) {
 }
 
 TEST(JSONSerialization, CastsAsThePlatformDoes) {
-  for (const json& row : testVectors("json.json")) {
+  for (const json& row : vectorRows("json.json")) {
     SCOPED_TRACE(row.dump());
     if (row.contains("depth")) {
       EXPECT_EQ(parse(nested(row["depth"])).has_value(), row["parses"].get<bool>());
@@ -104,7 +104,7 @@ TEST(JSONSerialization, ErrorsStayShortAndReadable) {
 }
 
 TEST(JSONSerialization, WritesAsThePlatformDoes) {
-  for (const json& row : testVectors("printed.json")) {
+  for (const json& row : vectorRows("printed.json")) {
     if (row["kind"] == "jsonString") {
       const std::string value = row["value"];
       EXPECT_EQ(write(Dictionary{{"k", value}}), row["text"].get<std::string>());

@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "platform/foundation/property_list.h"
-#include "tests/platform/foundation/test_vectors.h"
+#include "tests/vectors.h"
 
 namespace platform {
 
@@ -97,7 +97,7 @@ Value storedValue(const std::string& type, const std::string& text) {
 
 TEST_F(UserDefaults, TypedReadsAreThePlatforms) {
   auto defaults = suite();
-  for (const json& row : testVectors("defaults.json")) {
+  for (const json& row : vectorRows("defaults.json")) {
     SCOPED_TRACE(row.dump());
     defaults.removeObjectForKey("key");
     if (row.contains("type")) {
