@@ -4,6 +4,31 @@
 #include "host/command_error.h"
 #include "host/commands/commands.h"
 
+namespace {
+
+/// A word where only the name of a command can stand is one, or is named in an error.
+void checkCommandName(const CLI::App& app, int argc, char** argv) {
+  const CLI::App* group = &app;
+  for (int index = 1; index < argc && argv[index][0] != '-'; ++index) {
+    const auto commands = group->get_subcommands([](const CLI::App*) { return true; });
+    if (commands.empty()) {
+      return;
+    }
+    std::string names;
+    const CLI::App* next = nullptr;
+    for (const CLI::App* command : commands) {
+      names += (names.empty() ? "" : ", ") + command->get_name();
+      next = command->get_name() == argv[index] ? command : next;
+    }
+    if (!next) {
+      throw host::wrongValue("no command", argv[index], "give one of " + names);
+    }
+    group = next;
+  }
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
   CLI::App app("Glancery's widget host: what a phone would be around the widget extension.",
                "glancery");
@@ -17,6 +42,7 @@ int main(int argc, char** argv) {
   host::addStoreCommand(app);
   host::addAppCommand(app);
   try {
+    checkCommandName(app, argc, argv);
     app.parse(argc, argv);
     std::cout.flush();
     if (!std::cout) {
@@ -24,7 +50,11 @@ int main(int argc, char** argv) {
     }
     return host::kDone;
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? host::kDone : host::kWrongUsage;
+    if (error.get_exit_code() == 0) {
+      return app.exit(error);  // Help was asked for.
+    }
+    std::cerr << "glancery: " << error.what() << " (see --help)\n";
+    return host::kWrongUsage;
   } catch (const host::CommandError& error) {
     std::cerr << "glancery: " << error.what() << '\n';
     return error.status();

@@ -37,7 +37,7 @@ void tap(const TapOptions& options) {
   if (!options.point.empty()) {
     point = parsePoint(options.point);
     if (!point) {
-      throw wrongValue("X,Y", options.point, "give points from the widget's top left, such as 40,79");
+      throw wrongValue("POINT", options.point, "give points from the widget's top left, such as 40,79");
     }
   }
   WidgetHost host(settle(options.device));
@@ -49,7 +49,7 @@ void tap(const TapOptions& options) {
                                         host.familyOf(options.kind));
   if (point && !(point->x >= 0 && point->x < list.size.width && point->y >= 0 &&
                  point->y < list.size.height)) {
-    throw wrongValue("X,Y",
+    throw wrongValue("POINT",
                      options.point,
                      "the widget is " + std::to_string(static_cast<int>(list.size.width)) + "x" +
                          std::to_string(static_cast<int>(list.size.height)) + " points");
@@ -68,7 +68,7 @@ void addTapCommand(CLI::App& app) {
       app.add_subcommand("tap", "Prints the deep link that a tap on a widget opens, or nothing");
   command->add_option("KIND", options->kind, "The widget, as gallery lists it")->required();
   command->add_option(
-      "X,Y", options->point, "Where, in points from the top left (default: the middle)");
+      "POINT", options->point, "X,Y in points from the top left (default: the middle)");
   options->device.addTo(*command);
   command->callback([options] { tap(*options); });
 }

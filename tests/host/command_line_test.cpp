@@ -120,7 +120,7 @@ TEST(CommandLine, RendersPicturesAndDisplayLists) {
 TEST(CommandLine, APictureThatTheBundleLacksIsSaidAndTheRestDrawn) {
   const Phone phone;
   phone.glancery({"app", "streak", "3", "--last-active", "2024-03-05T10:00:00Z"});
-  phone.glancery({"store", "set", "streakImageIndex", "--type", "integer", "--", "-3"});
+  phone.glancery({"store", "set", "streakImageIndex", "-3", "--type", "integer"});
   const Ran ran = phone.glancery({"render", "StreakWidget", "-o", phone.file("a.png").string(),
                                   "--now", "2024-03-05T21:00:00Z", "--time-zone", "UTC"});
   EXPECT_EQ(ran.status, 0);
@@ -205,7 +205,9 @@ const Mistake kMistakes[] = {
     {"emptyUser", {"app", "sign-in", ""}, 2, {"UID"}},
     {"wordOfAnotherType", {"store", "set", "k", "1.5", "--type", "integer"}, 2, {"\"1.5\"", "whole number"}},
     {"unknownType", {"store", "set", "k", "v", "--type", "colour"}, 2, {"colour", "string, integer"}},
-    {"unknownCommand", {"dance"}, 2, {"dance"}},
+    {"unknownCommand", {"dance"}, 2, {"\"dance\"", "gallery, placeholder"}},
+    {"unknownCommandOfAGroup", {"store", "burn"}, 2, {"\"burn\"", "get, delete"}},
+    {"noCommandOfAGroup", {"store"}, 2, {"subcommand"}},
 };
 
 class Mistakes : public ::testing::TestWithParam<Mistake> {};

@@ -34,6 +34,7 @@ struct Case {
   const char* how;
   Kind kind;
   const char* reason;
+  friend void PrintTo(const Case& row, std::ostream* out) { *out << row.how; }
 };
 
 class Misbehaviour : public ::testing::TestWithParam<Case> {};
