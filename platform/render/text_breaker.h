@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/render/handles.h"
+#include "platform/render/layout.h"
+#include "platform/render/typefaces.h"
+
+namespace platform {
+
+struct TextMask;
+
+/// One line of a broken text, in points from the text's top left.
+struct BrokenLine {
+  std::string text = {};
+  double width = 0;
+  double baseline = 0;
+  bool rightToLeft = false;
+};
+
+/// A text shaped and broken, ready to be drawn as often as needed.
+struct BrokenText {
+  BrokenText();
+  ~BrokenText();
+
+  /// As drawn: the text up to the ellipsis, if lines were dropped.
+  Handle<PangoLayout> layout;
+  Size size;
+  std::vector<BrokenLine> lines;
+  /// The pictures of it that have been drawn so far.
+  mutable std::vector<TextMask> masks;
+};
+
+/// Shapes texts with the bundle's typefaces and breaks them into lines.
+///
+/// Keeps what it has broken, so that measuring and drawing a text cost once. A text broken at its
+/// own size has the same lines again.
+class TextBreaker : public TextMeasurer {
+ public:
+  explicit TextBreaker(Typefaces& typefaces) : typefaces_(typefaces) {}
+
+  TextLines breakLines(const ArchivedText& text, ProposedSize proposal) override;
+
+  /// The same with what it takes to draw it.
+  std::shared_ptr<const BrokenText> broken(const ArchivedText& text, ProposedSize proposal);
+
+ private:
+  /// All that decides the breaks; lengths in Pango's units, so that rounding on the way through a
+  /// layout does not tell two equal widths apart.
+  struct Key {
+    std::string text;
+    std::string family;
+    double size;
+    Weight weight;
+    double tracking;
+    int width;
+    int height;
+    friend bool operator==(const Key&, const Key&) = default;
+  };
+  struct KeyHash {
+    std::size_t operator()(const Key& key) const;
+  };
+
+  std::shared_ptr<const BrokenText> shape(const Key& key);
+
+  Typefaces& typefaces_;
+  std::unordered_map<Key, std::shared_ptr<const BrokenText>, KeyHash> broken_;
+};
+
+}  // namespace platform
