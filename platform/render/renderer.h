@@ -1,36 +1,18 @@
 #pragma once
 
-#include <cstdint>
 #include <expected>
 #include <filesystem>
 #include <memory>
 #include <set>
 #include <string>
-#include <vector>
 
+#include "platform/render/bitmap.h"
 #include "platform/render/display_list.h"
+#include "platform/render/picture_options.h"
 #include "platform/swiftui/archived_view.h"
-#include "platform/swiftui/color_scheme.h"
 #include "platform/swiftui/geometry.h"
 
 namespace platform {
-
-/// Pixels of premultiplied sRGB, each 0xAARRGGBB in the machine's byte order; rows from the top,
-/// without padding: `pixels.size() == width * height`.
-struct Bitmap {
-  int width = 0;
-  int height = 0;
-  std::vector<std::uint32_t> pixels = {};
-};
-
-/// How a widget's picture is made from its display list.
-struct PictureOptions {
-  /// Pixels a point, 1 to 4.
-  double scale = 3;
-  ColorScheme scheme = ColorScheme::light;
-  /// Radius of the continuous corners that the picture is clipped to, in points; 0 leaves it square.
-  double cornerRadius = 0;
-};
 
 /// Everything between an archived view and a picture of it, for one bundle: its typefaces and
 /// pictures, the layout, the drawing.
@@ -47,10 +29,10 @@ class Renderer {
                              EdgeInsets contentMargins,
                              LayoutDirection direction) = 0;
 
-  /// Draws the list into `ceil(size * scale)` pixels, frames snapped to whole pixels, clipped to the
-  /// widget, source over. Fails on a size that is empty or beyond 4096 pixels a side, and on a
-  /// picture of the bundle that can't be read; the error names it. A picture that the bundle does not
-  /// have paints nothing and is listed in `missingImages`.
+  /// Draws the list into `ceil(size * scale)` pixels, frames snapped to whole pixels, clipped to
+  /// the widget, source over. Fails on a size that is empty or beyond 4096 pixels a side, and on a
+  /// picture of the bundle that can't be read; the error names it. A picture that the bundle does
+  /// not have paints nothing and is listed in `missingImages`.
   virtual std::expected<Bitmap, std::string> rasterize(const DisplayList& list,
                                                        const PictureOptions& options) = 0;
 
@@ -66,9 +48,9 @@ class Renderer {
   virtual const std::set<std::string>& missingImages() const = 0;
 };
 
-/// Opens the renderer of a bundle folder (its `Assets.xcassets`, its fonts by `UIAppFonts`), with the
-/// system's typefaces from `systemFonts`. No other fonts of the machine are seen, so that pictures
-/// are the same everywhere. The error names the file at fault.
+/// Opens the renderer of a bundle folder (its `Assets.xcassets`, its fonts by `UIAppFonts`), with
+/// the system's typefaces from `systemFonts`. No other fonts of the machine are seen, so that
+/// pictures are the same everywhere. The error names the file at fault.
 std::expected<std::unique_ptr<Renderer>, std::string> openRenderer(
     const std::filesystem::path& bundle, const std::filesystem::path& systemFonts);
 

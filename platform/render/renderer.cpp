@@ -1,0 +1,93 @@
+#include "platform/render/renderer.h"
+
+#include <dlfcn.h>
+
+#include <system_error>
+#include <utility>
+
+#include "platform/render/layout.h"
+#include "platform/render/picture_store.h"
+#include "platform/render/png_encoder.h"
+#include "platform/render/rasterizer.h"
+#include "platform/render/svg_document.h"
+#include "platform/render/text_breaker.h"
+#include "platform/render/typefaces.h"
+
+namespace platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// The library that draws SVG lies beside the program or library that this code is in.
+fs::path svgModule() {
+  static const char here = 0;
+  Dl_info module = {};
+  dladdr(&here, &module);
+  return fs::path(module.dli_fname).parent_path() / "libglancery_svg.so";
+}
+
+class BundleRenderer final : public Renderer {
+ public:
+  BundleRenderer(std::unique_ptr<Typefaces> typefaces, const fs::path& bundle)
+      : typefaces_(std::move(typefaces)), pictures_(bundle / "Assets.xcassets", svgModule()) {}
+
+  DisplayList layOut(const ArchivedView& view,
+                     Size widget,
+                     EdgeInsets contentMargins,
+                     LayoutDirection direction) override {
+    return platform::layOut(
+        view,
+        widget,
+        contentMargins,
+        {.text = texts_,
+         .imageSize = [this](std::string_view name) { return pictures_.naturalSize(name); },
+         .direction = direction});
+  }
+
+  std::expected<Bitmap, std::string> rasterize(const DisplayList& list,
+                                               const PictureOptions& options) override {
+    Bitmap bitmap;
+    if (auto painted = rasterizer_.paint(list, options, bitmap); !painted) {
+      return std::unexpected(std::move(painted).error());
+    }
+    return bitmap;
+  }
+
+  std::expected<std::string, std::string> png(const DisplayList& list,
+                                              const PictureOptions& options) override {
+    if (auto painted = rasterizer_.paint(list, options, scratch_); !painted) {
+      return std::unexpected(std::move(painted).error());
+    }
+    return encoder_.encode(scratch_);
+  }
+
+  std::expected<std::string, std::string> svg(const DisplayList& list,
+                                              const PictureOptions& options) override {
+    return svgDocument(
+        list, options, {.texts = texts_, .pictures = pictures_, .encoder = encoder_});
+  }
+
+  const std::set<std::string>& missingImages() const override { return pictures_.missing(); }
+
+ private:
+  std::unique_ptr<Typefaces> typefaces_;
+  TextBreaker texts_{*typefaces_};
+  PictureStore pictures_;
+  Rasterizer rasterizer_{texts_, pictures_};
+  PNGEncoder encoder_;
+  /// Kept between pictures, as the encoder's buffers are.
+  Bitmap scratch_;
+};
+
+}  // namespace
+
+std::expected<std::unique_ptr<Renderer>, std::string> openRenderer(const fs::path& bundle,
+                                                                   const fs::path& systemFonts) {
+  auto typefaces = Typefaces::open(bundle, systemFonts);
+  if (!typefaces) {
+    return std::unexpected(std::move(typefaces).error());
+  }
+  return std::make_unique<BundleRenderer>(std::move(*typefaces), bundle);
+}
+
+}  // namespace platform
