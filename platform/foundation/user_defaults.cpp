@@ -74,34 +74,40 @@ std::optional<Data> NSUserDefaults::dataForKey(std::string_view key) const {
 }
 
 std::optional<std::string> NSUserDefaults::stringForKey(std::string_view key) const {
-  const auto value = objectForKey(key).value_or(Value());
-  if (const auto* text = value.as<std::string>()) {
+  const auto value = objectForKey(key);
+  if (!value) {
+    return std::nullopt;
+  }
+  if (const auto* text = value->as<std::string>()) {
     return *text;
   }
-  if (const auto* integer = value.as<std::int64_t>()) {
+  if (const auto* integer = value->as<std::int64_t>()) {
     return std::to_string(*integer);
   }
-  if (const auto* real = value.as<double>()) {
+  if (const auto* real = value->as<double>()) {
     return shortestText(*real);
   }
-  if (const auto* boolean = value.as<bool>()) {
+  if (const auto* boolean = value->as<bool>()) {
     return *boolean ? "1" : "0";
   }
   return std::nullopt;
 }
 
 std::int64_t NSUserDefaults::integerForKey(std::string_view key) const {
-  const auto value = objectForKey(key).value_or(Value());
-  if (const auto* integer = value.as<std::int64_t>()) {
+  const auto value = objectForKey(key);
+  if (!value) {
+    return 0;
+  }
+  if (const auto* integer = value->as<std::int64_t>()) {
     return *integer;
   }
-  if (const auto* real = value.as<double>()) {
+  if (const auto* real = value->as<double>()) {
     return cutTowardZero(*real);
   }
-  if (const auto* boolean = value.as<bool>()) {
+  if (const auto* boolean = value->as<bool>()) {
     return *boolean ? 1 : 0;
   }
-  if (const auto* text = value.as<std::string>()) {
+  if (const auto* text = value->as<std::string>()) {
     return std::strtoll(text->c_str(), nullptr, 10);
   }
   return 0;
