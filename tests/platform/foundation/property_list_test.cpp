@@ -273,6 +273,7 @@ TEST(PropertyList, RefusesBadBinaries) {
       {"length that is no integer", heap({"\x5F\x51"}), "outside the file"},
       {"bytes that are not UTF-8", heap({"\x51\xFF"}), "not UTF-8"},
       {"half a surrogate pair", heap({std::string("\x61\xD8\x3D", 3)}), "not UTF-16"},
+      {"two low halves", heap({std::string("\x62\xDC\x4D\xDC\x4D", 5)}), "not UTF-16"},
       {"low half first", heap({std::string("\x62\xDC\x4D\xD8\x3D", 5)}), "not UTF-16"},
       {"date that is NaN", heap({"\x33\x7F\xF8" + std::string(6, '\0')}), "no instant"},
       {"integer of 32 bytes", heap({"\x15" + std::string(32, '\0')}), "integer cut short"},

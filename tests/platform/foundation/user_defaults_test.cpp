@@ -245,7 +245,7 @@ TEST_F(UserDefaults, DamagedFilesAreSetAsideAndNeverOverwritten) {
     EXPECT_EQ(suite().dictionaryRepresentation(), (Dictionary{{"new", 1}}));
   }
   EXPECT_THAT(::testing::internal::GetCapturedStderr(), HasSubstr("set aside as"));
-  EXPECT_THAT(filesSetAside(), ElementsAre(".damaged", ".damaged-2", ".damaged-3", ".damaged-4"));
+  ASSERT_THAT(filesSetAside(), ElementsAre(".damaged", ".damaged-2", ".damaged-3", ".damaged-4"));
   for (std::size_t i = 0; i < std::size(damages); ++i) {
     EXPECT_EQ(contentsOf(file().string() + filesSetAside()[i]), damages[i]);
   }
@@ -294,11 +294,21 @@ int statusOf(pid_t child) {
 // Two writers count in one suite, each under a key of its own and once under a key per number; a
 // reader sees both counts only grow.
 TEST_F(UserDefaults, ConcurrentWritersLoseNothing) {
-  constexpr int kWrites = 300;
-  const auto count = [](const std::string& name) {
+  constexpr int kWrites = 1000;
+  int start[2];
+  ASSERT_EQ(::pipe(start), 0);
+  const auto count = [&](const std::string& name) {
+    ::close(start[1]);
+    char none;
+    if (::read(start[0], &none, 1) != 0) {  // Ends once the other writer is there too.
+      return false;
+    }
     for (int i = 1; i <= kWrites; ++i) {
       suite().setInteger(i, name);
       suite().setInteger(i, name + std::to_string(i % 20));
+      if (suite().integerForKey(name) != i) {
+        return false;
+      }
     }
     return true;
   };
@@ -317,9 +327,11 @@ TEST_F(UserDefaults, ConcurrentWritersLoseNothing) {
     }
     return true;
   };
-  const pid_t reader = inProcess(watch);
   const pid_t writers[] = {inProcess([&] { return count("a"); }),
                            inProcess([&] { return count("b"); })};
+  ::close(start[0]);
+  ::close(start[1]);
+  const pid_t reader = inProcess(watch);
   for (const pid_t writer : writers) {
     EXPECT_EQ(statusOf(writer), 0);
   }
