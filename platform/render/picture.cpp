@@ -24,13 +24,13 @@ std::span<const std::uint32_t> Picture::row(int y) const {
   return {reinterpret_cast<const std::uint32_t*>(bytes), static_cast<std::size_t>(width)};
 }
 
-Picture makePicture(int width, int height, Size naturalSize) {
-  return {.surface = Handle<cairo_surface_t>(
-              cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height)),
-          .width = width,
-          .height = height,
-          .opaque = false,
-          .naturalSize = naturalSize};
+Picture makePicture(int width, int height, Size naturalSize, bool opaque) {
+  return {
+      .surface = Handle<cairo_surface_t>(cairo_image_surface_create(format(opaque), width, height)),
+      .width = width,
+      .height = height,
+      .opaque = opaque,
+      .naturalSize = naturalSize};
 }
 
 Picture wrapPicture(std::shared_ptr<const void> memory,
@@ -68,7 +68,7 @@ void finishPicture(Picture& picture) {
 }
 
 Picture scaled(const Picture& picture, int width, int height) {
-  Picture result = makePicture(width, height, picture.naturalSize);
+  Picture result = makePicture(width, height, picture.naturalSize, picture.opaque);
   const double x = static_cast<double>(width) / picture.width;
   const double y = static_cast<double>(height) / picture.height;
   const Handle<cairo_t> context(cairo_create(result.surface.get()));
@@ -82,7 +82,6 @@ Picture scaled(const Picture& picture, int width, int height) {
   cairo_set_operator(context.get(), CAIRO_OPERATOR_SOURCE);
   cairo_paint(context.get());
   cairo_surface_flush(result.surface.get());
-  finishPicture(result);
   return result;
 }
 

@@ -24,8 +24,8 @@ struct Picture {
   std::span<const std::uint32_t> row(int y) const;
 };
 
-/// A picture of its own pixels, all transparent.
-Picture makePicture(int width, int height, Size naturalSize);
+/// A picture of its own pixels, all transparent; or of pixels to be filled in that will be opaque.
+Picture makePicture(int width, int height, Size naturalSize, bool opaque = false);
 
 /// A picture of somebody else's pixels, without copying them.
 Picture wrapPicture(std::shared_ptr<const void> memory,

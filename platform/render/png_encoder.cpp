@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <new>
 #include <string_view>
@@ -92,29 +93,37 @@ void PNGEncoder::Free::operator()(libdeflate_compressor* compressor) const {
   libdeflate_free_compressor(compressor);
 }
 
+char* PNGEncoder::Buffer::reserve(std::size_t size) {
+  if (size > size_) {
+    bytes_ = std::make_unique_for_overwrite<char[]>(size);
+    size_ = size;
+  }
+  return bytes_.get();
+}
+
 std::string PNGEncoder::encode(const Bitmap& bitmap) {
   const bool opaque = isOpaque(bitmap);
   const auto width = static_cast<std::size_t>(bitmap.width);
   // Each row starts with the number of its filter, none.
   const std::size_t stride = 1 + width * (opaque ? 3 : 4);
   const std::size_t length = stride * static_cast<std::size_t>(bitmap.height);
-  rows_.resize(std::max(rows_.size(), length));
+  char* const rows = rows_.reserve(length);
   for (int y = 0; y < bitmap.height; ++y) {
-    std::uint8_t* row = rows_.data() + stride * static_cast<std::size_t>(y);
+    auto* row = reinterpret_cast<std::uint8_t*>(rows + stride * static_cast<std::size_t>(y));
     *row++ = 0;
     const std::uint32_t* pixels = bitmap.pixels.data() + width * static_cast<std::size_t>(y);
     opaque ? putRGB(row, pixels, bitmap.width) : putRGBA(row, pixels, bitmap.width);
   }
 
   const std::size_t bound = libdeflate_zlib_compress_bound(compressor_.get(), length);
-  file_.resize(std::max(file_.size(), bound + 128));
-  char* out = std::ranges::copy(kSignature, file_.data()).out;
+  char* const file = file_.reserve(bound + 128);
+  char* out = std::ranges::copy(kSignature, file).out;
   out = putHeader(out, bitmap, opaque ? ColorType::rgb : ColorType::rgba);
   const std::size_t packed =
-      libdeflate_zlib_compress(compressor_.get(), rows_.data(), length, out + kChunkHead, bound);
+      libdeflate_zlib_compress(compressor_.get(), rows, length, out + kChunkHead, bound);
   out = frameChunk(out, "IDAT", packed);
   out = frameChunk(out, "IEND", 0);
-  return {file_.data(), out};
+  return {file, out};
 }
 
 }  // namespace platform

@@ -1,10 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "platform/render/bitmap.h"
 
@@ -29,9 +27,20 @@ class PNGEncoder {
     void operator()(libdeflate_compressor* compressor) const;
   };
 
+  /// Memory that is not cleared: its pages are only touched as far as they are written to.
+  class Buffer {
+   public:
+    /// At least that many bytes; what they held before may be lost.
+    char* reserve(std::size_t size);
+
+   private:
+    std::unique_ptr<char[]> bytes_;
+    std::size_t size_ = 0;
+  };
+
   std::unique_ptr<libdeflate_compressor, Free> compressor_;
-  std::vector<std::uint8_t> rows_;
-  std::vector<char> file_;
+  Buffer rows_;
+  Buffer file_;
 };
 
 }  // namespace platform

@@ -2,6 +2,7 @@
 
 #include <pango/pangocairo.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <utility>
@@ -13,13 +14,13 @@ namespace platform {
 namespace {
 
 /// Beyond this nothing wraps or is dropped; Pango's units end at two million points.
-constexpr double kUnlimited = 1'000'000;
-/// A home screen of a day shows some hundred different texts.
-constexpr std::size_t kMostTexts = 1024;
+constexpr double kLongest = 1'000'000;
+/// A home screen shows some hundred different texts a day.
+constexpr std::size_t kMostTexts = 512;
 
 int units(const std::optional<double>& length) {
-  if (!length || !(*length < kUnlimited)) {
-    return -1;
+  if (!length || !(*length < kLongest)) {
+    return kUnlimited;
   }
   return static_cast<int>(std::lround(std::max(0.0, *length) * PANGO_SCALE));
 }
@@ -38,6 +39,24 @@ std::size_t linesWithin(const std::vector<ShapedLine>& lines, int height) {
   return std::max<std::size_t>(count, 1);
 }
 
+std::shared_ptr<const BrokenText> brokenText(Handle<PangoLayout> layout) {
+  auto result = std::make_shared<BrokenText>();
+  const char* text = pango_layout_get_text(layout.get());
+  int width = 0;
+  int height = 0;
+  for (const ShapedLine& line : shapedLines(layout.get())) {
+    width = std::max(width, line.width);
+    height += line.height;
+    result->lines.push_back({.text = std::string(text + line.begin, text + line.end),
+                             .width = points(line.width),
+                             .baseline = points(line.baseline),
+                             .rightToLeft = line.rightToLeft});
+  }
+  result->size = {points(width), points(height)};
+  result->layout = std::move(layout);
+  return result;
+}
+
 }  // namespace
 
 BrokenText::BrokenText() = default;
@@ -50,8 +69,6 @@ std::size_t TextBreaker::KeyHash::operator()(const Key& key) const {
   add(std::hash<double>{}(key.size));
   add(std::hash<double>{}(key.tracking));
   add(static_cast<std::size_t>(std::to_underlying(key.weight)));
-  add(static_cast<std::size_t>(key.width));
-  add(static_cast<std::size_t>(key.height));
   return hash;
 }
 
@@ -67,70 +84,71 @@ TextLines TextBreaker::breakLines(const ArchivedText& text, ProposedSize proposa
 
 std::shared_ptr<const BrokenText> TextBreaker::broken(const ArchivedText& text,
                                                       ProposedSize proposal) {
-  Key key{.text = text.text,
-          .family = text.font.family,
-          .size = text.font.size,
-          .weight = text.font.weight,
-          .tracking = text.tracking,
-          .width = units(proposal.width),
-          .height = units(proposal.height)};
-  if (const auto known = broken_.find(key); known != broken_.end()) {
-    return known->second;
+  if (text.text.empty()) {
+    return std::make_shared<const BrokenText>();
   }
-  if (broken_.size() >= kMostTexts) {
-    broken_.clear();
+  const Key key{.text = text.text,
+                .family = text.font.family,
+                .size = text.font.size,
+                .weight = text.font.weight,
+                .tracking = text.tracking};
+  const Box box{.width = units(proposal.width), .height = units(proposal.height)};
+  const WholeText whole = wholeText(key, box.width);
+  return box.height >= whole.height ? whole.text : truncated(key, box, whole);
+}
+
+TextBreaker::WholeText TextBreaker::wholeText(const Key& key, int width) {
+  if (const auto entry = texts_.find(key); entry != texts_.end()) {
+    for (const WholeText& known : entry->second.whole) {
+      if (width == known.proposed || (width >= known.widest && width < known.proposed)) {
+        return known;
+      }
+    }
   }
-  auto result = shape(key);
-  // It will be drawn at the size it answers here. Only if a line had no room for one cluster would
-  // it break otherwise there.
-  Key own = key;
-  own.width = units(result->size.width);
-  own.height = units(result->size.height);
-  if (key.width < 0 || own.width <= key.width) {
-    broken_.insert_or_assign(std::move(own), result);
+  const TextStyle style = styleOf(key);
+  const std::string text = withoutTrailingSpace(key.text);
+  auto layout = shapeText(typefaces_.context(), style, text, width);
+  if (pango_layout_get_unknown_glyphs_count(layout.get()) > 0 && typefaces_.openFallbacks()) {
+    texts_.clear();
+    layout = shapeText(typefaces_.context(), style, text, width);
   }
-  broken_.insert_or_assign(std::move(key), result);
+  const auto result = brokenText(std::move(layout));
+  const WholeText whole{.proposed = width,
+                        .widest = units(result->size.width),
+                        .height = units(result->size.height),
+                        .text = result};
+  if (texts_.size() >= kMostTexts) {
+    texts_.clear();
+  }
+  texts_[key].whole.push_back(whole);
+  return whole;
+}
+
+std::shared_ptr<const BrokenText> TextBreaker::truncated(const Key& key,
+                                                         Box box,
+                                                         const WholeText& whole) {
+  const std::size_t lines = linesWithin(shapedLines(whole.text->layout.get()), box.height);
+  if (lines == whole.text->lines.size()) {
+    return whole.text;
+  }
+  auto& known = texts_[key].truncated;
+  if (const auto found = known.find(box); found != known.end()) {
+    return found->second;
+  }
+  const auto result = brokenText(shapeTruncated(
+      typefaces_.context(), styleOf(key), whole.text->layout.get(), box.width, lines));
+  // It will be drawn at the size it answers here.
+  known.emplace(Box{.width = units(result->size.width), .height = units(result->size.height)},
+                result);
+  known.emplace(box, result);
   return result;
 }
 
-std::shared_ptr<const BrokenText> TextBreaker::shape(const Key& key) {
-  auto result = std::make_shared<BrokenText>();
-  if (key.text.empty()) {
-    return result;
-  }
-  const TextStyle style{.families = typefaces_.families(key.family),
-                        .size = key.size,
-                        .weight = key.weight,
-                        .tracking = key.tracking};
-  const std::string text = withoutTrailingSpace(key.text);
-  result->layout = shapeText(typefaces_.context(), style, text, key.width);
-  if (pango_layout_get_unknown_glyphs_count(result->layout.get()) > 0 &&
-      typefaces_.openFallbacks()) {
-    broken_.clear();
-    result->layout = shapeText(typefaces_.context(), style, text, key.width);
-  }
-  auto lines = shapedLines(result->layout.get());
-  if (key.height >= 0 && linesWithin(lines, key.height) < lines.size()) {
-    result->layout = shapeTruncated(typefaces_.context(),
-                                    style,
-                                    result->layout.get(),
-                                    key.width,
-                                    linesWithin(lines, key.height));
-    lines = shapedLines(result->layout.get());
-  }
-  const char* drawn = pango_layout_get_text(result->layout.get());
-  int width = 0;
-  int height = 0;
-  for (const ShapedLine& line : lines) {
-    width = std::max(width, line.width);
-    height += line.height;
-    result->lines.push_back({.text = std::string(drawn + line.begin, drawn + line.end),
-                             .width = points(line.width),
-                             .baseline = points(line.baseline),
-                             .rightToLeft = line.rightToLeft});
-  }
-  result->size = {points(width), points(height)};
-  return result;
+TextStyle TextBreaker::styleOf(const Key& key) const {
+  return {.families = typefaces_.families(key.family),
+          .size = key.size,
+          .weight = key.weight,
+          .tracking = key.tracking};
 }
 
 }  // namespace platform

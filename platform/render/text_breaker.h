@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -8,6 +9,7 @@
 
 #include "platform/render/handles.h"
 #include "platform/render/layout.h"
+#include "platform/render/text_shaping.h"
 #include "platform/render/typefaces.h"
 
 namespace platform {
@@ -49,26 +51,47 @@ class TextBreaker : public TextMeasurer {
   std::shared_ptr<const BrokenText> broken(const ArchivedText& text, ProposedSize proposal);
 
  private:
-  /// All that decides the breaks; lengths in Pango's units, so that rounding on the way through a
-  /// layout does not tell two equal widths apart.
+  /// What a text's shapes depend on, apart from its box.
   struct Key {
     std::string text;
     std::string family;
     double size;
     Weight weight;
     double tracking;
-    int width;
-    int height;
     friend bool operator==(const Key&, const Key&) = default;
   };
   struct KeyHash {
     std::size_t operator()(const Key& key) const;
   };
 
-  std::shared_ptr<const BrokenText> shape(const Key& key);
+  /// Lengths in Pango's units, so that rounding on the way through a layout does not tell two equal
+  /// widths apart.
+  struct Box {
+    int width;
+    int height;
+    friend auto operator<=>(const Box&, const Box&) = default;
+  };
+
+  /// A text with all its lines, which are the same at every width from that of the widest line to
+  /// the proposed one: only a narrower box moves a word down, only a wider one pulls a word up.
+  struct WholeText {
+    int proposed;
+    int widest;
+    int height;
+    std::shared_ptr<const BrokenText> text;
+  };
+
+  struct Entry {
+    std::vector<WholeText> whole = {};
+    std::map<Box, std::shared_ptr<const BrokenText>> truncated = {};
+  };
+
+  WholeText wholeText(const Key& key, int width);
+  std::shared_ptr<const BrokenText> truncated(const Key& key, Box box, const WholeText& whole);
+  TextStyle styleOf(const Key& key) const;
 
   Typefaces& typefaces_;
-  std::unordered_map<Key, std::shared_ptr<const BrokenText>, KeyHash> broken_;
+  std::unordered_map<Key, Entry, KeyHash> texts_;
 };
 
 }  // namespace platform

@@ -1,5 +1,6 @@
 #include "platform/render/text_shaping.h"
 
+#include <hb.h>
 #include <pango/pangocairo.h>
 
 #include <algorithm>
@@ -20,8 +21,8 @@ constexpr double kTallestLine = 1.3;
 struct FreeDescription {
   void operator()(PangoFontDescription* value) const { pango_font_description_free(value); }
 };
-struct FreeMetrics {
-  void operator()(PangoFontMetrics* value) const { pango_font_metrics_unref(value); }
+struct Unref {
+  void operator()(PangoFont* value) const { g_object_unref(value); }
 };
 struct FreeAttributes {
   void operator()(PangoAttrList* value) const { pango_attr_list_unref(value); }
@@ -46,6 +47,17 @@ std::unique_ptr<PangoFontDescription, FreeDescription> description(const TextSty
   return font;
 }
 
+/// The typeface's own line height. Pango's metrics would set a whole sample sentence to answer
+/// this.
+int naturalLine(PangoContext* context, const PangoFontDescription* description) {
+  const std::unique_ptr<PangoFont, Unref> font(pango_context_load_font(context, description));
+  hb_font_extents_t extents = {};
+  if (!font || !hb_font_get_h_extents(pango_font_get_hb_font(font.get()), &extents)) {
+    return 0;
+  }
+  return extents.ascender - extents.descender;
+}
+
 std::unique_ptr<PangoAttrList, FreeAttributes> attributes(PangoContext* context,
                                                           const PangoFontDescription* font,
                                                           const TextStyle& style) {
@@ -54,10 +66,8 @@ std::unique_ptr<PangoAttrList, FreeAttributes> attributes(PangoContext* context,
   if (tracking(style) != 0) {
     pango_attr_list_insert(list.get(), pango_attr_letter_spacing_new(tracking(style)));
   }
-  const std::unique_ptr<PangoFontMetrics, FreeMetrics> metrics(
-      pango_context_get_metrics(context, font, nullptr));
   const auto tallest = static_cast<int>(style.size * kTallestLine * PANGO_SCALE);
-  if (pango_font_metrics_get_height(metrics.get()) > tallest) {
+  if (naturalLine(context, font) > tallest) {
     pango_attr_list_insert(list.get(), pango_attr_line_height_new_absolute(tallest));
   }
   return list;
@@ -109,7 +119,8 @@ Handle<PangoLayout> shapeText(PangoContext* context,
   pango_layout_set_attributes(layout.get(), attributes(context, font.get(), style).get());
   pango_layout_set_wrap(layout.get(), PANGO_WRAP_WORD_CHAR);
   // Pango counts the tracking after a line's last cluster when it breaks, and leaves it out later.
-  pango_layout_set_width(layout.get(), width < 0 ? width : std::max(0, width + tracking(style)));
+  pango_layout_set_width(layout.get(),
+                         width == kUnlimited ? -1 : std::max(0, width + tracking(style)));
   pango_layout_set_text(layout.get(), text.data(), static_cast<int>(text.size()));
   return layout;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -32,8 +33,11 @@ struct ShapedLine {
 /// of place and break onto lines of its own.
 std::string withoutTrailingSpace(const std::string& text);
 
-/// The text in that style, wrapped at `width` units, at words and inside those wider than a line; a
-/// negative width breaks at line feeds alone.
+/// A length in Pango's units that nothing reaches.
+inline constexpr int kUnlimited = std::numeric_limits<int>::max();
+
+/// The text in that style, wrapped at `width` units, at words and inside those wider than a line;
+/// an unlimited width breaks at line feeds alone.
 Handle<PangoLayout> shapeText(PangoContext* context,
                               const TextStyle& style,
                               const std::string& text,

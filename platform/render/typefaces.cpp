@@ -31,15 +31,15 @@ std::vector<fs::path> fontFiles(const fs::path& folder) {
   return files;
 }
 
-/// Pango's own threads initialise fontconfig, which reads the whole machine's configuration and
-/// font caches unless a configuration is already there.
-void keepMachineFontsOut() {
-  static FcConfig* const none = [] {
-    FcConfig* config = FcConfigCreate();
-    FcConfigSetCurrent(config);
-    return config;
+/// A configuration without fonts, current for the whole process: Pango's own threads initialise
+/// fontconfig, which reads the machine's configuration and font caches if there is none yet.
+FcConfig* noFonts() {
+  static FcConfig* const config = [] {
+    FcConfig* empty = FcConfigCreate();
+    FcConfigSetCurrent(empty);
+    return empty;
   }();
-  static_cast<void>(none);
+  return config;
 }
 
 Handle<PangoContext> exactContext(PangoFontMap* map) {
@@ -60,7 +60,7 @@ Handle<PangoContext> exactContext(PangoFontMap* map) {
 
 std::expected<std::unique_ptr<Typefaces>, std::string> Typefaces::open(
     const fs::path& bundle, const fs::path& systemFonts) {
-  keepMachineFontsOut();
+  noFonts();
   std::unique_ptr<Typefaces> typefaces(new Typefaces);
   typefaces->config_.reset(FcConfigCreate());
   // The bundle's files come first: where two typefaces fit equally well, the first one is taken.
@@ -74,6 +74,13 @@ std::expected<std::unique_ptr<Typefaces>, std::string> Typefaces::open(
   pango_fc_font_map_set_config(PANGO_FC_FONT_MAP(typefaces->map_.get()), typefaces->config_.get());
   typefaces->context_ = exactContext(typefaces->map_.get());
   return typefaces;
+}
+
+Typefaces::~Typefaces() {
+  if (map_) {
+    // Pango 1.50 never lets go of the configuration that a font map ends with.
+    pango_fc_font_map_set_config(PANGO_FC_FONT_MAP(map_.get()), noFonts());
+  }
 }
 
 std::expected<void, std::string> Typefaces::add(const fs::path& file,

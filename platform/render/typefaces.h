@@ -27,6 +27,8 @@ class Typefaces {
   static std::expected<std::unique_ptr<Typefaces>, std::string> open(
       const std::filesystem::path& bundle, const std::filesystem::path& systemFonts);
 
+  ~Typefaces();
+
   PangoContext* context() const { return context_.get(); }
 
   /// The families to set a text in, best first and separated by commas: the one asked for if there

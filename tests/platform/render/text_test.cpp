@@ -91,8 +91,10 @@ TEST_P(TextContract, HoldsAtEveryWidth) {
   const TextLines whole = lines(text);
   std::size_t lastCount = std::numeric_limits<std::size_t>::max();
   for (double proposed = 0; proposed <= whole.size.width + 20; proposed += 7.3) {
-    const TextLines broken = lines(text, wide(proposed));
+    TextBreaker fresh(*typefaces_);
+    const TextLines broken = fresh.breakLines(text, wide(proposed));
     SCOPED_TRACE(proposed);
+    EXPECT_EQ(lines(text, wide(proposed)).lines, broken.lines) << "kept lines of another width";
     EXPECT_LE(broken.lines.size(), lastCount) << "a wider text has more lines";
     lastCount = broken.lines.size();
     if (proposed > 4 * text.font.size) {
@@ -103,9 +105,9 @@ TEST_P(TextContract, HoldsAtEveryWidth) {
     }
     // What the layout does to a length on its way back must not move a break.
     const double returned = (broken.size.width + 16.7) - 16.7;
-    TextBreaker fresh(*typefaces_);
+    TextBreaker fresher(*typefaces_);
     const TextLines again =
-        fresh.breakLines(text, {.width = returned, .height = broken.size.height});
+        fresher.breakLines(text, {.width = returned, .height = broken.size.height});
     EXPECT_EQ(again.lines, broken.lines);
     EXPECT_EQ(again.size, broken.size);
   }
