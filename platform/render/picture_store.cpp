@@ -15,6 +15,8 @@ namespace {
 /// 48 MiB: every backdrop of a home screen in both schemes.
 constexpr std::size_t kMostStretchedPixels = 12 << 20;
 
+constexpr int kMaxSide = 8192;
+
 }  // namespace
 
 PictureStore::PictureStore(std::filesystem::path catalog, std::filesystem::path svgModule)
@@ -60,6 +62,10 @@ PictureStore::Result PictureStore::stretched(
   auto original = picture(name, scheme, scale);
   if (!original || !*original || ((*original)->width == width && (*original)->height == height)) {
     return original;
+  }
+  if (width > kMaxSide || height > kMaxSide) {
+    return std::unexpected("picture \"" + std::string(name) +
+                           "\" would be stretched beyond 8192 pixels a side");
   }
   StretchKey key(*original, width, height);
   if (const auto known = stretched_.find(key); known != stretched_.end()) {

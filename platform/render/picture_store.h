@@ -35,7 +35,7 @@ class PictureStore {
   /// The picture in as many pixels as it has for that scale, 1 to 4.
   Result picture(std::string_view name, ColorScheme scheme, double scale);
 
-  /// The picture stretched to that many pixels.
+  /// The picture stretched to that many pixels, 1 to 8192 a side; beyond that the error names it.
   Result stretched(std::string_view name, ColorScheme scheme, double scale, int width, int height);
 
   const std::set<std::string>& missing() const { return missing_; }

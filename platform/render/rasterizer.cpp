@@ -10,8 +10,6 @@
 namespace platform {
 namespace {
 
-constexpr int kMaxPictureSide = 8192;
-
 /// One picture being painted.
 class Canvas {
  public:
@@ -61,10 +59,6 @@ class Canvas {
       // Still looked up, so that a missing or unreadable picture is not overlooked.
       const auto looked = pictures_.picture(name, options_.scheme, options_.scale);
       return looked ? std::expected<void, std::string>{} : std::unexpected(looked.error());
-    }
-    if (frame.width > kMaxPictureSide || frame.height > kMaxPictureSide) {
-      return std::unexpected("picture \"" + name +
-                             "\" would be stretched beyond 8192 pixels a side");
     }
     const auto picture =
         pictures_.stretched(name, options_.scheme, options_.scale, frame.width, frame.height);

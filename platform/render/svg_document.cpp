@@ -182,7 +182,8 @@ class Document {
   std::expected<void, std::string> addPicture(const std::string& name, const Rect& frame) {
     const PixelRect pixels = snapped(frame, options_.scale);
     if (pixels.width <= 0 || pixels.height <= 0) {
-      return {};
+      const auto looked = tools_.pictures.picture(name, options_.scheme, options_.scale);
+      return looked ? std::expected<void, std::string>{} : std::unexpected(looked.error());
     }
     const auto picture = tools_.pictures.stretched(
         name, options_.scheme, options_.scale, pixels.width, pixels.height);

@@ -15,6 +15,8 @@ namespace {
 
 /// Beyond this nothing wraps or is dropped; Pango's units end at two million points.
 constexpr double kLongest = 1'000'000;
+/// Larger than any widget; beyond it Pango's units could overflow within a long text.
+constexpr double kLargestFont = 2000;
 /// A home screen shows some hundred different texts a day.
 constexpr std::size_t kMostTexts = 512;
 
@@ -146,9 +148,9 @@ std::shared_ptr<const BrokenText> TextBreaker::truncated(const Key& key,
 
 TextStyle TextBreaker::styleOf(const Key& key) const {
   return {.families = typefaces_.families(key.family),
-          .size = key.size,
+          .size = std::clamp(key.size, 0.0, kLargestFont),
           .weight = key.weight,
-          .tracking = key.tracking};
+          .tracking = std::clamp(key.tracking, -kLargestFont, kLargestFont)};
 }
 
 }  // namespace platform

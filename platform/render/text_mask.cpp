@@ -12,6 +12,9 @@
 namespace platform {
 namespace {
 
+/// Twice the side of the largest picture; larger masks are not worth their memory.
+constexpr double kMaxSide = 8192;
+
 /// Glyphs may reach beyond the lines: accents upward, tails and swashes sideways.
 double bleed(const BrokenText& text) {
   return text.lines.empty() ? 0
@@ -74,8 +77,12 @@ const TextMask* textMask(const BrokenText& text, const TextPlacement& placement)
     const double margin = bleed(text);
     const double scale = placement.scale;
     const double width = std::max(placement.boxWidth, text.size.width) + 2 * margin;
+    const double height = text.size.height + 2 * margin;
+    if (width * scale > kMaxSide || height * scale > kMaxSide) {
+      return nullptr;
+    }
     Coverage coverage(static_cast<int>(std::ceil(width * scale)),
-                      static_cast<int>(std::ceil((text.size.height + 2 * margin) * scale)));
+                      static_cast<int>(std::ceil(height * scale)));
     // A line wider than its box starts left of it.
     const double outside = std::max(0.0, text.size.width - placement.boxWidth);
     const double left = std::ceil((margin + outside) * scale);

@@ -40,7 +40,8 @@ struct TextMask {
 double lineStart(const BrokenLine& line, const TextPlacement& placement);
 
 /// The text's mask at that placement, drawn once and then kept with the text. Nothing if the text
-/// has glyphs that are no outlines: colour pictures, or boxes for characters without a glyph.
+/// has glyphs that are no outlines, colour pictures or boxes for characters without a glyph, or is
+/// far larger than any widget.
 ///
 /// Glyphs stand exactly where they were shaped to stand: to a 64th of a pixel, not on whole pixels
 /// as the drawing library puts them, which shows as uneven gaps in small tracked texts.

@@ -110,6 +110,64 @@ TEST_F(RendererTest, DarkSchemeDrawsDarkPictures) {
   }
 }
 
+ArchivedView stacked(std::vector<ArchivedView> views) {
+  return {.element = StackLayout{.spacing = 4}, .children = std::move(views)};
+}
+
+// What was measured is what is drawn: the lines stand in the list, and their frame holds their ink.
+TEST_F(RendererTest, LaysOutWithItsOwnTypefacesAndPictures) {
+  const auto renderer = load();
+  const ArchivedView view =
+      stacked({{.element = ArchivedImage{.name = "sky"}},
+               {.element = ArchivedText{.text = "Hoy puedo respirar despacio",
+                                        .font = Font::custom("Sentient Variable", 16)}}});
+  const DisplayList list = renderer->layOut(view, {120, 160}, {}, LayoutDirection::leftToRight);
+  ASSERT_EQ(list.items.size(), 2U);
+  EXPECT_EQ(list.items[0].frame.size(), (Size{100, 60}));
+  const auto& text = std::get<TextItem>(list.items[1].content);
+  EXPECT_THAT(text.lines, ::testing::ElementsAre("Hoy puedo", "respirar", "despacio"));
+
+  const DisplayList alone{.size = list.size, .items = {list.items[1]}};
+  const Bitmap bitmap = renderer->rasterize(alone, {.scale = 2}).value();
+  const Rect frame = list.items[1].frame;
+  int ink = 0;
+  for (int y = 0; y < bitmap.height; ++y) {
+    for (int x = 0; x < bitmap.width; ++x) {
+      if (bitmap.pixels[y * bitmap.width + x] >> 24 > 127) {
+        ++ink;
+        ASSERT_GE(x, 2 * frame.x - 2);
+        ASSERT_LE(x, 2 * (frame.x + frame.width) + 2);
+        ASSERT_GE(y, 2 * frame.y);
+        ASSERT_LE(y, 2 * (frame.y + frame.height));
+      }
+    }
+  }
+  EXPECT_GT(ink, 500);
+}
+
+// The layout can't fail; a picture that it could not measure must not drop out of the list.
+TEST_F(RendererTest, UnreadablePictureFailsAfterTheLayoutToo) {
+  bundle_.writeImageSet("broken", R"({"filename": "a.png"})", {{"a.png", "text"}});
+  const auto renderer = load();
+  const DisplayList list = renderer->layOut(stacked({{.element = ArchivedImage{.name = "broken"}}}),
+                                            {50, 50},
+                                            {},
+                                            LayoutDirection::leftToRight);
+  const auto drawn = renderer->rasterize(list, {});
+  ASSERT_FALSE(drawn);
+  EXPECT_THAT(drawn.error(), HasSubstr("a.png: not a PNG"));
+  EXPECT_FALSE(renderer->svg(list, {}));
+}
+
+TEST_F(RendererTest, RefusesToStretchAPictureWithoutBounds) {
+  const auto renderer = load();
+  const DisplayList list{.size = {9, 9},
+                         .items = {{.content = ImageItem{"sky"}, .frame = {0, 0, 9000, 9}}}};
+  const std::string_view error = "\"sky\" would be stretched beyond 8192 pixels a side";
+  EXPECT_THAT(renderer->png(list, {}).error(), HasSubstr(error));
+  EXPECT_THAT(renderer->svg(list, {}).error(), HasSubstr(error));
+}
+
 TEST_F(RendererTest, OpeningFailsWithTheFileAtFault) {
   struct Case {
     std::filesystem::path bundle;

@@ -81,6 +81,9 @@ const Sample kSamples[] = {
     {"combining", {.text = "e\u0301\u0302\u0303\u0304 a\u0308 \u0301"}},
     {"japanese", {.text = "\u4ECA\u65E5\u306F\u3044\u3044\u5929\u6C17\u3067\u3059\u306D"}},
     {"controls", {.text = "a\u200B\u202Eb\u2028c\td\u0001"}},
+    {"sizeless", {.text = kSentence, .font = Font::system(0)}},
+    {"negative", {.text = kSentence, .font = Font::system(-17)}},
+    {"huge", {.text = "a b", .font = Font::system(1e9), .tracking = -1e9}},
     {"tiny", {.text = kSentence, .font = Font::system(0.5)}},
 };
 
