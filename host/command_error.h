@@ -22,7 +22,8 @@ class CommandError : public std::runtime_error {
 };
 
 /// A value that the user gave can't be right: names it and says what would be.
-inline CommandError wrongValue(const std::string& what, const std::string& value,
+inline CommandError wrongValue(const std::string& what,
+                               const std::string& value,
                                const std::string& right) {
   return CommandError(what + " \"" + value + "\": " + right, kWrongUsage);
 }

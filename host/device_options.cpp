@@ -2,8 +2,9 @@
 
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cstdlib>
+
+#include <CLI/CLI.hpp>
 
 #include "host/command_error.h"
 #include "host/screens.h"
@@ -46,8 +47,7 @@ std::string systemTimeZone() {
   const std::string link = fs::read_symlink("/etc/localtime", error).string();
   const std::string folder = "zoneinfo/";
   const std::size_t start = link.find(folder);
-  const std::string zone =
-      start == std::string::npos ? "" : link.substr(start + folder.size());
+  const std::string zone = start == std::string::npos ? "" : link.substr(start + folder.size());
   return TimeZone::withIdentifier(zone) ? zone : "UTC";
 }
 
@@ -67,8 +67,10 @@ std::string timeZoneOf(const std::string& zone) {
     return systemTimeZone();
   }
   if (!TimeZone::withIdentifier(zone)) {
-    throw wrongValue("--time-zone", zone, "give a name of the tz database such as "
-                                          "America/Mexico_City");
+    throw wrongValue("--time-zone",
+                     zone,
+                     "give a name of the tz database such as "
+                     "America/Mexico_City");
   }
   return zone;
 }
@@ -121,8 +123,8 @@ Dictionary infoOf(const std::vector<std::string>& assignments) {
 
 /// The bundle's folder, absolute, with the program in it.
 fs::path extensionOf(const std::string& folder) {
-  const fs::path extension = fs::absolute(folder.empty() ? programFolder() / "Glancery.appex"
-                                                         : fs::path(folder));
+  const fs::path extension =
+      fs::absolute(folder.empty() ? programFolder() / "Glancery.appex" : fs::path(folder));
   if (!fs::is_directory(extension)) {
     throw CommandError("no extension at " + extension.string() +
                        ": give --extension DIR, the folder of a built Glancery.appex");
@@ -134,13 +136,12 @@ fs::path extensionOf(const std::string& folder) {
 }
 
 fs::path containerOf(const std::string& folder) {
-  const fs::path container =
-      fs::absolute(folder.empty() ? defaultContainer() : fs::path(folder));
+  const fs::path container = fs::absolute(folder.empty() ? defaultContainer() : fs::path(folder));
   std::error_code error;
   fs::create_directories(container, error);
   if (!fs::is_directory(container)) {
-    throw CommandError("the container " + container.string() + " can't be used: " +
-                       (error ? error.message() : "it is not a folder"));
+    throw CommandError("the container " + container.string() +
+                       " can't be used: " + (error ? error.message() : "it is not a folder"));
   }
   if (::access(container.c_str(), R_OK | W_OK | X_OK) != 0) {
     throw CommandError("the container " + container.string() + " can't be read and written");
@@ -151,17 +152,18 @@ fs::path containerOf(const std::string& folder) {
 }  // namespace
 
 void DeviceOptions::addSuiteOptions(CLI::App& command) {
-  command.add_option("--container", container,
-                     "Folder of the app group (default: $XDG_DATA_HOME/glancery)");
+  command.add_option(
+      "--container", container, "Folder of the app group (default: $XDG_DATA_HOME/glancery)");
   command.add_option("--now", now, "The clock stands at that instant, ISO 8601 (default: it runs)");
 }
 
 void DeviceOptions::addTo(CLI::App& command) {
   addSuiteOptions(command);
-  command.add_option("--extension", extension,
+  command.add_option("--extension",
+                     extension,
                      "Folder of the extension (default: Glancery.appex beside this program)");
-  command.add_option("--time-zone", timeZone,
-                     "Time zone, such as America/Mexico_City (default: this machine's)");
+  command.add_option(
+      "--time-zone", timeZone, "Time zone, such as America/Mexico_City (default: this machine's)");
   command.add_option("--locale", locale, "Locale, such as es_MX")->capture_default_str();
   command.add_option("--scheme", scheme, "light or dark")->capture_default_str();
   command.add_option("--os", os, "Version of the phone's system")->capture_default_str();

@@ -33,8 +33,7 @@ constexpr auto kFarewell = 1000ms;
 
 std::string mebibytes(std::size_t bytes) {
   std::array<char, 32> text = {};
-  std::snprintf(
-      text.data(), text.size(), "%.1f MiB", static_cast<double>(bytes) / (1 << 20));
+  std::snprintf(text.data(), text.size(), "%.1f MiB", static_cast<double>(bytes) / (1 << 20));
   return text.data();
 }
 
@@ -91,7 +90,8 @@ std::expected<std::unique_ptr<ExtensionProcess>, ExtensionFailure> ExtensionProc
     return notStarted(error);
   }
   if (limits.memory > 0) {
-    // A net under the measured limit: between two looks the extension can't take the machine's memory.
+    // A net under the measured limit: between two looks the extension can't take the machine's
+    // memory.
     const rlimit data = {2 * limits.memory, 2 * limits.memory};
     ::prlimit(pid, RLIMIT_DATA, &data, nullptr);
   }
@@ -147,14 +147,13 @@ std::expected<ExtensionMessage::Content, ExtensionFailure> ExtensionProcess::ask
   }
   if (answer->id != id) {
     return std::unexpected(end(ExtensionFailure::Kind::nonsense,
-                               "it answered request " + std::to_string(answer->id) +
-                                   " where " + std::to_string(id) + " was asked"));
+                               "it answered request " + std::to_string(answer->id) + " where " +
+                                   std::to_string(id) + " was asked"));
   }
   return std::move(answer->content);
 }
 
-std::expected<ExtensionMessage, ExtensionFailure> ExtensionProcess::awaitAnswer(
-    Deadline deadline) {
+std::expected<ExtensionMessage, ExtensionFailure> ExtensionProcess::awaitAnswer(Deadline deadline) {
   using Kind = ExtensionFailure::Kind;
   for (;;) {
     std::array<pollfd, 3> wanted = {pollfd{channel_->descriptor(), POLLIN, 0},
@@ -266,11 +265,11 @@ ExtensionFailure ExtensionProcess::end(ExtensionFailure::Kind kind, std::string 
       break;
     case Kind::crashed:
     case Kind::notStarted:
-      reason = WIFSIGNALED(status) ? std::string("the extension crashed: ") +
-                                         ::strsignal(WTERMSIG(status)) + lastWords
-                                   : "the extension left with status " +
-                                         std::to_string(WEXITSTATUS(status)) +
-                                         " without an answer" + lastWords;
+      reason =
+          WIFSIGNALED(status)
+              ? std::string("the extension crashed: ") + ::strsignal(WTERMSIG(status)) + lastWords
+              : "the extension left with status " + std::to_string(WEXITSTATUS(status)) +
+                    " without an answer" + lastWords;
       break;
   }
   failure_ = ExtensionFailure{kind, std::move(reason)};

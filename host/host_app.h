@@ -8,8 +8,8 @@
 
 namespace host {
 
-/// The suite that host app and extension share. The two are built apart on a phone and agree on this
-/// name and the keys below, as their app group says.
+/// The suite that host app and extension share. The two are built apart on a phone and agree on
+/// this name and the keys below, as their app group says.
 inline constexpr const char* kSharedSuite = "group.com.quiloapp.sharedData";
 
 /// Plays the host app: writes into the shared suite what it would write. Each returns once the data

@@ -1,5 +1,6 @@
-#include <CLI/CLI.hpp>
 #include <iostream>
+
+#include <CLI/CLI.hpp>
 
 #include "host/command_error.h"
 #include "host/commands/commands.h"
@@ -33,8 +34,9 @@ int main(int argc, char** argv) {
   CLI::App app("Glancery's widget host: what a phone would be around the widget extension.",
                "glancery");
   app.require_subcommand(1);
-  app.footer("Exit status: 0 done, 1 it could not be done, 2 wrong usage, 3 a comparison differed.\n"
-             "Every command has --help.");
+  app.footer(
+      "Exit status: 0 done, 1 it could not be done, 2 wrong usage, 3 a comparison differed.\n"
+      "Every command has --help.");
   host::addGalleryCommand(app);
   host::addProviderCommands(app);
   host::addRenderCommand(app);

@@ -8,7 +8,8 @@ namespace host {
 
 namespace {
 
-// The sizes of 402, 420 and 440 points of width are estimates by class: no published table has them.
+// The sizes of 402, 420 and 440 points of width are estimates by class: no published table has
+// them.
 // clang-format off
 constexpr std::array kScreens = {
     //           screen     small       medium      scale

@@ -15,9 +15,8 @@ WidgetHost::WidgetHost(HostSettings settings) : settings_(std::move(settings)) {
     throw CommandError(started.error().reason);
   }
   extension_ = *std::move(started);
-  ask<Configured>(ConfigureRequest{settings_.device,
-                                   settings_.container.string(),
-                                   settings_.infoOverrides});
+  ask<Configured>(
+      ConfigureRequest{settings_.device, settings_.container.string(), settings_.infoOverrides});
 }
 
 template <class Answer>

@@ -1,5 +1,6 @@
-#include <CLI/CLI.hpp>
 #include <memory>
+
+#include <CLI/CLI.hpp>
 
 #include "host/command_error.h"
 #include "host/commands/commands.h"
@@ -58,7 +59,8 @@ void addAppCommand(CLI::App& app) {
             signInOptions,
             [](const AppOptions& options) {
               if (options.uid.empty()) {
-                throw wrongValue("UID", options.uid, "give the user's identifier; sign-out removes it");
+                throw wrongValue(
+                    "UID", options.uid, "give the user's identifier; sign-out removes it");
               }
               signIn(options.uid);
             })
@@ -80,8 +82,9 @@ void addAppCommand(CLI::App& app) {
                                  recordStreak(options.count, instantOf(options.lastActive));
                                });
   streak->add_option("N", streakOptions->count, "Days in a row")->required();
-  streak->add_option(
-      "--last-active", streakOptions->lastActive, "The last active moment, ISO 8601 (default: now)");
+  streak->add_option("--last-active",
+                     streakOptions->lastActive,
+                     "The last active moment, ISO 8601 (default: now)");
 }
 
 }  // namespace host

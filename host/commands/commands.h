@@ -4,8 +4,8 @@ namespace CLI {
 class App;
 }
 
-// The commands of the program, a file each. Every function adds one to the command line; its work is
-// done when the command line is parsed, and a `CommandError` ends it.
+// The commands of the program, a file each. Every function adds one to the command line; its work
+// is done when the command line is parsed, and a `CommandError` ends it.
 
 namespace host {
 

@@ -1,6 +1,7 @@
-#include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
+
+#include <CLI/CLI.hpp>
 
 #include "host/commands/commands.h"
 #include "host/json_output.h"

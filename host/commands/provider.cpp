@@ -1,8 +1,9 @@
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>
 #include <iterator>
 #include <memory>
+
+#include <CLI/CLI.hpp>
 
 #include "host/command_error.h"
 #include "host/commands/commands.h"

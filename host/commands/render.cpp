@@ -1,8 +1,9 @@
-#include <CLI/CLI.hpp>
 #include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
+
+#include <CLI/CLI.hpp>
 
 #include "host/command_error.h"
 #include "host/commands/commands.h"
@@ -29,10 +30,10 @@ const ArchivedEntry& chosenEntry(const ArchivedTimeline& timeline,
                                  std::optional<std::size_t> wanted) {
   const std::size_t index = wanted.value_or(shownEntry(timeline, Date::now()));
   if (index >= timeline.entries.size()) {
-    throw wrongValue("--entry",
-                     std::to_string(index),
-                     "the timeline has " + std::to_string(timeline.entries.size()) +
-                         " entries, counted from 0");
+    throw wrongValue(
+        "--entry",
+        std::to_string(index),
+        "the timeline has " + std::to_string(timeline.entries.size()) + " entries, counted from 0");
   }
   return timeline.entries[index];
 }
@@ -45,8 +46,8 @@ std::string picture(WidgetHost& host, const DisplayList& list, const std::string
   const PictureOptions options = {.scale = host.settings().scale,
                                   .scheme = host.settings().scheme,
                                   .cornerRadius = kWidgetCornerRadius};
-  auto bytes = ending == ".svg" ? host.renderer().svg(list, options)
-                                : host.renderer().png(list, options);
+  auto bytes =
+      ending == ".svg" ? host.renderer().svg(list, options) : host.renderer().png(list, options);
   if (!bytes) {
     throw CommandError(bytes.error());
   }
@@ -68,7 +69,8 @@ void render(const RenderOptions& options) {
     throw CommandError(options.output + " can't be written: " + error.message());
   }
   for (const std::string& name : host.renderer().missingImages()) {
-    std::cerr << "glancery: the bundle has no picture \"" << name << "\"; nothing was drawn there\n";
+    std::cerr << "glancery: the bundle has no picture \"" << name
+              << "\"; nothing was drawn there\n";
   }
 }
 

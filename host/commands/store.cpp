@@ -1,7 +1,8 @@
-#include <CLI/CLI.hpp>
 #include <charconv>
 #include <iostream>
 #include <memory>
+
+#include <CLI/CLI.hpp>
 
 #include "host/base64.h"
 #include "host/command_error.h"
@@ -86,7 +87,8 @@ Value valueOf(const StoreOptions& options) {
     }
     auto value = type.parse(options.value);
     if (!value) {
-      throw wrongValue("VALUE", options.value, "a value of type " + options.type + " is " + type.right);
+      throw wrongValue(
+          "VALUE", options.value, "a value of type " + options.type + " is " + type.right);
     }
     return *std::move(value);
   }

@@ -1,8 +1,9 @@
-#include <CLI/CLI.hpp>
 #include <charconv>
 #include <iostream>
 #include <memory>
 #include <optional>
+
+#include <CLI/CLI.hpp>
 
 #include "host/command_error.h"
 #include "host/commands/commands.h"
@@ -37,7 +38,8 @@ void tap(const TapOptions& options) {
   if (!options.point.empty()) {
     point = parsePoint(options.point);
     if (!point) {
-      throw wrongValue("POINT", options.point, "give points from the widget's top left, such as 40,79");
+      throw wrongValue(
+          "POINT", options.point, "give points from the widget's top left, such as 40,79");
     }
   }
   WidgetHost host(settle(options.device));

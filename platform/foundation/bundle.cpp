@@ -46,8 +46,8 @@ StringCatalog readStrings(const std::filesystem::path& file) {
   if (!bytes && bytes.error() == std::errc::no_such_file_or_directory) {
     return {};
   }
-  const auto catalog = bytes ? StringCatalog::parse(Data{*bytes})
-                             : std::unexpected(bytes.error().message());
+  const auto catalog =
+      bytes ? StringCatalog::parse(Data{*bytes}) : std::unexpected(bytes.error().message());
   if (!catalog) {
     fatalError(file.string() + ": " + catalog.error());
   }
@@ -95,8 +95,7 @@ const StringCatalog& NSBundle::strings() const {
 
 std::string NSBundle::localization() const {
   const Device device = currentDevice();
-  const auto& preferred =
-      device.languages.empty() ? std::vector{device.locale} : device.languages;
+  const auto& preferred = device.languages.empty() ? std::vector{device.locale} : device.languages;
   const auto match = preferredLocalization(strings().languages(), preferred, {});
   if (!match.empty()) {
     return match;

@@ -31,14 +31,15 @@ class NSBundle {
   /// `Info.plist` with the overrides; nothing if there is no such file or it can't be read.
   std::optional<Dictionary> infoDictionary() const;
 
-  /// The string catalogue `Localizable.xcstrings`; empty if there is none. A catalogue that can't be
-  /// read stops the process with the reason: no user should see bare keys because of a slip in a file.
+  /// The string catalogue `Localizable.xcstrings`; empty if there is none. A catalogue that can't
+  /// be read stops the process with the reason: no user should see bare keys because of a slip in a
+  /// file.
   const StringCatalog& strings() const;
 
   /// The text of `key` in the user's language: the first of the device's languages that the
   /// catalogue has, a regional one falling back to its plain language, else the development region.
-  /// A key without a text there stands for itself. `%lld`, `%d` and `%@` take the arguments in order,
-  /// in plain decimal digits.
+  /// A key without a text there stands for itself. `%lld`, `%d` and `%@` take the arguments in
+  /// order, in plain decimal digits.
   std::string localizedString(std::string_view key,
                               const std::vector<std::int64_t>& arguments = {}) const;
 
@@ -50,8 +51,8 @@ class NSBundle {
   std::shared_ptr<Contents> contents_;
 };
 
-/// The language of `available` to show: the first of `preferred` (language tags, "es-MX" or "es_MX")
-/// that is there as it is or as its plain language, else `developmentRegion`.
+/// The language of `available` to show: the first of `preferred` (language tags, "es-MX" or
+/// "es_MX") that is there as it is or as its plain language, else `developmentRegion`.
 std::string preferredLocalization(const std::vector<std::string>& available,
                                   const std::vector<std::string>& preferred,
                                   std::string_view developmentRegion);

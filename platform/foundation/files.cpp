@@ -41,8 +41,7 @@ std::expected<std::string, std::error_code> readFile(const std::filesystem::path
     if (filled == bytes.size()) {
       bytes.resize(bytes.size() + 1);  // One more than expected, to meet the end of the file.
     }
-    const ssize_t count =
-        ::read(descriptor.number, bytes.data() + filled, bytes.size() - filled);
+    const ssize_t count = ::read(descriptor.number, bytes.data() + filled, bytes.size() - filled);
     if (count < 0 && errno == EINTR) {
       continue;
     }
@@ -59,8 +58,7 @@ std::expected<std::string, std::error_code> readFile(const std::filesystem::path
 }
 
 std::error_code writeFile(const std::filesystem::path& file, std::string_view bytes) {
-  Descriptor descriptor(
-      ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+  Descriptor descriptor(::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
   if (descriptor.number < 0) {
     return lastError();
   }

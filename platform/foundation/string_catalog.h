@@ -36,8 +36,8 @@ class StringCatalog {
   Dictionary strings_ = {};
 };
 
-/// Replaces `%lld`, `%ld`, `%d`, `%@` and their positional forms (`%2$lld`) by the arguments, `%%` by
-/// a percent sign; what has no argument stays as it is.
+/// Replaces `%lld`, `%ld`, `%d`, `%@` and their positional forms (`%2$lld`) by the arguments, `%%`
+/// by a percent sign; what has no argument stays as it is.
 std::string formatArguments(std::string_view format, const std::vector<std::int64_t>& arguments);
 
 }  // namespace platform

@@ -4,7 +4,8 @@
 
 namespace platform {
 
-Dictionary::Dictionary(std::initializer_list<Map::value_type> members) : members_(members) {}
+Dictionary::Dictionary(std::initializer_list<Map::value_type> members) : members_(members) {
+}
 
 const Value* Dictionary::find(std::string_view key) const {
   const auto found = members_.find(key);

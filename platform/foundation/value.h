@@ -61,8 +61,8 @@ class Dictionary {
 
 /// A value of one of the types that property lists, JSON and messages between processes hold.
 ///
-/// A plain value: copies are deep. Integers, floating-point numbers and booleans stay apart, as they
-/// were written; integers beyond 64 bits are held as doubles.
+/// A plain value: copies are deep. Integers, floating-point numbers and booleans stay apart, as
+/// they were written; integers beyond 64 bits are held as doubles.
 class Value {
  public:
   using Storage =

@@ -6,8 +6,8 @@
 
 namespace platform {
 
-/// A colour in sRGB, components and opacity from 0 to 1, not premultiplied; or one of the platform's
-/// own that differ between light and dark.
+/// A colour in sRGB, components and opacity from 0 to 1, not premultiplied; or one of the
+/// platform's own that differ between light and dark.
 struct Color {
   enum class Role : std::uint8_t { fixed, primary, secondary };
 

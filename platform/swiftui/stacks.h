@@ -20,8 +20,8 @@ std::vector<View> ForEach(const Range& elements, const Content& content) {
   return views;
 }
 
-/// What the three stacks share: children of any view type, of optional views (an absent one leaves no
-/// gap) and of lists of views.
+/// What the three stacks share: children of any view type, of optional views (an absent one leaves
+/// no gap) and of lists of views.
 class Stack : public View {
  protected:
   template <class... Children>

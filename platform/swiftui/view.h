@@ -56,7 +56,9 @@ class Text : public ViewModifiers<Text> {
   /// Shown as it is.
   static Text verbatim(std::string text) { return Text(std::move(text), Verbatim()); }
 
-  Text font(Font font) const { return with([&](Text& text) { text.font_ = std::move(font); }); }
+  Text font(Font font) const {
+    return with([&](Text& text) { text.font_ = std::move(font); });
+  }
   Text tracking(double points) const {
     return with([&](Text& text) { text.tracking_ = points; });
   }
@@ -122,8 +124,8 @@ class View : public ViewModifiers<View> {
   View(const Image& image);
   View(const Color& color);
   template <class T>
-    requires(!std::derived_from<T, View> && CompositeView<T>)
-  View(T view) : View(Body([view = std::move(view)] { return View(view.body()); })) {}
+  requires(!std::derived_from<T, View> && CompositeView<T>) View(T view)
+      : View(Body([view = std::move(view)] { return View(view.body()); })) {}
 
   using Body = std::function<View()>;
   using GeometryContent = std::function<View(const GeometryProxy&)>;
@@ -169,11 +171,16 @@ struct ViewNode {
   std::vector<View> children = {};
 };
 
-inline View::View(const Text& text) : View(ViewNode{text}) {}
-inline View::View(const Image& image) : View(ViewNode{image}) {}
-inline View::View(const Color& color) : View(ViewNode{color}) {}
-inline View::View(Body body) : View(ViewNode{std::move(body)}) {}
-inline View::View(ViewNode node) : node_(std::make_shared<const ViewNode>(std::move(node))) {}
+inline View::View(const Text& text) : View(ViewNode{text}) {
+}
+inline View::View(const Image& image) : View(ViewNode{image}) {
+}
+inline View::View(const Color& color) : View(ViewNode{color}) {
+}
+inline View::View(Body body) : View(ViewNode{std::move(body)}) {
+}
+inline View::View(ViewNode node) : node_(std::make_shared<const ViewNode>(std::move(node))) {
+}
 
 template <class Self>
 View ViewModifiers<Self>::padding(Edge edges, double length) const {

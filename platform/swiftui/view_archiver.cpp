@@ -109,7 +109,7 @@ class ViewArchiver {
 
   /// Modifiers whose child has a proposal of its own.
   template <class Modifier>
-    requires requires(const Modifier& modifier) { inside(modifier, KnownSize()); }
+  requires requires(const Modifier& modifier) { inside(modifier, KnownSize()); }
   ArchivedView archive(const Modifier& modifier,
                        const Children& children,
                        KnownSize size,
@@ -135,23 +135,23 @@ class ViewArchiver {
 
   /// Addresses and safe areas leave the proposal as it is.
   template <class Modifier>
-    requires(std::same_as<Modifier, ArchivedLink> || std::same_as<Modifier, ArchivedWidgetURL> ||
-             std::same_as<Modifier, IgnoresSafeAreaModifier>)
-  ArchivedView archive(const Modifier& modifier,
-                       const Children& children,
-                       KnownSize size,
-                       const EnvironmentValues& values) const {
-    return {modifier, {archive(children.front(), size, values)}};
-  }
+  requires(std::same_as<Modifier, ArchivedLink> || std::same_as<Modifier, ArchivedWidgetURL> ||
+           std::same_as<Modifier, IgnoresSafeAreaModifier>) ArchivedView
+      archive(const Modifier& modifier,
+              const Children& children,
+              KnownSize size,
+              const EnvironmentValues& values)
+  const { return {modifier, {archive(children.front(), size, values)}}; }
 
   /// Stacks and aspect ratios propose what depends on their children's sizes.
   template <class Layout>
-    requires(std::same_as<Layout, StackLayout> || std::same_as<Layout, OverlayStackLayout> ||
-             std::same_as<Layout, AspectRatioModifier>)
-  ArchivedView archive(const Layout& layout,
-                       const Children& children,
-                       KnownSize,
-                       const EnvironmentValues& values) const {
+  requires(std::same_as<Layout, StackLayout> || std::same_as<Layout, OverlayStackLayout> ||
+           std::same_as<Layout, AspectRatioModifier>) ArchivedView
+      archive(const Layout& layout,
+              const Children& children,
+              KnownSize,
+              const EnvironmentValues& values)
+  const {
     ArchivedView archived{layout};
     for (const View& child : children) {
       archived.children.push_back(archive(child, std::nullopt, values));

@@ -21,8 +21,7 @@ namespace {
 void configure(const ConfigureRequest& request) {
   setCurrentDevice(request.device);
   setSharedContainer(request.container);
-  NSBundle::setMainBundle(
-      NSBundle(NSBundle::mainBundle().bundlePath(), request.infoOverrides));
+  NSBundle::setMainBundle(NSBundle(NSBundle::mainBundle().bundlePath(), request.infoOverrides));
 }
 
 /// People and tests read dates as texts.
@@ -49,7 +48,8 @@ ArchivedEntry archiveEntry(const WidgetEntry& entry, Size size) {
 }  // namespace
 
 ExtensionService::ExtensionService(std::vector<WidgetConfiguration> widgets, Answer answer)
-    : widgets_(std::move(widgets)), answer_(std::move(answer)) {}
+    : widgets_(std::move(widgets)), answer_(std::move(answer)) {
+}
 
 void ExtensionService::handle(const HostMessage& message) const {
   if (const auto* request = std::get_if<ConfigureRequest>(&message.content)) {
@@ -99,14 +99,14 @@ void ExtensionService::provide(std::int64_t id, const ProvideRequest& request) c
       widget->provider->getSnapshot(request.context, answerOne);
       break;
     case ProvideRequest::What::timeline:
-      widget->provider->getTimeline(
-          request.context, [answer = answer_, id, size](const WidgetTimeline& timeline) {
-            ArchivedTimeline archived{{}, timeline.policy};
-            for (const WidgetEntry& entry : timeline.entries) {
-              archived.entries.push_back(archiveEntry(entry, size));
-            }
-            answer({id, std::move(archived)});
-          });
+      widget->provider->getTimeline(request.context,
+                                    [answer = answer_, id, size](const WidgetTimeline& timeline) {
+                                      ArchivedTimeline archived{{}, timeline.policy};
+                                      for (const WidgetEntry& entry : timeline.entries) {
+                                        archived.entries.push_back(archiveEntry(entry, size));
+                                      }
+                                      answer({id, std::move(archived)});
+                                    });
       break;
   }
 }

@@ -10,8 +10,8 @@ namespace platform {
 
 /// Answers a host's messages with a bundle's widgets.
 ///
-/// Providers run on the calling thread. An answer is handed to `answer` when the provider completes,
-/// before `handle` returns or later; what goes wrong is a `Failure` that names it.
+/// Providers run on the calling thread. An answer is handed to `answer` when the provider
+/// completes, before `handle` returns or later; what goes wrong is a `Failure` that names it.
 class ExtensionService {
  public:
   using Answer = std::function<void(ExtensionMessage)>;

@@ -140,10 +140,9 @@ HostMessage::Content decodeHostContent(std::string_view type,
                                        const Dictionary& from,
                                        Reader& reader) {
   if (type == "configure") {
-    return ConfigureRequest{
-        .device = decodeDevice(reader.take<Dictionary>(from, "device"), reader),
-        .container = reader.take<std::string>(from, "container"),
-        .infoOverrides = reader.take<Dictionary>(from, "info")};
+    return ConfigureRequest{.device = decodeDevice(reader.take<Dictionary>(from, "device"), reader),
+                            .container = reader.take<std::string>(from, "container"),
+                            .infoOverrides = reader.take<Dictionary>(from, "info")};
   }
   if (type == "describe") {
     return DescribeRequest();
@@ -156,13 +155,12 @@ HostMessage::Content decodeHostContent(std::string_view type,
     if (!family) {
       reader.fail("family");
     }
-    return ProvideRequest{
-        .what = static_cast<ProvideRequest::What>(what),
-        .kind = reader.take<std::string>(from, "kind"),
-        .context = {.family = family.value_or(WidgetFamily::systemSmall),
-                    .displaySize = {reader.takeNumber(from, "width"),
-                                    reader.takeNumber(from, "height")},
-                    .isPreview = reader.take<bool>(from, "preview")}};
+    return ProvideRequest{.what = static_cast<ProvideRequest::What>(what),
+                          .kind = reader.take<std::string>(from, "kind"),
+                          .context = {.family = family.value_or(WidgetFamily::systemSmall),
+                                      .displaySize = {reader.takeNumber(from, "width"),
+                                                      reader.takeNumber(from, "height")},
+                                      .isPreview = reader.take<bool>(from, "preview")}};
   }
   reader.fail("type");
   return DescribeRequest();
@@ -211,9 +209,8 @@ Dictionary encodeContent(const ArchivedTimeline& timeline) {
   }
   return {{"type", "timeline"},
           {"entries", std::move(entries)},
-          {"after", timeline.policy.date.transform([](Date date) {
-             return date.timeIntervalSince1970();
-           })}};
+          {"after",
+           timeline.policy.date.transform([](Date date) { return date.timeIntervalSince1970(); })}};
 }
 
 std::optional<WidgetDescription> decodeDescription(const Value& value) {
@@ -255,11 +252,11 @@ ArchivedTimeline decodeTimeline(const Dictionary& from, Reader& reader, std::str
         if (!entry) {
           return std::nullopt;
         }
-        ArchivedEntry decoded{.date = Date::since1970(reader.takeNumber(*entry, "date")),
-                              .fields = reader.takeAll<Mirror::value_type>(
-                                  *entry, "fields", decodeField),
-                              .light = takeView(*entry, "light", error),
-                              .dark = {}};
+        ArchivedEntry decoded{
+            .date = Date::since1970(reader.takeNumber(*entry, "date")),
+            .fields = reader.takeAll<Mirror::value_type>(*entry, "fields", decodeField),
+            .light = takeView(*entry, "light", error),
+            .dark = {}};
         decoded.dark = entry->find("dark") ? takeView(*entry, "dark", error) : decoded.light;
         return decoded;
       });

@@ -17,7 +17,8 @@ namespace platform {
 /// A record's fields under their own names and in their own order, for people and tests.
 using Mirror = std::vector<std::pair<std::string, Value>>;
 
-/// A record with the moment from which a widget shows it, and `Mirror mirror(const Entry&)` beside it.
+/// A record with the moment from which a widget shows it, and `Mirror mirror(const Entry&)` beside
+/// it.
 template <class Entry>
 concept TimelineEntry = std::copyable<Entry> && requires(const Entry& entry) {
   { entry.date } -> std::convertible_to<Date>;
@@ -58,15 +59,14 @@ using Completion = std::function<void(T)>;
 /// Supplies a static configuration's entries, on the thread that the host's request runs on. Each
 /// completion is called exactly once, at once or later.
 template <class Provider>
-concept TimelineProvider =
-    TimelineEntry<typename Provider::Entry> &&
+concept TimelineProvider = TimelineEntry<typename Provider::Entry> &&
     requires(const Provider& provider,
              const TimelineProviderContext& context,
              Completion<typename Provider::Entry> shown,
              Completion<Timeline<typename Provider::Entry>> planned) {
-      { provider.placeholder(context) } -> std::same_as<typename Provider::Entry>;
-      provider.getSnapshot(context, shown);
-      provider.getTimeline(context, planned);
-    };
+  { provider.placeholder(context) } -> std::same_as<typename Provider::Entry>;
+  provider.getSnapshot(context, shown);
+  provider.getTimeline(context, planned);
+};
 
 }  // namespace platform

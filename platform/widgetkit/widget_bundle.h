@@ -15,13 +15,14 @@ concept Widget = std::default_initializable<T> && requires(const T& widget) {
   { widget.body() } -> std::same_as<WidgetConfiguration>;
 };
 
-/// How the process entry reaches a bundle: makes it and reads its body, the widgets in gallery order.
+/// How the process entry reaches a bundle: makes it and reads its body, the widgets in gallery
+/// order.
 struct WidgetBundleConformance {
   std::vector<WidgetConfiguration> (*body)();
 };
 
-/// The conformance of a bundle type, whose `body()` is a tuple of widget records. Made once and kept
-/// for the process; safe from any thread.
+/// The conformance of a bundle type, whose `body()` is a tuple of widget records. Made once and
+/// kept for the process; safe from any thread.
 template <class Bundle>
 const WidgetBundleConformance& widgetBundleConformance() {
   static const WidgetBundleConformance conformance = {[] {

@@ -21,7 +21,8 @@ TEST(Base64, GoesThroughAndRefusesEverythingElse) {
     EXPECT_EQ(encodeBase64(bytes), text);
     EXPECT_EQ(decodeBase64(text), bytes) << text;
   }
-  for (const char* text : {"Z", "Zg", "Zg=", "Zg===", "Z===", "====", "Zh==", "Zm9=", "Zm 9", "Zg==Zg==", "Zm9v!"}) {
+  for (const char* text :
+       {"Z", "Zg", "Zg=", "Zg===", "Z===", "====", "Zh==", "Zm9=", "Zm 9", "Zg==Zg==", "Zm9v!"}) {
     EXPECT_EQ(decodeBase64(text), std::nullopt) << text;
   }
 }

@@ -42,8 +42,7 @@ inline Ran run(const std::filesystem::path& program, const std::vector<std::stri
   }
   arguments.push_back(nullptr);
   pid_t pid = -1;
-  EXPECT_EQ(
-      ::posix_spawn(&pid, program.c_str(), &actions, nullptr, arguments.data(), environ), 0);
+  EXPECT_EQ(::posix_spawn(&pid, program.c_str(), &actions, nullptr, arguments.data(), environ), 0);
   posix_spawn_file_actions_destroy(&actions);
   int status = 0;
   ::waitpid(pid, &status, 0);

@@ -35,8 +35,13 @@ TEST(CommandLine, TheGalleryIsInOrderAndInTheUsersLanguage) {
 
 TEST(CommandLine, AStreakGoesInAndItsTimelineComesOut) {
   const Phone phone;
-  const Words timeline = {"timeline", "StreakWidget", "--json", "--now", "2024-03-05T10:00:00-06:00",
-                          "--time-zone", "America/Mexico_City"};
+  const Words timeline = {"timeline",
+                          "StreakWidget",
+                          "--json",
+                          "--now",
+                          "2024-03-05T10:00:00-06:00",
+                          "--time-zone",
+                          "America/Mexico_City"};
   ASSERT_EQ(phone.glancery({"app", "streak", "12", "--last-active", "2024-03-05T06:00:00Z"}).status,
             0);
   const Json first = json(phone.glancery(timeline));
@@ -83,8 +88,16 @@ TEST(CommandLine, SamplesAreOneEntryWithoutAPolicy) {
 TEST(CommandLine, RendersPicturesAndDisplayLists) {
   const Phone phone;
   const auto render = [&](const std::string& file, Words more) {
-    Words words = {"render", "StreakWidget", "-o", phone.file(file).string(), "--locale", "en_US",
-                   "--now", "2024-03-05T21:00:00Z", "--time-zone", "UTC"};
+    Words words = {"render",
+                   "StreakWidget",
+                   "-o",
+                   phone.file(file).string(),
+                   "--locale",
+                   "en_US",
+                   "--now",
+                   "2024-03-05T21:00:00Z",
+                   "--time-zone",
+                   "UTC"};
     words.insert(words.end(), more.begin(), more.end());
     const Ran ran = phone.glancery(words);
     EXPECT_EQ(ran.status, 0) << ran.err;
@@ -94,8 +107,9 @@ TEST(CommandLine, RendersPicturesAndDisplayLists) {
   const Json list = Json::parse(render("list.json", {}));
   EXPECT_EQ(list["size"], Json::parse(R"({"width": 158, "height": 158})"));
   EXPECT_EQ(list["widgetURL"], "quiloapp://streak");
-  EXPECT_EQ(list["items"][0],
-            Json::parse(R"({"type": "image", "frame": [-3, -3, 164, 164], "name": "streakBg_night"})"));
+  EXPECT_EQ(
+      list["items"][0],
+      Json::parse(R"({"type": "image", "frame": [-3, -3, 164, 164], "name": "streakBg_night"})"));
   EXPECT_EQ(list["items"][1]["name"], "flameEnd");
   EXPECT_EQ(list["items"][2]["text"], "0");
   EXPECT_EQ(list["items"][3]["font"],
@@ -121,12 +135,48 @@ TEST(CommandLine, APictureThatTheBundleLacksIsSaidAndTheRestDrawn) {
   const Phone phone;
   phone.glancery({"app", "streak", "3", "--last-active", "2024-03-05T10:00:00Z"});
   phone.glancery({"store", "set", "streakImageIndex", "-3", "--type", "integer"});
-  const Ran ran = phone.glancery({"render", "StreakWidget", "-o", phone.file("a.png").string(),
-                                  "--now", "2024-03-05T21:00:00Z", "--time-zone", "UTC"});
+  const Ran ran = phone.glancery({"render",
+                                  "StreakWidget",
+                                  "-o",
+                                  phone.file("a.png").string(),
+                                  "--now",
+                                  "2024-03-05T21:00:00Z",
+                                  "--time-zone",
+                                  "UTC"});
   EXPECT_EQ(ran.status, 0);
-  EXPECT_EQ(ran.err,
-            "glancery: the bundle has no picture \"streakBg_success-2\"; nothing was drawn there\n");
+  EXPECT_EQ(
+      ran.err,
+      "glancery: the bundle has no picture \"streakBg_success-2\"; nothing was drawn there\n");
   EXPECT_TRUE(std::filesystem::exists(phone.file("a.png")));
+}
+
+TEST(CommandLine, EveryLineOfTheStreakFitsTheSmallestPhoneBesideTwoDigits) {
+  const Phone phone;
+  phone.glancery({"app", "streak", "28", "--last-active", "2024-03-04T12:00:00Z"});
+  const std::string file = phone.file("list.json").string();
+  for (const char* locale : {"es_MX", "en_US", "pt_BR", "fr_FR"}) {
+    for (const char* hour : {"04", "08", "10", "12", "14", "16", "18", "20", "22"}) {
+      phone.glancery({"render",
+                      "StreakWidget",
+                      "-o",
+                      file,
+                      "--device",
+                      "375x667",
+                      "--locale",
+                      locale,
+                      "--now",
+                      std::string("2024-03-05T") + hour + ":00:00Z",
+                      "--time-zone",
+                      "UTC"});
+      for (const Json& item : Json::parse(readWhole(file))["items"]) {
+        const double left = item["frame"][0];
+        const double right = left + item["frame"][2].get<double>();
+        const bool backdrop = item["type"] == "image" && item["frame"][2] > 100;
+        EXPECT_TRUE(backdrop || (left >= 4 && right <= 144)) << locale << " at " << hour << item;
+        EXPECT_TRUE(item["type"] != "text" || item["lines"].size() <= 3) << locale << hour << item;
+      }
+    }
+  }
 }
 
 TEST(CommandLine, TheStreakAlwaysOpensItsDeepLink) {
@@ -180,15 +230,36 @@ struct Mistake {
 
 const Mistake kMistakes[] = {
     {"unknownKind", {"timeline", "Streak"}, 2, {"\"Streak\"", "Checkin, StreakWidget"}},
-    {"unknownZone", {"timeline", "StreakWidget", "--time-zone", "Mars/Olympus"}, 2, {"Mars/Olympus", "America/Mexico_City"}},
-    {"zoneOutsideTheDatabase", {"timeline", "StreakWidget", "--time-zone", "../../etc/passwd"}, 2, {"../../etc/passwd"}},
+    {"unknownZone",
+     {"timeline", "StreakWidget", "--time-zone", "Mars/Olympus"},
+     2,
+     {"Mars/Olympus", "America/Mexico_City"}},
+    {"zoneOutsideTheDatabase",
+     {"timeline", "StreakWidget", "--time-zone", "../../etc/passwd"},
+     2,
+     {"../../etc/passwd"}},
     {"unknownLocale", {"timeline", "StreakWidget", "--locale", "qqq_QQ"}, 2, {"qqq_QQ", "es_MX"}},
     {"unknownDevice", {"timeline", "StreakWidget", "--device", "1x1"}, 2, {"\"1x1\"", "390x844"}},
-    {"malformedInstant", {"timeline", "StreakWidget", "--now", "2024-02-30T00:00:00Z"}, 2, {"2024-02-30", "2026-03-05T08:30:00Z"}},
-    {"instantWithoutAZone", {"timeline", "StreakWidget", "--now", "2024-02-20T00:00:00"}, 2, {"2024-02-20"}},
-    {"malformedSize", {"render", "StreakWidget", "-o", "a.png", "--size", "158"}, 2, {"\"158\"", "338x158"}},
-    {"sizeBeyondReason", {"render", "StreakWidget", "-o", "a.png", "--size", "1e9x2"}, 2, {"1e9x2"}},
-    {"malformedScale", {"render", "StreakWidget", "-o", "a.png", "--scale", "9"}, 2, {"9", "1 to 4"}},
+    {"malformedInstant",
+     {"timeline", "StreakWidget", "--now", "2024-02-30T00:00:00Z"},
+     2,
+     {"2024-02-30", "2026-03-05T08:30:00Z"}},
+    {"instantWithoutAZone",
+     {"timeline", "StreakWidget", "--now", "2024-02-20T00:00:00"},
+     2,
+     {"2024-02-20"}},
+    {"malformedSize",
+     {"render", "StreakWidget", "-o", "a.png", "--size", "158"},
+     2,
+     {"\"158\"", "338x158"}},
+    {"sizeBeyondReason",
+     {"render", "StreakWidget", "-o", "a.png", "--size", "1e9x2"},
+     2,
+     {"1e9x2"}},
+    {"malformedScale",
+     {"render", "StreakWidget", "-o", "a.png", "--scale", "9"},
+     2,
+     {"9", "1 to 4"}},
     {"malformedScheme", {"gallery", "--scheme", "sepia"}, 2, {"sepia", "light or dark"}},
     {"malformedVersion", {"gallery", "--os", "seventeen"}, 2, {"seventeen", "17.0"}},
     {"malformedInfo", {"gallery", "--info", "KEY"}, 2, {"\"KEY\"", "KEY=VALUE"}},
@@ -196,15 +267,30 @@ const Mistake kMistakes[] = {
     {"pointOutside", {"tap", "StreakWidget", "158,0"}, 2, {"158,0", "158x158"}},
     {"unknownEnding", {"render", "StreakWidget", "-o", "a.gif"}, 2, {"a.gif", ".png"}},
     {"unknownRequest", {"render", "StreakWidget", "-o", "a.png", "--of", "dream"}, 2, {"dream"}},
-    {"entryBeyondTheTimeline", {"render", "StreakWidget", "-o", "a.png", "--entry", "1"}, 2, {"\"1\"", "1 entries"}},
-    {"unwritableOutput", {"render", "StreakWidget", "-o", "/nonexistent/a.png"}, 1, {"/nonexistent/a.png", "No such file"}},
-    {"missingBundle", {"gallery", "--extension", "/nonexistent.appex"}, 1, {"/nonexistent.appex", "--extension DIR"}},
+    {"entryBeyondTheTimeline",
+     {"render", "StreakWidget", "-o", "a.png", "--entry", "1"},
+     2,
+     {"\"1\"", "1 entries"}},
+    {"unwritableOutput",
+     {"render", "StreakWidget", "-o", "/nonexistent/a.png"},
+     1,
+     {"/nonexistent/a.png", "No such file"}},
+    {"missingBundle",
+     {"gallery", "--extension", "/nonexistent.appex"},
+     1,
+     {"/nonexistent.appex", "--extension DIR"}},
     {"folderWithoutAProgram", {"gallery", "--extension", "/usr"}, 1, {"/usr", "no program"}},
     {"malformedStreak", {"app", "streak", "many"}, 2, {"many"}},
     {"malformedLastActive", {"app", "streak", "3", "--last-active", "yesterday"}, 2, {"yesterday"}},
     {"emptyUser", {"app", "sign-in", ""}, 2, {"UID"}},
-    {"wordOfAnotherType", {"store", "set", "k", "1.5", "--type", "integer"}, 2, {"\"1.5\"", "whole number"}},
-    {"unknownType", {"store", "set", "k", "v", "--type", "colour"}, 2, {"colour", "string, integer"}},
+    {"wordOfAnotherType",
+     {"store", "set", "k", "1.5", "--type", "integer"},
+     2,
+     {"\"1.5\"", "whole number"}},
+    {"unknownType",
+     {"store", "set", "k", "v", "--type", "colour"},
+     2,
+     {"colour", "string, integer"}},
     {"unknownCommand", {"dance"}, 2, {"\"dance\"", "gallery, placeholder"}},
     {"unknownCommandOfAGroup", {"store", "burn"}, 2, {"\"burn\"", "get, delete"}},
     {"noCommandOfAGroup", {"store"}, 2, {"subcommand"}},
@@ -252,13 +338,19 @@ TEST(CommandLine, TheOverflowThatStopsTheExtensionIsReported) {
   const Ran ran = phone.glancery(
       {"timeline", "StreakWidget", "--now", "2024-03-05T21:00:00Z", "--time-zone", "UTC"});
   EXPECT_EQ(ran.status, 1);
-  EXPECT_THAT(ran.err, HasSubstr("the extension crashed: Aborted (Fatal error: arithmetic overflow"));
+  EXPECT_THAT(ran.err,
+              HasSubstr("the extension crashed: Aborted (Fatal error: arithmetic overflow"));
 }
 
 TEST(CommandLine, EveryCommandHasHelp) {
   const Phone phone;
-  for (const Words& command : {Words{}, Words{"gallery"}, Words{"timeline"}, Words{"render"},
-                               Words{"tap"}, Words{"store", "set"}, Words{"app", "streak"}}) {
+  for (const Words& command : {Words{},
+                               Words{"gallery"},
+                               Words{"timeline"},
+                               Words{"render"},
+                               Words{"tap"},
+                               Words{"store", "set"},
+                               Words{"app", "streak"}}) {
     Words words = command;
     words.push_back("--help");
     const Ran ran = run(std::string(GLANCERY_BUILD) + "/glancery", words);

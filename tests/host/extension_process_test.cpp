@@ -65,11 +65,12 @@ INSTANTIATE_TEST_SUITE_P(
 
 // Under a sanitizer every process is larger than any limit a phone would set.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-INSTANTIATE_TEST_SUITE_P(Memory,
-                         Misbehaviour,
-                         ::testing::Values(Case{"hoard", Kind::memory, "MiB of memory where 30.0 MiB"},
-                                           Case{"devour", Kind::memory, "where 30.0 MiB"}),
-                         [](const auto& row) { return std::string(row.param.how); });
+INSTANTIATE_TEST_SUITE_P(
+    Memory,
+    Misbehaviour,
+    ::testing::Values(Case{"hoard", Kind::memory, "MiB of memory where 30.0 MiB"},
+                      Case{"devour", Kind::memory, "where 30.0 MiB"}),
+    [](const auto& row) { return std::string(row.param.how); });
 constexpr ExtensionLimits kGenerous = {.answer = 10s, .memory = std::size_t{30} << 20};
 #else
 constexpr ExtensionLimits kGenerous = {.answer = 10s, .memory = 0};

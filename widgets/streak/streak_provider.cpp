@@ -16,8 +16,8 @@ namespace {
 constexpr std::int64_t kSuccessImages = 5;
 constexpr std::int64_t kFailImages = 4;
 
-/// The hours at which the sky changes. Hour 0 is never greater than the present one; midnight is the
-/// start of the next day.
+/// The hours at which the sky changes. Hour 0 is never greater than the present one; midnight is
+/// the start of the next day.
 constexpr int kRefreshHours[] = {0, 8, 10, 12, 14, 16, 18, 20, 22};
 
 StreakState stateOf(const StreakRecord& record, const Calendar& calendar, Date yesterdayStart) {
@@ -48,11 +48,8 @@ std::string backdropName(Backdrop backdrop, std::int64_t success, std::int64_t f
   return timeOfDayBackground();
 }
 
-StreakEntry entryFor(StreakState state,
-                     Date now,
-                     std::int64_t count,
-                     std::int64_t success,
-                     std::int64_t fail) {
+StreakEntry entryFor(
+    StreakState state, Date now, std::int64_t count, std::int64_t success, std::int64_t fail) {
   const StateRow& row = rowFor(state);
   StreakEntry entry;
   entry.date = now;
@@ -120,8 +117,8 @@ void StreakProvider::getTimeline(const TimelineProviderContext&,
                                  const Completion<Timeline<StreakEntry>>& completion) const {
   const Date now = Date::now();
   const Calendar calendar = Calendar::current();
-  const Date yesterdayStart = require(calendar.dateByAddingDays(-1, calendar.startOfDay(now)),
-                                      "the day before today");
+  const Date yesterdayStart =
+      require(calendar.dateByAddingDays(-1, calendar.startOfDay(now)), "the day before today");
 
   const StreakRecord record = readStreakData();
   const std::int64_t success = readIndex(successImageIndexKey);

@@ -21,8 +21,8 @@ struct StreakRecord {
 
 /// Supplies the streak widget's entries from the shared suite.
 ///
-/// Holds nothing between calls: which success and fail picture comes next, and when each last moved,
-/// lives in the suite. Each of the two moves at most once a calendar day.
+/// Holds nothing between calls: which success and fail picture comes next, and when each last
+/// moved, lives in the suite. Each of the two moves at most once a calendar day.
 struct StreakProvider {
   using Entry = StreakEntry;
 

@@ -11,8 +11,8 @@ namespace glancery {
 /// Declares the streak widget: days in a row, small.
 struct Streak {
   std::string kind = "StreakWidget";
-  platform::URL widgetURL = platform::require(platform::URL::fromString("quiloapp://streak"),
-                                              "the streak's deep link");
+  platform::URL widgetURL =
+      platform::require(platform::URL::fromString("quiloapp://streak"), "the streak's deep link");
 
   platform::WidgetConfiguration body() const;
 };

@@ -56,7 +56,7 @@ TEST(ViewArchiverDeathTest, GeometryThatDependsOnTextStopsWithItsName) {
 
 /// Says in which scheme its body ran.
 struct SchemeView {
-  Environment<&EnvironmentValues::colorScheme> _colorScheme = {};
+  Environment<& EnvironmentValues::colorScheme> _colorScheme = {};
   View body() const {
     const bool dark = _colorScheme.wrappedValue() == ColorScheme::dark;
     return Text::verbatim(dark ? "dark" : "light");
@@ -85,13 +85,12 @@ TEST(ViewArchiver, SemanticColoursAndAlignmentAreResolved) {
 
 TEST(Stacks, TakeOptionalAndListedChildren) {
   const std::vector<int> numbers = {1, 2, 3};
-  const ArchivedView stack = archived(HStack({.spacing = 6},
-                                             Text("a"),
-                                             std::optional<View>(),
-                                             std::optional<View>(Text("b")),
-                                             ForEach(numbers, [](int number) {
-                                               return Text(LocalizedStringKey("%lld", {number}));
-                                             })));
+  const ArchivedView stack = archived(HStack(
+      {.spacing = 6},
+      Text("a"),
+      std::optional<View>(),
+      std::optional<View>(Text("b")),
+      ForEach(numbers, [](int number) { return Text(LocalizedStringKey("%lld", {number})); })));
   ASSERT_EQ(stack.children.size(), 5u);
   EXPECT_EQ(std::get<ArchivedText>(stack.children[4].element).text, "3");
   EXPECT_EQ(std::get<StackLayout>(stack.element),

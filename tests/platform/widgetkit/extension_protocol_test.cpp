@@ -7,15 +7,16 @@ namespace {
 
 const HostMessage kHostMessages[] = {
     {1,
+     ConfigureRequest{.device = {.clock = Clock::standingAt(Date::since1970(1700000000.25)),
+                                 .timeZone = "America/Mexico_City",
+                                 .locale = "es_MX",
+                                 .languages = {"es-MX", "en"},
+                                 .systemVersion = {16, 4, 1}},
+                      .container = "/somewhere/añadida",
+                      .infoOverrides = {{"ApiBaseUrl", "http://127.0.0.1:1"}}}},
+    {2,
      ConfigureRequest{
-         .device = {.clock = Clock::standingAt(Date::since1970(1700000000.25)),
-                    .timeZone = "America/Mexico_City",
-                    .locale = "es_MX",
-                    .languages = {"es-MX", "en"},
-                    .systemVersion = {16, 4, 1}},
-         .container = "/somewhere/añadida",
-         .infoOverrides = {{"ApiBaseUrl", "http://127.0.0.1:1"}}}},
-    {2, ConfigureRequest{.device = {.clock = Clock::shiftedBy(-3.5)}, .container = "", .infoOverrides = {}}},
+         .device = {.clock = Clock::shiftedBy(-3.5)}, .container = "", .infoOverrides = {}}},
     {3, DescribeRequest()},
     {4,
      ProvideRequest{.what = ProvideRequest::What::snapshot,
@@ -40,7 +41,8 @@ ArchivedEntry twoFaced() {
 const ExtensionMessage kExtensionMessages[] = {
     {1, Configured()},
     {2, Failure{"no widget has the kind \"X\""}},
-    {3, WidgetDescriptions{{{"K", "NAME", "DESC", {WidgetFamily::systemSmall}}, {"L", "", "", {}}}}},
+    {3,
+     WidgetDescriptions{{{"K", "NAME", "DESC", {WidgetFamily::systemSmall}}, {"L", "", "", {}}}}},
     {4, ArchivedTimeline{{entry(), twoFaced()}, TimelineReloadPolicy::after(Date::since1970(5))}},
     {5, ArchivedTimeline{{}, TimelineReloadPolicy::never}},
 };
@@ -54,7 +56,8 @@ TEST(ExtensionProtocol, MessagesArriveAsTheyWereSent) {
   }
 }
 
-/// Calls `check` for every value that differs from `value` in one member, missing or of another type.
+/// Calls `check` for every value that differs from `value` in one member, missing or of another
+/// type.
 void forEachDamage(const Value& value, const std::function<void(const Value&)>& check) {
   const Value wrong[] = {Value(), Value(-1), Value(1e300), Value("?"), Value(Array{Value()})};
   if (const Dictionary* dictionary = value.dictionary()) {

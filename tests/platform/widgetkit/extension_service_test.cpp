@@ -38,14 +38,13 @@ struct LateProvider {
 
 struct Service : ::testing::Test {
   Service()
-      : service({StaticConfiguration("Notes",
-                                     LateProvider{&waiting},
-                                     [](const Note& note) {
-                                       return View(Text::verbatim(note.text));
-                                     })
-                     .supportedFamilies({WidgetFamily::systemSmall}),
-                 WidgetConfiguration{.kind = "Declared"}},
-                [this](ExtensionMessage message) { answers.push_back(std::move(message)); }) {
+      : service(
+            {StaticConfiguration("Notes",
+                                 LateProvider{&waiting},
+                                 [](const Note& note) { return View(Text::verbatim(note.text)); })
+                 .supportedFamilies({WidgetFamily::systemSmall}),
+             WidgetConfiguration{.kind = "Declared"}},
+            [this](ExtensionMessage message) { answers.push_back(std::move(message)); }) {
     world::phoneAt(Date::since1970(100));
   }
 
@@ -93,12 +92,11 @@ TEST_F(Service, RefusalsNameWhatIsWrong) {
 
 TEST_F(Service, SettingsComeIntoForce) {
   const world::Container container;
-  service.handle(
-      {1,
-       ConfigureRequest{.device = {.clock = Clock::standingAt(Date::since1970(42)),
-                                   .timeZone = "Asia/Tokyo"},
-                        .container = container.path().string(),
-                        .infoOverrides = {}}});
+  service.handle({1,
+                  ConfigureRequest{.device = {.clock = Clock::standingAt(Date::since1970(42)),
+                                              .timeZone = "Asia/Tokyo"},
+                                   .container = container.path().string(),
+                                   .infoOverrides = {}}});
   EXPECT_EQ(answers.back(), (ExtensionMessage{1, Configured()}));
   EXPECT_EQ(Date::now(), Date::since1970(42));
   EXPECT_EQ(TimeZone::current().identifier(), "Asia/Tokyo");

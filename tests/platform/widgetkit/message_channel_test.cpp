@@ -70,12 +70,12 @@ TEST(MessageChannel, KeepsWhatArrivedBeforeTheTimeWasOver) {
 
 TEST(MessageChannel, RefusesNonsense) {
   const std::pair<std::string, Kind> kCases[] = {
-      {bytes({1, 0, 0, 1}), Kind::malformed},           // 16 MiB and a byte
-      {bytes({255, 255, 255, 255}), Kind::malformed},   // 4 GiB
-      {bytes({0, 0, 0, 0}), Kind::malformed},           // an empty message is no value
-      {bytes({0, 0, 0, 1, 0x81}), Kind::malformed},     // an array without its item
+      {bytes({1, 0, 0, 1}), Kind::malformed},          // 16 MiB and a byte
+      {bytes({255, 255, 255, 255}), Kind::malformed},  // 4 GiB
+      {bytes({0, 0, 0, 0}), Kind::malformed},          // an empty message is no value
+      {bytes({0, 0, 0, 1, 0x81}), Kind::malformed},    // an array without its item
       {bytes({0, 0, 0, 2, 0x01, 0x01}), Kind::malformed},
-      {bytes({0, 0, 0, 1}), Kind::closed},              // the peer leaves in the middle
+      {bytes({0, 0, 0, 1}), Kind::closed},  // the peer leaves in the middle
       {"", Kind::closed},
   };
   for (const auto& [said, kind] : kCases) {

@@ -4,8 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <string_view>
+
+#include <nlohmann/json.hpp>
 
 #include "tests/vectors.h"
 #include "tests/widgets/streak/streak_world.h"
@@ -122,10 +123,9 @@ TEST_P(StreakEvaluation, ShowsAndStores) {
   EXPECT_EQ(suite().integerForKey("streakFailImageIndex"), row.fail);
 }
 
-INSTANTIATE_TEST_SUITE_P(Days,
-                         StreakEvaluation,
-                         ::testing::ValuesIn(kCases),
-                         [](const auto& row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(Days, StreakEvaluation, ::testing::ValuesIn(kCases), [](const auto& row) {
+  return std::string(row.param.name);
+});
 
 // The platform's own answers
 
@@ -284,8 +284,7 @@ Value bytes(std::string_view text) {
 
 const Date kNovember = Date::since1970(1700000000);
 const std::string kMissing = "[StreakProvider] No serialized streak data found for key streakData";
-const std::string kCast =
-    "[StreakProvider] Failed to cast deserialized object to [String: Any]";
+const std::string kCast = "[StreakProvider] Failed to cast deserialized object to [String: Any]";
 
 const RecordCase kRecords[] = {
     {"good",
@@ -383,7 +382,8 @@ TEST(StreakProvider, DatesOfAnotherTypeAreAbsent) {
   phoneAt(instant("2024-03-05T10:00Z"));
   evaluate();
   EXPECT_EQ(suite().integerForKey("streakImageIndex"), 2);
-  EXPECT_EQ(suite().objectForKey("successIndexLastUpdateDate"), Value(instant("2024-03-05T10:00Z")));
+  EXPECT_EQ(suite().objectForKey("successIndexLastUpdateDate"),
+            Value(instant("2024-03-05T10:00Z")));
 }
 
 TEST(StreakProviderDeathTest, TheLargestIndexStopsTheProcessWhereItIsUsed) {
@@ -426,8 +426,7 @@ TEST(StreakProvider, SamplesIgnoreTheSuite) {
                                       .flameImageName = "flame"}));
   EXPECT_THAT(
       log.lines(),
-      ElementsAre(
-          "[StreakProvider] Providing specific snapshot: 10 day streak, pending today."));
+      ElementsAre("[StreakProvider] Providing specific snapshot: 10 day streak, pending today."));
 }
 
 }  // namespace

@@ -95,8 +95,8 @@ TEST(StreakView, TheMessageIsSmallTightAndPulledUp) {
   shown.showTimeBasedText = true;
   shown.timeBasedMessageKey = "Go on";
   test::FixedAdvanceMeasurer text;
-  const ArchivedView archived = archiveView(
-      StreakWidgetEntryView{shown, false}, kWidget, {}, NSBundle::mainBundle());
+  const ArchivedView archived =
+      archiveView(StreakWidgetEntryView{shown, false}, kWidget, {}, NSBundle::mainBundle());
   const DisplayList list = layOut(archived, kWidget, {}, {text, imageSize});
   const auto style = [&](std::size_t item) {
     return std::get<TextItem>(list.items.at(item).content).text;

@@ -8,7 +8,8 @@
 #include "tests/world.h"
 #include "widgets/streak/streak_provider.h"
 
-// A suite as the host app and earlier evaluations left it, and what one more evaluation makes of it.
+// A suite as the host app and earlier evaluations left it, and what one more evaluation makes of
+// it.
 
 namespace world {
 
