@@ -56,6 +56,8 @@ class ExtensionProcess {
   /// The lines of standard output so far, without their line feeds.
   const std::vector<std::string>& log() const { return log_.lines; }
   pid_t pid() const { return pid_; }
+  /// The largest resident memory so far, in bytes; 0 once the process is gone.
+  std::size_t peakMemory() const;
 
  private:
   using Deadline = std::chrono::steady_clock::time_point;
@@ -73,7 +75,6 @@ class ExtensionProcess {
 
   std::expected<platform::ExtensionMessage, ExtensionFailure> awaitAnswer(Deadline deadline);
   void drainOutput();
-  std::size_t peakMemory() const;
   bool exceedsMemory(std::size_t peak) const;
   /// Ends the process if it still runs, and finds out what became of it.
   ExtensionFailure end(ExtensionFailure::Kind kind, std::string reason);

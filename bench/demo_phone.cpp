@@ -1,0 +1,52 @@
+#include "bench/demo_phone.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "platform/foundation/require.h"
+#include "platform/foundation/user_defaults.h"
+
+namespace bench {
+
+using namespace platform;
+
+DemoPhone::DemoPhone() {
+  std::string name = (std::filesystem::temp_directory_path() / "glancery-bench-XXXXXX").string();
+  if (!::mkdtemp(name.data())) {
+    giveUp("no folder for the container in " + std::filesystem::temp_directory_path().string());
+  }
+  container_ = name;
+  setSharedContainer(container_);
+  auto suite = require(NSUserDefaults::initWithSuiteName("group.com.quiloapp.sharedData"),
+                       "the shared suite");
+  suite.setObject(Data{R"({"count":5,"timestamp":1772730000.25})"}, "streakData");
+  suite.setObject("demo", "sharedUid");
+}
+
+DemoPhone::~DemoPhone() {
+  std::error_code ignored;
+  std::filesystem::remove_all(container_, ignored);
+}
+
+ConfigureRequest DemoPhone::configure() const {
+  return {.device = {.clock = Clock::standingAt(require(Date::fromISO8601(kNow), kNow)),
+                     .timeZone = kTimeZone,
+                     .locale = "es_MX",
+                     .languages = {"es_MX"}},
+          .container = container_.string(),
+          .infoOverrides = {}};
+}
+
+ProvideRequest DemoPhone::streakTimeline() {
+  const Size content = {kSmallWidget.width - kContentMargins.leading - kContentMargins.trailing,
+                        kSmallWidget.height - kContentMargins.top - kContentMargins.bottom};
+  return {
+      ProvideRequest::What::timeline, "StreakWidget", {WidgetFamily::systemSmall, content, false}};
+}
+
+void giveUp(const std::string& reason) {
+  std::fprintf(stderr, "bench: %s\n", reason.c_str());
+  std::exit(1);
+}
+
+}  // namespace bench

@@ -1,0 +1,74 @@
+#include <benchmark/benchmark.h>
+
+#include "bench/demo_phone.h"
+#include "extension/glancery_bundle.h"
+#include "host/extension_process.h"
+#include "platform/foundation/bundle.h"
+#include "platform/foundation/cbor.h"
+#include "platform/widgetkit/widget_bundle.h"
+
+namespace bench {
+namespace {
+
+using namespace platform;
+
+/// The extension's own service, without the process around it.
+class InProcess {
+ public:
+  InProcess() {
+    NSBundle::setMainBundle(NSBundle(kExtension));
+    service_.handle({1, phone_.configure()});
+  }
+  ArchivedTimeline streakTimeline() {
+    service_.handle({2, DemoPhone::streakTimeline()});
+    const auto* timeline = std::get_if<ArchivedTimeline>(&answer_.content);
+    return timeline ? *timeline : (giveUp("the service gave no timeline"), ArchivedTimeline());
+  }
+
+ private:
+  DemoPhone phone_;
+  ExtensionMessage answer_;
+  ExtensionService service_{widgetBundleConformance<glancery::GlanceryBundle>().body(),
+                            [this](ExtensionMessage message) { answer_ = std::move(message); }};
+};
+
+void timelineInProcess(benchmark::State& state) {
+  InProcess extension;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(extension.streakTimeline());
+  }
+}
+BENCHMARK(timelineInProcess)->Name("streak timeline: in process");
+
+void timelineOverSocket(benchmark::State& state) {
+  const DemoPhone phone;
+  const auto extension = valueOf(host::ExtensionProcess::start(kExtension));
+  valueOf(extension->ask(phone.configure()));
+  for (auto _ : state) {
+    const auto answer = valueOf(extension->ask(DemoPhone::streakTimeline()));
+    if (!std::holds_alternative<ArchivedTimeline>(answer)) {
+      giveUp("the extension gave no timeline");
+    }
+  }
+}
+BENCHMARK(timelineOverSocket)->Name("streak timeline: warm, over the socket");
+
+void encodeArchive(benchmark::State& state) {
+  const ArchivedView view = InProcess().streakTimeline().entries.front().light;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(encodeCBOR(encodeView(view)));
+  }
+}
+BENCHMARK(encodeArchive)->Name("archived view: encode");
+
+void decodeArchive(benchmark::State& state) {
+  const ArchivedView view = InProcess().streakTimeline().entries.front().light;
+  const std::string bytes = valueOf(encodeCBOR(encodeView(view)));
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(decodeView(valueOf(decodeCBOR(bytes))));
+  }
+}
+BENCHMARK(decodeArchive)->Name("archived view: decode");
+
+}  // namespace
+}  // namespace bench
