@@ -4,11 +4,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 namespace platform {
 
 namespace {
+
+constexpr std::size_t kFirstChunk = 4096;
 
 std::error_code lastError() {
   return {errno, std::generic_category()};
@@ -35,11 +38,13 @@ std::expected<std::string, std::error_code> readFile(const std::filesystem::path
   if (descriptor.number < 0 || ::fstat(descriptor.number, &status) != 0) {
     return std::unexpected(lastError());
   }
-  std::string bytes(static_cast<std::size_t>(status.st_size), '\0');
+  // One more than expected, to meet the end of the file.
+  std::string bytes(static_cast<std::size_t>(status.st_size) + 1, '\0');
   std::size_t filled = 0;
   for (;;) {
     if (filled == bytes.size()) {
-      bytes.resize(bytes.size() + 1);  // One more than expected, to meet the end of the file.
+      // The kernel's own files say that they are empty.
+      bytes.resize(std::max(kFirstChunk, 2 * bytes.size()));
     }
     const ssize_t count = ::read(descriptor.number, bytes.data() + filled, bytes.size() - filled);
     if (count < 0 && errno == EINTR) {
