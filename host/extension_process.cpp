@@ -5,6 +5,7 @@
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,6 +15,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "platform/foundation/files.h"
 
@@ -97,6 +99,7 @@ std::expected<std::unique_ptr<ExtensionProcess>, ExtensionFailure> ExtensionProc
   }
   std::unique_ptr<ExtensionProcess> process(new ExtensionProcess);
   process->pid_ = pid;
+  process->exit_ = static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
   process->limits_ = limits;
   process->channel_ = std::make_unique<MessageChannel>(sockets[0]);
   process->log_.descriptor = output.ends[0];
@@ -109,21 +112,21 @@ ExtensionProcess::~ExtensionProcess() {
   if (!failure_) {
     // A process that has nothing left to do leaves at once; one that does not is ended.
     const auto deadline = std::chrono::steady_clock::now() + kFarewell;
-    std::array<pollfd, 2> wanted = {pollfd{log_.descriptor, POLLIN, 0},
-                                    pollfd{complaints_.descriptor, POLLIN, 0}};
-    bool open = true;
-    while (open && std::chrono::steady_clock::now() < deadline) {
+    bool gone = false;
+    while (!gone && std::chrono::steady_clock::now() < deadline) {
+      std::array<pollfd, 3> wanted = {pollfd{exit_, POLLIN, 0},
+                                      pollfd{log_.descriptor, POLLIN, 0},
+                                      pollfd{complaints_.descriptor, POLLIN, 0}};
       ::poll(wanted.data(), wanted.size(), static_cast<int>(kFarewell.count()));
       drainOutput();
-      // The log's end closes when the process is gone.
-      open = (wanted[0].revents & POLLHUP) == 0;
+      gone = wanted[0].revents != 0;
     }
-    if (open) {
+    if (!gone) {
       ::kill(pid_, SIGKILL);
     }
     ::waitpid(pid_, nullptr, 0);
   }
-  closeAll({log_.descriptor, complaints_.descriptor});
+  closeAll({exit_, log_.descriptor, complaints_.descriptor});
 }
 
 std::expected<ExtensionMessage::Content, ExtensionFailure> ExtensionProcess::ask(
@@ -155,6 +158,7 @@ std::expected<ExtensionMessage::Content, ExtensionFailure> ExtensionProcess::ask
 
 std::expected<ExtensionMessage, ExtensionFailure> ExtensionProcess::awaitAnswer(Deadline deadline) {
   using Kind = ExtensionFailure::Kind;
+  auto nextLook = std::chrono::steady_clock::now() + kMemoryInterval;
   for (;;) {
     std::array<pollfd, 3> wanted = {pollfd{channel_->descriptor(), POLLIN, 0},
                                     pollfd{log_.descriptor, POLLIN, 0},
@@ -177,10 +181,15 @@ std::expected<ExtensionMessage, ExtensionFailure> ExtensionProcess::awaitAnswer(
         return std::unexpected(end(Kind::crashed, value.error().what));
       }
     }
-    if (const std::size_t peak = peakMemory(); exceedsMemory(peak)) {
-      return std::unexpected(end(Kind::memory, mebibytes(peak)));
+    // A line of the log wakes this wait as well; a look costs more than most lines.
+    const auto now = std::chrono::steady_clock::now();
+    if (now >= nextLook) {
+      if (const std::size_t peak = peakMemory(); exceedsMemory(peak)) {
+        return std::unexpected(end(Kind::memory, mebibytes(peak)));
+      }
+      nextLook = now + kMemoryInterval;
     }
-    if (std::chrono::steady_clock::now() >= deadline) {
+    if (now >= deadline) {
       return std::unexpected(end(Kind::hung, std::to_string(limits_.answer.count())));
     }
   }
@@ -190,6 +199,9 @@ void ExtensionProcess::LineReader::drain() {
   std::array<char, 4096> chunk;
   for (;;) {
     const ssize_t count = ::read(descriptor, chunk.data(), chunk.size());
+    if (count == 0) {
+      ::close(std::exchange(descriptor, -1));
+    }
     if (count <= 0) {
       return;
     }
@@ -234,7 +246,7 @@ ExtensionFailure ExtensionProcess::end(ExtensionFailure::Kind kind, std::string 
   using Kind = ExtensionFailure::Kind;
   // A process that closed its socket is on its way out: give it the moment to say how.
   if (kind == Kind::crashed) {
-    pollfd gone = {log_.descriptor, 0, 0};
+    pollfd gone = {exit_, POLLIN, 0};
     ::poll(&gone, 1, static_cast<int>(kFarewell.count()));
   }
   int status = 0;

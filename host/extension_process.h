@@ -67,7 +67,8 @@ class ExtensionProcess {
     int descriptor = -1;
     std::string partial = {};
     std::vector<std::string> lines = {};
-    /// Takes what is there without waiting.
+    /// Takes what is there without waiting. Lets go of a pipe that nobody writes to any more: it
+    /// would wake every later wait.
     void drain();
   };
 
@@ -80,6 +81,8 @@ class ExtensionProcess {
   ExtensionFailure end(ExtensionFailure::Kind kind, std::string reason);
 
   pid_t pid_ = -1;
+  /// Becomes readable when the process is gone.
+  int exit_ = -1;
   ExtensionLimits limits_;
   std::unique_ptr<platform::MessageChannel> channel_;
   LineReader log_;

@@ -38,13 +38,13 @@ std::expected<std::string, std::error_code> readFile(const std::filesystem::path
   if (descriptor.number < 0 || ::fstat(descriptor.number, &status) != 0) {
     return std::unexpected(lastError());
   }
-  // One more than expected, to meet the end of the file.
-  std::string bytes(static_cast<std::size_t>(status.st_size) + 1, '\0');
+  // One more than expected, to meet the end of the file. The kernel's own files say they are empty.
+  const auto expected = static_cast<std::size_t>(status.st_size) + 1;
+  std::string bytes(std::max(kFirstChunk, expected), '\0');
   std::size_t filled = 0;
   for (;;) {
     if (filled == bytes.size()) {
-      // The kernel's own files say that they are empty.
-      bytes.resize(std::max(kFirstChunk, 2 * bytes.size()));
+      bytes.resize(2 * bytes.size());
     }
     const ssize_t count = ::read(descriptor.number, bytes.data() + filled, bytes.size() - filled);
     if (count < 0 && errno == EINTR) {

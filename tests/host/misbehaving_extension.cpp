@@ -52,6 +52,10 @@ void misbehave(const std::string& how, MessageChannel& channel, std::int64_t id)
   if (how == "confuse") {
     (void)channel.send(encode(ExtensionMessage{id + 1, Configured()}));
   }
+  if (how == "withdraw") {
+    ::close(STDOUT_FILENO);
+    ::close(STDERR_FILENO);
+  }
   if (how == "chatter") {
     for (int line = 0; line < 20000; ++line) {
       log("line ", line, " of more than any pipe holds at once");
@@ -67,7 +71,7 @@ int main(int, char** arguments) {
   for (;;) {
     const auto value = channel.receive();
     if (!value) {
-      if (how == "linger") {
+      if (how == "linger" || how == "withdraw") {
         std::this_thread::sleep_for(std::chrono::hours(1));
       }
       return 0;
