@@ -1,11 +1,10 @@
 #include "platform/foundation/time_zone.h"
 
-#include <cctz/civil_time.h>
-#include <cctz/time_zone.h>
+#include <absl/time/civil_time.h>
+#include <absl/time/time.h>
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 
 #include "platform/foundation/device.h"
 #include "platform/foundation/require.h"
@@ -13,8 +12,6 @@
 namespace platform {
 
 namespace {
-
-using Instant = cctz::time_point<cctz::seconds>;
 
 // What lies in the database's folder, or is known to its reader, without being a zone's name: the
 // machine's own settings, the same zones once more, the last of them counting leap seconds.
@@ -38,7 +35,7 @@ bool isZoneName(std::string_view text) {
 
 struct TimeZone::Impl {
   std::string identifier;
-  cctz::time_zone zone;
+  absl::TimeZone zone;
 };
 
 std::optional<TimeZone> TimeZone::withIdentifier(std::string_view identifier) {
@@ -47,7 +44,7 @@ std::optional<TimeZone> TimeZone::withIdentifier(std::string_view identifier) {
   }
   // The reader keeps what it has read: a zone's second use costs a look-up.
   Impl impl{.identifier = std::string(identifier), .zone = {}};
-  if (!cctz::load_time_zone(impl.identifier, &impl.zone)) {
+  if (!absl::LoadTimeZone(impl.identifier, &impl.zone)) {
     return std::nullopt;
   }
   return TimeZone(std::make_shared<const Impl>(std::move(impl)));
@@ -70,14 +67,14 @@ const std::string& TimeZone::identifier() const {
 }
 
 int TimeZone::secondsFromGMT(Date date) const {
-  return impl_->zone.lookup(Instant(cctz::seconds(date.wholeSecondsSince1970()))).offset;
+  return impl_->zone.At(absl::FromUnixSeconds(date.wholeSecondsSince1970())).offset;
 }
 
 Date TimeZone::firstDateShowing(std::int64_t wallSeconds) const {
-  const auto found = impl_->zone.lookup(cctz::civil_second() + wallSeconds);
-  const Instant first =
-      found.kind == cctz::time_zone::civil_lookup::SKIPPED ? found.trans : found.pre;
-  return Date::since1970(static_cast<double>(first.time_since_epoch().count()));
+  const auto found = impl_->zone.At(absl::CivilSecond() + wallSeconds);
+  const absl::Time first =
+      found.kind == absl::TimeZone::TimeInfo::SKIPPED ? found.trans : found.pre;
+  return Date::since1970(static_cast<double>(absl::ToUnixSeconds(first)));
 }
 
 }  // namespace platform
