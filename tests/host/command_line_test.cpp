@@ -168,7 +168,9 @@ TEST(CommandLine, EveryLineOfTheStreakFitsTheSmallestPhoneBesideTwoDigits) {
                       std::string("2024-03-05T") + hour + ":00:00Z",
                       "--time-zone",
                       "UTC"});
-      for (const Json& item : Json::parse(readWhole(file))["items"]) {
+      const Json list = Json::parse(readWhole(file));
+      ASSERT_EQ(list["items"].size(), 4u);
+      for (const Json& item : list["items"]) {
         const double left = item["frame"][0];
         const double right = left + item["frame"][2].get<double>();
         const bool backdrop = item["type"] == "image" && item["frame"][2] > 100;

@@ -16,7 +16,14 @@ using namespace std::chrono_literals;
 using ::testing::HasSubstr;
 using Kind = ExtensionFailure::Kind;
 
-constexpr ExtensionLimits kLimits = {.answer = 1000ms, .memory = std::size_t{30} << 20};
+// Under a sanitizer every process is larger than any limit a phone would set.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr std::size_t kMemory = 0;
+#else
+constexpr std::size_t kMemory = std::size_t{30} << 20;
+#endif
+constexpr ExtensionLimits kLimits = {.answer = 1000ms, .memory = kMemory};
+constexpr ExtensionLimits kGenerous = {.answer = 10s, .memory = kMemory};
 
 /// Starts the misbehaving extension in a folder of that name.
 std::unique_ptr<ExtensionProcess> startThatDoes(const world::Folder& folder,
@@ -63,7 +70,6 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"confuse", Kind::nonsense, "it answered request 2 where 1 was asked"}),
     [](const auto& row) { return std::string(row.param.how); });
 
-// Under a sanitizer every process is larger than any limit a phone would set.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 INSTANTIATE_TEST_SUITE_P(
     Memory,
@@ -71,9 +77,6 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(Case{"hoard", Kind::memory, "MiB of memory where 30.0 MiB"},
                       Case{"devour", Kind::memory, "where 30.0 MiB"}),
     [](const auto& row) { return std::string(row.param.how); });
-constexpr ExtensionLimits kGenerous = {.answer = 10s, .memory = std::size_t{30} << 20};
-#else
-constexpr ExtensionLimits kGenerous = {.answer = 10s, .memory = 0};
 #endif
 
 TEST(ExtensionProcess, ALogLargerThanAPipeIsCollectedWhole) {
