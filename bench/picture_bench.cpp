@@ -23,6 +23,8 @@ class StreakPicture {
     view_ = std::get<ArchivedTimeline>(std::move(answer)).entries.at(0).light;
     renderer_ = valueOf(
         loadRenderer(kExtension, kBuild / "system" / "Fonts", kBuild / "libglancery_render.so"));
+    // The first picture reads typefaces and artwork; what is measured is every later one.
+    valueOf(renderer_->png(layOut(), kPicture));
   }
 
   DisplayList layOut() {
