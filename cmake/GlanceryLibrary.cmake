@@ -32,7 +32,5 @@ function(glancery_test name)
   target_compile_definitions(${name} PRIVATE
     GLANCERY_TEST_DATA="${CMAKE_SOURCE_DIR}/tests/data" GLANCERY_BUILD="${CMAKE_BINARY_DIR}")
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES
-    TIMEOUT 300
-    ENVIRONMENT "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0")
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
 endfunction()
