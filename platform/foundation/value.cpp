@@ -1,5 +1,6 @@
 #include "platform/foundation/value.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace platform {
@@ -40,6 +41,14 @@ std::optional<std::string> Dictionary::string(std::string_view key) const {
 
 bool operator==(const Dictionary& a, const Dictionary& b) {
   return a.members_ == b.members_;
+}
+
+const Dictionary* Value::dictionaryOfStrings() const {
+  const Dictionary* members = dictionary();
+  const bool strings = members && std::ranges::all_of(*members, [](const auto& member) {
+                         return member.second.template as<std::string>() != nullptr;
+                       });
+  return strings ? members : nullptr;
 }
 
 std::optional<std::int64_t> Value::integer() const {

@@ -95,6 +95,8 @@ class Value {
     return std::get_if<T>(&storage_);
   }
   const Dictionary* dictionary() const { return as<Dictionary>(); }
+  /// The dictionary if all its values are strings.
+  const Dictionary* dictionaryOfStrings() const;
   const Array* array() const { return as<Array>(); }
 
   /// The platform's number casts, as `Dictionary::integer` and `Dictionary::number` describe them.
