@@ -1,0 +1,64 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "platform/foundation/error.h"
+#include "platform/foundation/value.h"
+
+namespace platform {
+
+/// The members of one object on their way into or out of a keyed archive.
+///
+/// A member that is absent decodes to nothing; one of another type does too, but is an error of the
+/// whole object, which then can't be made from the archive.
+class NSCoder {
+ public:
+  NSCoder() = default;
+  explicit NSCoder(Dictionary members) : members_(std::move(members)) {}
+
+  /// Nothing encodes as an absent member.
+  template <class T>
+  void encodeObject(const std::optional<T>& object, std::string key) {
+    if (object) {
+      members_.set(std::move(key), Value(*object));
+    }
+  }
+
+  template <class T>
+  std::optional<T> decodeObject(std::string_view key) {
+    const Value* value = members_.find(key);
+    const T* object = value ? value->as<T>() : nullptr;
+    if (value && !object && !error_) {
+      error_ =
+          readCorruptError("the archived member \"" + std::string(key) + "\" is of another type");
+    }
+    return object ? std::optional(*object) : std::nullopt;
+  }
+
+  /// The first error of decoding.
+  const std::optional<NSError>& error() const { return error_; }
+  const Dictionary& members() const { return members_; }
+
+ private:
+  Dictionary members_;
+  std::optional<NSError> error_;
+};
+
+/// An object that keyed archives hold. Its class also has `kClassName` and
+/// `static std::shared_ptr<T> initWithCoder(NSCoder&)`, which makes no object if decoding fails.
+class NSCoding {
+ public:
+  virtual ~NSCoding() = default;
+  virtual std::string_view className() const = 0;
+  virtual void encodeWithCoder(NSCoder& coder) const = 0;
+
+ protected:
+  NSCoding() = default;
+  NSCoding(const NSCoding&) = default;
+  NSCoding& operator=(const NSCoding&) = default;
+};
+
+}  // namespace platform

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+#include "platform/foundation/value.h"
+
+namespace platform {
+
+/// What a user was doing when one program handed over to another.
+struct NSUserActivity {
+  /// A reverse-DNS identifier.
+  std::string activityType;
+  Dictionary userInfo = {};
+};
+
+}  // namespace platform
