@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 
 #include "platform/foundation/bundle.h"
 #include "platform/foundation/require.h"
@@ -24,12 +25,29 @@ void configure(const ConfigureRequest& request) {
   NSBundle::setMainBundle(NSBundle(NSBundle::mainBundle().bundlePath(), request.infoOverrides));
 }
 
-/// People and tests read dates as texts.
-Mirror readable(Mirror fields) {
-  for (auto& [name, value] : fields) {
-    if (const auto* date = value.as<Date>()) {
-      value = date->iso8601();
+/// People and tests read dates as texts, however deep they lie.
+Value readable(const Value& value) {
+  if (const auto* date = value.as<Date>()) {
+    return date->iso8601();
+  }
+  if (const Array* array = value.array()) {
+    Array texts;
+    std::ranges::transform(*array, std::back_inserter(texts), readable);
+    return texts;
+  }
+  if (const Dictionary* dictionary = value.dictionary()) {
+    Dictionary texts;
+    for (const auto& [key, member] : *dictionary) {
+      texts.set(key, readable(member));
     }
+    return texts;
+  }
+  return value;
+}
+
+Mirror readableFields(Mirror fields) {
+  for (auto& [name, value] : fields) {
+    value = readable(value);
   }
   return fields;
 }
@@ -40,7 +58,7 @@ ArchivedEntry archiveEntry(const WidgetEntry& entry, Size size) {
     return archiveView(entry.view, size, EnvironmentValues{.colorScheme = scheme}, bundle);
   };
   return {.date = entry.date,
-          .fields = readable(entry.fields),
+          .fields = readableFields(entry.fields),
           .light = archived(ColorScheme::light),
           .dark = archived(ColorScheme::dark)};
 }

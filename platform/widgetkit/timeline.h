@@ -2,6 +2,7 @@
 
 #include <concepts>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -9,6 +10,7 @@
 
 #include "platform/foundation/date.h"
 #include "platform/foundation/value.h"
+#include "platform/intents/intent.h"
 #include "platform/swiftui/geometry.h"
 #include "platform/widgetkit/widget_family.h"
 
@@ -68,5 +70,20 @@ concept TimelineProvider = TimelineEntry<typename Provider::Entry> &&
   provider.getSnapshot(context, shown);
   provider.getTimeline(context, planned);
 };
+
+/// Supplies an intent configuration's entries likewise, for the configuration that the user chose.
+template <class Provider>
+concept IntentTimelineProvider =
+    TimelineEntry<typename Provider::Entry> &&
+    std::derived_from<typename Provider::Intent, INIntent> &&
+    requires(const Provider& provider,
+             const std::shared_ptr<typename Provider::Intent>& configuration,
+             const TimelineProviderContext& context,
+             Completion<typename Provider::Entry> shown,
+             Completion<Timeline<typename Provider::Entry>> planned) {
+      { provider.placeholder(context) } -> std::same_as<typename Provider::Entry>;
+      provider.getSnapshot(configuration, context, shown);
+      provider.getTimeline(configuration, context, planned);
+    };
 
 }  // namespace platform

@@ -102,6 +102,28 @@ class StaticProvider final : public AnyTimelineProvider {
   Content content_;
 };
 
+/// Asks an intent provider for what a static one is asked for. Nobody configures a widget of this
+/// host: every request comes with a new intent, which holds the defaults.
+template <IntentTimelineProvider Provider>
+struct Unconfigured {
+  using Entry = typename Provider::Entry;
+  using Intent = typename Provider::Intent;
+
+  Provider provider;
+
+  Entry placeholder(const TimelineProviderContext& context) const {
+    return provider.placeholder(context);
+  }
+  void getSnapshot(const TimelineProviderContext& context,
+                   const Completion<Entry>& completion) const {
+    provider.getSnapshot(std::make_shared<Intent>(), context, completion);
+  }
+  void getTimeline(const TimelineProviderContext& context,
+                   const Completion<Timeline<Entry>>& completion) const {
+    provider.getTimeline(std::make_shared<Intent>(), context, completion);
+  }
+};
+
 }  // namespace detail
 
 /// A widget whose user has nothing to configure. `content` turns an entry into a view.
@@ -110,6 +132,14 @@ WidgetConfiguration StaticConfiguration(std::string kind, Provider provider, Con
   return {.kind = std::move(kind),
           .provider = std::make_shared<detail::StaticProvider<Provider, Content>>(
               std::move(provider), std::move(content))};
+}
+
+/// A widget that its user configures through an intent.
+template <class Intent, IntentTimelineProvider Provider, class Content>
+WidgetConfiguration IntentConfiguration(std::string kind, Provider provider, Content content) {
+  static_assert(std::same_as<Intent, typename Provider::Intent>);
+  return StaticConfiguration(
+      std::move(kind), detail::Unconfigured<Provider>{std::move(provider)}, std::move(content));
 }
 
 }  // namespace platform
