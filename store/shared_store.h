@@ -14,6 +14,9 @@ inline constexpr const char* kAppGroupIdentifier = "group.com.quiloapp.sharedDat
 inline constexpr const char* kStreakDataKey = "streakData";
 /// The signed-in user's identifier; absent or empty when nobody is.
 inline constexpr const char* kSharedUidKey = "sharedUid";
+/// A JSON object of strings: the day, "yyyy-MM-dd" in the device's calendar, zone and digits, to
+/// the mood's name.
+inline constexpr const char* kMoodsDataKey = "moodsDataKey";
 
 // Kept by the extension.
 
