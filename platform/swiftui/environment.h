@@ -32,5 +32,6 @@ template <auto Member>
 struct Environment {
   auto wrappedValue() const { return currentEnvironment().*Member; }
 };
+using ColorSchemeEnvironment = Environment<&EnvironmentValues::colorScheme>;
 
 }  // namespace platform

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <memory>
+
+#include "intents/configuration_intent.h"
+#include "platform/foundation/date.h"
+#include "platform/widgetkit/timeline.h"
+
+namespace glancery {
+
+/// What the check-in widget shows. Never replaced by date.
+struct CheckinSimpleEntry {
+  platform::Date date = platform::Date::since1970(0);
+  std::shared_ptr<ConfigurationIntent> configuration = {};
+  /// Whether a user is signed in; without one the faces lead nowhere.
+  bool hasUid = false;
+  friend bool operator==(const CheckinSimpleEntry&, const CheckinSimpleEntry&) = default;
+};
+
+platform::Mirror mirror(const CheckinSimpleEntry& entry);
+
+}  // namespace glancery
