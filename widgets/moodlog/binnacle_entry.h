@@ -1,0 +1,26 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "intents/configuration_intent.h"
+#include "platform/foundation/date.h"
+#include "platform/widgetkit/timeline.h"
+#include "widgets/moodlog/mood_day.h"
+
+namespace glancery {
+
+/// What the mood log shows, from `date` on.
+struct BinnacleEntry {
+  platform::Date date = platform::Date::since1970(0);
+  /// From six days ago to today.
+  std::vector<MoodDay> moodDays = {};
+  std::shared_ptr<ConfigurationIntent> configuration = {};
+  /// Whether a user is signed in; without one a tap leads nowhere.
+  bool hasUid = false;
+  friend bool operator==(const BinnacleEntry&, const BinnacleEntry&) = default;
+};
+
+platform::Mirror mirror(const BinnacleEntry& entry);
+
+}  // namespace glancery

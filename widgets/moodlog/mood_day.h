@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+#include "platform/foundation/date.h"
+#include "platform/foundation/uuid.h"
+#include "widgets/moodlog/mood_type.h"
+
+namespace glancery {
+
+struct MoodDay {
+  platform::UUID id = {};
+  /// The start of the day.
+  platform::Date date = platform::Date::since1970(0);
+  std::string dayLabel = {};
+  MoodType mood = MoodType::emptyDay;
+  friend bool operator==(const MoodDay&, const MoodDay&) = default;
+};
+
+}  // namespace glancery

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+#include "platform/foundation/raw_representable.h"
+
+namespace glancery {
+
+/// The mood of a day. The raw values are what the host app stores and, but for the dark empty day,
+/// what the pictures are called.
+enum class MoodType : std::uint8_t { veryBad, bad, neutral, well, veryWell, emptyDay };
+
+}  // namespace glancery
+
+template <>
+inline constexpr std::array<std::string_view, 6> platform::kRawValues<glancery::MoodType> = {
+    "veryBad", "bad", "neutral", "well", "veryWell", "emptyDay"};

@@ -1,0 +1,74 @@
+#include "widgets/moodlog/mood_week.h"
+
+#include <algorithm>
+#include <array>
+
+#include "platform/foundation/bundle.h"
+#include "platform/foundation/character_set.h"
+#include "platform/foundation/locale.h"
+
+namespace glancery {
+
+using namespace platform;
+
+namespace {
+
+constexpr int kDays = 7;
+constexpr std::size_t kShortWeekday = 3;
+
+// From today back.
+constexpr std::array kSampleMoods = {MoodType::well,
+                                     MoodType::emptyDay,
+                                     MoodType::veryBad,
+                                     MoodType::bad,
+                                     MoodType::neutral,
+                                     MoodType::well,
+                                     MoodType::veryWell};
+static_assert(kSampleMoods.size() == kDays);
+
+/// These languages abbreviate weekdays with a point, "lun.", which the row has no room for.
+bool cutsWeekdays(const std::optional<std::string>& languageCode) {
+  return languageCode == "es" || languageCode == "fr";
+}
+
+}  // namespace
+
+DayLabels::DayLabels(Calendar calendar) : calendar_(std::move(calendar)) {
+  weekday_.setLocale(Locale::current());
+  weekday_.setDateFormat("E");
+}
+
+std::string DayLabels::label(Date day) const {
+  if (calendar_.isDateInToday(day)) {
+    return NSBundle::mainBundle().localizedString("TODAY_LABEL");
+  }
+  if (calendar_.isDateInYesterday(day)) {
+    return NSBundle::mainBundle().localizedString("YESTERDAY_LABEL");
+  }
+  const std::string weekday = capitalized(weekday_.stringFromDate(day));
+  return cutsWeekdays(Locale::current().languageCode()) ? prefix(weekday, kShortWeekday) : weekday;
+}
+
+std::vector<MoodDay> emptyWeek() {
+  const Calendar calendar = Calendar::current();
+  const DayLabels labels(calendar);
+  const Date today = calendar.startOfDay(Date::now());
+  std::vector<MoodDay> week;
+  for (int offset = 1 - kDays; offset <= 0; ++offset) {
+    if (const auto day = calendar.dateByAddingDays(offset, today)) {
+      week.push_back({.date = *day, .dayLabel = labels.label(*day)});
+    }
+  }
+  return week;
+}
+
+std::vector<MoodDay> sampleWeek() {
+  std::vector<MoodDay> week = emptyWeek();
+  auto mood = kSampleMoods.begin();
+  for (auto day = week.rbegin(); day != week.rend(); ++day) {
+    day->mood = *mood++;
+  }
+  return week;
+}
+
+}  // namespace glancery

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/foundation/calendar.h"
+#include "platform/foundation/date.h"
+#include "platform/foundation/date_formatter.h"
+#include "widgets/moodlog/mood_day.h"
+
+namespace glancery {
+
+/// Names days as the mood log does: "Hoy", "Ayer", before that a short weekday in the words of the
+/// device's locale, "Lun".
+class DayLabels {
+ public:
+  explicit DayLabels(platform::Calendar calendar);
+  std::string label(platform::Date day) const;
+
+ private:
+  platform::Calendar calendar_;
+  /// Serves all days: a formatter of its own for each would cost more than the rest of a week.
+  platform::NSDateFormatter weekday_;
+};
+
+/// The last seven days of the current calendar, from six days ago to today, none with a mood.
+std::vector<MoodDay> emptyWeek();
+
+/// The same with moods that show what the widget is about.
+std::vector<MoodDay> sampleWeek();
+
+}  // namespace glancery
