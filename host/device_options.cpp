@@ -157,14 +157,17 @@ void DeviceOptions::addSuiteOptions(CLI::App& command) {
   command.add_option("--now", now, "The clock stands at that instant, ISO 8601 (default: it runs)");
 }
 
-void DeviceOptions::addTo(CLI::App& command) {
-  addSuiteOptions(command);
-  command.add_option("--extension",
-                     extension,
-                     "Folder of the extension (default: Glancery.appex beside this program)");
+void DeviceOptions::addCalendarOptions(CLI::App& command) {
   command.add_option(
       "--time-zone", timeZone, "Time zone, such as America/Mexico_City (default: this machine's)");
   command.add_option("--locale", locale, "Locale, such as es_MX")->capture_default_str();
+}
+
+void DeviceOptions::addTo(CLI::App& command) {
+  addSuiteOptions(command);
+  addCalendarOptions(command);
+  command.add_option("--extension", extension,
+                     "Folder of the extension (default: Glancery.appex beside this program)");
   command.add_option("--scheme", scheme, "light or dark")->capture_default_str();
   command.add_option("--os", os, "Version of the phone's system")->capture_default_str();
   command.add_option("--device", device, "Screen class, in points")->capture_default_str();
@@ -212,7 +215,9 @@ HostSettings settle(const DeviceOptions& options) {
 }
 
 void settleSuite(const DeviceOptions& options) {
-  setCurrentDevice({.clock = clockOf(options.now)});
+  setCurrentDevice({.clock = clockOf(options.now),
+                    .timeZone = timeZoneOf(options.timeZone),
+                    .locale = localeOf(options.locale)});
   setSharedContainer(containerOf(options.container));
 }
 

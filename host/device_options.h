@@ -33,6 +33,8 @@ struct DeviceOptions {
 
   /// Where the shared suite lives and which moment it is; for commands that play the host app.
   void addSuiteOptions(CLI::App& command);
+  /// Where on earth the phone is and what its user speaks.
+  void addCalendarOptions(CLI::App& command);
   /// Everything, for commands that run the extension.
   void addTo(CLI::App& command);
 };
@@ -59,7 +61,7 @@ struct HostSettings {
 /// if it is new, and makes the device current in this process.
 HostSettings settle(const DeviceOptions& options);
 
-/// The part that commands on the suite need: the clock and the container.
+/// The part that commands on the suite need: clock, zone, locale and the container.
 void settleSuite(const DeviceOptions& options);
 
 /// The folder of the running program, with the bundle and the system's own resources beside it.

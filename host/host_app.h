@@ -1,7 +1,9 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "platform/foundation/date.h"
 #include "platform/foundation/user_defaults.h"
@@ -17,6 +19,14 @@ inline constexpr const char* kSharedSuite = "group.com.quiloapp.sharedData";
 void signIn(const std::string& uid);
 void signOut();
 void recordStreak(std::int64_t count, platform::Date lastActive);
+
+/// The moods that the app offers, from worst to best.
+inline constexpr std::array<std::string_view, 5> kMoodNames = {
+    "veryBad", "bad", "neutral", "well", "veryWell"};
+
+/// Records the mood of the day of `moment` by the device's calendar, zone and digits, and keeps the
+/// other days. A stored record that can't be read is left alone, with a `CommandError`.
+void recordMood(const std::string& mood, platform::Date moment);
 
 /// The shared suite, or a `CommandError` that says it can't be opened.
 platform::NSUserDefaults openSharedSuite();

@@ -1,4 +1,8 @@
+#include <algorithm>
 #include <memory>
+#include <optional>
+
+#include <CLI/CLI.hpp>
 
 #include <CLI/CLI.hpp>
 
@@ -6,6 +10,7 @@
 #include "host/commands/commands.h"
 #include "host/device_options.h"
 #include "host/host_app.h"
+#include "platform/foundation/time_zone.h"
 
 namespace host {
 
@@ -18,6 +23,8 @@ struct AppOptions {
   std::string uid = {};
   std::int64_t count = 0;
   std::string lastActive = {};
+  std::string mood = {};
+  std::optional<std::string> day = {};
 };
 
 Date instantOf(const std::string& lastActive) {
@@ -29,6 +36,36 @@ Date instantOf(const std::string& lastActive) {
     throw wrongValue("--last-active", lastActive, "give an instant such as 2026-03-05T08:30:00Z");
   }
   return *instant;
+}
+
+/// The first moment of a day of the common calendar in the device's zone; now, where none is given.
+Date momentOf(const std::optional<std::string>& day) {
+  if (!day) {
+    return Date::now();
+  }
+  const auto midnight = Date::fromISO8601(*day + "T00:00:00Z");
+  if (!midnight) {
+    throw wrongValue("--day", *day, "give a day such as 2026-03-05");
+  }
+  const TimeZone zone = TimeZone::current();
+  const Date moment = zone.firstDateShowing(midnight->wholeSecondsSince1970());
+  constexpr double kSecondsPerDay = 24 * 60 * 60;
+  const double wall = moment.timeIntervalSince1970() + zone.secondsFromGMT(moment);
+  if (wall - midnight->timeIntervalSince1970() >= kSecondsPerDay) {
+    throw wrongValue("--day", *day, "the calendar of " + zone.identifier() + " left that day out");
+  }
+  return moment;
+}
+
+void recordNamedMood(const AppOptions& options) {
+  if (std::ranges::find(kMoodNames, options.mood) == kMoodNames.end()) {
+    std::string names;
+    for (const std::string_view name : kMoodNames) {
+      names += (names.empty() ? "" : ", ") + std::string(name);
+    }
+    throw wrongValue("NAME", options.mood, "give one of " + names);
+  }
+  recordMood(options.mood, momentOf(options.day));
 }
 
 CLI::App* addAction(CLI::App& app,
@@ -82,9 +119,16 @@ void addAppCommand(CLI::App& app) {
                                  recordStreak(options.count, instantOf(options.lastActive));
                                });
   streak->add_option("N", streakOptions->count, "Days in a row")->required();
-  streak->add_option("--last-active",
-                     streakOptions->lastActive,
-                     "The last active moment, ISO 8601 (default: now)");
+  streak->add_option(
+      "--last-active", streakOptions->lastActive, "The last active moment, ISO 8601 (default: now)");
+
+  auto moodOptions = std::make_shared<AppOptions>();
+  CLI::App* mood =
+      addAction(*group, "mood", "Records the mood of a day", moodOptions, recordNamedMood);
+  mood->add_option("NAME", moodOptions->mood, "veryBad, bad, neutral, well or veryWell")
+      ->required();
+  mood->add_option("--day", moodOptions->day, "The day, such as 2026-03-05 (default: today)");
+  moodOptions->device.addCalendarOptions(*mood);
 }
 
 }  // namespace host
