@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "platform/foundation/binary_property_list.h"
 #include "platform/foundation/binary_property_list_format.h"
@@ -260,7 +261,7 @@ class Reader {
     if (!references) {
       return fault(number, "is a dictionary cut short");
     }
-    Dictionary dictionary;
+    std::vector<Dictionary::Member> members;
     for (std::uint64_t i = 0; i < header.length; ++i) {
       const auto key = object(reference(*references, i), depth);
       if (!key) {
@@ -274,9 +275,9 @@ class Reader {
       if (!value) {
         return value;
       }
-      dictionary.set(*name, *std::move(value));
+      members.emplace_back(*name, *std::move(value));
     }
-    return dictionary;
+    return Dictionary(std::move(members));
   }
 
   std::string_view bytes_;

@@ -1,15 +1,11 @@
 #include "platform/foundation/debug_description.h"
 
+#include "platform/foundation/plain_text.h"
 #include "platform/foundation/require.h"
 
 namespace platform {
 
 namespace {
-
-bool standsForItself(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte >= 0x20 && byte != 0x7F && c != '"' && c != '\\';
-}
 
 void appendEscaped(std::string& out, char c) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
@@ -39,16 +35,16 @@ void appendEscaped(std::string& out, char c) {
   }
 }
 
-void appendQuoted(std::string& out, std::string_view text) {
-  out += '"';
-  for (const char c : text) {
-    if (standsForItself(c)) {
-      out += c;
-    } else {
-      appendEscaped(out, c);
+void appendEscaped(std::string& out, std::string_view text) {
+  for (;;) {
+    const std::size_t plain = plainLength(text);
+    out += text.substr(0, plain);
+    if (plain == text.size()) {
+      break;
     }
+    appendEscaped(out, text[plain]);
+    text.remove_prefix(plain + 1);
   }
-  out += '"';
 }
 
 }  // namespace
@@ -57,16 +53,17 @@ std::string debugDescription(const Dictionary& strings) {
   if (strings.empty()) {
     return "[:]";
   }
-  std::string out = "[";
+  std::string out;
   for (const auto& [key, value] : strings) {
     const auto* text = value.as<std::string>();
     if (!text) {
       fatalError("the printed form of \"" + key + "\", which is no string, is not implemented");
     }
-    out += out.size() == 1 ? "" : ", ";
-    appendQuoted(out, key);
-    out += ": ";
-    appendQuoted(out, *text);
+    out += out.empty() ? "[\"" : ", \"";
+    appendEscaped(out, key);
+    out += "\": \"";
+    appendEscaped(out, *text);
+    out += '"';
   }
   out += ']';
   return out;

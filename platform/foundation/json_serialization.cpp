@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/foundation/number_text.h"
+#include "platform/foundation/plain_strings.h"
 #include "platform/foundation/utf8.h"
 #include "platform/foundation/value_builder.h"
 #include "platform/foundation/value_path.h"
@@ -164,6 +165,9 @@ std::expected<Value, NSError> NSJSONSerialization::JSONObjectWithData(const Data
   // The parser takes a NUL for the end of the text and would not look at what follows it.
   if (const auto nul = data.bytes.find('\0'); nul != std::string::npos) {
     return std::unexpected(readCorruptError("NUL at byte " + std::to_string(nul)));
+  }
+  if (auto record = parsePlainStrings(data.bytes)) {
+    return *std::move(record);
   }
   ValueBuilder builder(kMaxDepth);
   if (!nlohmann::json::sax_parse(data.bytes, &builder)) {

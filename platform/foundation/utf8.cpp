@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace platform {
 
@@ -30,6 +31,22 @@ struct Decoded {
 
 bool isContinuation(char c) {
   return (static_cast<std::uint8_t>(c) & 0xC0) == 0x80;
+}
+
+/// How many bytes of ASCII the text starts with.
+std::size_t asciiLength(std::string_view text) {
+  constexpr std::uint64_t kHighBits = 0x8080808080808080;
+  std::size_t length = 0;
+  for (std::uint64_t word = 0; length + sizeof word <= text.size(); length += sizeof word) {
+    std::memcpy(&word, text.data() + length, sizeof word);
+    if ((word & kHighBits) != 0) {
+      break;
+    }
+  }
+  while (length < text.size() && static_cast<std::uint8_t>(text[length]) < 0x80) {
+    ++length;
+  }
+  return length;
 }
 
 /// The code point at the front, with the bytes it takes.
@@ -97,15 +114,16 @@ void appendCodePoint(std::string& text, char32_t point) {
 }
 
 bool isUTF8(std::string_view text) {
-  while (!text.empty()) {
+  for (;;) {
     // Most texts are ASCII, which needs no decoding.
-    if (static_cast<std::uint8_t>(text.front()) < 0x80) {
-      text.remove_prefix(1);
-    } else if (!takeFirstCodePoint(text)) {
+    text.remove_prefix(asciiLength(text));
+    if (text.empty()) {
+      return true;
+    }
+    if (!takeFirstCodePoint(text)) {
       return false;
     }
   }
-  return true;
 }
 
 std::string excerpt(std::string_view text, std::size_t limit) {

@@ -5,20 +5,51 @@
 
 namespace platform {
 
-Dictionary::Dictionary(std::initializer_list<Map::value_type> members) : members_(members) {
+namespace {
+
+/// The first member whose key is not before `key`.
+auto lowerBound(auto& members, std::string_view key) {
+  return std::ranges::lower_bound(members, key, {}, &Dictionary::Member::first);
+}
+
+}  // namespace
+
+Dictionary::Dictionary(std::initializer_list<Member> members)
+    : Dictionary(std::vector<Member>(members)) {
+}
+
+Dictionary::Dictionary(std::vector<Member> members) : members_(std::move(members)) {
+  const auto isBefore = [](const Member& a, const Member& b) { return a.first < b.first; };
+  const auto isNotBefore = [](const Member& a, const Member& b) { return a.first >= b.first; };
+  if (std::ranges::adjacent_find(members_, isNotBefore) == members_.end()) {
+    return;  // Whoever wrote them down mostly had them in order.
+  }
+  std::ranges::stable_sort(members_, isBefore);
+  // From the back, the first of equal keys is the one that came last.
+  const auto kept =
+      std::unique(members_.rbegin(), members_.rend(), [](const Member& a, const Member& b) {
+        return a.first == b.first;
+      });
+  members_.erase(members_.begin(), kept.base());
 }
 
 const Value* Dictionary::find(std::string_view key) const {
-  const auto found = members_.find(key);
-  return found == members_.end() ? nullptr : &found->second;
+  const auto found = lowerBound(members_, key);
+  return found == members_.end() || found->first != key ? nullptr : &found->second;
 }
 
 void Dictionary::set(std::string key, Value value) {
-  members_.insert_or_assign(std::move(key), std::move(value));
+  const auto place = lowerBound(members_, key);
+  if (place != members_.end() && place->first == key) {
+    place->second = std::move(value);
+  } else {
+    members_.emplace(place, std::move(key), std::move(value));
+  }
 }
 
 void Dictionary::remove(std::string_view key) {
-  if (const auto found = members_.find(key); found != members_.end()) {
+  const auto found = lowerBound(members_, key);
+  if (found != members_.end() && found->first == key) {
     members_.erase(found);
   }
 }

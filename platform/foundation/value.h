@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -30,12 +30,17 @@ using Array = std::vector<Value>;
 /// String keys to values of any type, ordered by key.
 ///
 /// The typed reads are the platform's casts: nothing where the key is absent or the cast fails.
+///
+/// Members lie side by side: reading is fast, and a dictionary is made fastest from all its members
+/// at once. Setting a key moves those behind it.
 class Dictionary {
  public:
-  using Map = std::map<std::string, Value, std::less<>>;
+  using Member = std::pair<std::string, Value>;
 
   Dictionary() = default;
-  Dictionary(std::initializer_list<Map::value_type> members);
+  Dictionary(std::initializer_list<Member> members);
+  /// In any order; of equal keys the last wins.
+  explicit Dictionary(std::vector<Member> members);
 
   /// The value under `key`, or null where there is none.
   const Value* find(std::string_view key) const;
@@ -51,12 +56,12 @@ class Dictionary {
 
   bool empty() const { return members_.empty(); }
   std::size_t size() const { return members_.size(); }
-  Map::const_iterator begin() const { return members_.begin(); }
-  Map::const_iterator end() const { return members_.end(); }
+  auto begin() const { return members_.begin(); }
+  auto end() const { return members_.end(); }
   friend bool operator==(const Dictionary&, const Dictionary&);
 
  private:
-  Map members_;
+  std::vector<Member> members_;
 };
 
 /// A value of one of the types that property lists, JSON and messages between processes hold.

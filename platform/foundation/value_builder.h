@@ -63,7 +63,7 @@ class ValueBuilder {
     if (open_.empty()) {
       root_ = std::move(value);
     } else if (Container& parent = open_.back(); parent.isObject) {
-      parent.members.set(std::move(parent.key), std::move(value));
+      parent.members.emplace_back(std::move(parent.key), std::move(value));
     } else {
       parent.elements.push_back(std::move(value));
     }
@@ -74,7 +74,7 @@ class ValueBuilder {
   struct Container {
     bool isObject;
     std::string key = {};
-    Dictionary members = {};
+    std::vector<Dictionary::Member> members = {};
     Array elements = {};
   };
 
@@ -89,7 +89,7 @@ class ValueBuilder {
   bool close() {
     Container done = std::move(open_.back());
     open_.pop_back();
-    return done.isObject ? add(std::move(done.members)) : add(std::move(done.elements));
+    return done.isObject ? add(Dictionary(std::move(done.members))) : add(std::move(done.elements));
   }
 
   std::size_t maxDepth_;

@@ -2,13 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
 #include <string>
 #include <string_view>
 
-#include "platform/foundation/character_set.h"
+#include "tests/instant.h"
 #include "tests/on_device.h"
-#include "tests/vectors.h"
 
 namespace platform {
 namespace {
@@ -17,45 +15,6 @@ std::string formatted(std::string_view pattern, Date date) {
   NSDateFormatter formatter;
   formatter.setDateFormat(std::string(pattern));
   return formatter.stringFromDate(date);
-}
-
-std::string languageOf(const std::string& locale) {
-  return Locale::withIdentifier(locale)->languageCode().value();
-}
-
-/// The weekday over a mood: Spanish and French have room for three letters.
-std::string weekdayLabel(const std::string& language, Date date) {
-  const std::string label = capitalized(formatted("E", date));
-  const bool cut = language == "es" || language == "fr";
-  return cut && characterCount(label) >= 4 ? prefix(label, 3) : label;
-}
-
-std::string_view checkinPattern(const std::string& language) {
-  if (language == "es") {
-    return "dd 'de' MMMM, yyyy";
-  }
-  return language == "pt" || language == "fr" ? "dd MMMM yyyy" : "MMMM d, yyyy";
-}
-
-TEST(DateFormatter, WritesTheWeekAsThePlatformDoes) {
-  // Locale data of another age words the short weekdays of these otherwise: "الخميس" and "خميس".
-  const std::set<std::string> reworded = {"ar_EG", "ca_ES", "pt_PT"};
-  for (const auto& row : vectorRows("week.json")) {
-    const std::string locale = row["locale"];
-    const std::string language = languageOf(locale);
-    const OnDevice device({.timeZone = row["zone"], .locale = locale});
-    SCOPED_TRACE(locale + " " + row["zone"].get<std::string>());
-    EXPECT_EQ(formatted(checkinPattern(language), instant(row["now"].get<std::string>())),
-              row["checkin"]);
-    for (const auto& day : row["week"]) {
-      const Date date = instant(day["date"].get<std::string>());
-      EXPECT_EQ(formatted("yyyy-MM-dd", date), day["key"]);
-      // The two nearest days are told in words, by keys of the string catalogue.
-      if (!day["label"].get<std::string>().ends_with("_LABEL") && !reworded.contains(locale)) {
-        EXPECT_EQ(weekdayLabel(language, date), day["label"]);
-      }
-    }
-  }
 }
 
 struct Case {
