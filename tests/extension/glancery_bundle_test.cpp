@@ -41,8 +41,12 @@ TEST(GlanceryBundle, DeclaresItsWidgetsInGalleryOrder) {
 
 /// Every key that the widgets show or a gallery looks up.
 std::vector<std::string> shownKeys() {
-  std::vector<std::string> keys = {
-      "%lld", "CHECKIN_TITLE", "TODAY_LABEL", "YESTERDAY_LABEL", "AFFIRMATION_PLACEHOLDER_NO_UID"};
+  std::vector<std::string> keys = {"%lld",
+                                   "CHECKIN_TITLE",
+                                   "Cargando ánimo...",
+                                   "TODAY_LABEL",
+                                   "YESTERDAY_LABEL",
+                                   "AFFIRMATION_PLACEHOLDER_NO_UID"};
   for (const char* widget : {"CHECKIN", "STREAK", "AFFIRMATION", "BINNACLE"}) {
     keys.push_back(widget + std::string("_WIDGET_TITLE"));
     keys.push_back(widget + std::string("_WIDGET_DESC"));

@@ -1,0 +1,124 @@
+#include "widgets/moodlog/binnacle_view.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/widgetkit/extension_main.h"
+#include "tests/widgets/view_dump.h"
+#include "tests/world.h"
+#include "widgets/moodlog/binnacle_widget.h"
+
+namespace glancery {
+namespace {
+
+using namespace platform;
+using namespace world;
+using enum MoodType;
+using ::testing::ElementsAre;
+
+constexpr Size kMedium = {338, 158};
+
+BinnacleView view(const std::vector<MoodType>& moods) {
+  BinnacleView shown = {.entry = {.configuration = std::make_shared<ConfigurationIntent>()}};
+  for (const MoodType mood : moods) {
+    const std::string label = "D" + std::to_string(shown.entry.moodDays.size());
+    shown.entry.moodDays.push_back({.dayLabel = label, .mood = mood});
+  }
+  return shown;
+}
+
+const std::vector<MoodType> kWeek = {veryBad, bad, neutral, well, veryWell, emptyDay, well};
+
+// By hand: 305 points of pictures and gaps in the middle of 338, 62.2 of picture, gap and label in
+// the middle of 158.
+constexpr const char* kShown =
+    "Fill #FAF6F2FF 0,0 338x158\n"
+    "Image \"veryBad\" 16.5,47.9 35x35\nText \"D0\" 28.5,96.9 11x13.2\n"
+    "Image \"bad\" 61.5,47.9 35x35\nText \"D1\" 73.5,96.9 11x13.2\n"
+    "Image \"neutral\" 106.5,47.9 35x35\nText \"D2\" 118.5,96.9 11x13.2\n"
+    "Image \"well\" 151.5,47.9 35x35\nText \"D3\" 163.5,96.9 11x13.2\n"
+    "Image \"veryWell\" 196.5,47.9 35x35\nText \"D4\" 208.5,96.9 11x13.2\n"
+    "Image \"emptyDay\" 241.5,47.9 35x35\nText \"D5\" 253.5,96.9 11x13.2\n"
+    "Image \"well\" 286.5,47.9 35x35\nText \"D6\" 298.5,96.9 11x13.2\n";
+
+TEST(BinnacleView, IsAWeekInTheMiddleOnBothSystems) {
+  setCurrentDevice({.systemVersion = {16, 4}});
+  EXPECT_EQ(displayListText(laidOut(view(kWeek), kMedium)), kShown);
+  setCurrentDevice({.systemVersion = {17, 0}});
+  EXPECT_EQ(displayListText(laidOut(view(kWeek), kMedium, kMargins)), kShown);
+}
+
+TEST(BinnacleView, IsSmallerBelow300Points) {
+  for (const auto& [width, picture, label] :
+       {std::tuple(299.0, 30, 8), {299.9, 30, 8}, {300.0, 35, 11}}) {
+    for (const EdgeInsets& margins : {kNoMargins, kMargins}) {
+      setCurrentDevice({.systemVersion = {margins == kNoMargins ? 16 : 17, 0}});
+      const auto list =
+          laidOut(view(kWeek), {width + margins.leading + margins.trailing, 158}, margins);
+      EXPECT_EQ(list.items.at(1).frame.size(), (Size(picture, picture))) << width;
+      EXPECT_EQ(std::get<TextItem>(list.items.at(2).content).text.font.size, label) << width;
+      EXPECT_EQ(list.items.at(3).frame.x - list.items.at(1).frame.x, picture + 10) << width;
+    }
+  }
+}
+
+TEST(BinnacleView, FollowsTheSchemeAndSoDoesTheEmptyDayAlone) {
+  const auto light = laidOut(view(kWeek), kMedium);
+  const auto dark = laidOut(view(kWeek), kMedium, kNoMargins, ColorScheme::dark);
+  EXPECT_EQ(textStyles(light).at(0), "11 500 #674B28FF D0");
+  EXPECT_EQ(textStyles(dark).at(0), "11 500 #FFFFFF99 D0");
+  EXPECT_EQ(std::get<FillItem>(dark.items.at(0).content).color,
+            (Color{0x24 / 255.0, 0x2E / 255.0, 0x33 / 255.0}));
+  for (std::size_t picture = 1; picture < dark.items.size(); picture += 2) {
+    const auto name = std::get<ImageItem>(light.items.at(picture).content).name;
+    EXPECT_EQ(std::get<ImageItem>(dark.items.at(picture).content).name,
+              name == "emptyDay" ? "emptyDayDark" : name);
+  }
+}
+
+TEST(BinnacleView, ShowsTheLastSevenDaysAndLoadsWithoutAny) {
+  EXPECT_THAT(textStyles(laidOut(view(std::vector(9, bad)), kMedium)),
+              ElementsAre("11 500 #674B28FF D2",
+                          "11 500 #674B28FF D3",
+                          "11 500 #674B28FF D4",
+                          "11 500 #674B28FF D5",
+                          "11 500 #674B28FF D6",
+                          "11 500 #674B28FF D7",
+                          "11 500 #674B28FF D8"));
+  EXPECT_EQ(laidOut(view({bad, well}), kMedium).items.size(), 5u);
+  EXPECT_THAT(textStyles(laidOut(view({}), kMedium)),
+              ElementsAre("12 400 #3C3C4399 Cargando ánimo..."));
+}
+
+TEST(BinnacleWidget, LinksForAUserAndPrintsItsDays) {
+  const Container container;
+  phoneAt(instant("2025-03-05T18:30:00Z"));
+  ExtensionMessage answer;
+  const ExtensionService service({Binnacle().body()},
+                                 [&](ExtensionMessage message) { answer = std::move(message); });
+  const auto ask = [&](ProvideRequest::What what) {
+    service.handle({1, ProvideRequest{what, "Binnacle", {WidgetFamily::systemMedium, kMedium}}});
+    return std::get<ArchivedTimeline>(answer.content).entries.at(0);
+  };
+  const ArchivedView::Element link = ArchivedWidgetURL{"quiloapp://binnacle"};
+  EXPECT_NE(ask(ProvideRequest::What::snapshot).light.element, link);
+  NSUserDefaults::initWithSuiteName("group.com.quiloapp.sharedData")->setObject("u", "sharedUid");
+  const ArchivedEntry entry = ask(ProvideRequest::What::snapshot);
+  EXPECT_EQ(entry.light.element, link);
+  EXPECT_NE(ask(ProvideRequest::What::placeholder).light.element, link);
+
+  std::vector<std::string> names;
+  for (const auto& [name, value] : entry.fields) {
+    names.push_back(name);
+  }
+  EXPECT_THAT(names, ElementsAre("date", "moodDays", "configuration", "hasUid"));
+  EXPECT_EQ(entry.fields[2].second, Value("ConfigurationIntent"));
+  const Dictionary* today = entry.fields[1].second.array()->back().dictionary();
+  EXPECT_EQ(today->string("date"), "2025-03-05T00:00:00.000Z");
+  EXPECT_EQ(today->string("mood"), "well");
+  EXPECT_EQ(today->string("dayLabel"), "TODAY_LABEL");
+  EXPECT_EQ(today->size(), 4u);
+}
+
+}  // namespace
+}  // namespace glancery
