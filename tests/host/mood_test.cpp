@@ -1,0 +1,141 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "host/extension_process.h"
+#include "platform/foundation/json_serialization.h"
+#include "tests/host/command_line.h"
+
+namespace {
+
+using namespace world;
+using ::testing::HasSubstr;
+using Json = nlohmann::ordered_json;
+using Words = std::vector<std::string>;
+
+const Words kMarch = {"--now", "2025-03-05T18:30:00Z", "--time-zone", "America/Mexico_City"};
+
+std::string printed(const Phone& phone, Words words, const Words& more = kMarch) {
+  words.insert(words.end(), more.begin(), more.end());
+  const Ran ran = phone.glancery(words);
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_EQ(ran.err, "");
+  return ran.out;
+}
+
+/// The moods of a timeline, oldest first.
+Words moods(const Phone& phone, const Words& more = kMarch) {
+  Words names;
+  const Json timeline = Json::parse(printed(phone, {"timeline", "Binnacle", "--json"}, more));
+  for (const Json& day : timeline["entries"][0]["moodDays"]) {
+    names.push_back(day["mood"]);
+  }
+  return names;
+}
+
+TEST(Moods, GoInDayByDayAndKeepTheOtherDays) {
+  const Phone phone;
+  printed(phone, {"app", "mood", "well"});
+  printed(phone, {"app", "mood", "bad", "--day", "2025-03-03"});
+  printed(phone, {"app", "mood", "neutral", "--day", "2025-03-01"});
+  printed(phone, {"app", "mood", "veryBad", "--day", "2025-03-03"});
+  EXPECT_EQ(moods(phone),
+            (Words{"emptyDay", "emptyDay", "neutral", "emptyDay", "veryBad", "emptyDay", "well"}));
+  const Json timeline = Json::parse(printed(phone, {"timeline", "Binnacle", "--json"}));
+  EXPECT_EQ(timeline["policy"], Json::parse(R"({"after": "2025-03-06T06:00:00.000Z"})"));
+  EXPECT_EQ(timeline["entries"][0]["configuration"], "ConfigurationIntent");
+  EXPECT_EQ(timeline["entries"][0]["moodDays"][6]["date"], "2025-03-05T06:00:00.000Z");
+  EXPECT_EQ(timeline["entries"][0]["moodDays"][6]["dayLabel"], "Hoy");
+  EXPECT_EQ(timeline["log"].size(), 11u);
+}
+
+// A phone that counts years in another way, or writes other digits, finds the days it wrote itself.
+TEST(Moods, GoInUnderTheDevicesOwnDays) {
+  for (const char* locale : {"ar_EG", "th_TH", "fa_IR", "ja_JP"}) {
+    const Phone phone;
+    const Words there = {
+        "--now", "2025-03-05T18:30:00Z", "--time-zone", "Asia/Tokyo", "--locale", locale};
+    printed(phone, {"app", "mood", "well"}, there);
+    printed(phone, {"app", "mood", "bad", "--day", "2025-02-28"}, there);
+    EXPECT_EQ(moods(phone, there),
+              (Words{"bad", "emptyDay", "emptyDay", "emptyDay", "emptyDay", "emptyDay", "well"}))
+        << locale;
+  }
+}
+
+TEST(Moods, ARecordThatCantBeReadIsLeftAlone) {
+  const Phone phone;
+  for (const Words& stored : {Words{"{\"2025-03-04\":", "text-data"},
+                              Words{R"({"2025-03-04":5})", "text-data"},
+                              Words{"{}", "string"}}) {
+    phone.glancery({"store", "set", "moodsDataKey", stored[0], "--type", stored[1]});
+    const std::string before = phone.glancery({"store", "get", "moodsDataKey"}).out;
+    const Ran ran = phone.glancery({"app", "mood", "well"});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.err, HasSubstr("\"moodsDataKey\" can't be read and were left alone"));
+    EXPECT_EQ(phone.glancery({"store", "get", "moodsDataKey"}).out, before);
+  }
+}
+
+TEST(CheckinTaps, FindTheirFaces) {
+  const Phone phone;
+  EXPECT_EQ(printed(phone, {"tap", "Checkin", "41,79"}), "") << "nobody is signed in";
+  printed(phone, {"app", "sign-in", "u"}, {});
+  const std::pair<const char*, const char*> kTaps[] = {
+      {"41,79", "quiloapp://emotion/veryBad\n"},
+      {"105,79", "quiloapp://emotion/bad\n"},
+      {"169,79", "quiloapp://emotion/neutral\n"},
+      {"233,79", "quiloapp://emotion/well\n"},
+      {"297,79", "quiloapp://emotion/veryWell\n"},
+      {"73,79", ""},
+      {"169,20", ""},
+  };
+  for (const auto& [point, link] : kTaps) {
+    EXPECT_EQ(printed(phone, {"tap", "Checkin", point}), link) << point;
+  }
+  EXPECT_EQ(printed(phone, {"tap", "Binnacle", "1,1"}), "quiloapp://binnacle\n");
+}
+
+TEST(MoodLogPicture, FollowsTheScheme) {
+  const Phone phone;
+  const auto list = [&](const char* scheme) {
+    printed(phone, {"render", "Binnacle", "-o", phone.file("a.json").string(), "--scheme", scheme});
+    return Json::parse(readWhole(phone.file("a.json")));
+  };
+  EXPECT_EQ(list("light")["items"][0]["color"], "#FAF6F2FF");
+  EXPECT_EQ(list("light")["items"][1]["name"], "emptyDay");
+  EXPECT_EQ(list("dark")["items"][0]["color"], "#242E33FF");
+  EXPECT_EQ(list("dark")["items"][1]["name"], "emptyDayDark");
+}
+
+// Under a sanitizer every process is larger than any limit a phone would set.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST(Moods, OfTenYearsFitIntoTheExtensionsMemory) {
+  using namespace platform;
+  const Container container;
+  std::vector<Dictionary::Member> moods;
+  const Date now = instant("2025-03-05T18:30:00Z");
+  for (int day = 0; day < 3650; ++day) {
+    moods.emplace_back(now.addingTimeInterval(-86400.0 * day).iso8601().substr(0, 10), "well");
+  }
+  NSUserDefaults::initWithSuiteName("group.com.quiloapp.sharedData")
+      ->setObject(*NSJSONSerialization::dataWithJSONObject(Dictionary(moods)), "moodsDataKey");
+  const auto extension = host::ExtensionProcess::start(
+      std::filesystem::path(GLANCERY_BUILD) / "Glancery.appex", {.memory = std::size_t{12} << 20});
+  ASSERT_TRUE(extension) << extension.error().reason;
+  const Device device = {.clock = Clock::standingAt(now)};
+  ASSERT_TRUE((*extension)->ask(ConfigureRequest{device, container.path().string(), {}}));
+  for (int look = 0; look < 3; ++look) {
+    const auto answer = (*extension)
+                            ->ask(ProvideRequest{ProvideRequest::What::timeline,
+                                                 "Binnacle",
+                                                 {WidgetFamily::systemMedium, {306, 126}}});
+    ASSERT_TRUE(answer) << answer.error().reason;
+    const auto& entry = std::get<ArchivedTimeline>(*answer).entries.at(0);
+    EXPECT_EQ(entry.fields[1].second.array()->front().dictionary()->string("mood"), "well");
+  }
+}
+#endif
+
+}  // namespace
