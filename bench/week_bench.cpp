@@ -1,0 +1,92 @@
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+
+#include "bench/demo_phone.h"
+#include "extension/glancery_bundle.h"
+#include "host/extension_process.h"
+#include "platform/foundation/bundle.h"
+#include "platform/foundation/calendar.h"
+#include "platform/foundation/date_formatter.h"
+#include "platform/foundation/json_serialization.h"
+#include "platform/foundation/require.h"
+#include "platform/foundation/user_defaults.h"
+#include "platform/widgetkit/widget_bundle.h"
+
+// The mood log reads its whole record for every timeline, and the host app never shortens it: ten
+// years of moods must not cost more than three times what a week costs.
+
+namespace bench {
+namespace {
+
+using namespace platform;
+
+constexpr int kWeek = 7;
+constexpr int kTenYears = 3650;
+constexpr std::size_t kMemory = std::size_t{12} << 20;
+constexpr Size kMediumContent = {338 - 32, 158 - 32};
+
+const ProvideRequest kTimeline = {ProvideRequest::What::timeline,
+                                  "Binnacle",
+                                  {WidgetFamily::systemMedium, kMediumContent, false}};
+
+/// A phone whose user has recorded a mood on each of so many days, up to today.
+class MoodPhone : public DemoPhone {
+ public:
+  explicit MoodPhone(int days) {
+    constexpr const char* kMoods[] = {"veryBad", "bad", "neutral", "well", "veryWell"};
+    setCurrentDevice(configure().device);
+    NSDateFormatter keys;
+    keys.setDateFormat("yyyy-MM-dd");
+    const Calendar calendar = Calendar::current();
+    Dictionary moods;
+    for (int day = 0; day < days; ++day) {
+      moods.set(keys.stringFromDate(*calendar.dateByAddingDays(-day, Date::now())),
+                kMoods[day % 5]);
+    }
+    auto suite = require(NSUserDefaults::initWithSuiteName("group.com.quiloapp.sharedData"),
+                         "the shared suite");
+    suite.setObject(*NSJSONSerialization::dataWithJSONObject(moods), "moodsDataKey");
+  }
+};
+
+/// A figure of the fallback week would be of something else.
+void requireMoods(const ExtensionMessage::Content& answer) {
+  const auto* timeline = std::get_if<ArchivedTimeline>(&answer);
+  const Value* days = timeline ? &timeline->entries.at(0).fields.at(1).second : nullptr;
+  const auto mood = days ? days->array()->back().dictionary()->string("mood") : std::nullopt;
+  if (mood != "veryBad") {
+    giveUp("the mood log does not show today's mood");
+  }
+}
+
+void timelineInProcess(benchmark::State& state) {
+  const MoodPhone phone(static_cast<int>(state.range()));
+  NSBundle::setMainBundle(NSBundle(kExtension));
+  ExtensionMessage answer;
+  ExtensionService service(widgetBundleConformance<glancery::GlanceryBundle>().body(),
+                           [&](ExtensionMessage message) { answer = std::move(message); });
+  service.handle({1, phone.configure()});
+  for (auto _ : state) {
+    service.handle({2, kTimeline});
+  }
+  requireMoods(answer.content);
+}
+BENCHMARK(timelineInProcess)->Name("mood log timeline, a week: in process")->Arg(kWeek);
+BENCHMARK(timelineInProcess)->Name("mood log timeline, ten years: in process")->Arg(kTenYears);
+
+void timelineOverSocket(benchmark::State& state) {
+  const MoodPhone phone(static_cast<int>(state.range()));
+  const auto extension = valueOf(host::ExtensionProcess::start(kExtension, {.memory = kMemory}));
+  valueOf(extension->ask(phone.configure()));
+  for (auto _ : state) {
+    requireMoods(valueOf(extension->ask(kTimeline)));
+  }
+}
+BENCHMARK(timelineOverSocket)->Name("mood log timeline, a week: warm, over the socket")->Arg(kWeek);
+BENCHMARK(timelineOverSocket)
+    ->Name("mood log timeline, ten years: warm, over the socket")
+    ->Arg(kTenYears);
+
+}  // namespace
+}  // namespace bench
