@@ -13,8 +13,8 @@
 #include "bench/demo_phone.h"
 #include "bench/spread.h"
 
-// Runs every benchmark often, in short turns, mixed with the others, and prints the medians beside the
-// goals: most runs then fit between two moments at which a neighbour takes the core. Google
+// Runs every benchmark often, in short turns, mixed with the others, and prints the medians beside
+// the goals: most runs then fit between two moments at which a neighbour takes the core. Google
 // Benchmark's own options work as well.
 
 namespace bench {

@@ -166,7 +166,8 @@ void DeviceOptions::addCalendarOptions(CLI::App& command) {
 void DeviceOptions::addTo(CLI::App& command) {
   addSuiteOptions(command);
   addCalendarOptions(command);
-  command.add_option("--extension", extension,
+  command.add_option("--extension",
+                     extension,
                      "Folder of the extension (default: Glancery.appex beside this program)");
   command.add_option("--scheme", scheme, "light or dark")->capture_default_str();
   command.add_option("--os", os, "Version of the phone's system")->capture_default_str();

@@ -15,7 +15,7 @@ WidgetHost::WidgetHost(HostSettings settings) : settings_(std::move(settings)) {
     throw CommandError(started.error().reason);
   }
   extension_ = *std::move(started);
-  ask<Configured>(
+  ask<Done>(
       ConfigureRequest{settings_.device, settings_.container.string(), settings_.infoOverrides});
 }
 

@@ -7,6 +7,10 @@ namespace glancery {
 
 inline constexpr const char* kAppGroupIdentifier = "group.com.quiloapp.sharedData";
 
+/// The background session that the affirmation is downloaded in; the client makes it, and the
+/// widget takes its events.
+inline constexpr const char* kBackgroundSessionIdentifier = "com.quiloapp.fetchAffirmationTask";
+
 // Written by the host app.
 
 /// A JSON object: `count`, the days in a row; `timestamp`, the last active moment in seconds since
@@ -24,5 +28,12 @@ inline constexpr const char* kSuccessImageIndexKey = "streakImageIndex";
 inline constexpr const char* kFailImageIndexKey = "streakFailImageIndex";
 inline constexpr const char* kSuccessIndexLastUpdateDateKey = "successIndexLastUpdateDate";
 inline constexpr const char* kFailIndexLastUpdateDateKey = "failIndexLastUpdateDate";
+
+/// A JSON object of strings: `text` and `color`.
+inline constexpr const char* kAffirmationDataKey = "affirmationData";
+/// The moment at which the affirmation's provider last started a fetch.
+inline constexpr const char* kAffirmationLastFetchKey = "affirmationLastFetchTime";
+/// Where older versions kept the colour; nobody reads it any more.
+inline constexpr const char* kObsoleteAffirmationColorKey = "affirmationColor";
 
 }  // namespace glancery

@@ -7,10 +7,14 @@ namespace glancery {
 
 using namespace platform;
 
+std::optional<std::string> signedInUid(const std::string& suiteName, const std::string& key) {
+  const auto suite = NSUserDefaults::initWithSuiteName(suiteName);
+  auto uid = suite ? suite->stringForKey(key) : std::nullopt;
+  return uid && !uid->empty() ? uid : std::nullopt;
+}
+
 bool hasSharedUid() {
-  const auto suite = NSUserDefaults::initWithSuiteName(kAppGroupIdentifier);
-  const auto uid = suite ? suite->stringForKey(kSharedUidKey) : std::nullopt;
-  return uid && !uid->empty();
+  return signedInUid(kAppGroupIdentifier, kSharedUidKey).has_value();
 }
 
 }  // namespace glancery

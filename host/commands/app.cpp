@@ -4,8 +4,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <CLI/CLI.hpp>
-
 #include "host/command_error.h"
 #include "host/commands/commands.h"
 #include "host/device_options.h"
@@ -119,8 +117,9 @@ void addAppCommand(CLI::App& app) {
                                  recordStreak(options.count, instantOf(options.lastActive));
                                });
   streak->add_option("N", streakOptions->count, "Days in a row")->required();
-  streak->add_option(
-      "--last-active", streakOptions->lastActive, "The last active moment, ISO 8601 (default: now)");
+  streak->add_option("--last-active",
+                     streakOptions->lastActive,
+                     "The last active moment, ISO 8601 (default: now)");
 
   auto moodOptions = std::make_shared<AppOptions>();
   CLI::App* mood =

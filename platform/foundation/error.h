@@ -14,6 +14,8 @@ struct NSError {
   /// A sentence for people; for bad input it says what and where.
   std::string localizedDescription;
 
+  friend bool operator==(const NSError&, const NSError&) = default;
+
   /// The printed form: `Error Domain=<domain> Code=<code> "<localizedDescription>"`.
   friend std::ostream& operator<<(std::ostream& out, const NSError& error) {
     return out << "Error Domain=" << error.domain << " Code=" << error.code << " \""

@@ -5,6 +5,7 @@
 #include <unicode/idna.h>
 
 #include <algorithm>
+#include <charconv>
 #include <filesystem>
 #include <memory>
 #include <system_error>
@@ -242,6 +243,25 @@ URL URL::fileURLWithPath(std::string_view path) {
     }
   }
   return URL("file://" + encoded);
+}
+
+std::optional<std::string> URL::path() const {
+  constexpr std::string_view kFile = "file://";
+  if (!absolute_.starts_with(kFile)) {
+    return std::nullopt;
+  }
+  std::string decoded;
+  for (std::size_t at = kFile.size(); at < absolute_.size(); ++at) {
+    unsigned byte = static_cast<unsigned char>(absolute_[at]);
+    if (byte == '%' && at + 2 < absolute_.size()) {
+      const char* const digits = absolute_.data() + at + 1;
+      if (std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2) {
+        at += 2;
+      }
+    }
+    decoded += static_cast<char>(byte);
+  }
+  return decoded;
 }
 
 std::optional<std::string> URL::scheme() const {

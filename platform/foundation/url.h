@@ -22,6 +22,8 @@ class URL {
   std::optional<std::string> scheme() const;
   /// As written, without the brackets of an IPv6 address; nothing where it is empty.
   std::optional<std::string> host() const;
+  /// The path on the disk of a "file://" address; nothing for any other.
+  std::optional<std::string> path() const;
   friend bool operator==(const URL&, const URL&) = default;
 
  private:

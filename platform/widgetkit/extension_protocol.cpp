@@ -136,6 +136,62 @@ Dictionary encodeContent(const ProvideRequest& request) {
           {"preview", request.context.isPreview}};
 }
 
+Dictionary encodeContent(const LocaleChanged&) {
+  return {{"type", "localeChanged"}};
+}
+
+Dictionary encodeContent(const BackgroundEvents& events) {
+  return {{"type", "backgroundEvents"}, {"session", events.session}};
+}
+
+Dictionary encodeContent(const FinishEvents& events) {
+  return {{"type", "finishEvents"}, {"session", events.session}};
+}
+
+Value encodeError(const std::optional<NSError>& error) {
+  return error.transform([](const NSError& what) {
+    return Dictionary{
+        {"domain", what.domain}, {"code", what.code}, {"description", what.localizedDescription}};
+  });
+}
+
+Dictionary encodeContent(const DeliverDownload& deliver) {
+  const FinishedDownload& download = deliver.download;
+  return {{"type", "deliverDownload"},
+          {"session", download.session},
+          {"url", download.url},
+          {"file", download.file},
+          {"status", download.status},
+          {"error", encodeError(download.error)}};
+}
+
+Dictionary encodeContent(const DownloadStarted& started) {
+  return {{"type", "downloadStarted"}, {"refusal", encodeError(started.refusal)}};
+}
+
+std::optional<NSError> takeError(const Dictionary& from, std::string_view member, Reader& reader) {
+  const Value* value = from.find(member);
+  if (value && value->isNull()) {
+    return std::nullopt;
+  }
+  const Dictionary error = reader.take<Dictionary>(from, member);
+  return NSError{.domain = reader.take<std::string>(error, "domain"),
+                 .code = reader.take<std::int64_t>(error, "code"),
+                 .localizedDescription = reader.take<std::string>(error, "description")};
+}
+
+FinishedDownload takeDownload(const Dictionary& from, Reader& reader) {
+  FinishedDownload download{.session = reader.take<std::string>(from, "session"),
+                            .url = reader.take<std::string>(from, "url"),
+                            .file = reader.take<std::string>(from, "file"),
+                            .error = takeError(from, "error", reader)};
+  const Value* status = from.find("status");
+  if (!status || !status->isNull()) {
+    download.status = reader.takeInt(from, "status", 0, 999);
+  }
+  return download;
+}
+
 HostMessage::Content decodeHostContent(std::string_view type,
                                        const Dictionary& from,
                                        Reader& reader) {
@@ -146,6 +202,21 @@ HostMessage::Content decodeHostContent(std::string_view type,
   }
   if (type == "describe") {
     return DescribeRequest();
+  }
+  if (type == "localeChanged") {
+    return LocaleChanged();
+  }
+  if (type == "backgroundEvents") {
+    return BackgroundEvents{reader.take<std::string>(from, "session")};
+  }
+  if (type == "finishEvents") {
+    return FinishEvents{reader.take<std::string>(from, "session")};
+  }
+  if (type == "deliverDownload") {
+    return DeliverDownload{takeDownload(from, reader)};
+  }
+  if (type == "downloadStarted") {
+    return DownloadStarted{takeError(from, "refusal", reader)};
   }
   for (std::size_t what = 0; what < kWhat.size(); ++what) {
     if (type != kWhat[what]) {
@@ -168,8 +239,8 @@ HostMessage::Content decodeHostContent(std::string_view type,
 
 // What the extension says
 
-Dictionary encodeContent(const Configured&) {
-  return {{"type", "configured"}};
+Dictionary encodeContent(const Done&) {
+  return {{"type", "done"}};
 }
 
 Dictionary encodeContent(const Failure& failure) {
@@ -211,6 +282,44 @@ Dictionary encodeContent(const ArchivedTimeline& timeline) {
           {"entries", std::move(entries)},
           {"after",
            timeline.policy.date.transform([](Date date) { return date.timeIntervalSince1970(); })}};
+}
+
+Dictionary encodeContent(const StartDownload& start) {
+  Array headers;
+  for (const auto& [name, value] : start.headers) {
+    headers.emplace_back(Array{name, value});
+  }
+  return {{"type", "startDownload"},
+          {"session", start.session},
+          {"url", start.url},
+          {"method", start.method},
+          {"headers", std::move(headers)},
+          {"body", start.body},
+          {"timeout", start.timeout}};
+}
+
+Dictionary encodeContent(const ReloadTimelines& reload) {
+  return {{"type", "reloadTimelines"}, {"kind", reload.kind}};
+}
+
+std::optional<NSURLRequest::Headers::value_type> decodeHeader(const Value& value) {
+  const Array* pair = value.array();
+  if (!pair || pair->size() != 2) {
+    return std::nullopt;
+  }
+  const auto* name = (*pair)[0].as<std::string>();
+  const auto* text = (*pair)[1].as<std::string>();
+  return name && text ? std::optional(std::pair(*name, *text)) : std::nullopt;
+}
+
+StartDownload takeStart(const Dictionary& from, Reader& reader) {
+  return {
+      .session = reader.take<std::string>(from, "session"),
+      .url = reader.take<std::string>(from, "url"),
+      .method = reader.take<std::string>(from, "method"),
+      .headers = reader.takeAll<NSURLRequest::Headers::value_type>(from, "headers", decodeHeader),
+      .body = reader.take<Data>(from, "body"),
+      .timeout = reader.takeNumber(from, "timeout")};
 }
 
 std::optional<WidgetDescription> decodeDescription(const Value& value) {
@@ -273,8 +382,8 @@ ExtensionMessage::Content decodeExtensionContent(std::string_view type,
                                                  const Dictionary& from,
                                                  Reader& reader,
                                                  std::string& error) {
-  if (type == "configured") {
-    return Configured();
+  if (type == "done") {
+    return Done();
   }
   if (type == "failure") {
     return Failure{reader.take<std::string>(from, "reason")};
@@ -286,8 +395,14 @@ ExtensionMessage::Content decodeExtensionContent(std::string_view type,
   if (type == "timeline") {
     return decodeTimeline(from, reader, error);
   }
+  if (type == "startDownload") {
+    return takeStart(from, reader);
+  }
+  if (type == "reloadTimelines") {
+    return ReloadTimelines{reader.take<std::string>(from, "kind")};
+  }
   reader.fail("type");
-  return Configured();
+  return Done();
 }
 
 template <class Message>

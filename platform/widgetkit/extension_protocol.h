@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "platform/foundation/device.h"
+#include "platform/foundation/url_request.h"
+#include "platform/foundation/url_session.h"
 #include "platform/foundation/value.h"
 #include "platform/swiftui/archived_view.h"
 #include "platform/widgetkit/timeline.h"
@@ -44,16 +46,54 @@ struct ProvideRequest {
   friend bool operator==(const ProvideRequest&, const ProvideRequest&) = default;
 };
 
+/// The device's locale is another one now; the settings of the last `ConfigureRequest` have it.
+struct LocaleChanged {
+  friend bool operator==(LocaleChanged, LocaleChanged) = default;
+};
+
+/// The extension was started, or woken, for results of this background session, which follow.
+struct BackgroundEvents {
+  std::string session;
+  friend bool operator==(const BackgroundEvents&, const BackgroundEvents&) = default;
+};
+
+/// A download is over; answered once the session's delegate has dealt with it.
+struct DeliverDownload {
+  FinishedDownload download;
+  friend bool operator==(const DeliverDownload&, const DeliverDownload&) = default;
+};
+
+/// Every waiting result of the session was delivered; answered once all that followed from them on
+/// the main queue is done.
+struct FinishEvents {
+  std::string session;
+  friend bool operator==(const FinishEvents&, const FinishEvents&) = default;
+};
+
+/// The answer to a `StartDownload`, under the number that the extension gave it: the task is on the
+/// disk, or the reason why it is not.
+struct DownloadStarted {
+  std::optional<NSError> refusal = {};
+  friend bool operator==(const DownloadStarted&, const DownloadStarted&) = default;
+};
+
 struct HostMessage {
-  using Content = std::variant<ConfigureRequest, DescribeRequest, ProvideRequest>;
+  using Content = std::variant<ConfigureRequest,
+                               DescribeRequest,
+                               ProvideRequest,
+                               LocaleChanged,
+                               BackgroundEvents,
+                               DeliverDownload,
+                               FinishEvents,
+                               DownloadStarted>;
   std::int64_t id = 0;
   Content content;
   friend bool operator==(const HostMessage&, const HostMessage&) = default;
 };
 
-/// The settings are in force.
-struct Configured {
-  friend bool operator==(Configured, Configured) = default;
+/// What was asked for is done.
+struct Done {
+  friend bool operator==(Done, Done) = default;
 };
 
 struct WidgetDescription {
@@ -92,8 +132,27 @@ struct Failure {
   friend bool operator==(const Failure&, const Failure&) = default;
 };
 
+/// Asks the host to download for a background session. No answer to any request of the host's: the
+/// number is the extension's own, and comes back with `DownloadStarted`.
+struct StartDownload {
+  std::string session;
+  std::string url;
+  std::string method;
+  NSURLRequest::Headers headers;
+  Data body;
+  double timeout = 60;
+  friend bool operator==(const StartDownload&, const StartDownload&) = default;
+};
+
+/// Asks the host to ask again for the timelines of that kind. Neither answers nor is answered.
+struct ReloadTimelines {
+  std::string kind;
+  friend bool operator==(const ReloadTimelines&, const ReloadTimelines&) = default;
+};
+
 struct ExtensionMessage {
-  using Content = std::variant<Configured, WidgetDescriptions, ArchivedTimeline, Failure>;
+  using Content = std::
+      variant<Done, WidgetDescriptions, ArchivedTimeline, Failure, StartDownload, ReloadTimelines>;
   /// The request's number.
   std::int64_t id = 0;
   Content content;

@@ -73,17 +73,16 @@ concept TimelineProvider = TimelineEntry<typename Provider::Entry> &&
 
 /// Supplies an intent configuration's entries likewise, for the configuration that the user chose.
 template <class Provider>
-concept IntentTimelineProvider =
-    TimelineEntry<typename Provider::Entry> &&
+concept IntentTimelineProvider = TimelineEntry<typename Provider::Entry> &&
     std::derived_from<typename Provider::Intent, INIntent> &&
     requires(const Provider& provider,
              const std::shared_ptr<typename Provider::Intent>& configuration,
              const TimelineProviderContext& context,
              Completion<typename Provider::Entry> shown,
              Completion<Timeline<typename Provider::Entry>> planned) {
-      { provider.placeholder(context) } -> std::same_as<typename Provider::Entry>;
-      provider.getSnapshot(configuration, context, shown);
-      provider.getTimeline(configuration, context, planned);
-    };
+  { provider.placeholder(context) } -> std::same_as<typename Provider::Entry>;
+  provider.getSnapshot(configuration, context, shown);
+  provider.getTimeline(configuration, context, planned);
+};
 
 }  // namespace platform

@@ -36,6 +36,10 @@ class AnyTimelineProvider {
                            Completion<WidgetTimeline> completion) const = 0;
 };
 
+/// Takes a background session's identifier, and what to call once its events are dealt with.
+using BackgroundEventsHandler =
+    std::function<void(const std::string& identifier, std::function<void()> completion)>;
+
 /// What a widget declares to its host. A cheap value; the modifiers return a changed copy.
 struct WidgetConfiguration {
   /// The widget's identity towards hosts and reload requests.
@@ -46,6 +50,9 @@ struct WidgetConfiguration {
   std::string displayNameKey = {};
   std::string descriptionKey = {};
   std::vector<WidgetFamily> families = {WidgetFamily::systemSmall, WidgetFamily::systemMedium};
+  /// The background session whose events the widget takes; empty for none.
+  std::string backgroundSessionIdentifier = {};
+  BackgroundEventsHandler backgroundEventsHandler = {};
 
   WidgetConfiguration configurationDisplayName(const LocalizedStringKey& key) const {
     return with([&](WidgetConfiguration& changed) { changed.displayNameKey = key.key; });
@@ -55,6 +62,15 @@ struct WidgetConfiguration {
   }
   WidgetConfiguration supportedFamilies(std::vector<WidgetFamily> supported) const {
     return with([&](WidgetConfiguration& changed) { changed.families = std::move(supported); });
+  }
+  /// `handler` runs on the main thread when the extension was started for the results of exactly
+  /// that session. It must see to it that its completion is called once they have been dealt with.
+  WidgetConfiguration onBackgroundURLSessionEvents(std::string matching,
+                                                   BackgroundEventsHandler handler) const {
+    return with([&](WidgetConfiguration& changed) {
+      changed.backgroundSessionIdentifier = std::move(matching);
+      changed.backgroundEventsHandler = std::move(handler);
+    });
   }
 
  private:

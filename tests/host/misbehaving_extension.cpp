@@ -50,7 +50,7 @@ void misbehave(const std::string& how, MessageChannel& channel, std::int64_t id)
     (void)channel.send(Dictionary{{"id", id}, {"type", "gossip"}});
   }
   if (how == "confuse") {
-    (void)channel.send(encode(ExtensionMessage{id + 1, Configured()}));
+    (void)channel.send(encode(ExtensionMessage{id + 1, Done()}));
   }
   if (how == "withdraw") {
     ::close(STDOUT_FILENO);
@@ -81,6 +81,6 @@ int main(int, char** arguments) {
       return 1;
     }
     misbehave(how, channel, message->id);
-    (void)channel.send(encode(ExtensionMessage{message->id, Configured()}));
+    (void)channel.send(encode(ExtensionMessage{message->id, Done()}));
   }
 }

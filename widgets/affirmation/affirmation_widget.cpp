@@ -1,14 +1,72 @@
 #include "widgets/affirmation/affirmation_widget.h"
 
+#include <functional>
+
+#include "network/network_manager.h"
+#include "platform/foundation/log.h"
+#include "platform/foundation/notification_center.h"
+#include "platform/foundation/require.h"
+#include "platform/foundation/url.h"
+#include "platform/swiftui/view.h"
+#include "store/shared_store.h"
+#include "ui/widget_background.h"
+#include "widgets/affirmation/affirmation_provider.h"
+#include "widgets/affirmation/affirmation_widget_entry_view.h"
+
 namespace glancery {
 
 using namespace platform;
 
+namespace {
+
+// Provider and view must agree on it: the view never shows it as such.
+constexpr const char* kPlaceholder = "Yo sé que cualquiera sería afortunado de tener mi amistad.";
+
+// The reload that the line announces comes with the end of the download.
+void handleLocaleChange(const std::string& kind) {
+  log("[AffirmationWidget] NSLocale.currentLocaleDidChangeNotification received. Fetching new "
+      "affirmation and reloading timeline for kind: ",
+      kind,
+      ".");
+  NetworkManager::shared().fetchAffirmation();
+}
+
+void handleBackgroundEvents(const std::string& identifier, std::function<void()> completion) {
+  log("[AffirmationWidget] Received background session event for identifier: ", identifier);
+  NetworkManager::shared().backgroundCompletionHandler = std::move(completion);
+}
+
+View content(const AffirmationEntry& entry) {
+  const auto link = require(URL::fromString("quiloapp://affirmation"), "the widget's deep link");
+  const View view = AffirmationWidgetEntryView{entry, kPlaceholder};
+  return widgetBackground(view.widgetURL(entry.hasUid ? std::optional(link) : std::nullopt),
+                          affirmationBackground(entry));
+}
+
+}  // namespace
+
+Affirmation::Affirmation()
+    : kind("AffirmationWidget"), backgroundSessionIdentifier(kBackgroundSessionIdentifier) {
+  NSNotificationCenter::defaultCenter().addObserverForName(
+      NSCurrentLocaleDidChangeNotification,
+      NSOperationQueue::mainQueue(),
+      [kind = kind](const NSNotification&) { handleLocaleChange(kind); });
+}
+
 WidgetConfiguration Affirmation::body() const {
-  return WidgetConfiguration{.kind = kind}
+  const AffirmationProvider provider = {
+      .placeholderAffirmation = kPlaceholder,
+      .defaultColorName = "blush",
+      .userDefaultsSuiteName = kAppGroupIdentifier,
+      .affirmationDataKey = kAffirmationDataKey,
+      .affirmationLastFetchKey = kAffirmationLastFetchKey,
+      .userDefaultsUidKey = kSharedUidKey,
+  };
+  return StaticConfiguration(kind, provider, content)
       .configurationDisplayName("AFFIRMATION_WIDGET_TITLE")
       .description("AFFIRMATION_WIDGET_DESC")
-      .supportedFamilies({WidgetFamily::systemMedium});
+      .supportedFamilies({WidgetFamily::systemMedium})
+      .onBackgroundURLSessionEvents(backgroundSessionIdentifier, handleBackgroundEvents);
 }
 
 }  // namespace glancery

@@ -39,7 +39,7 @@ ArchivedEntry twoFaced() {
 }
 
 const ExtensionMessage kExtensionMessages[] = {
-    {1, Configured()},
+    {1, Done()},
     {2, Failure{"no widget has the kind \"X\""}},
     {3,
      WidgetDescriptions{{{"K", "NAME", "DESC", {WidgetFamily::systemSmall}}, {"L", "", "", {}}}}},

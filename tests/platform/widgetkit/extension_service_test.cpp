@@ -1,10 +1,11 @@
+#include "platform/widgetkit/extension_service.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 
 #include "platform/foundation/time_zone.h"
 #include "platform/swiftui/stacks.h"
-#include "platform/widgetkit/extension_main.h"
 #include "tests/world.h"
 
 namespace platform {
@@ -97,7 +98,7 @@ TEST_F(Service, SettingsComeIntoForce) {
                                               .timeZone = "Asia/Tokyo"},
                                    .container = container.path().string(),
                                    .infoOverrides = {}}});
-  EXPECT_EQ(answers.back(), (ExtensionMessage{1, Configured()}));
+  EXPECT_EQ(answers.back(), (ExtensionMessage{1, Done()}));
   EXPECT_EQ(Date::now(), Date::since1970(42));
   EXPECT_EQ(TimeZone::current().identifier(), "Asia/Tokyo");
   EXPECT_EQ(sharedContainer(), container.path());

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/widgetkit/extension_main.h"
+#include "platform/widgetkit/extension_service.h"
 #include "tests/widgets/view_dump.h"
 #include "tests/world.h"
 #include "widgets/moodlog/binnacle_widget.h"
@@ -94,8 +94,8 @@ TEST(BinnacleWidget, LinksForAUserAndPrintsItsDays) {
   const Container container;
   phoneAt(instant("2025-03-05T18:30:00Z"));
   ExtensionMessage answer;
-  const ExtensionService service({Binnacle().body()},
-                                 [&](ExtensionMessage message) { answer = std::move(message); });
+  ExtensionService service({Binnacle().body()},
+                           [&](ExtensionMessage message) { answer = std::move(message); });
   const auto ask = [&](ProvideRequest::What what) {
     service.handle({1, ProvideRequest{what, "Binnacle", {WidgetFamily::systemMedium, kMedium}}});
     return std::get<ArchivedTimeline>(answer.content).entries.at(0);

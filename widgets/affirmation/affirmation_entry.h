@@ -1,0 +1,23 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "platform/foundation/date.h"
+#include "platform/widgetkit/timeline.h"
+
+namespace glancery {
+
+/// What the affirmation widget shows, from `date` on.
+struct AffirmationEntry {
+  platform::Date date = platform::Date::since1970(0);
+  std::optional<std::string> affirmation = {};
+  std::optional<std::string> colorName = {};
+  /// Whether a user is signed in; only then does the widget open the app's affirmation.
+  bool hasUid = false;
+  friend bool operator==(const AffirmationEntry&, const AffirmationEntry&) = default;
+};
+
+platform::Mirror mirror(const AffirmationEntry& entry);
+
+}  // namespace glancery
