@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "platform/render/file_bytes.h"
-#include "platform/render/module_library.h"
+#include "platform/foundation/module_library.h"
 #include "platform/render/pixel_file.h"
 #include "platform/render/png_reader.h"
 #include "platform/render/svg/svg_entry.h"

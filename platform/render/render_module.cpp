@@ -2,7 +2,7 @@
 
 #include <system_error>
 
-#include "platform/render/module_library.h"
+#include "platform/foundation/module_library.h"
 #include "platform/render/render_entry.h"
 
 namespace platform {
