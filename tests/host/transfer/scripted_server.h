@@ -1,0 +1,184 @@
+#pragma once
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/foundation/require.h"
+
+namespace world {
+
+/// What a server does once it has a request.
+struct Reply {
+  enum class After { keep, close, hang };
+  std::string bytes;
+  After after = After::close;
+};
+
+inline Reply answer(const std::string& head,
+                    const std::string& body = "",
+                    Reply::After after = Reply::After::close) {
+  return {
+      "HTTP/1.1 " + head + "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body,
+      after};
+}
+
+/// A port on loopback, kept from all others; connections are refused until somebody listens.
+struct LoopbackSocket {
+  explicit LoopbackSocket(int wanted = 0)
+      : number(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    const int yes = 1;
+    ::setsockopt(number, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(static_cast<std::uint16_t>(wanted));
+    socklen_t size = sizeof address;
+    auto* name = reinterpret_cast<sockaddr*>(&address);
+    if (::bind(number, name, size) != 0 || ::getsockname(number, name, &size) != 0) {
+      platform::fatalError("a port on loopback");
+    }
+    port = ntohs(address.sin_port);
+  }
+  ~LoopbackSocket() { ::close(number); }
+  LoopbackSocket(const LoopbackSocket&) = delete;
+  LoopbackSocket& operator=(const LoopbackSocket&) = delete;
+
+  int number;
+  int port = 0;
+};
+
+/// A server on loopback that answers as it is told, a thread a connection.
+class ScriptedServer {
+ public:
+  using Script = std::function<Reply(std::size_t count, const std::string& request)>;
+
+  explicit ScriptedServer(Script script, int port = 0) : script_(std::move(script)), socket_(port) {
+    if (::listen(socket_.number, 64) != 0) {
+      platform::fatalError("a server on loopback");
+    }
+    threads_.emplace_back([this] { accept(); });
+  }
+  /// Gives the replies in turn, the last one for good.
+  explicit ScriptedServer(std::vector<Reply> replies, int port = 0)
+      : ScriptedServer(
+            [replies = std::move(replies)](std::size_t count, const std::string&) {
+              return replies[std::min(count, replies.size() - 1)];
+            },
+            port) {}
+  ~ScriptedServer() {
+    {
+      const std::lock_guard lock(mutex_);
+      over_ = true;
+      ::shutdown(socket_.number, SHUT_RDWR);
+      for (const int connection : connections_) {
+        ::shutdown(connection, SHUT_RDWR);
+      }
+    }
+    changed_.notify_all();
+    for (std::size_t index = 0; index < threads_.size(); ++index) {
+      threads_[index].join();  // The first one adds the others, and is joined first.
+    }
+  }
+
+  int port() const { return socket_.port; }
+  std::string url(const std::string& path = "/") const {
+    return "http://127.0.0.1:" + std::to_string(port()) + path;
+  }
+  /// The requests so far, byte for byte.
+  std::vector<std::string> requests() const {
+    const std::lock_guard lock(mutex_);
+    return requests_;
+  }
+  void awaitRequests(std::size_t count) const {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [&] { return requests_.size() >= count; });
+  }
+
+ private:
+  void accept() {
+    for (;;) {
+      const int connection = ::accept4(socket_.number, nullptr, nullptr, SOCK_CLOEXEC);
+      const std::lock_guard lock(mutex_);
+      if (connection < 0 || over_) {
+        ::close(connection);
+        return;
+      }
+      connections_.push_back(connection);
+      threads_.emplace_back([this, connection] { serve(connection); });
+    }
+  }
+
+  /// One request with its body; empty at the end of the connection.
+  static std::string read(int connection) {
+    std::string bytes;
+    std::size_t wanted = std::string::npos;
+    while (bytes.size() < wanted) {
+      char block[65536];
+      const ssize_t count = ::recv(connection, block, sizeof block, 0);
+      if (count <= 0) {
+        return "";
+      }
+      bytes.append(block, static_cast<std::size_t>(count));
+      const std::size_t end = bytes.find("\r\n\r\n");
+      if (end != std::string::npos && wanted == std::string::npos) {
+        const std::size_t length = bytes.find("Content-Length: ");
+        wanted = end + 4 + (length < end ? std::stoul(bytes.substr(length + 16)) : 0);
+      }
+    }
+    return bytes;
+  }
+
+  void serve(int connection) {
+    for (std::string request = read(connection); !request.empty(); request = read(connection)) {
+      std::size_t count = 0;
+      {
+        const std::lock_guard lock(mutex_);
+        count = requests_.size();
+        requests_.push_back(request);
+      }
+      const Reply reply = script_(count, request);
+      send(connection, reply.bytes);
+      changed_.notify_all();
+      if (reply.after == Reply::After::close) {
+        break;
+      }
+      if (reply.after == Reply::After::hang) {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [&] { return over_; });
+      }
+    }
+    const std::lock_guard lock(mutex_);
+    std::erase(connections_, connection);
+    ::close(connection);
+  }
+
+  static void send(int connection, std::string_view bytes) {
+    while (!bytes.empty()) {
+      const ssize_t count = ::send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+      if (count <= 0) {
+        return;
+      }
+      bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+  }
+
+  Script script_;
+  LoopbackSocket socket_;
+  mutable std::mutex mutex_;
+  mutable std::condition_variable changed_;
+  bool over_ = false;
+  std::vector<std::string> requests_;
+  std::vector<int> connections_;
+  std::vector<std::thread> threads_;
+};
+
+}  // namespace world

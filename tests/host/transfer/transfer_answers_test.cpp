@@ -1,0 +1,195 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/host/transfer/transfer_world.h"
+
+namespace host {
+namespace {
+
+using namespace world;
+using enum Reply::After;
+
+std::string chunked(const std::string& chunks) {
+  return "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" + chunks;
+}
+
+struct Case {
+  const char* name;
+  /// In turn, the last one for good.
+  std::vector<Reply> replies;
+  std::string end;
+  std::string body = "";
+  /// Attempts in vain before that, and requests that the server saw in all.
+  int vain = 0;
+  std::size_t requests = 1;
+  friend void PrintTo(const Case& row, std::ostream* out) { *out << row.name; }
+};
+
+const Reply kGood = answer("200 OK", "hello");
+
+// clang-format off
+const Case kCases[] = {
+    {"plain", {kGood}, "200", "hello"},
+    {"onAConnectionThatStaysOpen", {answer("200 OK", "hello", hang)}, "200", "hello"},
+    {"withoutALength", {{"HTTP/1.1 200 OK\r\n\r\nhello"}}, "200", "hello"},
+    {"ofTheOldVersion", {{"HTTP/1.0 200 OK\r\n\r\nhello"}}, "200", "hello"},
+    {"withoutAReason", {answer("200", "hello")}, "200", "hello"},
+    {"empty", {answer("200 OK")}, "200"},
+    {"noContent", {{"HTTP/1.1 204 No Content\r\n\r\n", hang}}, "204"},
+    {"chunked", {{chunked("2\r\nhe\r\n3\r\nllo\r\n0\r\n\r\n"), hang}}, "200", "hello"},
+    {"chunkedWithATrailer", {{chunked("5\r\nhello\r\n0\r\nX-Sum: 1\r\n\r\n"), hang}}, "200", "hello"},
+    {"withZeroBytes", {answer("200 OK", std::string("\0\xFF", 2))}, "200", std::string("\0\xFF", 2)},
+    {"announced", {{"HTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\n" + kGood.bytes}}, "200", "hello"},
+
+    // Whatever a server says is an answer.
+    {"status199", {answer("199 Odd", "hello")}, "199", "hello"},
+    {"status199OnAConnectionThatStaysOpen", {answer("199 Odd", "hello", hang)}, "199", "hello"},
+    {"status199WithoutABody", {answer("199 Odd", "", hang)}, "199"},
+    {"status199WithoutALength", {{"HTTP/1.1 199 Odd\r\n\r\n"}}, "199"},
+    {"status299", {answer("299 Odd", "hello")}, "299", "hello"},
+    {"status300WithoutAPlace", {answer("300 Choices", "hello")}, "300", "hello"},
+    {"status304", {{"HTTP/1.1 304 Not Modified\r\n\r\n", hang}}, "304"},
+    {"status401", {answer("401 Unauthorized\r\nWWW-Authenticate: Basic", "no")}, "401", "no"},
+    {"status404", {answer("404 Not Found", "nothing")}, "404", "nothing"},
+    {"status429", {answer("429 Too Many\r\nRetry-After: 1", "slow")}, "429", "slow"},
+    {"status500", {answer("500 Oh", "oh")}, "500", "oh"},
+    {"status503", {answer("503 Busy", "busy")}, "503", "busy"},
+    {"status600", {answer("600 Odd", "hello")}, "600", "hello"},
+    {"status999", {answer("999 Odd", "hello")}, "999", "hello"},
+
+    // What may go better another time is tried again.
+    {"nothingAtAll", {{""}, kGood}, "200", "hello", 1, 2},
+    {"cutInTheHead", {{"HTTP/1.1 200 OK\r\nConte"}, kGood}, "200", "hello", 1, 2},
+    {"cutInTheBody", {{"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nshort"}, kGood}, "200", "hello", 1, 2},
+    {"cutTwice", {{"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nshort"}, {""}, kGood}, "200", "hello", 2, 3},
+    {"cutInAChunk", {{chunked("9\r\nshort")}, kGood}, "200", "hello", 1, 2},
+    {"cutBehindAChunk", {{chunked("5\r\nshort\r\n")}, kGood}, "200", "hello", 1, 2},
+    {"cutBehindStatus199", {{"HTTP/1.1 199 Odd\r\nContent-Length: 9\r\n\r\nshort"}, kGood}, "200", "hello", 1, 2},
+    {"cutBehindAnAnnouncement", {{"HTTP/1.1 103 Early Hints\r\n\r\n"}, kGood}, "200", "hello", 1, 2},
+
+    // Nonsense will stay nonsense.
+    {"noHTTP", {{"220 mail.example ESMTP\r\n"}}, "-1017"},
+    {"emptyLine", {{"\r\n\r\n"}}, "-1017"},
+    {"statusOfFourDigits", {{"HTTP/1.1 2000 OK\r\n\r\n"}}, "-1017"},
+    {"statusOfLetters", {{"HTTP/1.1 OK 200\r\n\r\n"}}, "-1017"},
+    {"unknownVersion", {{"HTTP/9.1 200 OK\r\n\r\nhello"}}, "-1017"},
+    {"badChunk", {{chunked("zz\r\nhello\r\n")}, kGood}, "200", "hello", 1, 2},
+    {"redirectsWithoutEnd", {answer("302 Found\r\nLocation: /again", "", keep)}, "-1007", "", 0, 21},
+    {"redirectToAnotherScheme", {answer("302 Found\r\nLocation: ftp://127.0.0.1/x")}, "-1002"},
+    {"redirectToAFile", {answer("302 Found\r\nLocation: file:///etc/passwd")}, "-1002"},
+};
+// clang-format on
+
+class Answers : public ::testing::TestWithParam<Case> {};
+
+TEST_P(Answers, EndTheTask) {
+  const Case& row = GetParam();
+  ScriptedServer server(row.replies);
+  Transfers transfers;
+  const std::string id = transfers.add({.url = server.url(), .method = "POST", .body = "{}"});
+  transfers.settle();
+  const TransferTask& task = transfers.task(id);
+  EXPECT_EQ(endOf(task), row.end);
+  EXPECT_EQ(task.wait.attempts, row.vain);
+  EXPECT_EQ(server.requests().size(), row.requests);
+  EXPECT_EQ(std::filesystem::exists(transfers.service().bodyOf(id)), !task.outcome->error);
+  if (!task.outcome->error) {
+    EXPECT_EQ(transfers.body(id), row.body);
+    EXPECT_EQ(task.outcome->answer->size, row.body.size());
+  }
+  EXPECT_THAT(transfers.service().takeReports(), ::testing::IsEmpty());
+  EXPECT_TRUE(transfers.service().markDelivered(id));
+  EXPECT_THAT(transfers.files(), ::testing::IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, Answers, ::testing::ValuesIn(kCases), [](const auto& row) {
+  return std::string(row.param.name);
+});
+
+TEST(TransferAnswer, CarriesTheLastHeadersAndAddress) {
+  ScriptedServer server({answer("302 Found\r\nLocation: /moved?x=1\r\nX-First: 1"),
+                         answer("200 OK\r\nX-Second:  two \r\nx-second: 3", "hello")});
+  Transfers transfers;
+  const std::string id = transfers.add({.url = server.url("/old")});
+  transfers.settle();
+  const TransferAnswer& answer = *transfers.task(id).outcome->answer;
+  EXPECT_EQ(answer.url, server.url("/moved?x=1"));
+  EXPECT_EQ(answer.headers,
+            (HeaderFields{{"X-Second", "two"}, {"x-second", "3"}, {"Content-Length", "5"}}));
+}
+
+struct Redirect {
+  int status;
+  const char* method;
+  const char* then;
+  bool keepsBody;
+};
+
+// The platform's own choice, which is that of browsers.
+// clang-format off
+const Redirect kRedirects[] = {
+    {301, "GET", "GET", false},  {301, "POST", "GET", false}, {302, "POST", "GET", false},
+    {303, "POST", "GET", false}, {307, "POST", "POST", true}, {308, "POST", "POST", true},
+    {302, "PUT", "PUT", true},   {303, "PUT", "GET", false},  {307, "PUT", "PUT", true},   {301, "HEAD", "HEAD", false},
+};
+// clang-format on
+
+TEST(TransferRedirect, KeepsMethodAndBodyWhereThePlatformDoes) {
+  for (const Redirect& row : kRedirects) {
+    ScriptedServer server(
+        {answer(std::to_string(row.status) + " Moved\r\nLocation: /new", "old body"),
+         answer("200 OK", std::string_view(row.method) == "HEAD" ? "" : "hello")});
+    Transfers transfers;
+    const bool sends = std::string_view(row.method).starts_with("P");
+    const std::string id = transfers.add({.url = server.url(),
+                                          .method = row.method,
+                                          .headers = {{"X-API-KEY", "k"}},
+                                          .body = sends ? "{}" : ""});
+    transfers.settle();
+    EXPECT_EQ(endOf(transfers.task(id)), "200") << row.status << row.method;
+    const std::string second = server.requests().at(1);
+    EXPECT_TRUE(second.starts_with(std::string(row.then) + " /new HTTP/1.1\r\n")) << second;
+    EXPECT_EQ(second.ends_with("\r\n\r\n{}"), row.keepsBody) << second;
+    EXPECT_NE(second.find("X-API-KEY: k\r\n"), second.npos) << second;
+  }
+}
+
+TEST(TransferWire, TheServerSeesExactlyTheRequest) {
+  struct Row {
+    TransferRequest request;
+    std::string path;
+    std::string head;
+  };
+  const std::string binary("{\"a\":\"\xC3\xB1\"}\r\n\0\xFF", 15);
+  const Row rows[] = {
+      {{.method = "POST",
+        .headers = {{"Content-Type", "application/json"}, {"X-API-KEY", "development"}},
+        .body = "{}"},
+       "/base//api/widgets/get_affirmation",
+       "Content-Type: application/json\r\nX-API-KEY: development\r\nContent-Length: 2\r\n"},
+      {{.method = "POST", .headers = {{"X-API-KEY", ""}}, .body = binary},
+       "/a/../b/./c?q=%20&r=ñ",
+       "X-API-KEY:\r\nContent-Length: 15\r\n"},
+      {{.method = "POST", .headers = {{"X-Blank", "  "}, {"X-Padded", " a b "}}},
+       "/",
+       "X-Blank:\r\nX-Padded: a b\r\nContent-Length: 0\r\n"},
+      {{.method = "GET"}, "/", ""},
+      {{.method = "PATCH", .body = "x"}, "/", "Content-Length: 1\r\n"},
+      {{.method = "POST", .body = std::string(3 << 20, 'x')}, "/", "Content-Length: 3145728\r\n"},
+  };
+  for (const Row& row : rows) {
+    ScriptedServer server({answer("200 OK")});
+    Transfers transfers;
+    TransferRequest request = row.request;
+    request.url = server.url(row.path);
+    transfers.add(request);
+    transfers.settle();
+    const std::string expected = row.request.method + " " + row.path +
+                                 " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.port()) +
+                                 "\r\nAccept: */*\r\n" + row.head + "\r\n" + row.request.body;
+    EXPECT_EQ(server.requests().at(0), expected);
+  }
+}
+
+}  // namespace
+}  // namespace host

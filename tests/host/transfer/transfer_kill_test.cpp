@@ -1,0 +1,164 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <set>
+
+#include "host/transfer/transfer_listing.h"
+#include "tests/host/transfer/scripted_server.h"
+#include "tests/world.h"
+
+extern char** environ;
+
+namespace host {
+namespace {
+
+using namespace world;
+using enum Reply::After;
+
+/// A host that only transfers, as a process of its own.
+class Worker {
+ public:
+  Worker(const std::filesystem::path& container, const std::string& url, int count) {
+    std::array<int, 2> ends = {};
+    EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+    std::vector<std::string> words = {
+        GLANCERY_TRANSFER_WORKER, container.string(), url, std::to_string(count)};
+    std::vector<char*> arguments;
+    for (std::string& word : words) {
+      arguments.push_back(word.data());
+    }
+    arguments.push_back(nullptr);
+    EXPECT_EQ(::posix_spawn(&pid_, words[0].c_str(), &actions, nullptr, arguments.data(), environ),
+              0);
+    posix_spawn_file_actions_destroy(&actions);
+    ::close(ends[1]);
+    out_ = ::fdopen(ends[0], "r");
+  }
+  ~Worker() {
+    kill();
+    std::fclose(out_);
+  }
+  Worker(const Worker&) = delete;
+  Worker& operator=(const Worker&) = delete;
+
+  /// The next line's words, or nothing when there are no more.
+  std::pair<std::string, std::string> next() {
+    char what[16] = "";
+    char id[64] = "";
+    char line[96] = "";
+    if (std::fgets(line, sizeof line, out_)) {
+      std::sscanf(line, "%15s %63s", what, id);
+    }
+    return {what, id};
+  }
+  /// Reads lines up to and with the first that begins so.
+  void await(const std::string& what) {
+    for (auto line = next(); line.first != what; line = next()) {
+      ASSERT_NE(line.first, "") << "the worker ended before it said \"" << what << '"';
+    }
+  }
+  void kill() {
+    if (pid_ > 0) {
+      ::kill(pid_, SIGKILL);
+      ::waitpid(pid_, nullptr, 0);
+      pid_ = -1;
+    }
+  }
+
+ private:
+  pid_t pid_ = -1;
+  std::FILE* out_ = nullptr;
+};
+
+struct Stage {
+  const char* name;
+  /// What the server does with the request of the host that is killed.
+  Reply first;
+  /// The line after which it is killed, or nothing for: once the server has its request.
+  std::string line;
+};
+
+const Stage kStages[] = {
+    {"added", answer("200 OK", "hello"), "added"},
+    {"asked", {"", hang}, ""},
+    {"inTheMidstOfTheBody", {"HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhel", hang}, ""},
+    {"finished", answer("200 OK", "hello"), "finished"},
+};
+
+class Killed : public ::testing::TestWithParam<Stage> {};
+
+TEST_P(Killed, AnotherHostFinishesAndDelivers) {
+  ScriptedServer server({GetParam().first, answer("200 OK", "hello")});
+  Folder folder;
+  {
+    Worker first(folder.path(), server.url(), 1);
+    if (GetParam().line.empty()) {
+      server.awaitRequests(1);
+    } else {
+      first.await(GetParam().line);
+    }
+    first.kill();
+  }
+  Worker second(folder.path(), server.url(), 0);
+  const auto [what, id] = second.next();
+  // A result may have been delivered just before the kill, and only then it is not seen again.
+  if (GetParam().line != "finished") {
+    EXPECT_EQ(what, "finished");
+    second.await("delivered");
+  }
+  while (second.next().first != "") {
+  }
+  EXPECT_THAT(listTransfers(folder.path()).tasks, ::testing::IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(When, Killed, ::testing::ValuesIn(kStages), [](const auto& row) {
+  return std::string(row.param.name);
+});
+
+TEST(Killed, AgainAndAgainAtAnyMomentNothingIsLost) {
+  ScriptedServer server([](std::size_t, const std::string&) {
+    return answer("200 OK", std::string(1000, 'x'), keep);
+  });
+  Folder folder;
+  std::set<std::string> added;
+  std::set<std::string> delivered;
+  const auto note = [&](const std::pair<std::string, std::string>& line) {
+    EXPECT_NE(line.first, "failed") << line.second;
+    if (line.first == "added") {
+      added.insert(line.second);
+    } else if (line.first == "finished") {
+      delivered.insert(line.second);  // What was handed out once counts, whatever is killed then.
+    }
+  };
+  for (int round = 0; round < 24; ++round) {
+    Worker worker(folder.path(), server.url(), 6);
+    // One line later in every round, so that the kill falls into every stage.
+    for (int lines = 0; lines < round; ++lines) {
+      note(worker.next());
+    }
+    worker.kill();
+    for (auto line = worker.next(); line.first != ""; line = worker.next()) {
+      note(line);
+    }
+  }
+  Worker last(folder.path(), server.url(), 0);
+  for (auto line = last.next(); line.first != ""; line = last.next()) {
+    note(line);
+  }
+  EXPECT_THAT(added, ::testing::IsSubsetOf(delivered));
+  EXPECT_GT(added.size(), 50u);
+  const auto listing = listTransfers(folder.path());
+  EXPECT_THAT(listing.tasks, ::testing::IsEmpty());
+  EXPECT_THAT(listing.damaged, ::testing::IsEmpty());
+}
+
+}  // namespace
+}  // namespace host

@@ -1,0 +1,41 @@
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "host/transfer/transfer_service.h"
+
+// A host that does nothing but transfer: adds N tasks for an address, carries them out together
+// with what it finds, and says every step on standard output, a line each. Some test kills it.
+
+namespace {
+
+void say(const char* what, const std::string& id) {
+  std::printf("%s %s\n", what, id.c_str());
+  std::fflush(stdout);
+}
+
+}  // namespace
+
+int main(int, char** arguments) {
+  host::TransferSettings settings;
+  settings.engine = [] {
+    return host::loadTransferEngine(host::transferLibrary().parent_path().parent_path() /
+                                    host::transferLibrary().filename());
+  };
+  host::TransferService service(arguments[1], settings);
+  service.adopt();
+  for (int left = std::atoi(arguments[3]); left > 0; --left) {
+    const auto id =
+        service.add({.session = "s", .url = arguments[2], .method = "POST", .body = "{}"});
+    say(id ? "added" : "failed", id ? *id : id.error());
+  }
+  while (service.pending() > 0 || !service.finished().empty()) {
+    service.step(std::chrono::milliseconds(100));
+    while (!service.finished().empty()) {
+      const std::string id = service.finished().front()->id;
+      say("finished", id);
+      say(service.markDelivered(id) ? "delivered" : "failed", id);
+    }
+  }
+  say("idle", "");
+}
