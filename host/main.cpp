@@ -43,6 +43,8 @@ int main(int argc, char** argv) {
   host::addTapCommand(app);
   host::addStoreCommand(app);
   host::addAppCommand(app);
+  host::addDownloadsCommand(app);
+  host::addApiCommand(app);
   try {
     checkCommandName(app, argc, argv);
     app.parse(argc, argv);

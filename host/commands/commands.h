@@ -15,6 +15,10 @@ void addProviderCommands(CLI::App& app);
 void addRenderCommand(CLI::App& app);
 void addTapCommand(CLI::App& app);
 void addStoreCommand(CLI::App& app);
+/// downloads, downloads cancel
+void addDownloadsCommand(CLI::App& app);
+/// The affirmation web API, for development
+void addApiCommand(CLI::App& app);
 /// The host app's side: app sign-in, sign-out, streak
 void addAppCommand(CLI::App& app);
 

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "platform/foundation/date.h"
+
+namespace host {
+
+/// A request to the affirmation web API, as far as it is looked at. An absent header is not one
+/// that is empty.
+struct ApiRequest {
+  std::string method;
+  std::string target;
+  std::optional<std::string> host;
+  std::optional<std::string> contentType;
+  std::optional<std::string> key;
+  std::string body;
+};
+
+struct ApiAnswer {
+  int status = 200;
+  /// A JSON text.
+  std::string body;
+  /// For the log: whom it was for, and in which language.
+  std::string note = {};
+};
+
+inline constexpr const char* kApiPath = "/api/widgets/get_affirmation";
+
+/// What the API answers. The error's text names the header or member at fault.
+///
+/// `wantedKey` is the only valid key; without one, any will do, an empty one too. Host headers
+/// other than loopback are refused: a page of the web that a browser shows must not get at it.
+ApiAnswer answerOf(const ApiRequest& request,
+                   const std::optional<std::string>& wantedKey,
+                   platform::Date now);
+
+}  // namespace host

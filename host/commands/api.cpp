@@ -1,0 +1,54 @@
+#include <cmath>
+#include <iostream>
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "host/api/affirmation_api.h"
+#include "host/api/api_server.h"
+#include "host/command_error.h"
+#include "host/commands/commands.h"
+
+namespace host {
+
+namespace {
+
+void check(const ApiSettings& settings) {
+  if (settings.status && (*settings.status < 100 || *settings.status > 999)) {
+    throw wrongValue("--status", std::to_string(*settings.status), "give 100 to 999");
+  }
+  if (!(settings.delay >= 0 && settings.delay <= 86400)) {
+    throw wrongValue("--delay", std::to_string(settings.delay), "give seconds, up to a day");
+  }
+}
+
+void serve(const ApiSettings& settings) {
+  check(settings);
+  const auto served = serveApi(
+      settings,
+      [](int port) { std::cout << "http://127.0.0.1:" << port << kApiPath << std::endl; },
+      [](const std::string& line) { std::cout << line << std::endl; });
+  if (!served) {
+    throw CommandError(served.error());
+  }
+}
+
+}  // namespace
+
+void addApiCommand(CLI::App& app) {
+  auto settings = std::make_shared<ApiSettings>();
+  CLI::App* command = app.add_subcommand(
+      "api", "Serves the affirmation web API on this machine, for development, until interrupted");
+  command->add_option("--port", settings->port, "Port of 127.0.0.1; 0 for any")
+      ->capture_default_str();
+  command->add_option("--key", settings->key, "The only X-API-KEY that is let in (default: any)");
+  command->add_option("--status", settings->status, "Answers good requests with that status");
+  command->add_option("--delay", settings->delay, "Seconds before every answer");
+  command->add_flag("--cut", settings->cut, "Ends the connection in the midst of the body");
+  command->add_flag("--bad-json", settings->badJSON, "Leaves the body's last bracket out");
+  command->add_option(
+      "--huge", settings->huge, "Makes the sentence so long that the body has BYTES");
+  command->callback([settings] { serve(*settings); });
+}
+
+}  // namespace host
