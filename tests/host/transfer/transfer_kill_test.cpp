@@ -1,18 +1,13 @@
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 
+#include <csignal>
 #include <set>
 
 #include "host/transfer/transfer_listing.h"
+#include "tests/host/child.h"
 #include "tests/host/transfer/scripted_server.h"
 #include "tests/world.h"
-
-extern char** environ;
 
 namespace host {
 namespace {
@@ -23,41 +18,14 @@ using enum Reply::After;
 /// A host that only transfers, as a process of its own.
 class Worker {
  public:
-  Worker(const std::filesystem::path& container, const std::string& url, int count) {
-    std::array<int, 2> ends = {};
-    EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-    std::vector<std::string> words = {
-        GLANCERY_TRANSFER_WORKER, container.string(), url, std::to_string(count)};
-    std::vector<char*> arguments;
-    for (std::string& word : words) {
-      arguments.push_back(word.data());
-    }
-    arguments.push_back(nullptr);
-    EXPECT_EQ(::posix_spawn(&pid_, words[0].c_str(), &actions, nullptr, arguments.data(), environ),
-              0);
-    posix_spawn_file_actions_destroy(&actions);
-    ::close(ends[1]);
-    out_ = ::fdopen(ends[0], "r");
-  }
-  ~Worker() {
-    kill();
-    std::fclose(out_);
-  }
-  Worker(const Worker&) = delete;
-  Worker& operator=(const Worker&) = delete;
+  Worker(const std::filesystem::path& container, const std::string& url, int count)
+      : child_({GLANCERY_TRANSFER_WORKER, container.string(), url, std::to_string(count)}) {}
 
-  /// The next line's words, or nothing when there are no more.
+  /// What it says next and of which task; nothing when it has ended.
   std::pair<std::string, std::string> next() {
-    char what[16] = "";
-    char id[64] = "";
-    char line[96] = "";
-    if (std::fgets(line, sizeof line, out_)) {
-      std::sscanf(line, "%15s %63s", what, id);
-    }
-    return {what, id};
+    const std::string line = child_.line();
+    const std::size_t space = std::min(line.find(' '), line.size());
+    return {line.substr(0, space), line.substr(std::min(space + 1, line.size()))};
   }
   /// Reads lines up to and with the first that begins so.
   void await(const std::string& what) {
@@ -65,17 +33,10 @@ class Worker {
       ASSERT_NE(line.first, "") << "the worker ended before it said \"" << what << '"';
     }
   }
-  void kill() {
-    if (pid_ > 0) {
-      ::kill(pid_, SIGKILL);
-      ::waitpid(pid_, nullptr, 0);
-      pid_ = -1;
-    }
-  }
+  void kill() { child_.end(SIGKILL); }
 
  private:
-  pid_t pid_ = -1;
-  std::FILE* out_ = nullptr;
+  Child child_;
 };
 
 struct Stage {
