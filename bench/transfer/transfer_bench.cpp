@@ -1,0 +1,256 @@
+#include <curl/curl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "bench/transfer/loopback_server.h"
+#include "host/transfer/transfer_service.h"
+#include "platform/foundation/require.h"
+
+// A thousand downloads of 200 bytes into files of their own, by several means in turn, and the
+// memory that the service takes for bodies of any size.
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kDownloads = 1000;
+constexpr std::size_t kBody = 200;
+constexpr int kRounds = 5;
+constexpr const char* kRequestBody =
+    R"({"locale":"es","timezone":"UTC+1","appVersion":"4.47.3","uid":"u-1","user_os":"ios","os":"ios","internal":{"events":[]}})";
+
+struct Work {
+  std::string url;
+  fs::path folder;
+};
+
+host::TransferRequest requestFor(const std::string& url) {
+  return {.session = "bench",
+          .url = url,
+          .method = "POST",
+          .headers = {{"Content-Type", "application/json"}, {"X-API-KEY", "k"}},
+          .body = kRequestBody};
+}
+
+void driveToTheEnd(host::TransferService& service) {
+  while (service.pending() > 0) {
+    service.step(std::chrono::milliseconds(1000));
+    std::vector<std::string> ended;
+    for (const host::TransferTask* task : service.finished()) {
+      if (!task->outcome->answer || task->outcome->answer->size == 0) {
+        platform::fatalError("a download failed");
+      }
+      ended.push_back(task->id);
+    }
+    for (const std::string& id : ended) {
+      if (!service.markDelivered(id)) {
+        platform::fatalError("a download can't be removed");
+      }
+    }
+  }
+}
+
+host::TransferSettings settings() {
+  host::TransferSettings settings;
+  settings.engine = [] {
+    return host::loadTransferEngine(GLANCERY_BUILD "/libglancery_transfer.so");
+  };
+  return settings;
+}
+
+void serviceTogether(const Work& work) {
+  host::TransferService service(work.folder, settings());
+  if (!service.add(std::vector(kDownloads, requestFor(work.url)))) {
+    platform::fatalError("no download can be added");
+  }
+  driveToTheEnd(service);
+}
+
+void serviceOneByOne(const Work& work) {
+  host::TransferService service(work.folder, settings());
+  for (int count = 0; count < kDownloads; ++count) {
+    if (!service.add(requestFor(work.url))) {
+      platform::fatalError("no download can be added");
+    }
+    service.step();
+  }
+  driveToTheEnd(service);
+}
+
+std::size_t writeToFile(char* bytes, std::size_t, std::size_t count, void* file) {
+  return std::fwrite(bytes, 1, count, static_cast<std::FILE*>(file));
+}
+
+curl_slist* headers() {
+  static curl_slist* const list = curl_slist_append(
+      curl_slist_append(nullptr, "Content-Type: application/json"), "X-API-KEY: k");
+  return list;
+}
+
+std::FILE* setUp(CURL* handle, const Work& work, int number) {
+  std::FILE* file = std::fopen((work.folder / std::to_string(number)).c_str(), "w");
+  curl_easy_setopt(handle, CURLOPT_URL, work.url.c_str());
+  curl_easy_setopt(handle, CURLOPT_POSTFIELDS, kRequestBody);
+  curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers());
+  curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, writeToFile);
+  curl_easy_setopt(handle, CURLOPT_WRITEDATA, file);
+  return file;
+}
+
+/// One handle, one request after the other.
+void bareInTurn(const Work& work) {
+  CURL* handle = curl_easy_init();
+  for (int number = 0; number < kDownloads; ++number) {
+    std::FILE* file = setUp(handle, work, number);
+    if (curl_easy_perform(handle) != CURLE_OK) {
+      platform::fatalError("a download failed");
+    }
+    std::fclose(file);
+  }
+  curl_easy_cleanup(handle);
+}
+
+/// As many at once as the service has.
+void bareTogether(const Work& work) {
+  CURLM* multi = curl_multi_init();
+  std::map<CURL*, std::FILE*> files;
+  int next = 0;
+  const auto start = [&](CURL* handle) {
+    files[handle] = setUp(handle, work, next++);
+    curl_multi_add_handle(multi, handle);
+  };
+  for (std::size_t count = 0; count < host::TransferSettings().parallel; ++count) {
+    start(curl_easy_init());
+  }
+  for (int done = 0, running = 0; done < kDownloads;) {
+    curl_multi_perform(multi, &running);
+    int left = 0;
+    while (const CURLMsg* message = curl_multi_info_read(multi, &left)) {
+      if (message->data.result != CURLE_OK) {
+        platform::fatalError("a download failed");
+      }
+      CURL* const handle = message->easy_handle;
+      curl_multi_remove_handle(multi, handle);
+      std::fclose(files[handle]);
+      ++done;
+      if (next < kDownloads) {
+        start(handle);
+      }
+    }
+    if (done < kDownloads) {
+      curl_multi_poll(multi, nullptr, 0, 1000, nullptr);
+    }
+  }
+  for (const auto& [handle, file] : files) {
+    curl_easy_cleanup(handle);
+  }
+  curl_multi_cleanup(multi);
+}
+
+void shellLoop(const Work& work) {
+  const std::string line =
+      "i=0; while [ $i -lt " + std::to_string(kDownloads) +
+      " ]; do curl -s -H 'Content-Type: application/json' -H 'X-API-KEY: k' -d '" + kRequestBody +
+      "' -o '" + work.folder.string() + "'/$i '" + work.url + "' || exit 1; i=$((i+1)); done";
+  if (std::system(line.c_str()) != 0) {
+    platform::fatalError("curl failed");
+  }
+}
+
+double timed(const std::function<void(const Work&)>& way, const std::string& url) {
+  std::string name = (fs::current_path() / "transfer-bench-XXXXXX").string();
+  if (!::mkdtemp(name.data())) {
+    platform::fatalError("no folder for the downloads");
+  }
+  const auto start = std::chrono::steady_clock::now();
+  way({url, name});
+  const auto end = std::chrono::steady_clock::now();
+  fs::remove_all(name);
+  ::sync();  // What one way leaves to be written is not the next one's to wait for.
+  return std::chrono::duration<double, std::milli>(end - start).count();
+}
+
+/// The peak of a process that downloads one body, in KiB.
+long peakFor(const std::string& url) {
+  std::array<int, 2> ends = {};
+  if (::pipe(ends.data()) != 0) {
+    platform::fatalError("no pipe");
+  }
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    timed(
+        [](const Work& work) {
+          host::TransferService service(work.folder, settings());
+          if (service.add(requestFor(work.url))) {
+            driveToTheEnd(service);
+          }
+        },
+        url);
+    std::ifstream status("/proc/self/status");
+    long peak = 0;
+    for (std::string word; status >> word;) {
+      if (word == "VmHWM:") {
+        status >> peak;
+      }
+    }
+    (void)!::write(ends[1], &peak, sizeof peak);
+    ::_exit(0);
+  }
+  long peak = 0;
+  (void)!::read(ends[0], &peak, sizeof peak);
+  ::waitpid(pid, nullptr, 0);
+  return peak;
+}
+
+}  // namespace
+
+int main() {
+  const bench::LoopbackServer server;
+  std::printf("memory of the service while it downloads one body:\n");
+  for (const std::size_t size :
+       {std::size_t{1} << 10, std::size_t{1} << 20, std::size_t{256} << 20}) {
+    std::printf("  %9zu KiB  peak %ld KiB\n", size >> 10, peakFor(server.url(size)));
+  }
+
+  struct Way {
+    const char* name;
+    void (*go)(const Work& work);
+    int rounds;
+    std::vector<double> times = {};
+  };
+  Way ways[] = {{"libcurl bare, one after the other", bareInTurn, kRounds},
+                {"libcurl bare, 8 at once", bareTogether, kRounds},
+                {"service, added together", serviceTogether, kRounds},
+                {"service, added one by one", serviceOneByOne, kRounds},
+                {"curl in a shell's loop", shellLoop, 1}};
+  curl_global_init(CURL_GLOBAL_DEFAULT);
+  for (int round = 0; round < kRounds; ++round) {
+    for (Way& way : ways) {
+      if (round < way.rounds) {
+        way.times.push_back(timed(way.go, server.url(kBody)));
+      }
+    }
+  }
+  std::printf("%d downloads of %zu bytes, median (least) of %d rounds, times the first line:\n",
+              kDownloads,
+              kBody,
+              kRounds);
+  double first = 0;
+  for (Way& way : ways) {
+    std::ranges::sort(way.times);
+    const double median = way.times[way.times.size() / 2];
+    first = first == 0 ? median : first;
+    std::printf("  %-34s %9.1f ms (%.1f)  %6.2f\n", way.name, median, way.times[0], median / first);
+  }
+}
