@@ -1,5 +1,6 @@
 #pragma once
 
+#include <iostream>
 #include <stdexcept>
 #include <string>
 
@@ -20,6 +21,17 @@ class CommandError : public std::runtime_error {
  private:
   int status_;
 };
+
+/// The extension is no longer there; a new launch may do better.
+class ExtensionEnded : public CommandError {
+ public:
+  using CommandError::CommandError;
+};
+
+/// One line on standard error for what did not stop the command.
+inline void complain(const std::string& line) {
+  std::cerr << "glancery: " << line << '\n';
+}
 
 /// A value that the user gave can't be right: names it and says what would be.
 inline CommandError wrongValue(const std::string& what,

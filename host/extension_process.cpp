@@ -60,7 +60,7 @@ void closeAll(std::initializer_list<int> descriptors) {
 }  // namespace
 
 std::expected<std::unique_ptr<ExtensionProcess>, ExtensionFailure> ExtensionProcess::start(
-    const std::filesystem::path& folder, ExtensionLimits limits) {
+    const std::filesystem::path& folder, ExtensionLimits limits, ExtensionRequests requests) {
   const std::filesystem::path program = folder / "Glancery";
   const auto notStarted = [&](int error) {
     return std::unexpected(
@@ -101,6 +101,7 @@ std::expected<std::unique_ptr<ExtensionProcess>, ExtensionFailure> ExtensionProc
   process->pid_ = pid;
   process->exit_ = static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
   process->limits_ = limits;
+  process->requests_ = std::move(requests);
   process->channel_ = std::make_unique<MessageChannel>(sockets[0]);
   process->log_.descriptor = output.ends[0];
   process->complaints_.descriptor = complaints.ends[0];
@@ -172,6 +173,9 @@ std::expected<ExtensionMessage, ExtensionFailure> ExtensionProcess::awaitAnswer(
         if (!message) {
           return std::unexpected(end(Kind::nonsense, message.error()));
         }
+        if (serve(*message)) {
+          continue;
+        }
         return *std::move(message);
       }
       if (value.error().kind == ChannelError::Kind::malformed) {
@@ -193,6 +197,28 @@ std::expected<ExtensionMessage, ExtensionFailure> ExtensionProcess::awaitAnswer(
       return std::unexpected(end(Kind::hung, std::to_string(limits_.answer.count())));
     }
   }
+}
+
+bool ExtensionProcess::serve(const ExtensionMessage& message) {
+  if (const auto* reload = std::get_if<ReloadTimelines>(&message.content)) {
+    if (requests_.reload) {
+      requests_.reload(reload->kind);
+    }
+    return true;
+  }
+  const auto* start = std::get_if<StartDownload>(&message.content);
+  if (!start) {
+    return false;
+  }
+  std::expected<void, NSError> taken =
+      std::unexpected(NSError{NSURLErrorDomain, -1, "This host downloads nothing."});
+  if (requests_.download) {
+    taken = requests_.download(*start);
+  }
+  const auto refusal = taken ? std::nullopt : std::optional(taken.error());
+  // An extension that is gone meanwhile is noticed by the wait that goes on.
+  (void)channel_->send(encode(HostMessage{message.id, DownloadStarted{refusal}}));
+  return true;
 }
 
 void ExtensionProcess::LineReader::drain() {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <expected>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -32,6 +33,14 @@ struct ExtensionFailure {
   std::string reason;
 };
 
+/// What an extension asks of its host while it answers. Both run within `ask`.
+struct ExtensionRequests {
+  /// Takes a download onto the disk; the error refuses it.
+  std::function<std::expected<void, platform::NSError>(const platform::StartDownload&)> download =
+      {};
+  std::function<void(const std::string& kind)> reload = {};
+};
+
 /// A running widget extension: one process at the other end of a socket.
 ///
 /// Its standard output is its log, which is collected; its standard error is passed on and its last
@@ -44,7 +53,9 @@ class ExtensionProcess {
  public:
   /// Starts `folder/Glancery`.
   static std::expected<std::unique_ptr<ExtensionProcess>, ExtensionFailure> start(
-      const std::filesystem::path& folder, ExtensionLimits limits = {});
+      const std::filesystem::path& folder,
+      ExtensionLimits limits = {},
+      ExtensionRequests requests = {});
   ~ExtensionProcess();
   ExtensionProcess(const ExtensionProcess&) = delete;
   ExtensionProcess& operator=(const ExtensionProcess&) = delete;
@@ -75,6 +86,8 @@ class ExtensionProcess {
   ExtensionProcess() = default;
 
   std::expected<platform::ExtensionMessage, ExtensionFailure> awaitAnswer(Deadline deadline);
+  /// Whether the message was a request of the extension's own, which is then seen to.
+  bool serve(const platform::ExtensionMessage& message);
   void drainOutput();
   bool exceedsMemory(std::size_t peak) const;
   /// Ends the process if it still runs, and finds out what became of it.
@@ -84,6 +97,7 @@ class ExtensionProcess {
   /// Becomes readable when the process is gone.
   int exit_ = -1;
   ExtensionLimits limits_;
+  ExtensionRequests requests_;
   std::unique_ptr<platform::MessageChannel> channel_;
   LineReader log_;
   LineReader complaints_;

@@ -47,6 +47,20 @@ Json toJson(const ArchivedEntry& entry) {
   return json;
 }
 
+Json timelineObject(const std::string& kind,
+                    const ArchivedTimeline& timeline,
+                    const std::vector<std::string>& log) {
+  Json entries = Json::array();
+  for (const ArchivedEntry& entry : timeline.entries) {
+    entries.push_back(toJson(entry));
+  }
+  Json policy = "never";
+  if (timeline.policy.date) {
+    policy = Json{{"after", timeline.policy.date->iso8601()}};
+  }
+  return {{"kind", kind}, {"entries", entries}, {"policy", policy}, {"log", log}};
+}
+
 // Whatever bytes a program printed as its log, the JSON around them stays valid.
 std::string printed(const Json& json) {
   return json.dump(2, ' ', false, Json::error_handler_t::replace);
@@ -61,15 +75,17 @@ std::string valueJSON(const Value& value) {
 std::string timelineJSON(const std::string& kind,
                          const ArchivedTimeline& timeline,
                          const std::vector<std::string>& log) {
-  Json entries = Json::array();
-  for (const ArchivedEntry& entry : timeline.entries) {
-    entries.push_back(toJson(entry));
+  return printed(timelineObject(kind, timeline, log));
+}
+
+std::string settledJSON(const std::string& kind,
+                        const std::vector<LoggedTimeline>& timelines,
+                        const std::vector<std::string>& log) {
+  Json objects = Json::array();
+  for (const LoggedTimeline& logged : timelines) {
+    objects.push_back(timelineObject(kind, logged.timeline, logged.log));
   }
-  Json policy = "never";
-  if (timeline.policy.date) {
-    policy = Json{{"after", timeline.policy.date->iso8601()}};
-  }
-  return printed({{"kind", kind}, {"entries", entries}, {"policy", policy}, {"log", log}});
+  return printed({{"timelines", objects}, {"log", log}});
 }
 
 std::string entryJSON(const std::string& kind,

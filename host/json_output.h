@@ -19,6 +19,16 @@ std::string valueJSON(const platform::Value& value);
 std::string timelineJSON(const std::string& kind,
                          const platform::ArchivedTimeline& timeline,
                          const std::vector<std::string>& log);
+/// One timeline of several, with the lines that were logged while it was asked for.
+struct LoggedTimeline {
+  platform::ArchivedTimeline timeline;
+  std::vector<std::string> log;
+};
+
+/// {"timelines", "log"}: the answers in order, and every line from start to end.
+std::string settledJSON(const std::string& kind,
+                        const std::vector<LoggedTimeline>& timelines,
+                        const std::vector<std::string>& log);
 /// {"kind", "entry", "log"}: a placeholder or snapshot.
 std::string entryJSON(const std::string& kind,
                       const platform::ArchivedEntry& entry,

@@ -10,7 +10,19 @@ namespace host {
 using namespace platform;
 
 WidgetHost::WidgetHost(HostSettings settings) : settings_(std::move(settings)) {
-  auto started = ExtensionProcess::start(settings_.extension);
+  startExtension();
+}
+
+void WidgetHost::startExtension() {
+  if (extension_) {
+    earlierLog_ = log();
+  }
+  openSessions_.clear();
+  auto started = ExtensionProcess::start(
+      settings_.extension,
+      {},
+      {.download = [this](const StartDownload& start) { return takeDownload(start); },
+       .reload = [this](const std::string& kind) { reloadRequests_.insert(kind); }});
   if (!started) {
     throw CommandError(started.error().reason);
   }
@@ -19,20 +31,15 @@ WidgetHost::WidgetHost(HostSettings settings) : settings_(std::move(settings)) {
       ConfigureRequest{settings_.device, settings_.container.string(), settings_.infoOverrides});
 }
 
-template <class Answer>
-Answer WidgetHost::ask(HostMessage::Content request) {
+ExtensionMessage::Content WidgetHost::answerTo(HostMessage::Content request) {
   auto content = extension_->ask(std::move(request));
   if (!content) {
-    throw CommandError(content.error().reason);
+    throw ExtensionEnded(content.error().reason);
   }
   if (const auto* failure = std::get_if<Failure>(&*content)) {
     throw CommandError(failure->reason);
   }
-  auto* answer = std::get_if<Answer>(&*content);
-  if (!answer) {
-    throw CommandError("the extension answered another question than was asked");
-  }
-  return std::move(*answer);
+  return *std::move(content);
 }
 
 const std::vector<WidgetDescription>& WidgetHost::widgets() {
@@ -95,6 +102,12 @@ Renderer& WidgetHost::renderer() {
     renderer_ = *std::move(loaded);
   }
   return *renderer_;
+}
+
+std::vector<std::string> WidgetHost::log() const {
+  std::vector<std::string> lines = earlierLog_;
+  lines.insert(lines.end(), extension_->log().begin(), extension_->log().end());
+  return lines;
 }
 
 }  // namespace host

@@ -1,12 +1,18 @@
 #pragma once
 
+#include <chrono>
+#include <expected>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "host/command_error.h"
 #include "host/device_options.h"
 #include "host/extension_process.h"
+#include "host/transfer/transfer_service.h"
 #include "platform/foundation/bundle.h"
 #include "platform/render/renderer.h"
 #include "platform/widgetkit/extension_protocol.h"
@@ -41,16 +47,49 @@ class WidgetHost {
   /// Loaded at its first use: only commands that draw need typefaces and pictures.
   platform::Renderer& renderer();
 
-  /// Every line of the extension so far.
-  const std::vector<std::string>& log() const { return extension_->log(); }
+  /// Tells the extension that the device's locale is another one now.
+  void changeLocale();
+
+  /// Carries downloads out, those that earlier hosts left too, and delivers every result, until
+  /// none is left or the time is over; then a `CommandError` says what is still waiting and why.
+  /// After each delivery `reloaded` hears whether that kind's timelines are to be asked for again;
+  /// what it asks may start more downloads.
+  void settleDownloads(const std::string& kind,
+                       std::chrono::seconds longest,
+                       const std::function<void()>& reloaded);
+
+  /// Every line of the extension so far, over all its launches.
+  std::vector<std::string> log() const;
 
  private:
   template <class Answer>
-  Answer ask(platform::HostMessage::Content request);
+  Answer ask(platform::HostMessage::Content request) {
+    auto content = answerTo(std::move(request));
+    auto* answer = std::get_if<Answer>(&content);
+    if (!answer) {
+      throw CommandError("the extension answered another question than was asked");
+    }
+    return std::move(*answer);
+  }
+  platform::ExtensionMessage::Content answerTo(platform::HostMessage::Content request);
   const std::vector<platform::WidgetDescription>& widgets();
+
+  void startExtension();
+  TransferService& transfers();
+  std::expected<void, platform::NSError> takeDownload(const platform::StartDownload& start);
+  /// Brings every finished task to the extension, with a new launch of it if the first one ends.
+  void deliverFinished();
+  void deliver(const TransferTask& task);
+  void waitForTransfers(std::chrono::steady_clock::time_point deadline);
 
   HostSettings settings_;
   std::unique_ptr<ExtensionProcess> extension_;
+  std::vector<std::string> earlierLog_;
+  /// Made at its first use: most commands transfer nothing.
+  std::unique_ptr<TransferService> transfers_;
+  /// Sessions whose results this launch of the extension expects.
+  std::set<std::string> openSessions_;
+  std::set<std::string> reloadRequests_;
   std::optional<std::vector<platform::WidgetDescription>> widgets_;
   std::unique_ptr<platform::Renderer> renderer_;
 };

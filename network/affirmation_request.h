@@ -10,8 +10,8 @@
 
 namespace glancery {
 
-/// What the server is told as the app's version, whatever the bundle's own is: it goes by the version
-/// of the interface.
+/// What the server is told as the app's version, whatever the bundle's own is: it goes by the
+/// version of the interface.
 inline constexpr const char* kAppVersion = "4.47.3";
 
 /// What the server learns of the device and its user.

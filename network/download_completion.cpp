@@ -61,7 +61,8 @@ void NetworkManager::handleDownloadedFile(const NSURLSessionDownloadTask& task,
   } else {
     log("[NetworkManager BG] No HTTP response received.");
   }
-  // The platform keeps the extension awake until its completion handler runs: no path may skip this.
+  // The platform keeps the extension awake until its completion handler runs: no path may skip
+  // this.
   cleanupAndComplete(location);
 }
 
@@ -163,8 +164,8 @@ void NetworkManager::completeBackgroundEventsOnMainQueue() {
   DispatchQueue::main().async([this] { completeBackgroundEvents(); });
 }
 
-// Reading, calling and clearing in one step of the main queue calls a handler at most once. The first
-// completion step lets go of it, not the last.
+// Reading, calling and clearing in one step of the main queue calls a handler at most once. The
+// first completion step lets go of it, not the last.
 void NetworkManager::completeBackgroundEvents() {
   if (backgroundCompletionHandler) {
     backgroundCompletionHandler();

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <iostream>
 #include <memory>
 #include <optional>
 
@@ -8,6 +9,7 @@
 #include "host/commands/commands.h"
 #include "host/device_options.h"
 #include "host/host_app.h"
+#include "host/widget_host.h"
 #include "platform/foundation/time_zone.h"
 
 namespace host {
@@ -23,7 +25,20 @@ struct AppOptions {
   std::string lastActive = {};
   std::string mood = {};
   std::optional<std::string> day = {};
+  bool settle = false;
 };
+
+/// The change of the locale is the one thing here that the extension itself hears of.
+void changeLocale(const AppOptions& options) {
+  WidgetHost host(settle(options.device));
+  host.changeLocale();
+  if (options.settle) {
+    host.settleDownloads({}, std::chrono::seconds(90), [] {});
+  }
+  for (const std::string& line : host.log()) {
+    std::cout << line << '\n';
+  }
+}
 
 Date instantOf(const std::string& lastActive) {
   if (lastActive.empty()) {
@@ -128,6 +143,13 @@ void addAppCommand(CLI::App& app) {
       ->required();
   mood->add_option("--day", moodOptions->day, "The day, such as 2026-03-05 (default: today)");
   moodOptions->device.addCalendarOptions(*mood);
+
+  auto localeOptions = std::make_shared<AppOptions>();
+  CLI::App* locale = group->add_subcommand(
+      "locale-change", "Tells a running extension that the device's locale is now --locale");
+  localeOptions->device.addTo(*locale);
+  locale->add_flag("--settle", localeOptions->settle, "Wait until every download was delivered");
+  locale->callback([localeOptions] { changeLocale(*localeOptions); });
 }
 
 }  // namespace host

@@ -21,12 +21,30 @@ struct ProviderOptions {
   DeviceOptions device = {};
   std::string kind = {};
   bool json = false;
+  bool settle = false;
+  int longest = 90;
 };
 
 void printEntry(const ArchivedEntry& entry) {
   for (const auto& [name, value] : entry.fields) {
     const auto* text = value.as<std::string>();
     std::cout << "  " << name << ": " << (text ? *text : valueJSON(value)) << '\n';
+  }
+}
+
+void printTimeline(const std::string& kind, const ArchivedTimeline& timeline) {
+  for (std::size_t index = 0; index < timeline.entries.size(); ++index) {
+    std::cout << kind << " entry " << index << '\n';
+    printEntry(timeline.entries[index]);
+  }
+  std::cout << "next timeline: "
+            << (timeline.policy.date ? "after " + timeline.policy.date->iso8601() : "never")
+            << '\n';
+}
+
+void printLog(const std::vector<std::string>& log) {
+  for (const std::string& line : log) {
+    std::cout << line << '\n';
   }
 }
 
@@ -41,18 +59,34 @@ void printAnswer(ProvideRequest::What what,
               << '\n';
     return;
   }
-  for (std::size_t index = 0; index < timeline.entries.size(); ++index) {
-    std::cout << options.kind << " entry " << index << '\n';
-    printEntry(timeline.entries[index]);
-  }
   if (planned) {
-    std::cout << "next timeline: "
-              << (timeline.policy.date ? "after " + timeline.policy.date->iso8601() : "never")
-              << '\n';
+    printTimeline(options.kind, timeline);
+  } else {
+    printEntry(timeline.entries.front());
   }
-  for (const std::string& line : log) {
-    std::cout << line << '\n';
+  printLog(log);
+}
+
+/// Asks, downloads, and asks again for as long as reloads are requested.
+void printSettled(WidgetHost& host, const ProviderOptions& options) {
+  std::vector<LoggedTimeline> timelines;
+  const auto ask = [&] {
+    const std::size_t before = host.log().size();
+    LoggedTimeline logged{host.provide(ProvideRequest::What::timeline, options.kind), {}};
+    const auto lines = host.log();
+    logged.log.assign(lines.begin() + static_cast<std::ptrdiff_t>(before), lines.end());
+    timelines.push_back(std::move(logged));
+  };
+  ask();
+  host.settleDownloads(options.kind, std::chrono::seconds(options.longest), ask);
+  if (options.json) {
+    std::cout << settledJSON(options.kind, timelines, host.log()) << '\n';
+    return;
   }
+  for (const LoggedTimeline& logged : timelines) {
+    printTimeline(options.kind, logged.timeline);
+  }
+  printLog(host.log());
 }
 
 }  // namespace
@@ -84,8 +118,18 @@ void addProviderCommands(CLI::App& app) {
     command->add_option("KIND", options->kind, "The widget, as gallery lists it")->required();
     command->add_flag("--json", options->json, "Print JSON");
     options->device.addTo(*command);
+    if (what == ProvideRequest::What::timeline) {
+      command->add_flag("--settle", options->settle, "Wait until every download was delivered");
+      command->add_option("--for", options->longest, "Seconds that --settle waits at most")
+          ->check(CLI::Range(1, 86400))
+          ->capture_default_str();
+    }
     command->callback([options, what] {
       WidgetHost host(settle(options->device));
+      if (options->settle) {
+        printSettled(host, *options);
+        return;
+      }
       const ArchivedTimeline timeline = host.provide(what, options->kind);
       printAnswer(what, *options, timeline, host.log());
     });

@@ -94,8 +94,7 @@ void runMainQueueUntilReadable(int descriptor) {
     while (const auto block = state.takeFirst()) {
       (*block)();
     }
-    std::array<pollfd, 2> wanted = {pollfd{descriptor, POLLIN, 0},
-                                    pollfd{state.wakeUp, POLLIN, 0}};
+    std::array<pollfd, 2> wanted = {pollfd{descriptor, POLLIN, 0}, pollfd{state.wakeUp, POLLIN, 0}};
     ::poll(wanted.data(), wanted.size(), -1);
     if (wanted[1].revents != 0) {
       std::uint64_t count = 0;

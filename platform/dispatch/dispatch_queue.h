@@ -19,7 +19,8 @@ class DispatchQueue {
   DispatchQueue(const DispatchQueue&) = delete;
   DispatchQueue& operator=(const DispatchQueue&) = delete;
 
-  /// Returns at once; the block runs later, never before this call returns on the queue's own thread.
+  /// Returns at once; the block runs later, never before this call returns on the queue's own
+  /// thread.
   void async(std::function<void()> block);
 
  private:
@@ -31,8 +32,8 @@ class DispatchQueue {
   std::unique_ptr<State> state_;
 };
 
-/// Runs the main queue's blocks until there is something to read at `descriptor` and no block waits.
-/// For the main thread alone.
+/// Runs the main queue's blocks until there is something to read at `descriptor` and no block
+/// waits. For the main thread alone.
 void runMainQueueUntilReadable(int descriptor);
 
 }  // namespace platform

@@ -42,8 +42,9 @@ NSError readingError(const std::filesystem::path& file, std::error_code error) {
     return fileError(kReadNoSuchFile, file, "couldn’t be opened because there is no such file.");
   }
   if (error == std::errc::permission_denied) {
-    return fileError(
-        kReadNoPermission, file, "couldn’t be opened because you don’t have permission to view it.");
+    return fileError(kReadNoPermission,
+                     file,
+                     "couldn’t be opened because you don’t have permission to view it.");
   }
   return fileError(kReadUnknown, file, "couldn’t be opened (" + error.message() + ").");
 }

@@ -26,7 +26,8 @@ void NSOperationQueue::addOperation(std::function<void()> block) {
   DispatchQueue::main().async(std::move(block));
 }
 
-NSNotificationCenter::NSNotificationCenter() : impl_(std::make_unique<Impl>()) {}
+NSNotificationCenter::NSNotificationCenter() : impl_(std::make_unique<Impl>()) {
+}
 NSNotificationCenter::~NSNotificationCenter() = default;
 
 NSNotificationCenter& NSNotificationCenter::defaultCenter() {
@@ -45,10 +46,10 @@ void NSNotificationCenter::post(std::string_view name) {
   const std::scoped_lock lock(impl_->mutex);
   for (const Impl::Observer& observer : impl_->observers) {
     if (observer.name == name) {
-      observer.queue.addOperation([block = observer.block, notification = NSNotification{
-                                                               std::string(name)}] {
-        block(notification);
-      });
+      observer.queue.addOperation(
+          [block = observer.block, notification = NSNotification{std::string(name)}] {
+            block(notification);
+          });
     }
   }
 }

@@ -30,8 +30,8 @@ class NSNotificationCenter {
 
   static NSNotificationCenter& defaultCenter();
 
-  /// Every notification of that name, from any sender, has `block` run on `queue`; for as long as the
-  /// process lives, since nothing here ever takes an observer away.
+  /// Every notification of that name, from any sender, has `block` run on `queue`; for as long as
+  /// the process lives, since nothing here ever takes an observer away.
   void addObserverForName(std::string_view name, NSOperationQueue& queue, Block block);
 
   /// Hands the notification to each observer's queue, in the order in which they were added.

@@ -39,12 +39,12 @@ struct NSURLSession::Impl {
 
 NSURLSession::NSURLSession(const NSURLSessionConfiguration& configuration,
                            NSURLSessionDownloadDelegate& delegate)
-    : impl_(new Impl{configuration, delegate, DispatchQueue("urlsession")}) {}
+    : impl_(new Impl{configuration, delegate, DispatchQueue("urlsession")}) {
+}
 
-NSURLSession& NSURLSession::sessionWithConfiguration(
-    const NSURLSessionConfiguration& configuration,
-    NSURLSessionDownloadDelegate& delegate,
-    std::nullptr_t) {
+NSURLSession& NSURLSession::sessionWithConfiguration(const NSURLSessionConfiguration& configuration,
+                                                     NSURLSessionDownloadDelegate& delegate,
+                                                     std::nullptr_t) {
   if (configuration.identifier.empty()) {
     fatalError("a background session needs an identifier");
   }
@@ -82,10 +82,9 @@ void NSURLSessionDownloadTask::resume() {
   }
   const std::string& session = session_.configuration().identifier;
   if (const auto started = transferStarter()(session, request_); !started) {
-    session_.deliver({.session = session,
-                      .url = request_.url().absoluteString(),
-                      .error = started.error()},
-                     [] {});
+    session_.deliver(
+        {.session = session, .url = request_.url().absoluteString(), .error = started.error()},
+        [] {});
   }
 }
 
@@ -98,8 +97,7 @@ void NSURLSession::deliver(FinishedDownload download, std::function<void()> done
       task.response_ = std::make_unique<NSHTTPURLResponse>(*download.status);
     }
     if (!download.error) {
-      impl_->delegate.didFinishDownloadingToURL(
-          *this, task, URL::fileURLWithPath(download.file));
+      impl_->delegate.didFinishDownloadingToURL(*this, task, URL::fileURLWithPath(download.file));
       std::error_code ignored;  // The delegate may have removed or moved it.
       std::filesystem::remove(download.file, ignored);
     }

@@ -11,8 +11,8 @@
 #include "platform/foundation/url.h"
 #include "platform/foundation/url_request.h"
 
-// Background downloads: the extension hands a request over and may then die; the host carries it out
-// and brings the result to this process or to a later one.
+// Background downloads: the extension hands a request over and may then die; the host carries it
+// out and brings the result to this process or to a later one.
 
 namespace platform {
 
@@ -71,8 +71,8 @@ struct NSURLSessionConfiguration {
 /// One download. Known to its session until it is over.
 class NSURLSessionDownloadTask {
  public:
-  /// Hands the request to the host and returns once the host has it on its disk; only the main thread
-  /// may. A host that refuses ends the task with the reason, by way of the delegate.
+  /// Hands the request to the host and returns once the host has it on its disk; only the main
+  /// thread may. A host that refuses ends the task with the reason, by way of the delegate.
   void resume();
 
   const NSURLResponse* response() const { return response_.get(); }
@@ -108,8 +108,8 @@ struct FinishedDownload {
 /// first, with a warning.
 class NSURLSession {
  public:
-  /// Without a queue (the only choice here) the session makes a serial one of its own. `delegate` must
-  /// live as long as the process.
+  /// Without a queue (the only choice here) the session makes a serial one of its own. `delegate`
+  /// must live as long as the process.
   static NSURLSession& sessionWithConfiguration(const NSURLSessionConfiguration& configuration,
                                                 NSURLSessionDownloadDelegate& delegate,
                                                 std::nullptr_t delegateQueue);
@@ -119,8 +119,8 @@ class NSURLSession {
   std::shared_ptr<NSURLSessionDownloadTask> downloadTaskWithRequest(NSURLRequest request);
   const NSURLSessionConfiguration& configuration() const;
 
-  /// Brings a result to the delegate, in the platform's order, then calls `done`, all on the delegate
-  /// queue. The temporary file is removed if the delegate left it.
+  /// Brings a result to the delegate, in the platform's order, then calls `done`, all on the
+  /// delegate queue. The temporary file is removed if the delegate left it.
   void deliver(FinishedDownload download, std::function<void()> done);
   /// Tells the delegate that every waiting event was delivered, then calls `done`, likewise.
   void finishEvents(std::function<void()> done);
@@ -134,8 +134,8 @@ class NSURLSession {
   std::unique_ptr<Impl> impl_;
 };
 
-/// How requests reach the host: takes the session's identifier, returns once the host answered for the
-/// request; the error is the host's. Set by the extension's main, or by a test.
+/// How requests reach the host: takes the session's identifier, returns once the host answered for
+/// the request; the error is the host's. Set by the extension's main, or by a test.
 using BackgroundTransferStarter =
     std::function<std::expected<void, NSError>(const std::string& session, const NSURLRequest&)>;
 void setBackgroundTransferStarter(BackgroundTransferStarter starter);

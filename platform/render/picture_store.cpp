@@ -3,8 +3,8 @@
 #include <cmath>
 #include <utility>
 
-#include "platform/render/file_bytes.h"
 #include "platform/foundation/module_library.h"
+#include "platform/render/file_bytes.h"
 #include "platform/render/pixel_file.h"
 #include "platform/render/png_reader.h"
 #include "platform/render/svg/svg_entry.h"

@@ -1,6 +1,5 @@
 #include "platform/widgetkit/extension_service.h"
 
-
 #include <algorithm>
 #include <iterator>
 

@@ -98,10 +98,9 @@ AffirmationEntry AffirmationProvider::entryForUser() const {
 }
 
 AffirmationEntry AffirmationProvider::entryWithoutUser() const {
-  return {
-      .affirmation = NSBundle::mainBundle().localizedString("AFFIRMATION_PLACEHOLDER_NO_UID"),
-      .colorName = defaultColorName,
-      .hasUid = false};
+  return {.affirmation = NSBundle::mainBundle().localizedString("AFFIRMATION_PLACEHOLDER_NO_UID"),
+          .colorName = defaultColorName,
+          .hasUid = false};
 }
 
 AffirmationEntry AffirmationProvider::placeholderEntry() const {

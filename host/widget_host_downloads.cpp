@@ -1,0 +1,122 @@
+#include <algorithm>
+
+#include "host/command_error.h"
+#include "host/widget_host.h"
+
+// The half of the host that downloads for its extension: the phone keeps the transfers, whatever
+// becomes of the extension, and wakes it when there are results.
+
+namespace host {
+
+using namespace platform;
+
+namespace {
+
+/// How often an extension that ends while it is given a result is started again for it.
+constexpr int kLaunches = 3;
+/// How long one wait for the network may last before the time left is looked at.
+constexpr auto kLongestStep = std::chrono::milliseconds(250);
+
+FinishedDownload finishedDownload(const TransferTask& task, const TransferService& transfers) {
+  FinishedDownload download{.session = task.request.session, .url = task.request.url};
+  if (task.outcome->answer) {
+    download.status = task.outcome->answer->status;
+  }
+  if (task.outcome->error) {
+    download.error = task.outcome->error;
+  } else {
+    download.file = transfers.bodyOf(task.id).string();
+  }
+  return download;
+}
+
+}  // namespace
+
+TransferService& WidgetHost::transfers() {
+  if (!transfers_) {
+    transfers_ = std::make_unique<TransferService>(settings_.container);
+  }
+  return *transfers_;
+}
+
+std::expected<void, NSError> WidgetHost::takeDownload(const StartDownload& start) {
+  const auto id = transfers().add({.session = start.session,
+                                   .url = start.url,
+                                   .method = start.method,
+                                   .headers = start.headers,
+                                   .body = start.body.bytes,
+                                   .timeout = start.timeout});
+  if (!id) {
+    return std::unexpected(NSError{NSURLErrorDomain, -1, id.error()});
+  }
+  openSessions_.insert(start.session);
+  return {};
+}
+
+void WidgetHost::changeLocale() {
+  ask<Done>(LocaleChanged());
+}
+
+void WidgetHost::settleDownloads(const std::string& kind,
+                                 std::chrono::seconds longest,
+                                 const std::function<void()>& reloaded) {
+  const auto deadline = std::chrono::steady_clock::now() + longest;
+  transfers().adopt();
+  while (transfers().pending() > 0 || !transfers().finished().empty()) {
+    waitForTransfers(deadline);
+    deliverFinished();
+    if (reloadRequests_.erase(kind) > 0) {
+      reloaded();
+    }
+  }
+}
+
+void WidgetHost::waitForTransfers(std::chrono::steady_clock::time_point deadline) {
+  while (transfers().finished().empty() && transfers().pending() > 0) {
+    if (std::chrono::steady_clock::now() >= deadline) {
+      throw CommandError(std::to_string(transfers().pending()) +
+                         " downloads are still waiting; glancery downloads says for what");
+    }
+    transfers().step(kLongestStep);
+    for (const std::string& report : transfers().takeReports()) {
+      complain(report);
+    }
+  }
+}
+
+void WidgetHost::deliverFinished() {
+  for (int launch = 1;; ++launch) {
+    try {
+      std::set<std::string> sessions;
+      while (!transfers().finished().empty()) {
+        const TransferTask task = *transfers().finished().front();
+        sessions.insert(task.request.session);
+        deliver(task);
+      }
+      for (const std::string& session : sessions) {
+        ask<Done>(FinishEvents{session});
+      }
+      return;
+    } catch (const ExtensionEnded& ended) {
+      // What it was given and did not confirm is given to the next launch once more.
+      if (launch == kLaunches) {
+        throw;
+      }
+      complain(ended.what());
+      startExtension();
+    }
+  }
+}
+
+void WidgetHost::deliver(const TransferTask& task) {
+  // A launch that did not start the download is told first what it was woken for.
+  if (openSessions_.insert(task.request.session).second) {
+    ask<Done>(BackgroundEvents{task.request.session});
+  }
+  ask<Done>(DeliverDownload{finishedDownload(task, transfers())});
+  if (const auto done = transfers().markDelivered(task.id); !done) {
+    throw CommandError(done.error());
+  }
+}
+
+}  // namespace host
