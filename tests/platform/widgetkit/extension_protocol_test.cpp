@@ -22,6 +22,15 @@ const HostMessage kHostMessages[] = {
      ProvideRequest{.what = ProvideRequest::What::snapshot,
                     .kind = "StreakWidget",
                     .context = {WidgetFamily::systemMedium, {306.5, 126}, true}}},
+    {5, LocaleChanged()},
+    {6, BackgroundEvents{"session"}},
+    {7, FinishEvents{"session"}},
+    {8, DeliverDownload{{.session = "s", .url = "http://a/", .file = "/tmp/b", .status = 503}}},
+    {9,
+     DeliverDownload{
+         {.session = "s", .url = "http://a/", .error = NSError{NSURLErrorDomain, -1005, "lost"}}}},
+    {10, DownloadStarted()},
+    {11, DownloadStarted{NSError{NSURLErrorDomain, -1, "the disk is full"}}},
 };
 
 ArchivedEntry entry() {
@@ -45,6 +54,14 @@ const ExtensionMessage kExtensionMessages[] = {
      WidgetDescriptions{{{"K", "NAME", "DESC", {WidgetFamily::systemSmall}}, {"L", "", "", {}}}}},
     {4, ArchivedTimeline{{entry(), twoFaced()}, TimelineReloadPolicy::after(Date::since1970(5))}},
     {5, ArchivedTimeline{{}, TimelineReloadPolicy::never}},
+    {6,
+     StartDownload{.session = "s",
+                   .url = "http://a/",
+                   .method = "POST",
+                   .headers = {{"X", "1"}, {"Y", ""}},
+                   .body = Data{std::string("\0\xFF", 2)},
+                   .timeout = 60}},
+    {0, ReloadTimelines{"K"}},
 };
 
 TEST(ExtensionProtocol, MessagesArriveAsTheyWereSent) {

@@ -1,10 +1,14 @@
 #include "platform/widgetkit/extension_service.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <array>
 #include <string>
 
+#include "platform/dispatch/dispatch_queue.h"
 #include "platform/foundation/time_zone.h"
+#include "platform/foundation/url_session.h"
 #include "platform/swiftui/stacks.h"
 #include "tests/world.h"
 
@@ -89,6 +93,62 @@ TEST_F(Service, RefusalsNameWhatIsWrong) {
             "the widget \"Declared\" is declared but has no provider");
   EXPECT_EQ(reason(ask({What::timeline, "Notes", {.family = WidgetFamily::systemMedium}})),
             "the widget \"Notes\" does not come in the family systemMedium");
+}
+
+TEST_F(Service, ResultsNeedASessionAndEventsAWidget) {
+  const auto refused = [&](HostMessage::Content content) {
+    service.handle({++id, std::move(content)});
+    return reason(answers.back());
+  };
+  EXPECT_EQ(refused(DeliverDownload{{.session = "none", .url = "http://a/"}}),
+            "no session has the identifier \"none\"");
+  EXPECT_EQ(refused(FinishEvents{"none"}), "no session has the identifier \"none\"");
+  EXPECT_EQ(refused(BackgroundEvents{"none"}),
+            "no widget takes the events of the session \"none\"");
+  EXPECT_EQ(refused(BackgroundEvents{""}), "no widget takes the events of the session \"\"");
+  EXPECT_EQ(refused(DownloadStarted()), "nobody waits for the start of download 5");
+}
+
+/// A delegate that does nothing, for a session of its own.
+struct IdleDelegate : NSURLSessionDownloadDelegate {
+  void didFinishDownloadingToURL(NSURLSession&, NSURLSessionDownloadTask&, const URL&) override {}
+  void didCompleteWithError(NSURLSession&,
+                            NSURLSessionDownloadTask&,
+                            const std::optional<NSError>&) override {}
+  void didFinishEventsForBackgroundURLSession(NSURLSession&) override {}
+};
+
+TEST(ExtensionServiceEvents, AreFinishedOnceTheWidgetsCompletionWasCalled) {
+  static IdleDelegate& delegate = *new IdleDelegate();
+  NSURLSession& session =
+      NSURLSession::sessionWithConfiguration({.identifier = "events"}, delegate, nullptr);
+  std::function<void()> completion;
+  std::vector<std::int64_t> done;
+  ExtensionService service(
+      {WidgetConfiguration{.kind = "K"}.onBackgroundURLSessionEvents(
+          "events",
+          [&](const std::string&, std::function<void()> call) { completion = std::move(call); })},
+      [&](const ExtensionMessage& message) { done.push_back(message.id); });
+  std::array<int, 2> wake = {};
+  ASSERT_EQ(::pipe(wake.data()), 0);
+  const auto drain = [&] {
+    // Behind what the delegate queue has put onto the main queue.
+    session.finishEvents(
+        [&] { DispatchQueue::main().async([&] { EXPECT_EQ(::write(wake[1], "x", 1), 1); }); });
+    runMainQueueUntilReadable(wake[0]);
+    char byte = 0;
+    EXPECT_EQ(::read(wake[0], &byte, 1), 1);
+  };
+  service.handle({1, BackgroundEvents{"events"}});
+  service.handle({2, FinishEvents{"events"}});
+  drain();
+  EXPECT_EQ(done, (std::vector<std::int64_t>{1}));
+  completion();
+  EXPECT_EQ(done, (std::vector<std::int64_t>{1, 2}));
+  // A running extension is not told of events first, and has no completion to call.
+  service.handle({3, FinishEvents{"events"}});
+  drain();
+  EXPECT_EQ(done, (std::vector<std::int64_t>{1, 2, 3}));
 }
 
 TEST_F(Service, SettingsComeIntoForce) {

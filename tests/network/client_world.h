@@ -1,0 +1,92 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "network/network_manager.h"
+#include "platform/dispatch/dispatch_queue.h"
+#include "platform/foundation/bundle.h"
+#include "platform/foundation/url_session.h"
+#include "platform/foundation/user_defaults.h"
+#include "platform/widgetkit/widget_center.h"
+#include "store/shared_store.h"
+#include "tests/world.h"
+
+// The process's one client, with a host that writes down what it is asked for.
+
+namespace world {
+
+/// What the client asked of its host since the last `reset`.
+struct Asked {
+  std::vector<platform::NSURLRequest> downloads = {};
+  std::vector<std::string> reloads = {};
+  /// What the host answers to the next download.
+  std::optional<platform::NSError> refusal = {};
+};
+
+inline Asked& asked() {
+  static Asked& all = *new Asked();
+  return all;
+}
+
+/// Runs what waits on the main queue. The descriptor is always readable.
+inline void runMainQueue() {
+  static const int always = [] {
+    std::array<int, 2> ends = {};
+    EXPECT_EQ(::pipe(ends.data()), 0);
+    EXPECT_EQ(::write(ends[1], "x", 1), 1);
+    return ends[0];
+  }();
+  platform::runMainQueueUntilReadable(always);
+}
+
+/// A container, a signed-in user, a configured bundle, and the client with nothing left over.
+class ClientWorld {
+ public:
+  explicit ClientWorld(platform::Dictionary info = {{"ApiBaseUrl", "https://api.example.com"},
+                                                    {"ApiKey", "k-1"}}) {
+    using namespace platform;
+    writeWhole(bundle_.path() / "Info.plist", "<plist version=\"1.0\"><dict/></plist>");
+    NSBundle::setMainBundle(NSBundle(bundle_.path(), std::move(info)));
+    setBackgroundTransferStarter(
+        [](const std::string& session, const NSURLRequest& request)
+            -> std::expected<void, NSError> {
+          EXPECT_EQ(session, glancery::kBackgroundSessionIdentifier);
+          asked().downloads.push_back(request);
+          if (asked().refusal) {
+            return std::unexpected(*asked().refusal);
+          }
+          return {};
+        });
+    WidgetCenter::shared().setHost(
+        [](const std::string& kind) { asked().reloads.push_back(kind); });
+    {
+      const CapturedLog silent;
+      glancery::NetworkManager::shared().backgroundCompletionHandler = nullptr;
+      runMainQueue();
+    }
+    asked() = {};
+    suite().setObject("u-1", glancery::kSharedUidKey);
+    phoneAt(instant("2024-03-05T10:00Z"), "America/Mexico_City");
+  }
+
+  static platform::NSUserDefaults suite() {
+    return platform::require(
+        platform::NSUserDefaults::initWithSuiteName(glancery::kAppGroupIdentifier), "the suite");
+  }
+  std::filesystem::path folder() const { return container_.path(); }
+
+  /// Makes the suite one that can't be opened.
+  void breakSuite() const {
+    const auto file = folder() / "Library" / "Preferences" /
+                      (std::string(glancery::kAppGroupIdentifier) + ".plist");
+    std::filesystem::remove_all(file);
+    std::filesystem::create_directories(file);
+  }
+
+ private:
+  Container container_;
+  Folder bundle_;
+};
+
+}  // namespace world
