@@ -31,6 +31,8 @@ constexpr Goal kGoals[] = {
     {"streak timeline: warm, over the socket", 250},
     {"streak picture: layout, drawing at 3x", 400},
     {"streak picture: layout, drawing at 3x, PNG", 1500},
+    {"affirmation: request built and handed over", 300},
+    {"affirmation: answer to stored record", 200},
 };
 
 /// Collects the repetitions of every benchmark in the order in which they first report.

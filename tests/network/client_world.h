@@ -48,16 +48,15 @@ class ClientWorld {
     using namespace platform;
     writeWhole(bundle_.path() / "Info.plist", "<plist version=\"1.0\"><dict/></plist>");
     NSBundle::setMainBundle(NSBundle(bundle_.path(), std::move(info)));
-    setBackgroundTransferStarter(
-        [](const std::string& session, const NSURLRequest& request)
-            -> std::expected<void, NSError> {
-          EXPECT_EQ(session, glancery::kBackgroundSessionIdentifier);
-          asked().downloads.push_back(request);
-          if (asked().refusal) {
-            return std::unexpected(*asked().refusal);
-          }
-          return {};
-        });
+    setBackgroundTransferStarter([](const std::string& session,
+                                    const NSURLRequest& request) -> std::expected<void, NSError> {
+      EXPECT_EQ(session, glancery::kBackgroundSessionIdentifier);
+      asked().downloads.push_back(request);
+      if (asked().refusal) {
+        return std::unexpected(*asked().refusal);
+      }
+      return {};
+    });
     WidgetCenter::shared().setHost(
         [](const std::string& kind) { asked().reloads.push_back(kind); });
     {

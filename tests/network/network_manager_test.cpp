@@ -1,10 +1,11 @@
 #include "network/network_manager.h"
 
-#include <future>
-#include <nlohmann/json.hpp>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <future>
+
+#include <nlohmann/json.hpp>
 
 #include "platform/foundation/json_serialization.h"
 #include "tests/network/client_world.h"
@@ -48,8 +49,7 @@ TEST(AffirmationRequest, IsExactlyWhatTheServerExpects) {
   const Lines log = fetch();
   ASSERT_EQ(asked().downloads.size(), 1u);
   const NSURLRequest& request = asked().downloads[0];
-  EXPECT_EQ(request.url().absoluteString(),
-            "https://api.example.com/api/widgets/get_affirmation");
+  EXPECT_EQ(request.url().absoluteString(), "https://api.example.com/api/widgets/get_affirmation");
   EXPECT_EQ(request.httpMethod(), "POST");
   EXPECT_EQ(request.timeoutInterval(), 60);
   EXPECT_EQ(request.allHTTPHeaderFields(),
@@ -110,7 +110,11 @@ const Configured kConfigured[] = {
     {"emptyAddress", {{"ApiBaseUrl", ""}, {"ApiKey", "k"}}, "u-1", kNoConfiguration, ""},
     {"addressOfAnotherType", {{"ApiBaseUrl", 5}, {"ApiKey", "k"}}, "u-1", kNoConfiguration, ""},
     {"noKey", {{"ApiBaseUrl", "http://a"}}, "u-1", kNoConfiguration, ""},
-    {"keyOfAnotherType", {{"ApiBaseUrl", "http://a"}, {"ApiKey", true}}, "u-1", kNoConfiguration, ""},
+    {"keyOfAnotherType",
+     {{"ApiBaseUrl", "http://a"}, {"ApiKey", true}},
+     "u-1",
+     kNoConfiguration,
+     ""},
     {"invalidAddress",
      {{"ApiBaseUrl", "http://[::1"}, {"ApiKey", "k"}},
      "u-1",
@@ -243,7 +247,11 @@ const Answer kAnswers[] = {
     {"notJSON", 200, "<html>", {}, {kNotJSON, kParsedNothing, kFailed, kRaw + "<html>"}},
     {"empty", 204, "", {}, {kNotJSON, kParsedNothing, kFailed, kRaw}},
     {"notUTF8", 200, "\xFF", {}, {kNotJSON, kParsedNothing, kFailed, kRaw + "Invalid encoding"}},
-    {"largestLoggedBody", 200, std::string(1023, 'x'), {}, {kFailed, kRaw + std::string(1023, 'x')}},
+    {"largestLoggedBody",
+     200,
+     std::string(1023, 'x'),
+     {},
+     {kFailed, kRaw + std::string(1023, 'x')}},
 };
 
 class Answers : public ::testing::TestWithParam<Answer> {};

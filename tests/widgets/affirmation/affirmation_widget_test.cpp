@@ -68,7 +68,11 @@ const Policy kPolicies[] = {
     {"numberIsNoDate", 1709632800, "2024-03-05T10:00Z", "UTC", true},
     {"twoMinutesOverMidnight", at("2024-03-04T23:59Z"), "2024-03-05T00:01Z", "UTC", true},
     {"almostAWholeDay", at("2024-03-05T00:00:01Z"), "2024-03-05T23:59Z", "UTC", false},
-    {"theDayIsTheDevices", at("2024-03-05T05:59Z"), "2024-03-05T06:00Z", "America/Mexico_City", true},
+    {"theDayIsTheDevices",
+     at("2024-03-05T05:59Z"),
+     "2024-03-05T06:00Z",
+     "America/Mexico_City",
+     true},
     {"sameDayThere", at("2024-03-05T06:00Z"), "2024-03-06T05:59Z", "America/Mexico_City", false},
     {"aFetchOfTomorrow", at("2024-03-06T10:00Z"), "2024-03-05T10:00Z", "UTC", true},
 };
@@ -106,12 +110,32 @@ struct Record {
 const std::string kRead = "[AffirmationProvider] Deserialized affirmation: ";
 const Record kRecords[] = {
     {"good", R"({"text":"Hola","color":"sky"})", "Hola", "sky", kRead + "Text='Hola', Color='sky'"},
-    {"emptyTextFallsBackEmptyColourDoesNot", R"({"text":"","color":""})", kPlaceholder, "", kRead + "Text='', Color=''"},
+    {"emptyTextFallsBackEmptyColourDoesNot",
+     R"({"text":"","color":""})",
+     kPlaceholder,
+     "",
+     kRead + "Text='', Color=''"},
     {"emptyObject", "{}", kPlaceholder, "blush", kRead + "Text='nil', Color='nil'"},
-    {"numberAmongThem", R"({"text":"Hola","color":3})", kPlaceholder, "blush", "[AffirmationProvider] Failed to cast deserialized affirmation object to [String: String]"},
-    {"array", "[]", kPlaceholder, "blush", "[AffirmationProvider] Failed to cast deserialized affirmation object to [String: String]"},
-    {"damaged", R"({"text":"Hola)", kPlaceholder, "blush", "[AffirmationProvider] Error deserializing affirmation data: The data"},
-    {"absent", {}, kPlaceholder, "blush", "[AffirmationProvider] No serialized affirmation data found for key affirmationData"},
+    {"numberAmongThem",
+     R"({"text":"Hola","color":3})",
+     kPlaceholder,
+     "blush",
+     "[AffirmationProvider] Failed to cast deserialized affirmation object to [String: String]"},
+    {"array",
+     "[]",
+     kPlaceholder,
+     "blush",
+     "[AffirmationProvider] Failed to cast deserialized affirmation object to [String: String]"},
+    {"damaged",
+     R"({"text":"Hola)",
+     kPlaceholder,
+     "blush",
+     "[AffirmationProvider] Error deserializing affirmation data: The data"},
+    {"absent",
+     {},
+     kPlaceholder,
+     "blush",
+     "[AffirmationProvider] No serialized affirmation data found for key affirmationData"},
 };
 
 class AffirmationRecords : public ::testing::TestWithParam<Record> {};
@@ -143,9 +167,10 @@ TEST(AffirmationProvider, LogsAFetchInTheRequestThatStartedIt) {
   const auto log = evaluate().log;
   ASSERT_EQ(log.size(), 15u);
   EXPECT_EQ(log[0], "[AffirmationProvider] Found UID: u-1. Checking fetch condition.");
-  EXPECT_EQ(log[1],
-            "[AffirmationProvider] Found last fetch time: 2024-03-04 10:00:00 +0000. Is same day as "
-            "now? false");
+  EXPECT_EQ(
+      log[1],
+      "[AffirmationProvider] Found last fetch time: 2024-03-04 10:00:00 +0000. Is same day as "
+      "now? false");
   EXPECT_EQ(log[2],
             "[AffirmationProvider] DECISION: Fetching new affirmation (last fetch was different "
             "day).");
@@ -213,8 +238,8 @@ TEST(AffirmationView, ColoursAndPicturesFallBackUnlikeEachOther) {
     const DisplayList list =
         layOut(archived(entry, {306, 126}), {306, 126}, {}, {text, [](auto) { return Size(); }});
     EXPECT_EQ(std::get<TextItem>(list.items.at(0).content).text.color, color);
-    const auto behind = archiveView(
-        affirmationBackground(entry), {306, 126}, {}, NSBundle::mainBundle());
+    const auto behind =
+        archiveView(affirmationBackground(entry), {306, 126}, {}, NSBundle::mainBundle());
     EXPECT_EQ(std::get<ArchivedImage>(behind.element), (ArchivedImage{picture, true}));
   }
 }
@@ -271,8 +296,8 @@ TEST(AffirmationWidget, LinksOnlyForAUserAndBacksItselfByVersion) {
             ArchivedView::Element(ArchivedWidgetURL{"quiloapp://affirmation"}));
   EXPECT_TRUE(std::holds_alternative<BackgroundModifier>(content({16, 4}).element));
   ClientWorld::suite().removeObjectForKey(kSharedUidKey);
-  EXPECT_TRUE(std::holds_alternative<ArchivedGeometryReader>(
-      content({17, 0}).children.at(0).element));
+  EXPECT_TRUE(
+      std::holds_alternative<ArchivedGeometryReader>(content({17, 0}).children.at(0).element));
 }
 
 // The lifecycle

@@ -1,0 +1,66 @@
+#include <filesystem>
+
+#include <benchmark/benchmark.h>
+
+#include "bench/demo_phone.h"
+#include "host/extension_process.h"
+#include "network/network_manager.h"
+#include "platform/foundation/require.h"
+#include "platform/foundation/user_defaults.h"
+
+// What the affirmation costs the extension: a request from the call to the host's answer, and a
+// server's answer until it is stored.
+
+namespace bench {
+namespace {
+
+using namespace platform;
+
+constexpr const char* kSuite = "group.com.quiloapp.sharedData";
+
+/// The whole way of a request but for the host's disk: the extension is told of a locale change, and
+/// its host takes the download at once.
+void handOver(benchmark::State& state) {
+  const DemoPhone phone;
+  require(NSUserDefaults::initWithSuiteName(kSuite), kSuite).setObject("u-1", "sharedUid");
+  int taken = 0;
+  const auto extension = valueOf(host::ExtensionProcess::start(
+      kExtension,
+      {},
+      {.download = [&](const StartDownload&) -> std::expected<void, NSError> {
+         ++taken;
+         return {};
+       }}));
+  valueOf(extension->ask(phone.configure()));
+  valueOf(extension->ask(LocaleChanged()));
+  for (auto _ : state) {
+    valueOf(extension->ask(LocaleChanged()));
+  }
+  if (taken != state.iterations() + 1) {
+    giveUp("the extension did not ask for a download at every change of the locale");
+  }
+}
+BENCHMARK(handOver)->Name("affirmation: request built and handed over");
+
+/// In memory, since the disk's sync is the disk's.
+void storeAnswer(benchmark::State& state) {
+  const DemoPhone phone;
+  const std::filesystem::path memory = "/dev/shm/glancery-bench";
+  std::filesystem::create_directories(memory);
+  setSharedContainer(memory);
+  const Data body{R"({"text":")" + std::string(160, 'a') + R"(","color":"gold","more":"x"})"};
+  const auto& client = glancery::NetworkManager::shared();
+  for (auto _ : state) {
+    const auto answer = client.parseAffirmationResponse(body);
+    client.saveAffirmation(*answer.text, *answer.color);
+  }
+  if (!require(NSUserDefaults::initWithSuiteName(kSuite), kSuite).dataForKey("affirmationData")) {
+    giveUp("no affirmation was stored");
+  }
+  setSharedContainer(phone.container());
+  std::filesystem::remove_all(memory);
+}
+BENCHMARK(storeAnswer)->Name("affirmation: answer to stored record");
+
+}  // namespace
+}  // namespace bench
