@@ -9,6 +9,7 @@
 #include "host/device_options.h"
 #include "host/json_output.h"
 #include "host/transfer/transfer_cancellation.h"
+#include "host/transfer/transfer_folder.h"
 #include "host/transfer/transfer_listing.h"
 #include "host/transfer/transfer_service.h"
 #include "platform/foundation/user_defaults.h"
@@ -88,7 +89,7 @@ void list(const DownloadsOptions& options) {
       downloads.push_back(described(task));
     }
     Array damaged;
-    for (const DamagedRecord& record : listing.damaged) {
+    for (const DamagedJournal& record : listing.damaged) {
       damaged.push_back(
           Dictionary{{"file", record.file.string()}, {"reason", excerpt(record.reason)}});
     }
@@ -100,7 +101,7 @@ void list(const DownloadsOptions& options) {
               << "\n  " << task.request.method << ' ' << excerpt(task.request.url, 2000) << "\n  "
               << sentence(task) << '\n';
   }
-  for (const DamagedRecord& record : listing.damaged) {
+  for (const DamagedJournal& record : listing.damaged) {
     std::cout << "damaged: " << record.file.string() << ": " << record.reason << '\n';
   }
   if (listing.tasks.empty() && listing.damaged.empty()) {

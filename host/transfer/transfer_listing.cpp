@@ -1,15 +1,23 @@
 #include "host/transfer/transfer_listing.h"
 
 #include <algorithm>
+#include <tuple>
+
+#include "host/transfer/transfer_folder.h"
 
 namespace host {
 
 TransferListing listTransfers(const std::filesystem::path& container) {
   TransferListing listing;
   for (const auto& folder : foldersIn(transfersFolder(container))) {
-    FolderContents contents = readFolder(folder);
-    std::ranges::move(contents.tasks, std::back_inserter(listing.tasks));
-    std::ranges::move(contents.damaged, std::back_inserter(listing.damaged));
+    Journal journal = readFolder(folder);
+    std::ranges::move(journal.tasks, std::back_inserter(listing.tasks));
+    for (const std::string& reason : journal.damage) {
+      listing.damaged.push_back({journalOf(folder), reason});
+    }
+    for (const auto& file : setAsideIn(folder)) {
+      listing.damaged.push_back({file, "set aside before"});
+    }
   }
   std::ranges::sort(listing.tasks, {}, [](const TransferTask& task) {
     return std::tuple(

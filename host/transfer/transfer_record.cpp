@@ -1,7 +1,9 @@
 #include "host/transfer/transfer_record.h"
 
-#include <array>
-#include <limits>
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <unordered_map>
 
 #include "platform/foundation/cbor.h"
 #include "platform/foundation/require.h"
@@ -13,9 +15,9 @@ using namespace platform;
 
 namespace {
 
-/// Eight bytes that name the format and its version; the checksum's eight follow.
-constexpr std::string_view kMagic = "GLTRAN01";
-constexpr std::size_t kChecksumBytes = 8;
+/// What a record begins with; then its length, a checksum of that and one of the payload.
+constexpr std::string_view kMagic = "\xD7GT1";
+constexpr std::size_t kHeadBytes = 20;
 
 /// FNV-1a of 64 bits: a change in any single byte changes it.
 std::uint64_t checksum(std::string_view bytes) {
@@ -26,6 +28,20 @@ std::uint64_t checksum(std::string_view bytes) {
   return sum;
 }
 
+void append(std::string& bytes, std::uint64_t number, std::size_t count) {
+  for (std::size_t byte = 0; byte < count; ++byte) {
+    bytes += static_cast<char>(number >> (8 * byte) & 0xFF);
+  }
+}
+
+std::uint64_t numberAt(std::string_view bytes, std::size_t at, std::size_t count) {
+  std::uint64_t number = 0;
+  for (std::size_t byte = 0; byte < count; ++byte) {
+    number |= std::uint64_t{static_cast<unsigned char>(bytes[at + byte])} << (8 * byte);
+  }
+  return number;
+}
+
 std::string sealed(const Dictionary& members) {
   // Texts of unknown origin travel as data, so nothing in here can be refused.
   const auto payload = encodeCBOR(members);
@@ -33,30 +49,23 @@ std::string sealed(const Dictionary& members) {
     fatalError(payload.error());
   }
   std::string bytes(kMagic);
-  const std::uint64_t sum = checksum(*payload);
-  for (std::size_t byte = 0; byte < kChecksumBytes; ++byte) {
-    bytes += static_cast<char>(sum >> (8 * byte) & 0xFF);
-  }
-  return bytes + *payload;
+  bytes.reserve(kHeadBytes + payload->size());
+  append(bytes, payload->size(), 4);
+  append(bytes, checksum(bytes), 4);
+  append(bytes, checksum(*payload), 8);
+  return bytes += *payload;
+}
+
+/// Whether a record's head stands at the beginning, whose length can be believed.
+bool hasHead(std::string_view bytes) {
+  return bytes.size() >= kHeadBytes && bytes.starts_with(kMagic) &&
+         numberAt(bytes, 8, 4) == (checksum(bytes.substr(0, 8)) & 0xFFFFFFFF);
 }
 
 /// Reads the members of a record; the first one that is missing or of another type is `fault()`.
 class Reader {
  public:
-  explicit Reader(std::string_view bytes) {
-    if (!bytes.starts_with(kMagic) || bytes.size() < kMagic.size() + kChecksumBytes) {
-      fault_ = bytes.empty() ? "the file is empty" : "the file does not begin as a record does";
-      return;
-    }
-    std::uint64_t sum = 0;
-    for (std::size_t byte = 0; byte < kChecksumBytes; ++byte) {
-      sum |= std::uint64_t{static_cast<unsigned char>(bytes[kMagic.size() + byte])} << (8 * byte);
-    }
-    const std::string_view payload = bytes.substr(kMagic.size() + kChecksumBytes);
-    if (checksum(payload) != sum) {
-      fault_ = "the file was cut or changed: its checksum differs";
-      return;
-    }
+  explicit Reader(std::string_view payload) {
     auto value = decodeCBOR(payload);
     if (!value || !value->dictionary()) {
       fault_ = value ? "the record is no dictionary" : value.error();
@@ -99,13 +108,7 @@ class Reader {
     return headers;
   }
 
-  template <class Record>
-  std::expected<Record, std::string> finish(Record record) const {
-    if (!fault_.empty()) {
-      return std::unexpected(fault_);
-    }
-    return record;
-  }
+  const std::string& fault() const { return fault_; }
 
  private:
   template <class T>
@@ -135,10 +138,119 @@ void addError(Dictionary& members, const NSError& error) {
   members.set("text", Data{error.localizedDescription});
 }
 
+TransferTask readTask(Reader& reader) {
+  return {.id = reader.bytes("id"),
+          .request = {.session = reader.bytes("session"),
+                      .url = reader.bytes("url"),
+                      .method = reader.bytes("method"),
+                      .headers = reader.headers(),
+                      .body = reader.bytes("body"),
+                      .timeout = reader.number("timeout")},
+          .created = reader.number("created")};
+}
+
+TransferWait readWait(Reader& reader) {
+  return {static_cast<int>(reader.integer("attempts")), reader.number("next"), reader.error()};
+}
+
+TransferOutcome readOutcome(Reader& reader) {
+  TransferOutcome outcome = {.order = reader.integer("order")};
+  if (reader.has("status")) {
+    outcome.answer = {.status = static_cast<int>(reader.integer("status")),
+                      .url = reader.bytes("url"),
+                      .headers = reader.headers(),
+                      .size = static_cast<std::uint64_t>(reader.integer("size"))};
+  }
+  if (reader.has("code") || !outcome.answer) {
+    outcome.error = reader.error();
+  }
+  return outcome;
+}
+
+/// Goes through a journal record by record.
+class JournalReader {
+ public:
+  Journal read(std::string_view bytes) && {
+    while (journal_.length < bytes.size()) {
+      const std::string_view rest = bytes.substr(journal_.length);
+      if (!hasHead(rest)) {
+        if (kMagic.starts_with(rest.substr(0, kMagic.size())) && rest.size() < kHeadBytes) {
+          break;  // The head itself is not all there.
+        }
+        damaged("no record begins there");
+        skipToHead(bytes);
+        continue;
+      }
+      const std::size_t size = numberAt(rest, 4, 4);
+      if (rest.size() - kHeadBytes < size) {
+        break;
+      }
+      const std::string_view payload = rest.substr(kHeadBytes, size);
+      if (checksum(payload) == numberAt(rest, 12, 8)) {
+        apply(Reader(payload));
+      } else {
+        damaged("the record was changed: its checksum differs");
+      }
+      journal_.length += kHeadBytes + size;
+    }
+    for (const std::string& id : order_) {
+      if (const auto task = tasks_.find(id); task != tasks_.end()) {
+        journal_.tasks.push_back(std::move(task->second));
+        tasks_.erase(task);
+      }
+    }
+    return std::move(journal_);
+  }
+
+ private:
+  void damaged(const std::string& what) {
+    journal_.damage.push_back("at byte " + std::to_string(journal_.length) + ": " + what);
+  }
+
+  void skipToHead(std::string_view bytes) {
+    do {
+      journal_.length = std::min(bytes.find(kMagic, journal_.length + 1), bytes.size());
+    } while (journal_.length < bytes.size() && !hasHead(bytes.substr(journal_.length)));
+  }
+
+  void apply(Reader reader) {
+    const std::string kind = reader.bytes("kind");
+    const std::string id = reader.bytes("id");
+    if (kind == "task") {
+      TransferTask task = readTask(reader);
+      if (reader.fault().empty()) {
+        order_.push_back(id);
+        tasks_.insert_or_assign(id, std::move(task));
+      }
+    } else if (const auto known = tasks_.find(id); known == tasks_.end()) {
+      // Of a task whose own record is damaged, which has been said.
+    } else if (kind == "wait") {
+      TransferWait wait = readWait(reader);
+      known->second.wait = reader.fault().empty() ? std::move(wait) : TransferWait();
+    } else if (kind == "outcome") {
+      TransferOutcome outcome = readOutcome(reader);
+      known->second.outcome =
+          reader.fault().empty() ? std::optional(std::move(outcome)) : std::nullopt;
+    } else if (kind == "removal") {
+      tasks_.erase(known);
+    } else {
+      damaged("a record of an unknown kind");
+    }
+    if (!reader.fault().empty()) {
+      damaged(reader.fault());
+    }
+  }
+
+  std::vector<std::string> order_;
+  std::unordered_map<std::string, TransferTask> tasks_;
+  Journal journal_;
+};
+
 }  // namespace
 
-std::string encodeTask(const TransferTask& task) {
-  return sealed({{"id", Data{task.id}},
+std::string taskRecord(const TransferTask& task) {
+  return sealed({{"kind", Data{"task"}},
+                 {"id", Data{task.id}},
                  {"created", task.created},
                  {"session", Data{task.request.session}},
                  {"url", Data{task.request.url}},
@@ -148,35 +260,18 @@ std::string encodeTask(const TransferTask& task) {
                  {"timeout", task.request.timeout}});
 }
 
-std::expected<TransferTask, std::string> decodeTask(std::string_view bytes) {
-  Reader reader(bytes);
-  TransferTask task;
-  task.id = reader.bytes("id");
-  task.created = reader.number("created");
-  task.request = {.session = reader.bytes("session"),
-                  .url = reader.bytes("url"),
-                  .method = reader.bytes("method"),
-                  .headers = reader.headers(),
-                  .body = reader.bytes("body"),
-                  .timeout = reader.number("timeout")};
-  return reader.finish(std::move(task));
-}
-
-std::string encodeWait(const TransferWait& wait) {
-  Dictionary members = {{"attempts", wait.attempts}, {"next", wait.next}};
-  addError(members, wait.error);
+std::string waitRecord(const TransferTask& task) {
+  Dictionary members = {{"kind", Data{"wait"}},
+                        {"id", Data{task.id}},
+                        {"attempts", task.wait.attempts},
+                        {"next", task.wait.next}};
+  addError(members, task.wait.error);
   return sealed(members);
 }
 
-std::expected<TransferWait, std::string> decodeWait(std::string_view bytes) {
-  Reader reader(bytes);
-  const auto attempts = reader.integer("attempts");
-  return reader.finish(
-      TransferWait{static_cast<int>(attempts), reader.number("next"), reader.error()});
-}
-
-std::string encodeOutcome(const TransferOutcome& outcome) {
-  Dictionary members = {{"order", outcome.order}};
+std::string outcomeRecord(const TransferTask& task) {
+  const TransferOutcome& outcome = *task.outcome;
+  Dictionary members = {{"kind", Data{"outcome"}}, {"id", Data{task.id}}, {"order", outcome.order}};
   if (outcome.answer) {
     members.set("status", outcome.answer->status);
     members.set("url", Data{outcome.answer->url});
@@ -189,19 +284,12 @@ std::string encodeOutcome(const TransferOutcome& outcome) {
   return sealed(members);
 }
 
-std::expected<TransferOutcome, std::string> decodeOutcome(std::string_view bytes) {
-  Reader reader(bytes);
-  TransferOutcome outcome = {.order = reader.integer("order")};
-  if (reader.has("status")) {
-    outcome.answer = {.status = static_cast<int>(reader.integer("status")),
-                      .url = reader.bytes("url"),
-                      .headers = reader.headers(),
-                      .size = static_cast<std::uint64_t>(reader.integer("size"))};
-  }
-  if (reader.has("code") || !outcome.answer) {
-    outcome.error = reader.error();
-  }
-  return reader.finish(std::move(outcome));
+std::string removalRecord(const std::string& id) {
+  return sealed({{"kind", Data{"removal"}}, {"id", Data{id}}});
+}
+
+Journal readJournal(std::string_view bytes) {
+  return JournalReader().read(bytes);
 }
 
 }  // namespace host

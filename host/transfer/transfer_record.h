@@ -1,24 +1,36 @@
 #pragma once
 
+#include <cstddef>
 #include <expected>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/transfer/transfer_task.h"
 
-// How the parts of a task are written to its files: CBOR behind a checksum, so that a file which
-// was cut or changed is told from one that is whole.
+// A journal of tasks: records one behind the other, each CBOR behind a head with its length and
+// checksums of both. Later records say what became of the tasks of earlier ones.
 
 namespace host {
 
 /// A task's identity, request and date, without what became of it.
-std::string encodeTask(const TransferTask& task);
-std::string encodeWait(const TransferWait& wait);
-std::string encodeOutcome(const TransferOutcome& outcome);
+std::string taskRecord(const TransferTask& task);
+std::string waitRecord(const TransferTask& task);
+std::string outcomeRecord(const TransferTask& task);
+std::string removalRecord(const std::string& id);
 
-/// Each takes bytes that nobody has checked; the error says what is wrong with them.
-std::expected<TransferTask, std::string> decodeTask(std::string_view bytes);
-std::expected<TransferWait, std::string> decodeWait(std::string_view bytes);
-std::expected<TransferOutcome, std::string> decodeOutcome(std::string_view bytes);
+/// What a journal says in the end.
+struct Journal {
+  /// The tasks that were not removed, in the order in which they were added.
+  std::vector<TransferTask> tasks;
+  /// What is wrong and at which byte, for every damaged place. Reading goes on behind it.
+  std::vector<std::string> damage;
+  /// The length of what was read. Less than all of it where the last record is not all there: its
+  /// writer was ended while it wrote.
+  std::size_t length = 0;
+};
+
+/// Takes bytes that nobody has checked.
+Journal readJournal(std::string_view bytes);
 
 }  // namespace host

@@ -10,6 +10,7 @@
 
 #include "host/transfer/transfer_cancellation.h"
 #include "host/transfer/transfer_error.h"
+#include "host/transfer/transfer_folder.h"
 #include "host/transfer/transfer_request_check.h"
 #include "host/transfer/transfer_url.h"
 
@@ -202,8 +203,8 @@ void TransferService::lookAround(double now) {
   lastLook_ = now;
   for (const std::string& id : cancellations(transfers_)) {
     std::error_code ignored;
-    const bool gone = !std::filesystem::exists(partOf(transfers_, id, TransferPart::task), ignored);
-    if (cancel(id) || find(id) || gone) {
+    const bool nobodys = !std::filesystem::exists(folderOf(transfers_, id), ignored);
+    if (cancel(id) || store_.holds(id) || nobodys) {
       dropCancellation(transfers_, id);
     }
   }

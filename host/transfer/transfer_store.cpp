@@ -7,10 +7,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
+#include <set>
 #include <system_error>
 
-#include "host/transfer/transfer_record.h"
+#include "host/transfer/transfer_folder.h"
 #include "platform/foundation/require.h"
 
 namespace host {
@@ -20,8 +20,8 @@ namespace {
 namespace fs = std::filesystem;
 using Done = std::expected<void, std::string>;
 
-/// From here on one sync of the whole file system is quicker than one of every file.
-constexpr std::size_t kManyTasks = 8;
+/// A journal shorter than this is not worth writing anew.
+constexpr std::size_t kShortJournal = 64 << 10;
 
 std::unexpected<std::string> failure(const char* what, const fs::path& path, int error = errno) {
   return std::unexpected("can't " + std::string(what) + " " + path.string() + ": " +
@@ -41,51 +41,18 @@ std::string newId(const fs::path& folder) {
   return id;
 }
 
-fs::path besides(fs::path file, const std::string& ending) {
-  return file += ending;
-}
-
-/// Writes a part under its passing name.
-std::expected<FileDescriptor, std::string> writeAside(const fs::path& file,
-                                                      std::string_view bytes) {
-  const fs::path passing = besides(file, ".new");
-  FileDescriptor out(::open(passing.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-  if (!out && errno == EEXIST && ::unlink(passing.c_str()) == 0) {
-    out = FileDescriptor(::open(passing.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-  }
-  if (!out) {
-    return failure("create", passing);
-  }
+bool writeAll(int file, std::string_view bytes) {
   while (!bytes.empty()) {
-    const ssize_t written = ::write(out.get(), bytes.data(), bytes.size());
+    const ssize_t written = ::write(file, bytes.data(), bytes.size());
     if (written < 0 && errno == EINTR) {
       continue;
     }
     if (written < 0) {
-      const int error = errno;
-      ::unlink(passing.c_str());
-      return failure("write", passing, error);
+      return false;
     }
     bytes.remove_prefix(static_cast<std::size_t>(written));
   }
-  return out;
-}
-
-Done moveIntoPlace(const fs::path& file) {
-  if (::rename(besides(file, ".new").c_str(), file.c_str()) != 0) {
-    return failure("create", file);
-  }
-  return {};
-}
-
-/// Replaces a part. The old one goes first: renaming onto a file makes ext4 flush the new one, and
-/// a part that is missing for a moment only means that less is known of the task.
-Done replace(const fs::path& file, std::string_view bytes) {
-  if (const auto written = writeAside(file, bytes); !written) {
-    return std::unexpected(written.error());
-  }
-  ::unlink(file.c_str());
-  return moveIntoPlace(file);
+  return true;
 }
 
 Done sync(const fs::path& folder) {
@@ -104,20 +71,6 @@ Done makeFolder(const fs::path& folder) {
   return errno == EEXIST ? Done() : failure("create", folder);
 }
 
-/// The bytes of every new task, on the disk.
-Done syncTasks(const fs::path& folder, const std::vector<FileDescriptor>& files, bool whole) {
-  if (whole) {
-    const FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return descriptor && ::syncfs(descriptor.get()) == 0 ? Done() : failure("synchronize", folder);
-  }
-  for (const FileDescriptor& file : files) {
-    if (::fdatasync(file.get()) != 0) {
-      return failure("synchronize a task in", folder);
-    }
-  }
-  return {};
-}
-
 }  // namespace
 
 TransferStore::TransferStore(const fs::path& container) : transfers_(transfersFolder(container)) {
@@ -129,82 +82,73 @@ std::expected<std::vector<TransferTask>, std::string> TransferStore::add(
   if (!own) {
     return std::unexpected(own.error());
   }
-  const fs::path& folder = (*own)->path;
-  const bool many = requests.size() > kManyTasks;
+  Held& held = **own;
   std::vector<TransferTask> tasks;
-  std::vector<FileDescriptor> files;
-  const auto written = [&]() -> Done {
-    for (const TransferRequest& request : requests) {
-      tasks.push_back({.id = newId(folder), .request = request, .created = now});
-      auto file = writeAside(partOf(transfers_, tasks.back().id, TransferPart::task),
-                             encodeTask(tasks.back()));
-      if (!file) {
-        return std::unexpected(file.error());
-      }
-      if (!many) {
-        files.push_back(*std::move(file));
-      }
-    }
-    if (auto synced = syncTasks(folder, files, many); !synced) {
-      return synced;
-    }
-    for (const TransferTask& task : tasks) {
-      if (auto moved = moveIntoPlace(partOf(transfers_, task.id, TransferPart::task)); !moved) {
-        return moved;
-      }
-    }
-    return sync(folder);
-  }();
-  if (!written) {
-    for (const TransferTask& task : tasks) {
-      const fs::path file = partOf(transfers_, task.id, TransferPart::task);
-      ::unlink(file.c_str());
-      ::unlink(besides(file, ".new").c_str());
-    }
+  std::string records;
+  for (const TransferRequest& request : requests) {
+    tasks.push_back({.id = newId(held.path), .request = request, .created = now});
+    records += taskRecord(tasks.back());
+  }
+  const std::size_t before = held.length;
+  if (auto written = append(&held, records); !written) {
     return std::unexpected(written.error());
   }
+  if (::fdatasync(held.journal.get()) != 0) {
+    const int error = errno;
+    (void)!::ftruncate(held.journal.get(), static_cast<off_t>(before));
+    held.length = before;
+    return failure("synchronize", journalOf(held.path), error);
+  }
+  held.tasks += tasks.size();
   return tasks;
 }
 
 std::vector<TransferTask> TransferStore::adopt() {
-  std::vector<TransferTask> tasks = std::exchange(found_, {});
   for (const fs::path& folder : foldersIn(transfers_)) {
-    if (holds(folder) || !hold(folder)) {
-      continue;
+    const bool known = std::ranges::find(held_, folder, &Held::path) != held_.end();
+    if (!known && !unusable_.contains(folder)) {
+      hold(folder);
     }
-    FolderContents contents = readFolder(folder);
-    clear(contents);
-    std::ranges::move(contents.tasks, std::back_inserter(tasks));
   }
-  return tasks;
+  return std::exchange(found_, {});
 }
 
-fs::path TransferStore::bodyOf(const std::string& id) const {
-  return partOf(transfers_, id, TransferPart::body);
+fs::path TransferStore::bodyOf(std::string_view id) const {
+  return host::bodyOf(transfers_, id);
 }
 
 Done TransferStore::keepWait(const TransferTask& task) {
-  return replace(partOf(transfers_, task.id, TransferPart::wait), encodeWait(task.wait));
+  return append(holderOf(task.id), waitRecord(task));
 }
 
 Done TransferStore::keepOutcome(const TransferTask& task) {
-  return replace(partOf(transfers_, task.id, TransferPart::outcome), encodeOutcome(*task.outcome));
+  return append(holderOf(task.id), outcomeRecord(task));
 }
 
 Done TransferStore::remove(const std::string& id) {
-  using enum TransferPart;
-  // The task goes first: what is left of it after a kill is refuse.
-  const fs::path file = partOf(transfers_, id, task);
-  if (::unlink(file.c_str()) != 0 && errno != ENOENT) {
-    return failure("remove", file);
+  Held* held = holderOf(id);
+  // The record goes first: a body without a task is removed at the next start.
+  if (auto written = append(held, removalRecord(id)); !written) {
+    return written;
   }
-  for (const TransferPart part : {body, outcome, wait}) {
-    ::unlink(partOf(transfers_, id, part).c_str());
+  if (::unlink(bodyOf(id).c_str()) != 0 && errno != ENOENT) {
+    return failure("remove", bodyOf(id));
+  }
+  --held->tasks;
+  if (held->tasks == 0 && held->length >= kShortJournal) {
+    (void)!::ftruncate(held->journal.get(), 0);
+    held->length = 0;
+  } else if (held->length >= held->renewAt) {
+    const Journal journal = readFolder(held->path);
+    const auto renewed = journal.damage.empty() ? renew(*held, journal.tasks) : Done();
+    if (!renewed) {
+      reports_.push_back(renewed.error());
+    }
   }
   return {};
 }
 
-std::expected<const TransferStore::Held*, std::string> TransferStore::ownFolder() {
+std::expected<TransferStore::Held*, std::string> TransferStore::ownFolder() {
   if (!held_.empty()) {
     return &held_.front();
   }
@@ -213,64 +157,152 @@ std::expected<const TransferStore::Held*, std::string> TransferStore::ownFolder(
       return std::unexpected(made.error());
     }
   }
-  for (int number = 1;; ++number) {
+  constexpr int kMostHosts = 64;
+  for (int number = 1; number <= kMostHosts; ++number) {
     const fs::path folder = transfers_ / std::to_string(number);
     if (auto made = makeFolder(folder); !made) {
       return std::unexpected(made.error());
     }
     if (hold(folder)) {
-      FolderContents contents = readFolder(folder);
-      clear(contents);
-      found_ = std::move(contents.tasks);
       return &held_.front();
     }
-    if (errno != EWOULDBLOCK) {
-      return failure("lock", folder);
-    }
   }
+  return std::unexpected("no folder in " + transfers_.string() + " can be used");
 }
 
 bool TransferStore::hold(const fs::path& folder) {
-  FileDescriptor lock(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!lock || ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
-    return false;
+  Held held = {folder, FileDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))};
+  if (!held.lock || ::flock(held.lock.get(), LOCK_EX | LOCK_NB) != 0) {
+    return errno != EWOULDBLOCK && giveUp(folder, failure("lock", folder).error());
   }
-  held_.push_back({folder, std::move(lock)});
+  Journal journal = readFolder(folder);
+  if (auto opened = open(held); !opened) {
+    return giveUp(folder, opened.error());
+  }
+  clearBodies(held, journal.tasks);
+  if (!journal.damage.empty() && !setAside(held, journal.damage)) {
+    return giveUp(folder, "");
+  }
+  if (!journal.damage.empty() || journal.length < held.length || held.length >= kShortJournal) {
+    if (auto renewed = renew(held, journal.tasks); !renewed) {
+      return giveUp(folder, renewed.error());
+    }
+  }
+  held.tasks = journal.tasks.size();
+  held.renewAt = 16 * kShortJournal + 2 * held.length;
+  std::ranges::move(journal.tasks, std::back_inserter(found_));
+  held_.push_back(std::move(held));
   return true;
 }
 
-bool TransferStore::holds(const fs::path& folder) const {
-  return std::ranges::any_of(held_, [&](const Held& held) { return held.path == folder; });
+bool TransferStore::giveUp(const fs::path& folder, const std::string& why) {
+  unusable_.insert(folder);
+  if (!why.empty()) {
+    reports_.push_back(why);
+  }
+  return false;
 }
 
-void TransferStore::clear(const FolderContents& contents) {
-  for (const DamagedRecord& record : contents.damaged) {
-    if (!isSetAside(record.file)) {
-      setAside(record.file, record.reason);
-    }
-  }
-  for (const fs::path& file : contents.refuse) {
-    if (::unlink(file.c_str()) != 0 && errno != ENOENT) {
-      reports_.push_back(failure("remove", file).error());
-    }
-  }
+bool TransferStore::holds(std::string_view id) const {
+  return std::ranges::find(held_, folderOf(transfers_, id), &Held::path) != held_.end();
 }
 
-void TransferStore::setAside(const fs::path& file, const std::string& reason) {
-  const fs::path aside = besides(file, ".damaged");
-  if (::rename(file.c_str(), aside.c_str()) != 0) {
-    reports_.push_back(failure("set aside", file).error());
-    return;
+TransferStore::Held* TransferStore::holderOf(std::string_view id) {
+  const auto held = std::ranges::find(held_, folderOf(transfers_, id), &Held::path);
+  return held == held_.end() ? nullptr : &*held;
+}
+
+Done TransferStore::open(Held& held) {
+  const fs::path file = journalOf(held.path);
+  constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC;
+  held.journal = FileDescriptor(::open(file.c_str(), kFlags));
+  if (!held.journal && errno == ENOENT) {
+    held.journal = FileDescriptor(::open(file.c_str(), kFlags | O_CREAT, 0600));
+    if (auto synced = sync(held.path); !synced) {
+      return synced;
+    }
   }
-  reports_.push_back(file.string() + " is damaged and set aside as " + aside.filename().string() +
-                     ": " + reason);
-  if (file.extension() != ".task") {
-    return;
+  struct stat status = {};
+  if (!held.journal || ::fstat(held.journal.get(), &status) != 0) {
+    return failure("open", file);
   }
-  // The rest of the task would be refuse without it.
-  for (const char* part : {".wait", ".outcome", ".body"}) {
-    const fs::path rest = fs::path(file).replace_extension(part);
-    ::rename(rest.c_str(), besides(rest, ".damaged").c_str());
+  held.length = static_cast<std::size_t>(status.st_size);
+  return {};
+}
+
+Done TransferStore::append(Held* held, std::string_view records) {
+  if (!held) {
+    return std::unexpected("the task is of another host");
+  }
+  if (!writeAll(held->journal.get(), records)) {
+    const int error = errno;
+    // Half a record in the midst of the journal would pass for damage.
+    (void)!::ftruncate(held->journal.get(), static_cast<off_t>(held->length));
+    return failure("write", journalOf(held->path), error);
+  }
+  held->length += records.size();
+  return {};
+}
+
+/// Writes the journal anew with nothing but the living tasks.
+Done TransferStore::renew(Held& held, const std::vector<TransferTask>& tasks) {
+  const fs::path file = journalOf(held.path);
+  const fs::path passing = fs::path(file) += ".new";
+  std::string records;
+  for (const TransferTask& task : tasks) {
+    records += taskRecord(task);
+    records += task.outcome ? outcomeRecord(task) : task.wait.attempts > 0 ? waitRecord(task) : "";
+  }
+  FileDescriptor out(::open(passing.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+  if (!out || !writeAll(out.get(), records) || ::fdatasync(out.get()) != 0 ||
+      ::rename(passing.c_str(), file.c_str()) != 0) {
+    return failure("renew", file);
+  }
+  if (auto synced = sync(held.path); !synced) {
+    return synced;
+  }
+  held.renewAt = 16 * kShortJournal + 2 * records.size();
+  return open(held);
+}
+
+/// Keeps a copy of what is about to be written anew; false where there is none.
+bool TransferStore::setAside(const Held& held, const std::vector<std::string>& damage) {
+  const fs::path file = journalOf(held.path);
+  std::error_code error;
+  fs::path aside = fs::path(file) += ".damaged";
+  for (int number = 2; fs::exists(aside, error); ++number) {
+    aside = fs::path(file) += ".damaged-" + std::to_string(number);
+  }
+  fs::copy_file(file, aside, error);
+  const std::string kept = error ? "can't be set aside: " + error.message()
+                                 : "set aside as " + aside.filename().string();
+  for (const std::string& reason : damage) {
+    reports_.push_back(file.string() + " is damaged and " + kept + ": " + reason);
+  }
+  return !error;
+}
+
+/// Removes bodies that no task waits for. Only requests are waited for until they are on the disk,
+/// so after a power cut a body may be shorter than its outcome says: then the task is done again.
+void TransferStore::clearBodies(const Held& held, std::vector<TransferTask>& tasks) {
+  std::set<fs::path> wanted;
+  for (TransferTask& task : tasks) {
+    if (!task.outcome || task.outcome->error) {
+      continue;
+    }
+    std::error_code error;
+    if (fs::file_size(bodyOf(task.id), error) == task.outcome->answer->size && !error) {
+      wanted.insert(bodyOf(task.id));
+    } else {
+      task.outcome.reset();
+    }
+  }
+  std::error_code error;
+  for (fs::directory_iterator entry(held.path, error), end; !error && entry != end;
+       entry.increment(error)) {
+    if (entry->path().extension() == ".body" && !wanted.contains(entry->path())) {
+      ::unlink(entry->path().c_str());
+    }
   }
 }
 

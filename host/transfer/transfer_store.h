@@ -1,13 +1,17 @@
 #pragma once
 
+#include <cstddef>
 #include <expected>
 #include <filesystem>
+#include <optional>
+#include <set>
 #include <span>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host/transfer/file_descriptor.h"
-#include "host/transfer/transfer_folder.h"
 #include "host/transfer/transfer_task.h"
 
 namespace host {
@@ -28,17 +32,20 @@ class TransferStore {
   std::expected<std::vector<TransferTask>, std::string> add(
       std::span<const TransferRequest> requests, double now);
 
-  /// Takes over what hosts that are gone have left, and clears their refuse away. Damaged records
-  /// are set aside under another name and reported.
+  /// Takes over what hosts that are gone have left, and removes what belongs to no task any more. A
+  /// damaged journal is set aside under another name and reported; what can be read of it goes on.
   std::vector<TransferTask> adopt();
 
+  /// Whether the task is, or was, one of this host.
+  bool holds(std::string_view id) const;
   /// Where the body of a task goes.
-  std::filesystem::path bodyOf(const std::string& id) const;
+  std::filesystem::path bodyOf(std::string_view id) const;
 
   // What became of a task. These are safe against the end of the process, not of the machine's
-  // power: after that the task is pending as it was when it was added.
+  // power: after that a task may be pending as it was when it was added.
   std::expected<void, std::string> keepWait(const TransferTask& task);
   std::expected<void, std::string> keepOutcome(const TransferTask& task);
+  /// Removes the task and its body.
   std::expected<void, std::string> remove(const std::string& id);
 
   /// What went wrong beside the calls, a sentence each; handed out once.
@@ -48,18 +55,32 @@ class TransferStore {
   struct Held {
     std::filesystem::path path;
     FileDescriptor lock;
+    FileDescriptor journal = {};
+    std::size_t length = 0;
+    /// How many of the journal's tasks there still are.
+    std::size_t tasks = 0;
+    /// The length at which the journal is next written anew without its dead records.
+    std::size_t renewAt = 0;
   };
+  using Done = std::expected<void, std::string>;
 
-  std::expected<const Held*, std::string> ownFolder();
+  std::expected<Held*, std::string> ownFolder();
+  /// Takes a folder over; false where another host holds it or it can't be used, which is reported.
   bool hold(const std::filesystem::path& folder);
-  bool holds(const std::filesystem::path& folder) const;
-  void clear(const FolderContents& contents);
-  void setAside(const std::filesystem::path& file, const std::string& reason);
+  bool giveUp(const std::filesystem::path& folder, const std::string& why);
+  Held* holderOf(std::string_view id);
+  Done open(Held& held);
+  Done append(Held* held, std::string_view records);
+  Done renew(Held& held, const std::vector<TransferTask>& tasks);
+  bool setAside(const Held& held, const std::vector<std::string>& damage);
+  void clearBodies(const Held& held, std::vector<TransferTask>& tasks);
 
   std::filesystem::path transfers_;
   /// The first is where new tasks go.
   std::vector<Held> held_;
-  /// Tasks that were found in the first folder when it was taken to add one.
+  /// Folders that could not be taken over, which has been said.
+  std::set<std::filesystem::path> unusable_;
+  /// Tasks of folders that were taken over and not handed out yet.
   std::vector<TransferTask> found_;
   std::vector<std::string> reports_;
 };

@@ -60,8 +60,8 @@ enum class TransferState : std::uint8_t { pending, done, failed };
 /// One download from its request until its result has been delivered.
 struct TransferTask {
   /// Unlike that of any other task, now or later.
-  std::string id;
-  TransferRequest request;
+  std::string id = {};
+  TransferRequest request = {};
   /// Seconds since 1970.
   double created = 0;
   TransferWait wait = {};

@@ -4,7 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/transfer/transfer_error.h"
-#include "host/transfer/transfer_listing.h"
+#include "host/transfer/transfer_folder.h"
 #include "host/transfer/transfer_store.h"
 #include "tests/host/child.h"
 #include "tests/host/command_line.h"
@@ -23,7 +23,7 @@ constexpr double kCreated = 1'700'000'000;
 /// What hosts that are gone have left: one task of each state.
 struct Left {
   Left() {
-    std::filesystem::create_directories(phone.container());
+    std::filesystem::create_directories(transfersFolder(phone.container()) / "2");
     TransferStore store(phone.container());
     const TransferRequest request = {.session = "s", .url = "http://x/\xFF", .method = "POST"};
     tasks = store.add(std::vector(3, request), kCreated).value();
@@ -35,7 +35,7 @@ struct Left {
     for (int ended : {1, 2}) {
       EXPECT_TRUE(store.keepOutcome(tasks[ended]));
     }
-    writeWhole(partOf(transfersFolder(phone.container()), "1-x", TransferPart::task), "damaged");
+    writeWhole(transfersFolder(phone.container()) / "2" / "journal", "damaged");
   }
   Json list() const { return Json::parse(phone.glancery({"downloads", "--json"}).out); }
   Phone phone;
@@ -61,7 +61,7 @@ TEST(DownloadsCommand, ListsWhatIsPendingDoneAndFailedAndWhy) {
   EXPECT_EQ(list["downloads"][2]["bytes"], 5);
   EXPECT_EQ(list["downloads"][2]["nextAttempt"], nullptr);
   ASSERT_EQ(list["damaged"].size(), 1u);
-  EXPECT_THAT(list["damaged"][0]["file"].get<std::string>(), HasSubstr("1-x.task"));
+  EXPECT_THAT(list["damaged"][0]["file"].get<std::string>(), HasSubstr("2/journal"));
 
   const Ran ran = left.phone.glancery({"downloads"});
   EXPECT_THAT(ran.out, StartsWith(left.tasks[0].id + "  pending  s\n  POST http://x/"));

@@ -99,7 +99,7 @@ TEST_P(Answers, EndTheTask) {
   }
   EXPECT_THAT(transfers.service().takeReports(), ::testing::IsEmpty());
   EXPECT_TRUE(transfers.service().markDelivered(id));
-  EXPECT_THAT(transfers.files(), ::testing::IsEmpty());
+  EXPECT_THAT(transfers.files(), ::testing::ElementsAre("journal"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, Answers, ::testing::ValuesIn(kCases), [](const auto& row) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "host/transfer/transfer_error.h"
+#include "host/transfer/transfer_folder.h"
 #include "host/transfer/transfer_listing.h"
 #include "host/transfer/transfer_record.h"
 #include "tests/world.h"
@@ -27,7 +28,7 @@ const TransferRequest kRequest = {.session = "affirmations",
 /// A container with one ended download, whose host is gone.
 struct Left {
   Left() {
-    TransferStore store(folder.path());
+    TransferStore store(container.path());
     const auto tasks = store.add(std::span(&kRequest, 1), 1'700'000'000.25);
     EXPECT_TRUE(tasks) << tasks.error();
     task = tasks->front();
@@ -38,16 +39,22 @@ struct Left {
     EXPECT_TRUE(store.keepOutcome(task));
     writeWhole(store.bodyOf(task.id), "hello");
   }
-  fs::path part(TransferPart which) const {
-    return partOf(transfersFolder(folder.path()), task.id, which);
-  }
-  Folder folder;
+  fs::path journal() const { return journalOf(folder()); }
+  fs::path body() const { return bodyOf(transfersFolder(container.path()), task.id); }
+  fs::path folder() const { return folderOf(transfersFolder(container.path()), task.id); }
+  std::vector<TransferTask> listed() const { return listTransfers(container.path()).tasks; }
+
+  Folder container;
   TransferTask task;
 };
 
 TEST(TransferStore, EverythingOfATaskComesBack) {
   Left left;
-  TransferStore next(left.folder.path());
+  const TransferTask listed = left.listed().at(0);
+  EXPECT_EQ(listed.wait.attempts, 3);
+  EXPECT_EQ(listed.wait.next, 1'700'000'004);
+  EXPECT_EQ(listed.wait.error.localizedDescription, "The network connection was lost.");
+  TransferStore next(left.container.path());
   const auto tasks = next.adopt();
   ASSERT_EQ(tasks.size(), 1u);
   EXPECT_EQ(tasks[0].id, left.task.id);
@@ -55,98 +62,137 @@ TEST(TransferStore, EverythingOfATaskComesBack) {
   EXPECT_EQ(tasks[0].created, 1'700'000'000.25);
   EXPECT_EQ(tasks[0].outcome->answer, left.task.outcome->answer);
   EXPECT_FALSE(tasks[0].outcome->error);
-  fs::remove(left.part(TransferPart::outcome));
-  const TransferTask waiting = listTransfers(left.folder.path()).tasks.at(0);
-  EXPECT_EQ(waiting.wait.attempts, 3);
-  EXPECT_EQ(waiting.wait.next, 1'700'000'004);
-  EXPECT_EQ(waiting.wait.error.localizedDescription, "The network connection was lost.");
 }
 
-TEST(TransferStore, EveryCutAndEveryChangedByteOfARecordIsFound) {
-  Left left;
-  const auto sweep = [&](TransferPart part, auto decode) {
-    const std::string whole = readWhole(left.part(part));
-    EXPECT_TRUE(decode(whole));
-    EXPECT_FALSE(decode(whole + "x"));
-    for (std::size_t at = 0; at < whole.size(); ++at) {
-      std::string changed = whole;
-      changed[at] ^= 0x01;
-      EXPECT_FALSE(decode(changed)) << at;
-      EXPECT_FALSE(decode(whole.substr(0, at))) << at;
+/// Three tasks, the second with an outcome, and where each record ends.
+struct Records {
+  Records() {
+    for (const char* id : {"1-a", "1-b", "1-c"}) {
+      add(taskRecord({.id = id, .request = kRequest}));
     }
-  };
-  sweep(TransferPart::task, decodeTask);
-  sweep(TransferPart::wait, decodeWait);
-  sweep(TransferPart::outcome, decodeOutcome);
-}
+    TransferTask ended = {.id = "1-b"};
+    ended.outcome = {.order = 1, .error = urlError(URLErrorCode::cancelled)};
+    add(outcomeRecord(ended));
+    add(removalRecord("1-a"));
+  }
+  void add(const std::string& record) {
+    bytes += record;
+    ends.push_back(bytes.size());
+  }
+  std::string bytes;
+  std::vector<std::size_t> ends;
+};
 
-TEST(TransferStore, DamagedRecordsAreSetAsideAndSaid) {
-  using enum TransferPart;
-  const struct {
-    TransferPart part;
-    const char* ending;
-    std::size_t tasksLeft;
-    std::size_t filesAside;
-  } kRows[] = {{task, ".task", 0, 4}, {outcome, ".outcome", 1, 1}, {wait, ".wait", 1, 1}};
-  for (const auto& row : kRows) {
-    Left left;
-    if (row.part == wait) {
-      fs::remove(left.part(outcome));
-    }
-    writeWhole(left.part(row.part), "damaged");
-    const auto listing = listTransfers(left.folder.path());
-    ASSERT_EQ(listing.damaged.size(), 1u);
-    EXPECT_EQ(listing.damaged[0].file, left.part(row.part));
-    EXPECT_EQ(readWhole(left.part(row.part)), "damaged") << "a reader changes nothing";
-
-    TransferStore store(left.folder.path());
-    const auto tasks = store.adopt();
-    EXPECT_EQ(tasks.size(), row.tasksLeft);
-    for (const TransferTask& found : tasks) {
-      EXPECT_EQ(found.state(), TransferState::pending);
-    }
-    EXPECT_THAT(store.takeReports(),
-                ElementsAre(HasSubstr(row.ending + std::string(".damaged: "))));
-    EXPECT_EQ(readWhole(left.part(row.part) += ".damaged"), "damaged");
-    EXPECT_EQ(readWhole(row.part == task ? left.part(body) += ".damaged" : left.part(body)),
-              "hello");
-    EXPECT_EQ(listTransfers(left.folder.path()).damaged.size(), row.filesAside)
-        << "what was set aside stays in the list";
+TEST(TransferJournal, ACutLeavesEveryRecordBeforeItAndIsNoDamage) {
+  const Records records;
+  for (std::size_t length = 0; length <= records.bytes.size(); ++length) {
+    const Journal journal = readJournal(std::string_view(records.bytes).substr(0, length));
+    const auto whole = std::ranges::count_if(records.ends, [&](auto end) { return end <= length; });
+    EXPECT_THAT(journal.damage, IsEmpty()) << length;
+    EXPECT_EQ(journal.length, whole == 0 ? 0 : records.ends[whole - 1]);
+    EXPECT_EQ(journal.tasks.size(), whole == 5 ? 2u : std::min<std::size_t>(whole, 3));
   }
 }
 
-TEST(TransferStore, AHostThatIsGoneLeavesNoRefuse) {
-  Left left;
-  const fs::path folder = left.part(TransferPart::task).parent_path();
-  for (const char* name :
-       {"1-dead.body", "1-dead.outcome", "1-dead.wait", "1-dead.task.new", "core"}) {
-    writeWhole(folder / name, "left");
+TEST(TransferJournal, EveryChangedByteIsFoundAndCostsOneRecordOnly) {
+  const Records records;
+  for (std::size_t at = 0; at < records.bytes.size(); ++at) {
+    std::string changed = records.bytes;
+    changed[at] ^= 0x01;
+    const Journal journal = readJournal(changed);
+    EXPECT_EQ(journal.damage.size(), 1u) << at;
+    EXPECT_EQ(journal.length, changed.size());
+    const auto record = std::ranges::upper_bound(records.ends, at) - records.ends.begin();
+    const std::size_t left[] = {2, 1, 1, 2, 3};
+    EXPECT_EQ(journal.tasks.size(), left[record]) << at;
   }
-  const auto before = listTransfers(left.folder.path());
-  EXPECT_EQ(before.tasks.size(), 1u);
-  EXPECT_THAT(before.damaged, IsEmpty());
-  EXPECT_TRUE(fs::exists(folder / "1-dead.body")) << "a reader changes nothing";
-  TransferStore store(left.folder.path());
+}
+
+TEST(TransferStore, ADamagedJournalIsSetAsideAndTheRestGoesOn) {
+  Left left;
+  const std::string whole = readWhole(left.journal());
+  writeWhole(left.journal(), "nonsense" + whole);
+  const auto listing = listTransfers(left.container.path());
+  ASSERT_EQ(listing.damaged.size(), 1u);
+  EXPECT_EQ(listing.damaged[0].file, left.journal());
+  EXPECT_EQ(listing.tasks.size(), 1u);
+  EXPECT_EQ(readWhole(left.journal()), "nonsense" + whole) << "a reader changes nothing";
+  for (const char* name : {"journal.damaged", "journal.damaged-2"}) {
+    writeWhole(left.journal(), "nonsense" + whole);
+    TransferStore store(left.container.path());
+    EXPECT_EQ(store.adopt().size(), 1u);
+    EXPECT_THAT(store.takeReports(), ElementsAre(HasSubstr(name)));
+    EXPECT_EQ(readWhole(left.folder() / name), "nonsense" + whole);
+  }
+  EXPECT_THAT(TransferStore(left.container.path()).takeReports(), IsEmpty());
+  EXPECT_EQ(listTransfers(left.container.path()).damaged.size(), 2u) << "the copies stay listed";
+}
+
+TEST(TransferStore, AJournalThatCantBeReadIsLeftAloneAndSaidOnce) {
+  Left left;
+  fs::remove(left.journal());
+  fs::create_directory(left.journal());
+  TransferStore store(left.container.path());
+  EXPECT_THAT(store.adopt(), IsEmpty());
+  EXPECT_THAT(store.adopt(), IsEmpty());
+  EXPECT_THAT(store.takeReports(), ElementsAre(HasSubstr(left.journal().string())));
+  EXPECT_TRUE(store.add(std::span(&kRequest, 1), 1)) << "there are other folders";
+}
+
+TEST(TransferStore, TasksOfOtherFoldersAreDamage) {
+  Left left;
+  writeWhole(left.journal(),
+             taskRecord({.id = "../../1-a", .request = kRequest}) +
+                 taskRecord({.id = "2-a", .request = kRequest}));
+  TransferStore store(left.container.path());
+  EXPECT_THAT(store.adopt(), IsEmpty());
+  EXPECT_EQ(store.takeReports().size(), 2u);
+}
+
+TEST(TransferStore, AHostThatIsGoneLeavesNoBodies) {
+  Left left;
+  writeWhole(left.folder() / "1-dead.body", "left");
+  EXPECT_EQ(left.listed().size(), 1u);
+  EXPECT_TRUE(fs::exists(left.folder() / "1-dead.body")) << "a reader changes nothing";
+  TransferStore store(left.container.path());
   EXPECT_EQ(store.adopt().size(), 1u);
+  EXPECT_FALSE(fs::exists(left.folder() / "1-dead.body"));
   EXPECT_TRUE(store.remove(left.task.id));
-  EXPECT_TRUE(fs::is_empty(folder));
+  EXPECT_FALSE(fs::exists(left.body()));
+  EXPECT_THAT(left.listed(), IsEmpty());
 }
 
-TEST(TransferStore, AfterAPowerCutABodyThatIsShortIsDownloadedAgain) {
-  Left left;
-  writeWhole(left.part(TransferPart::body), "hel");
-  TransferStore store(left.folder.path());
-  const auto tasks = store.adopt();
-  ASSERT_EQ(tasks.size(), 1u);
-  EXPECT_EQ(tasks[0].state(), TransferState::pending);
+TEST(TransferStore, ABodyThatIsShortOrGoneIsDownloadedAgain) {
+  for (const char* body : {"hel", ""}) {
+    Left left;
+    body[0] ? writeWhole(left.body(), body) : void(fs::remove(left.body()));
+    TransferStore store(left.container.path());
+    const auto tasks = store.adopt();
+    ASSERT_EQ(tasks.size(), 1u);
+    EXPECT_EQ(tasks[0].state(), TransferState::pending);
+  }
 }
 
-TEST(TransferStore, ABodyThatItsReceiverHasTakenIsNotDeliveredAgain) {
-  Left left;
-  fs::remove(left.part(TransferPart::body));
-  EXPECT_THAT(TransferStore(left.folder.path()).adopt(), IsEmpty());
-  EXPECT_THAT(TransferStore(left.folder.path()).adopt(), IsEmpty());
-  EXPECT_FALSE(fs::exists(left.part(TransferPart::task)));
+TEST(TransferStore, TheJournalDoesNotGrowForEver) {
+  Folder container;
+  TransferStore store(container.path());
+  TransferRequest large = kRequest;
+  large.body = std::string(50'000, 'x');
+  const auto stays = store.add(std::span(&large, 1), 1);
+  ASSERT_TRUE(stays);
+  std::uintmax_t most = 0;
+  for (int count = 0; count < 100; ++count) {
+    const auto passes = store.add(std::span(&large, 1), 2);
+    ASSERT_TRUE(passes);
+    ASSERT_TRUE(store.remove(passes->front().id));
+    most = std::max(most, fs::file_size(transfersFolder(container.path()) / "1" / "journal"));
+  }
+  EXPECT_LT(most, 2'000'000u);
+  const auto left = listTransfers(container.path()).tasks;
+  ASSERT_EQ(left.size(), 1u);
+  EXPECT_EQ(left[0].request, large);
+  ASSERT_TRUE(store.remove(left[0].id));
+  EXPECT_LT(fs::file_size(transfersFolder(container.path()) / "1" / "journal"), 100'000u);
 }
 
 TEST(TransferStore, HostsSideBySideKeepTheirTasksUntilTheyAreGone) {
@@ -169,7 +215,7 @@ TEST(TransferStore, HostsSideBySideKeepTheirTasksUntilTheyAreGone) {
 
 TEST(TransferStore, ATaskFoundInTheFolderThatAnAdditionTookIsAdoptedToo) {
   Left left;
-  TransferStore store(left.folder.path());
+  TransferStore store(left.container.path());
   ASSERT_TRUE(store.add(std::span(&kRequest, 1), 2));
   const auto tasks = store.adopt();
   ASSERT_EQ(tasks.size(), 1u);

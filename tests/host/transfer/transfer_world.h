@@ -1,10 +1,10 @@
 #pragma once
 
-#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "host/transfer/transfer_folder.h"
 #include "host/transfer/transfer_listing.h"
 #include "host/transfer/transfer_service.h"
 #include "tests/host/transfer/scripted_server.h"
@@ -67,18 +67,16 @@ class Transfers {
   }
   std::string body(const std::string& id) const { return readWhole(service_->bodyOf(id)); }
   const std::filesystem::path& container() const { return folder_.path(); }
-  /// The files under the store, without their ids, sorted.
+  /// The names of the files that the store has.
   std::vector<std::string> files() const {
-    std::vector<std::string> endings;
+    std::vector<std::string> names;
     for (const auto& entry :
          std::filesystem::recursive_directory_iterator(host::transfersFolder(folder_.path()))) {
       if (entry.is_regular_file()) {
-        const std::string name = entry.path().filename().string();
-        endings.push_back(name.substr(name.find('.')));
+        names.push_back(entry.path().filename());
       }
     }
-    std::ranges::sort(endings);
-    return endings;
+    return names;
   }
 
   double now = 1'700'000'000;
