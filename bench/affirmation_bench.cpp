@@ -1,6 +1,6 @@
-#include <filesystem>
-
 #include <benchmark/benchmark.h>
+
+#include <filesystem>
 
 #include "bench/demo_phone.h"
 #include "host/extension_process.h"
@@ -18,19 +18,17 @@ using namespace platform;
 
 constexpr const char* kSuite = "group.com.quiloapp.sharedData";
 
-/// The whole way of a request but for the host's disk: the extension is told of a locale change, and
-/// its host takes the download at once.
+/// The whole way of a request but for the host's disk: the extension is told of a locale change,
+/// and its host takes the download at once.
 void handOver(benchmark::State& state) {
   const DemoPhone phone;
   require(NSUserDefaults::initWithSuiteName(kSuite), kSuite).setObject("u-1", "sharedUid");
   int taken = 0;
   const auto extension = valueOf(host::ExtensionProcess::start(
-      kExtension,
-      {},
-      {.download = [&](const StartDownload&) -> std::expected<void, NSError> {
-         ++taken;
-         return {};
-       }}));
+      kExtension, {}, {.download = [&](const StartDownload&) -> std::expected<void, NSError> {
+        ++taken;
+        return {};
+      }}));
   valueOf(extension->ask(phone.configure()));
   valueOf(extension->ask(LocaleChanged()));
   for (auto _ : state) {

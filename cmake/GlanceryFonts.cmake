@@ -1,17 +1,34 @@
 # The typefaces: Inter stands in for the phone's own, Literata (by npm) for the product's serif.
 find_program(WOFF2_DECOMPRESS woff2_decompress REQUIRED)
-find_file(GLANCERY_SYSTEM_FONT Inter-roman.var.ttf REQUIRED
-  PATHS /usr/share/fonts/truetype/inter-vf /usr/local/share/fonts
-  DOC "The variable typeface that serves as the phone's own (Debian: fonts-inter-variable)")
 
-# Copies the system's typefaces to where the host looks for them.
-add_custom_command(
-  OUTPUT ${CMAKE_BINARY_DIR}/system/Fonts/Inter-roman.var.ttf
-  COMMAND ${CMAKE_COMMAND} -E copy ${GLANCERY_SYSTEM_FONT} ${CMAKE_BINARY_DIR}/system/Fonts/Inter-roman.var.ttf
-  DEPENDS ${GLANCERY_SYSTEM_FONT}
-  VERBATIM)
-add_custom_target(glancery_system_fonts ALL
-  DEPENDS ${CMAKE_BINARY_DIR}/system/Fonts/Inter-roman.var.ttf)
+# What the host takes for the phone's own typefaces, where it looks for them. Those below Fallback are
+# opened only for a character that no other has: weekdays of other scripts, symbols in a sentence.
+set(system_fonts ${CMAKE_BINARY_DIR}/system/Fonts)
+set(system_font_files)
+function(glancery_system_font name package folder)
+  string(MAKE_C_IDENTIFIER GLANCERY_FONT_${name} variable)
+  find_file(${variable} ${name} REQUIRED
+    PATHS
+      /usr/share/fonts/truetype/ancient-scripts
+      /usr/share/fonts/truetype/droid
+      /usr/share/fonts/truetype/inter-vf
+      /usr/share/fonts/truetype/noto
+      /usr/local/share/fonts
+    DOC "A typeface of the phone's (Debian: ${package})")
+  add_custom_command(
+    OUTPUT ${folder}/${name}
+    COMMAND ${CMAKE_COMMAND} -E copy ${${variable}} ${folder}/${name}
+    DEPENDS ${${variable}}
+    VERBATIM)
+  set(system_font_files ${system_font_files} ${folder}/${name} PARENT_SCOPE)
+endfunction()
+
+glancery_system_font(Inter-roman.var.ttf fonts-inter-variable ${system_fonts})
+glancery_system_font(NotoSansArabicUI-Regular.ttf fonts-noto-ui-core ${system_fonts}/Fallback)
+glancery_system_font(NotoSansThaiUI-Regular.ttf fonts-noto-ui-core ${system_fonts}/Fallback)
+glancery_system_font(DroidSansFallbackFull.ttf fonts-droid-fallback ${system_fonts}/Fallback)
+glancery_system_font(Symbola_hint.ttf fonts-symbola ${system_fonts}/Fallback)
+add_custom_target(glancery_system_fonts ALL DEPENDS ${system_font_files})
 
 # Unpacks the serif into a folder of the build: Literata-latin.ttf covers Spanish, Portuguese and
 # French with their quotation marks, Literata-latin-ext.ttf the other Latin languages. Both belong in
