@@ -1,11 +1,14 @@
 #include <curl/curl.h>
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -121,6 +124,26 @@ void bareInTurn(const Work& work) {
   curl_easy_cleanup(handle);
 }
 
+/// The same, each request written to a file and synced before it goes: what the disk alone costs.
+void bareSynced(const Work& work) {
+  const int journal =
+      ::open((work.folder / "journal").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+  CURL* handle = curl_easy_init();
+  for (int number = 0; number < kDownloads; ++number) {
+    if (::write(journal, kRequestBody, std::strlen(kRequestBody)) < 0 ||
+        ::fdatasync(journal) != 0) {
+      platform::fatalError("the disk can't be written");
+    }
+    std::FILE* file = setUp(handle, work, number);
+    if (curl_easy_perform(handle) != CURLE_OK) {
+      platform::fatalError("a download failed");
+    }
+    std::fclose(file);
+  }
+  curl_easy_cleanup(handle);
+  ::close(journal);
+}
+
 /// As many at once as the service has.
 void bareTogether(const Work& work) {
   CURLM* multi = curl_multi_init();
@@ -232,6 +255,7 @@ int main() {
   Way ways[] = {{"libcurl bare, one after the other", bareInTurn, kRounds},
                 {"libcurl bare, 8 at once", bareTogether, kRounds},
                 {"service, added together", serviceTogether, kRounds},
+                {"libcurl bare, each synced before", bareSynced, kRounds},
                 {"service, added one by one", serviceOneByOne, kRounds},
                 {"curl in a shell's loop", shellLoop, 1}};
   curl_global_init(CURL_GLOBAL_DEFAULT);
