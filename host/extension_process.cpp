@@ -161,29 +161,27 @@ std::expected<ExtensionMessage, ExtensionFailure> ExtensionProcess::awaitAnswer(
   using Kind = ExtensionFailure::Kind;
   auto nextLook = std::chrono::steady_clock::now() + kMemoryInterval;
   for (;;) {
-    std::array<pollfd, 3> wanted = {pollfd{channel_->descriptor(), POLLIN, 0},
-                                    pollfd{log_.descriptor, POLLIN, 0},
-                                    pollfd{complaints_.descriptor, POLLIN, 0}};
-    ::poll(wanted.data(), wanted.size(), static_cast<int>(kMemoryInterval.count()));
-    drainOutput();
-    if (wanted[0].revents != 0) {
-      const auto value = channel_->receive(0ms);
-      if (value) {
-        auto message = decodeExtensionMessage(*value);
-        if (!message) {
-          return std::unexpected(end(Kind::nonsense, message.error()));
-        }
-        if (serve(*message)) {
-          continue;
-        }
+    // Looked for before every wait: several messages may have come at once, and those that the
+    // channel holds already wake nobody.
+    const auto value = channel_->receive(0ms);
+    if (value) {
+      auto message = decodeExtensionMessage(*value);
+      if (!message) {
+        return std::unexpected(end(Kind::nonsense, message.error()));
+      }
+      if (!serve(*message)) {
         return *std::move(message);
       }
-      if (value.error().kind == ChannelError::Kind::malformed) {
-        return std::unexpected(end(Kind::nonsense, value.error().what));
-      }
-      if (value.error().kind != ChannelError::Kind::timedOut) {
-        return std::unexpected(end(Kind::crashed, value.error().what));
-      }
+    } else if (value.error().kind == ChannelError::Kind::malformed) {
+      return std::unexpected(end(Kind::nonsense, value.error().what));
+    } else if (value.error().kind != ChannelError::Kind::timedOut) {
+      return std::unexpected(end(Kind::crashed, value.error().what));
+    } else {
+      std::array<pollfd, 3> wanted = {pollfd{channel_->descriptor(), POLLIN, 0},
+                                      pollfd{log_.descriptor, POLLIN, 0},
+                                      pollfd{complaints_.descriptor, POLLIN, 0}};
+      ::poll(wanted.data(), wanted.size(), static_cast<int>(kMemoryInterval.count()));
+      drainOutput();
     }
     // A line of the log wakes this wait as well; a look costs more than most lines.
     const auto now = std::chrono::steady_clock::now();

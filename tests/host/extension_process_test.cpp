@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 
 #include <csignal>
+#include <thread>
 
 #include "tests/world.h"
 
@@ -28,11 +29,12 @@ constexpr ExtensionLimits kGenerous = {.answer = 10s, .memory = kMemory};
 /// Starts the misbehaving extension in a folder of that name.
 std::unique_ptr<ExtensionProcess> startThatDoes(const world::Folder& folder,
                                                 const std::string& how,
-                                                ExtensionLimits limits = kLimits) {
+                                                ExtensionLimits limits = kLimits,
+                                                ExtensionRequests requests = {}) {
   const auto home = folder.path() / how;
   std::filesystem::create_directories(home);
   std::filesystem::create_symlink(GLANCERY_MISBEHAVING_EXTENSION, home / "Glancery");
-  auto started = ExtensionProcess::start(home, limits);
+  auto started = ExtensionProcess::start(home, limits, std::move(requests));
   EXPECT_TRUE(started) << started.error().reason;
   return *std::move(started);
 }
@@ -85,6 +87,19 @@ TEST(ExtensionProcess, ALogLargerThanAPipeIsCollectedWhole) {
   ASSERT_TRUE(extension->ask(DescribeRequest()));
   ASSERT_EQ(extension->log().size(), 20000u);
   EXPECT_EQ(extension->log().back(), "line 19999 of more than any pipe holds at once");
+}
+
+TEST(ExtensionProcess, MessagesThatCameWhileOneWasServedAreNotWaitedFor) {
+  const world::Folder folder;
+  int reloads = 0;
+  const auto reload = [&](const std::string&) {
+    ++reloads;
+    std::this_thread::sleep_for(100ms);  // The rest, and the answer, arrive meanwhile.
+  };
+  const auto extension = startThatDoes(folder, "insist", kGenerous, {.reload = reload});
+  const auto answer = extension->ask(DescribeRequest());
+  EXPECT_TRUE(answer) << answer.error().reason;
+  EXPECT_EQ(reloads, 3);
 }
 
 TEST(ExtensionProcess, OneThatLingersIsEndedWithTheHost) {

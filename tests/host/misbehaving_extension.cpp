@@ -52,6 +52,11 @@ void misbehave(const std::string& how, MessageChannel& channel, std::int64_t id)
   if (how == "confuse") {
     (void)channel.send(encode(ExtensionMessage{id + 1, Done()}));
   }
+  if (how == "insist") {
+    for (int time = 0; time < 3; ++time) {
+      (void)channel.send(encode(ExtensionMessage{0, ReloadTimelines{"Widget"}}));
+    }
+  }
   if (how == "withdraw") {
     ::close(STDOUT_FILENO);
     ::close(STDERR_FILENO);
