@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "host/command_error.h"
+#include "host/transfer/transfer_listing.h"
 #include "host/widget_host.h"
 
 // The half of the host that downloads for its extension: the phone keeps the transfers, whatever
@@ -28,6 +29,18 @@ FinishedDownload finishedDownload(const TransferTask& task, const TransferServic
     download.file = transfers.bodyOf(task.id).string();
   }
   return download;
+}
+
+/// What downloads wait for, in one line.
+std::string reasonToWait(std::size_t pending, const std::filesystem::path& container) {
+  const auto tasks = listTransfers(container).tasks;
+  const auto tried = std::ranges::find_if(
+      tasks, [](const TransferTask& task) { return !task.outcome && task.wait.attempts > 0; });
+  return (pending == 1 ? "a download is still waiting: "
+                       : std::to_string(pending) + " downloads are still waiting: ") +
+         (tried == tasks.end() ? "there is no answer yet"
+                               : tried->wait.error.localizedDescription) +
+         " (see glancery downloads)";
 }
 
 }  // namespace
@@ -74,8 +87,7 @@ void WidgetHost::settleDownloads(const std::string& kind,
 void WidgetHost::waitForTransfers(std::chrono::steady_clock::time_point deadline) {
   while (transfers().finished().empty() && transfers().pending() > 0) {
     if (std::chrono::steady_clock::now() >= deadline) {
-      throw CommandError(std::to_string(transfers().pending()) +
-                         " downloads are still waiting; glancery downloads says for what");
+      throw CommandError(reasonToWait(transfers().pending(), settings_.container));
     }
     transfers().step(kLongestStep);
     for (const std::string& report : transfers().takeReports()) {
