@@ -77,9 +77,13 @@ class WidgetHost {
   void startExtension();
   TransferService& transfers();
   std::expected<void, platform::NSError> takeDownload(const platform::StartDownload& start);
-  /// Brings every finished task to the extension, with a new launch of it if the first one ends.
+  /// Brings every finished task to the extension, with new launches of it where one ends meanwhile.
+  /// A body that ends one launch after the other is held back, and a failure told instead: what
+  /// comes behind it must get through.
   void deliverFinished();
-  void deliver(const TransferTask& task);
+  bool wasTaken(const TransferTask& task);
+  void deliver(const TransferTask& task, bool withBody);
+  void forget(const TransferTask& task);
   void waitForTransfers(std::chrono::steady_clock::time_point deadline);
 
   HostSettings settings_;
@@ -90,6 +94,8 @@ class WidgetHost {
   /// Sessions whose results this launch of the extension expects.
   std::set<std::string> openSessions_;
   std::set<std::string> reloadRequests_;
+  /// A launch ended that may have had a reload to ask for.
+  bool reloadsLost_ = false;
   std::optional<std::vector<platform::WidgetDescription>> widgets_;
   std::unique_ptr<platform::Renderer> renderer_;
 };

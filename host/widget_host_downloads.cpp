@@ -1,6 +1,9 @@
 #include <algorithm>
+#include <map>
+#include <utility>
 
 #include "host/command_error.h"
+#include "host/transfer/transfer_error.h"
 #include "host/transfer/transfer_listing.h"
 #include "host/widget_host.h"
 
@@ -13,12 +16,12 @@ using namespace platform;
 
 namespace {
 
-/// How often an extension that ends while it is given a result is started again for it.
+/// How many launches of the extension may end over a result before it is told of a failure instead.
 constexpr int kLaunches = 3;
 /// How long one wait for the network may last before the time left is looked at.
 constexpr auto kLongestStep = std::chrono::milliseconds(250);
 
-FinishedDownload finishedDownload(const TransferTask& task, const TransferService& transfers) {
+FinishedDownload finishedDownload(const TransferTask& task, const std::filesystem::path& body) {
   FinishedDownload download{.session = task.request.session, .url = task.request.url};
   if (task.outcome->answer) {
     download.status = task.outcome->answer->status;
@@ -26,7 +29,7 @@ FinishedDownload finishedDownload(const TransferTask& task, const TransferServic
   if (task.outcome->error) {
     download.error = task.outcome->error;
   } else {
-    download.file = transfers.bodyOf(task.id).string();
+    download.file = body.string();
   }
   return download;
 }
@@ -78,7 +81,7 @@ void WidgetHost::settleDownloads(const std::string& kind,
   while (transfers().pending() > 0 || !transfers().finished().empty()) {
     waitForTransfers(deadline);
     deliverFinished();
-    if (reloadRequests_.erase(kind) > 0) {
+    if (reloadRequests_.erase(kind) > 0 || std::exchange(reloadsLost_, false)) {
       reloaded();
     }
   }
@@ -97,35 +100,61 @@ void WidgetHost::waitForTransfers(std::chrono::steady_clock::time_point deadline
 }
 
 void WidgetHost::deliverFinished() {
-  for (int launch = 1;; ++launch) {
+  std::map<std::string, int> ends;
+  for (std::string given;;) {
+    std::set<std::string> sessions;
     try {
-      std::set<std::string> sessions;
       while (!transfers().finished().empty()) {
         const TransferTask task = *transfers().finished().front();
+        given = task.id;
+        if (ends[given] > 0 && wasTaken(task)) {
+          forget(task);
+          continue;
+        }
+        deliver(task, ends[given] < kLaunches);
         sessions.insert(task.request.session);
-        deliver(task);
+        forget(task);
       }
+      given.clear();
       for (const std::string& session : sessions) {
         ask<Done>(FinishEvents{session});
       }
       return;
     } catch (const ExtensionEnded& ended) {
       // What it was given and did not confirm is given to the next launch once more.
-      if (launch == kLaunches) {
+      if (++ends[given] > kLaunches) {
         throw;
       }
       complain(ended.what());
+      // It may have stored a result, and ended before it could ask for the reload.
+      const TransferTask* task = transfers().find(given);
+      reloadsLost_ = reloadsLost_ || !sessions.empty() || (task && wasTaken(*task));
       startExtension();
     }
   }
 }
 
-void WidgetHost::deliver(const TransferTask& task) {
+// The receiver removes the file when it is done with it.
+bool WidgetHost::wasTaken(const TransferTask& task) {
+  std::error_code ignored;
+  return !task.outcome->error && !std::filesystem::exists(transfers().bodyOf(task.id), ignored);
+}
+
+void WidgetHost::deliver(const TransferTask& task, bool withBody) {
   // A launch that did not start the download is told first what it was woken for.
   if (openSessions_.insert(task.request.session).second) {
     ask<Done>(BackgroundEvents{task.request.session});
   }
-  ask<Done>(DeliverDownload{finishedDownload(task, transfers())});
+  FinishedDownload download = finishedDownload(task, transfers().bodyOf(task.id));
+  if (!withBody && !download.error) {
+    complain("the extension ends over the download " + task.id + ": it is told of a failure");
+    download.file.clear();
+    download.error = urlError(URLErrorCode::unknown);
+  }
+  ask<Done>(DeliverDownload{std::move(download)});
+}
+
+void WidgetHost::forget(const TransferTask& task) {
   if (const auto done = transfers().markDelivered(task.id); !done) {
     throw CommandError(done.error());
   }
