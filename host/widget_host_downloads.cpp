@@ -82,7 +82,13 @@ void WidgetHost::settleDownloads(const std::string& kind,
     waitForTransfers(deadline);
     deliverFinished();
     if (reloadRequests_.erase(kind) > 0 || std::exchange(reloadsLost_, false)) {
-      reloaded();
+      try {
+        reloaded();
+      } catch (const ExtensionEnded& ended) {
+        complain(ended.what());
+        startExtension();
+        reloaded();
+      }
     }
   }
 }
