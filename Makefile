@@ -1,5 +1,5 @@
 # Everything the project is asked for; tools/ and CMakePresets.json do the work.
-.PHONY: run build test bench format lint sanitize install clean
+.PHONY: run build test bench format lint sanitize fuzz install clean
 
 run: build
 	@tools/demo
@@ -24,6 +24,11 @@ bench: install
 sanitize: install
 	@cmake --workflow --preset asan
 	@cmake --workflow --preset tsan
+
+# Twenty seconds a target; FUZZ_SECONDS=600 for a long look.
+fuzz: install
+	@cmake --workflow --preset fuzz
+	@fuzz/run
 
 format: install
 	@tools/format

@@ -54,10 +54,10 @@ class Dictionary {
   std::optional<double> number(std::string_view key) const;
   std::optional<std::string> string(std::string_view key) const;
 
-  bool empty() const { return members_.empty(); }
-  std::size_t size() const { return members_.size(); }
-  auto begin() const { return members_.begin(); }
-  auto end() const { return members_.end(); }
+  bool empty() const;
+  std::size_t size() const;
+  std::vector<Member>::const_iterator begin() const;
+  std::vector<Member>::const_iterator end() const;
   friend bool operator==(const Dictionary&, const Dictionary&);
 
  private:
@@ -114,5 +114,19 @@ class Value {
  private:
   Storage storage_;
 };
+
+// Down here, as a vector can be asked for its members only once they are complete.
+inline bool Dictionary::empty() const {
+  return members_.empty();
+}
+inline std::size_t Dictionary::size() const {
+  return members_.size();
+}
+inline std::vector<Dictionary::Member>::const_iterator Dictionary::begin() const {
+  return members_.begin();
+}
+inline std::vector<Dictionary::Member>::const_iterator Dictionary::end() const {
+  return members_.end();
+}
 
 }  // namespace platform

@@ -1,0 +1,41 @@
+#include <fstream>
+
+#include "fuzz/shared_records.h"
+#include "platform/foundation/property_list.h"
+#include "platform/foundation/suite_file.h"
+
+using namespace platform;
+
+namespace {
+
+void place(std::string_view bytes) {
+  const auto file = SuiteFile::pathOf(fuzz::Phone::container(), glancery::kAppGroupIdentifier);
+  std::filesystem::create_directories(file.parent_path());
+  std::ofstream(file, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+}  // namespace
+
+// The input is the suite's file itself: every record is read from it, and once more from what our
+// own writer makes of it.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const fuzz::Phone phone;
+  const auto input = fuzz::bytes(data, size);
+  place(input);
+  const auto records = fuzz::readSharedRecords();
+
+  const auto value = NSPropertyListSerialization::propertyListWithData(input);
+  if (!value) {
+    fuzz::expect(!value.error().localizedDescription.empty(), "a list is refused with a reason");
+    return 0;
+  }
+  const auto written = NSPropertyListSerialization::dataWithPropertyList(*value);
+  fuzz::expect(written.has_value(), "a list that was read can be written");
+  place(*written);
+  fuzz::expect(records == fuzz::readSharedRecords(), "a suite that was rewritten says the same");
+  const auto again = NSPropertyListSerialization::propertyListWithData(*written);
+  // In bytes: among values NaN would differ from itself.
+  fuzz::expect(again && NSPropertyListSerialization::dataWithPropertyList(*again) == written,
+               "a list survives a round trip");
+  return 0;
+}
