@@ -5,6 +5,7 @@
 #include "host/extension_process.h"
 #include "platform/foundation/bundle.h"
 #include "platform/foundation/cbor.h"
+#include "platform/widgetkit/extension_service.h"
 #include "platform/widgetkit/widget_bundle.h"
 
 namespace bench {

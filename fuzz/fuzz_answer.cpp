@@ -27,7 +27,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   WidgetCenter::shared().setHost([](const std::string&) { ++reloads; });
 
   const glancery::NetworkManager& manager = glancery::NetworkManager::shared();
-  const auto response = manager.parseAffirmationResponse(Data{std::string(fuzz::bytes(data, size))});
+  const auto response =
+      manager.parseAffirmationResponse(Data{std::string(fuzz::bytes(data, size))});
   if (!response.text) {
     return 0;
   }

@@ -59,9 +59,7 @@ inline SharedRecords readSharedRecords() {
                                            .affirmationDataKey = kAffirmationDataKey,
                                            .affirmationLastFetchKey = kAffirmationLastFetchKey,
                                            .userDefaultsUidKey = kSharedUidKey};
-  SharedRecords records = {streak.readStreakData(),
-                           affirmation.readStoredAffirmation(),
-                           {}};
+  SharedRecords records = {streak.readStreakData(), affirmation.readStoredAffirmation(), {}};
   for (const MoodDay& day : BinnacleProvider().readMoodDataFromUserDefaults()) {
     expect(!day.dayLabel.empty(), "every day has a label");
     records.moods.push_back(day.mood);

@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/base64.h"
+#include "platform/foundation/base64.h"
 
 namespace host {
 

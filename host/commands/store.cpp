@@ -4,12 +4,12 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host/base64.h"
 #include "host/command_error.h"
 #include "host/commands/commands.h"
 #include "host/device_options.h"
 #include "host/host_app.h"
 #include "host/json_output.h"
+#include "platform/foundation/base64.h"
 
 namespace host {
 

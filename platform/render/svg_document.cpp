@@ -8,7 +8,7 @@
 #include <memory>
 #include <string_view>
 
-#include "platform/render/base64.h"
+#include "platform/foundation/base64.h"
 #include "platform/render/corners.h"
 #include "platform/render/pixel_grid.h"
 #include "platform/render/text_mask.h"
@@ -211,7 +211,7 @@ class Document {
     }
     definitions_ += "  <image" + attribute("id", id) + attribute("width", size.width) +
                     attribute("height", size.height) + attribute("preserveAspectRatio", "none") +
-                    " href=\"data:image/png;base64," + base64(tools_.encoder.encode(bitmap)) +
+                    " href=\"data:image/png;base64," + encodeBase64(tools_.encoder.encode(bitmap)) +
                     "\"/>\n";
   }
 

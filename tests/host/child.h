@@ -54,7 +54,8 @@ class Child {
 
   pid_t pid() const { return pid_; }
 
-  /// Sends a signal, or none for 0, and waits for the end: the exit status, or 128 and the signal that ended it.
+  /// Sends a signal, or none for 0, and waits for the end: the exit status, or 128 and the signal
+  /// that ended it.
   int end(int signal) {
     if (pid_ > 0) {
       ::kill(pid_, signal);

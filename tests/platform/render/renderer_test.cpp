@@ -3,7 +3,6 @@
 
 #include <string>
 
-#include "platform/render/base64.h"
 #include "platform/render/png_reader.h"
 #include "platform/render/render_module.h"
 #include "platform/render/svg/svg_drawing.h"
@@ -185,20 +184,6 @@ TEST_F(RendererTest, OpeningFailsWithTheFileAtFault) {
     const auto loaded = loadRenderer(row.bundle, row.fonts, row.library);
     ASSERT_FALSE(loaded);
     EXPECT_THAT(loaded.error(), HasSubstr(row.error));
-  }
-}
-
-TEST(Base64, FollowsTheStandardsExamples) {
-  const std::pair<std::string_view, std::string_view> cases[] = {
-      {"", ""},
-      {"f", "Zg=="},
-      {"fo", "Zm8="},
-      {"foo", "Zm9v"},
-      {"foob", "Zm9vYg=="},
-      {"\xFF\xFE\xFD", "//79"},
-  };
-  for (const auto& [bytes, text] : cases) {
-    EXPECT_EQ(base64(bytes), text);
   }
 }
 

@@ -4,11 +4,11 @@
 #include <string>
 #include <string_view>
 
-namespace host {
+namespace platform {
 
 /// RFC 4648, with padding.
 std::string encodeBase64(std::string_view bytes);
 /// Nothing for text that is not base64.
 std::optional<std::string> decodeBase64(std::string_view text);
 
-}  // namespace host
+}  // namespace platform

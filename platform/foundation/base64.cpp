@@ -1,8 +1,8 @@
-#include "host/base64.h"
+#include "platform/foundation/base64.h"
 
 #include <cstdint>
 
-namespace host {
+namespace platform {
 
 namespace {
 
@@ -57,4 +57,4 @@ std::optional<std::string> decodeBase64(std::string_view text) {
   return bytes;
 }
 
-}  // namespace host
+}  // namespace platform

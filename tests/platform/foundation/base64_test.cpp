@@ -1,8 +1,8 @@
-#include "host/base64.h"
+#include "platform/foundation/base64.h"
 
 #include <gtest/gtest.h>
 
-namespace host {
+namespace platform {
 namespace {
 
 TEST(Base64, GoesThroughAndRefusesEverythingElse) {
@@ -28,4 +28,4 @@ TEST(Base64, GoesThroughAndRefusesEverythingElse) {
 }
 
 }  // namespace
-}  // namespace host
+}  // namespace platform
