@@ -125,6 +125,7 @@ void TransferService::step(std::chrono::milliseconds longest) {
   stepEngine(now);
   while (startDue(now) && stepEngine(now)) {
   }
+  removeBodies();
   armTimer(now);
 }
 
@@ -189,8 +190,7 @@ void TransferService::finish(TransferTask& task, TransferOutcome outcome) {
   task.outcome = std::move(outcome);
   finished_.emplace(task.outcome->order, task.id);
   if (task.outcome->error) {
-    std::error_code ignored;
-    std::filesystem::remove(store_.bodyOf(task.id), ignored);
+    note(store_.removeBody(task.id));
   }
   note(store_.keepOutcome(task));
 }
@@ -287,7 +287,20 @@ std::expected<void, std::string> TransferService::markDelivered(const std::strin
   }
   finished_.erase(found->second.outcome->order);
   tasks_.erase(found);
+  delivered_.push_back(id);
+  removeBodies();
   return {};
+}
+
+/// ext4 is slow to make files for some seconds after many were removed, so bodies go when no other
+/// is on its way.
+void TransferService::removeBodies() {
+  if (!running_.empty()) {
+    return;
+  }
+  for (const std::string& id : std::exchange(delivered_, {})) {
+    note(store_.removeBody(id));
+  }
 }
 
 std::vector<std::string> TransferService::takeReports() {

@@ -76,7 +76,8 @@ class TransferService {
 
   /// The body of a finished download.
   std::filesystem::path bodyOf(const std::string& id) const { return store_.bodyOf(id); }
-  /// Forgets a task that has ended and removes its file.
+  /// Forgets a task that has ended. Its body is removed now, or where others are under way once
+  /// they are not.
   std::expected<void, std::string> markDelivered(const std::string& id);
 
   /// What went wrong beside the calls (damaged files, no network library, a full disk), a sentence
@@ -92,6 +93,7 @@ class TransferService {
   void retry(TransferTask& task, platform::NSError why, double now);
   void finish(TransferTask& task, TransferOutcome outcome);
   void unschedule(const TransferTask& task);
+  void removeBodies();
   bool openEngine();
   void armTimer(double now);
   void note(const std::expected<void, std::string>& done);
@@ -106,6 +108,8 @@ class TransferService {
   std::set<std::pair<double, std::string>> waiting_;
   std::unordered_set<std::string> running_;
   std::map<std::int64_t, std::string> finished_;
+  /// Tasks whose bodies are to be removed.
+  std::vector<std::string> delivered_;
   std::int64_t lastOrder_ = 0;
   double lastLook_ = 0;
   double lastAdoption_ = 0;

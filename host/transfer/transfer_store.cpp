@@ -28,6 +28,10 @@ std::unexpected<std::string> failure(const char* what, const fs::path& path, int
                          std::generic_category().message(error));
 }
 
+std::string_view folderNameOf(std::string_view id) {
+  return id.substr(0, id.find('-'));
+}
+
 std::string newId(const fs::path& folder) {
   constexpr std::string_view kLetters = "0123456789abcdefghijkmnpqrstuvwx";
   unsigned char random[10] = {};
@@ -127,12 +131,8 @@ Done TransferStore::keepOutcome(const TransferTask& task) {
 
 Done TransferStore::remove(const std::string& id) {
   Held* held = holderOf(id);
-  // The record goes first: a body without a task is removed at the next start.
   if (auto written = append(held, removalRecord(id)); !written) {
     return written;
-  }
-  if (::unlink(bodyOf(id).c_str()) != 0 && errno != ENOENT) {
-    return failure("remove", bodyOf(id));
   }
   --held->tasks;
   if (held->tasks == 0 && held->length >= kShortJournal) {
@@ -144,6 +144,13 @@ Done TransferStore::remove(const std::string& id) {
     if (!renewed) {
       reports_.push_back(renewed.error());
     }
+  }
+  return {};
+}
+
+Done TransferStore::removeBody(const std::string& id) {
+  if (::unlink(bodyOf(id).c_str()) != 0 && errno != ENOENT) {
+    return failure("remove", bodyOf(id));
   }
   return {};
 }
@@ -171,7 +178,9 @@ std::expected<TransferStore::Held*, std::string> TransferStore::ownFolder() {
 }
 
 bool TransferStore::hold(const fs::path& folder) {
-  Held held = {folder, FileDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))};
+  Held held = {folder,
+               folder.filename().string(),
+               FileDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))};
   if (!held.lock || ::flock(held.lock.get(), LOCK_EX | LOCK_NB) != 0) {
     return errno != EWOULDBLOCK && giveUp(folder, failure("lock", folder).error());
   }
@@ -204,11 +213,11 @@ bool TransferStore::giveUp(const fs::path& folder, const std::string& why) {
 }
 
 bool TransferStore::holds(std::string_view id) const {
-  return std::ranges::find(held_, folderOf(transfers_, id), &Held::path) != held_.end();
+  return std::ranges::find(held_, folderNameOf(id), &Held::name) != held_.end();
 }
 
 TransferStore::Held* TransferStore::holderOf(std::string_view id) {
-  const auto held = std::ranges::find(held_, folderOf(transfers_, id), &Held::path);
+  const auto held = std::ranges::find(held_, folderNameOf(id), &Held::name);
   return held == held_.end() ? nullptr : &*held;
 }
 

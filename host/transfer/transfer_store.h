@@ -45,8 +45,9 @@ class TransferStore {
   // power: after that a task may be pending as it was when it was added.
   std::expected<void, std::string> keepWait(const TransferTask& task);
   std::expected<void, std::string> keepOutcome(const TransferTask& task);
-  /// Removes the task and its body.
+  /// Removes the task, but not its body: one that is left is removed at the next start.
   std::expected<void, std::string> remove(const std::string& id);
+  std::expected<void, std::string> removeBody(const std::string& id);
 
   /// What went wrong beside the calls, a sentence each; handed out once.
   std::vector<std::string> takeReports() { return std::exchange(reports_, {}); }
@@ -54,6 +55,8 @@ class TransferStore {
  private:
   struct Held {
     std::filesystem::path path;
+    /// The folder's own name, with which the ids of its tasks begin.
+    std::string name;
     FileDescriptor lock;
     FileDescriptor journal = {};
     std::size_t length = 0;

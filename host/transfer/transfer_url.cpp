@@ -1,18 +1,16 @@
 #include "host/transfer/transfer_url.h"
 
-#include <algorithm>
+#include <strings.h>
 
 namespace host {
 
 bool isTransferable(std::string_view url) {
-  return std::ranges::any_of(
-      std::initializer_list<std::string_view>{"http://", "https://"}, [&](std::string_view scheme) {
-        return url.size() >= scheme.size() &&
-               std::equal(scheme.begin(), scheme.end(), url.begin(), [](char known, char letter) {
-                 const bool upper = letter >= 'A' && letter <= 'Z';
-                 return known == (upper ? letter + 0x20 : letter);
-               });
-      });
+  constexpr std::string_view kSecure = "https://";
+  constexpr std::string_view kPlain = "http://";
+  return (url.size() >= kSecure.size() &&
+          ::strncasecmp(url.data(), kSecure.data(), kSecure.size()) == 0) ||
+         (url.size() >= kPlain.size() &&
+          ::strncasecmp(url.data(), kPlain.data(), kPlain.size()) == 0);
 }
 
 }  // namespace host

@@ -158,6 +158,7 @@ TEST(TransferStore, AHostThatIsGoneLeavesNoBodies) {
   EXPECT_EQ(store.adopt().size(), 1u);
   EXPECT_FALSE(fs::exists(left.folder() / "1-dead.body"));
   EXPECT_TRUE(store.remove(left.task.id));
+  EXPECT_TRUE(store.removeBody(left.task.id));
   EXPECT_FALSE(fs::exists(left.body()));
   EXPECT_THAT(left.listed(), IsEmpty());
 }
