@@ -213,6 +213,26 @@ TEST(TransferService, TwoTasksForOneAddressAreTwoTransfersAtOnce) {
             true);
 }
 
+TEST(TransferService, ADeliveredBodyIsGoneAtTheLatestWhenNoOtherIsOnItsWay) {
+  ScriptedServer server([](std::size_t, const std::string& request) {
+    return request.starts_with("GET /slow") ? Reply{"", hang} : answer("200 OK", "hello");
+  });
+  Transfers transfers;
+  const std::string slow = transfers.add({.url = server.url("/slow")});
+  const std::string quick = transfers.add({.url = server.url("/quick")});
+  while (!transfers.task(quick).outcome) {
+    transfers.service().step(std::chrono::milliseconds(1));
+  }
+  const auto body = transfers.service().bodyOf(quick);
+  EXPECT_EQ(readWhole(body), "hello");
+  ASSERT_TRUE(transfers.service().markDelivered(quick));
+  ASSERT_TRUE(transfers.service().cancel(slow));
+  transfers.service().step();
+  EXPECT_FALSE(std::filesystem::exists(body));
+  ASSERT_TRUE(transfers.service().markDelivered(slow));
+  EXPECT_THAT(transfers.files(), ElementsAre("journal"));
+}
+
 TEST(TransferService, ResultsComeInTheOrderOfTheirEndsAlsoAfterARestart) {
   ScriptedServer server({answer("200 OK", "hello")});
   Transfers transfers;
