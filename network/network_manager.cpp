@@ -96,12 +96,12 @@ void NetworkManager::fetchAffirmation() {
 // An empty address can't be asked; an empty key is the server's to refuse.
 std::optional<NetworkManager::Configuration> NetworkManager::readConfiguration() const {
   const auto info = NSBundle::mainBundle().infoDictionary();
-  const auto baseUrl = info ? info->string("ApiBaseUrl") : std::nullopt;
-  if (!baseUrl || baseUrl->empty()) {
+  if (!info) {
     return std::nullopt;
   }
+  const auto baseUrl = info->string("ApiBaseUrl");
   const auto apiKey = info->string("ApiKey");
-  if (!apiKey) {
+  if (!baseUrl || baseUrl->empty() || !apiKey) {
     return std::nullopt;
   }
   return Configuration{*baseUrl, *apiKey};

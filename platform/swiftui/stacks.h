@@ -14,6 +14,9 @@ namespace platform {
 template <std::ranges::input_range Range, class Content>
 std::vector<View> ForEach(const Range& elements, const Content& content) {
   std::vector<View> views;
+  if constexpr (std::ranges::sized_range<Range>) {
+    views.reserve(std::ranges::size(elements));
+  }
   for (const auto& element : elements) {
     views.push_back(content(element));
   }

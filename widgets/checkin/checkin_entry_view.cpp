@@ -24,7 +24,7 @@ View title(bool dark) {
 
 View face(Emotion emotion, bool hasUid) {
   const std::string name(rawValue(emotion));
-  const View image = Image(name).resizable().frame({.width = 40, .height = 40});
+  View image = Image(name).resizable().frame({.width = 40, .height = 40});
   if (!hasUid) {
     return image;
   }
