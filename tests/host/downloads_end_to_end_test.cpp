@@ -298,7 +298,6 @@ const Moment kMoments[] = {
     {"whileItIsUnderWay", ""},
     // The extension removes it after it has stored what was in it.
     {"onceItHasTakenTheBody", ".body"},
-    {"onceTheHostHasForgottenIt", ".task"},
 };
 INSTANTIATE_TEST_SUITE_P(When, ExtensionKilled, ::testing::ValuesIn(kMoments), [](const auto& row) {
   return std::string(row.param.name);
