@@ -11,6 +11,7 @@
 #include "platform/foundation/json_serialization.h"
 #include "platform/foundation/require.h"
 #include "platform/foundation/user_defaults.h"
+#include "platform/widgetkit/extension_service.h"
 #include "platform/widgetkit/widget_bundle.h"
 
 // The mood log reads its whole record for every timeline, and the host app never shortens it: ten
