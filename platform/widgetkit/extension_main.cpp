@@ -111,18 +111,19 @@ void NSExtensionMain(std::vector<WidgetConfiguration> widgets) {
                stderr);
     std::exit(2);
   }
-  // Never destroyed: a delegate queue may still answer while the process ends.
-  HostLine& line = *new HostLine();
-  ExtensionService& service = *new ExtensionService(
-      std::move(widgets), [&line](const ExtensionMessage& message) { line.send(message); });
-  WidgetCenter::shared().setHost([&line](const std::string& kind) {
-    line.send({0, ReloadTimelines{kind}});
+  // Never destroyed, and never lost sight of: a delegate queue may still answer while the process
+  // ends.
+  static HostLine* const line = new HostLine();
+  static ExtensionService* const service = new ExtensionService(
+      std::move(widgets), [](const ExtensionMessage& message) { line->send(message); });
+  WidgetCenter::shared().setHost([](const std::string& kind) {
+    line->send({0, ReloadTimelines{kind}});
   });
-  setBackgroundTransferStarter([&line](const std::string& session, const NSURLRequest& request) {
-    return line.start(session, request);
+  setBackgroundTransferStarter([](const std::string& session, const NSURLRequest& request) {
+    return line->start(session, request);
   });
-  while (const auto message = line.next()) {
-    service.handle(*message);
+  while (const auto message = line->next()) {
+    service->handle(*message);
   }
 }
 
