@@ -1,0 +1,141 @@
+#include "host/schedule/timeline_scheduler.h"
+
+#include <algorithm>
+
+namespace host {
+
+using platform::Date;
+
+TimelineScheduler::Id TimelineScheduler::place(std::string kind, WidgetSchedule schedule) {
+  const Id widget = widgets_.size();
+  widgets_.push_back({std::move(schedule)});
+  byKind_[std::move(kind)].push_back(widget);
+  arm(widget);
+  return widget;
+}
+
+void TimelineScheduler::want(const std::string& kind, const ReloadRequest& request) {
+  const auto placed = byKind_.find(kind);
+  if (placed == byKind_.end()) {
+    return;
+  }
+  for (const Id widget : placed->second) {
+    widgets_[widget].schedule.want(request);
+    arm(widget);
+  }
+}
+
+void TimelineScheduler::wantAll(const ReloadRequest& request) {
+  for (Placed& placed : widgets_) {
+    placed.schedule.want(request);
+  }
+  armAll();
+}
+
+std::vector<TimelineScheduler::Due> TimelineScheduler::advance(Date now) {
+  const bool setBack = now < now_;
+  now_ = now;
+  if (setBack) {
+    for (Placed& placed : widgets_) {
+      placed.schedule.clockSetBack(now);
+    }
+    armAll();
+  }
+  std::vector<Id> moved;
+  while (!due_.empty() && due_.begin()->first <= now) {
+    moved.push_back(due_.begin()->second);
+    widgets_[moved.back()].due.reset();
+    due_.erase(due_.begin());
+  }
+  if (setBack) {
+    // What was shown already may be to come again.
+    moved.resize(widgets_.size());
+    for (Id widget = 0; widget < moved.size(); ++widget) {
+      moved[widget] = widget;
+    }
+  }
+  std::vector<Due> due;
+  for (const Id widget : moved) {
+    if (Due what = dueOf(widget); what.show || what.reload) {
+      due.push_back(std::move(what));
+    }
+    arm(widget);
+  }
+  return due;
+}
+
+TimelineScheduler::Due TimelineScheduler::dueOf(Id widget) {
+  Placed& placed = widgets_[widget];
+  Due due = {.widget = widget};
+  const auto shown = placed.schedule.entryAt(now_, budget_);
+  due.show = shown != placed.shown;
+  placed.shown = shown;
+  if (!placed.asked) {
+    due.reload = placed.schedule.takeReload(now_, budget_);
+    placed.asked = due.reload.has_value();
+  }
+  return due;
+}
+
+void TimelineScheduler::fetched(Id widget,
+                                TimelinePlan plan,
+                                const ReloadRequest& request,
+                                Date now) {
+  Placed& placed = widgets_[widget];
+  placed.schedule.fetched(std::move(plan), request, now);
+  placed.asked = false;
+  now_ = std::max(now_, now);
+  placed.shown = placed.schedule.entryAt(now_, budget_);
+  arm(widget);
+}
+
+void TimelineScheduler::failed(Id widget, const ReloadRequest& request) {
+  // A policy that was not followed is due by itself.
+  if (request.cause != ReloadCause::policy) {
+    widgets_[widget].schedule.want(request);
+  }
+}
+
+void TimelineScheduler::retry(Id widget) {
+  widgets_[widget].asked = false;
+  arm(widget);
+}
+
+std::optional<Date> TimelineScheduler::next() const {
+  return due_.empty() ? std::nullopt : std::optional(due_.begin()->first);
+}
+
+void TimelineScheduler::setBudget(const RefreshBudget& budget) {
+  budget_ = budget;
+  armAll();
+}
+
+/// Puts the widget's next moment in its place among all the others'.
+void TimelineScheduler::arm(Id widget) {
+  Placed& placed = widgets_[widget];
+  std::optional<Date> due = placed.schedule.nextEntry(now_, budget_);
+  if (placed.schedule.entryAt(now_, budget_) != placed.shown) {
+    due = now_;
+  }
+  if (!placed.asked) {
+    if (const auto reload = placed.schedule.nextReload(now_, budget_);
+        reload && (!due || reload->at < *due)) {
+      due = reload->at;
+    }
+  }
+  if (placed.due) {
+    due_.erase({*placed.due, widget});
+  }
+  placed.due = due;
+  if (due) {
+    due_.insert({*due, widget});
+  }
+}
+
+void TimelineScheduler::armAll() {
+  for (Id widget = 0; widget < widgets_.size(); ++widget) {
+    arm(widget);
+  }
+}
+
+}  // namespace host

@@ -1,0 +1,153 @@
+#include "host/schedule/widget_schedule.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace host {
+
+using platform::Date;
+
+namespace {
+
+constexpr double kBudgetWindow = 24 * 60 * 60;
+/// Without a budget a policy that lies in the past must not make the host ask without pause.
+constexpr double kLeastSpacing = 1;
+/// How far a clock may be corrected backwards without a consequence, in seconds.
+constexpr double kCorrection = 2;
+
+double spacingOf(const RefreshBudget& budget) {
+  return budget.enforced ? budget.spacing : kLeastSpacing;
+}
+
+}  // namespace
+
+WidgetSchedule::WidgetSchedule(ScheduleRecord record, TimelinePlan plan)
+    : record_(std::move(record)), plan_(std::move(plan)) {
+  for (std::size_t entry = 0; entry < plan_.entries.size(); ++entry) {
+    byDate_.push_back({plan_.entries[entry], entry});
+  }
+  std::ranges::stable_sort(byDate_, {}, &Showing::from);
+}
+
+void WidgetSchedule::want(ReloadRequest request) {
+  if (!record_.wanted || (isCounted(record_.wanted->cause) && !isCounted(request.cause))) {
+    record_.wanted = std::move(request);
+  }
+}
+
+std::optional<ReloadRequest> WidgetSchedule::takeReload(Date now, const RefreshBudget& budget) {
+  auto reload = nextReload(now, budget);
+  if (!reload || reload->at > now) {
+    return std::nullopt;
+  }
+  record_.wanted.reset();
+  return std::move(reload->request);
+}
+
+void WidgetSchedule::fetched(TimelinePlan plan, const ReloadRequest& request, Date now) {
+  ScheduleRecord record = std::move(record_);
+  record.fetched = now;
+  record.fetchedFor = request;
+  if (request.cause == ReloadCause::policy) {
+    record.lastByPolicy = now;
+  }
+  if (isCounted(request.cause)) {
+    record.counted.push_back(now);
+  }
+  while (!record.counted.empty() &&
+         record.counted.front() <= now.addingTimeInterval(-kBudgetWindow)) {
+    record.counted.pop_front();
+  }
+  *this = WidgetSchedule(std::move(record), std::move(plan));
+}
+
+std::vector<WidgetSchedule::Showing> WidgetSchedule::showings(const RefreshBudget& budget) const {
+  if (byDate_.size() < 3 || !budget.enforced) {
+    return byDate_;
+  }
+  std::vector<Showing> kept = {byDate_[0]};
+  for (std::size_t next = 1; next < byDate_.size();) {
+    Showing showing = byDate_[next];
+    if (next > 1) {
+      showing.from = std::max(showing.from, kept.back().from.addingTimeInterval(budget.spacing));
+    }
+    for (; next < byDate_.size() && byDate_[next].from <= showing.from; ++next) {
+      showing.entry = byDate_[next].entry;
+    }
+    kept.push_back(showing);
+  }
+  return kept;
+}
+
+std::optional<std::size_t> WidgetSchedule::entryAt(Date now, const RefreshBudget& budget) const {
+  if (byDate_.empty()) {
+    return std::nullopt;
+  }
+  const auto all = showings(budget);
+  const auto next = std::ranges::upper_bound(all, now, {}, &Showing::from);
+  return next == all.begin() ? next->entry : std::prev(next)->entry;
+}
+
+std::optional<Date> WidgetSchedule::nextEntry(Date now, const RefreshBudget& budget) const {
+  const auto all = showings(budget);
+  auto next = std::ranges::upper_bound(all, now, {}, &Showing::from);
+  // The first entry is shown before its date as well: there is nothing else.
+  if (next == all.begin() && next != all.end()) {
+    ++next;
+  }
+  return next == all.end() ? std::nullopt : std::optional(next->from);
+}
+
+std::optional<WidgetSchedule::Reload> WidgetSchedule::nextReload(
+    Date now, const RefreshBudget& budget) const {
+  if (!record_.fetched) {
+    return Reload{Date::distantPast(),
+                  record_.wanted.value_or(ReloadRequest{ReloadCause::first, "first request"})};
+  }
+  std::optional<Reload> due;
+  if (plan_.reloadAfter) {
+    Date at = std::max(*plan_.reloadAfter, allowed(now, budget));
+    if (record_.lastByPolicy) {
+      at = std::max(at, record_.lastByPolicy->addingTimeInterval(spacingOf(budget)));
+    }
+    due = Reload{at, {ReloadCause::policy, "the timeline's policy"}};
+  }
+  if (record_.wanted) {
+    const Date at =
+        isCounted(record_.wanted->cause) ? allowed(now, budget) : Date::distantPast();
+    if (!due || at <= due->at) {
+      due = Reload{at, *record_.wanted};
+    }
+  }
+  return due;
+}
+
+int WidgetSchedule::budgetLeft(Date now, const RefreshBudget& budget) const {
+  const Date start = now.addingTimeInterval(-kBudgetWindow);
+  const auto spent = std::ranges::count_if(record_.counted, [&](Date at) { return at > start; });
+  return std::max(0, budget.perDay - static_cast<int>(spent));
+}
+
+void WidgetSchedule::clockSetBack(Date now) {
+  const Date latest = now.addingTimeInterval(kCorrection);
+  std::erase_if(record_.counted, [&](Date at) { return at > latest; });
+  if (record_.lastByPolicy && *record_.lastByPolicy > latest) {
+    record_.lastByPolicy.reset();
+  }
+  if (record_.fetched && *record_.fetched > latest) {
+    want({ReloadCause::clock, "the clock was set back"});
+  }
+}
+
+/// When the budget lets a counted reload happen: at once, or when the one that many before it is a
+/// day old.
+Date WidgetSchedule::allowed(Date now, const RefreshBudget& budget) const {
+  if (!budget.enforced || budgetLeft(now, budget) > 0) {
+    return Date::distantPast();
+  }
+  const std::size_t blocking =
+      record_.counted.size() - static_cast<std::size_t>(std::max(budget.perDay, 1));
+  return record_.counted[blocking].addingTimeInterval(kBudgetWindow);
+}
+
+}  // namespace host
