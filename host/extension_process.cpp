@@ -157,6 +157,18 @@ std::expected<ExtensionMessage::Content, ExtensionFailure> ExtensionProcess::ask
   return std::move(answer->content);
 }
 
+std::vector<std::string> ExtensionProcess::takeLog() {
+  drainOutput();
+  return std::exchange(log_.lines, {});
+}
+
+void ExtensionProcess::noticeExit() {
+  pollfd gone = {exit_, POLLIN, 0};
+  if (!failure_ && ::poll(&gone, 1, 0) == 1) {
+    end(ExtensionFailure::Kind::crashed, {});
+  }
+}
+
 std::expected<ExtensionMessage, ExtensionFailure> ExtensionProcess::awaitAnswer(Deadline deadline) {
   using Kind = ExtensionFailure::Kind;
   auto nextLook = std::chrono::steady_clock::now() + kMemoryInterval;

@@ -64,8 +64,15 @@ class ExtensionProcess {
   std::expected<platform::ExtensionMessage::Content, ExtensionFailure> ask(
       platform::HostMessage::Content request);
 
-  /// The lines of standard output so far, without their line feeds.
+  /// The lines of standard output so far, without their line feeds; those that were taken are gone.
   const std::vector<std::string>& log() const { return log_.lines; }
+  std::vector<std::string> takeLog();
+  /// Why it is no longer there, once that was noticed.
+  const std::optional<ExtensionFailure>& failure() const { return failure_; }
+  /// Becomes readable when the process is gone; -1 once that was noticed.
+  int exitDescriptor() const { return failure_ ? -1 : exit_; }
+  /// Finds out what became of a process that left between two requests, if it did.
+  void noticeExit();
   pid_t pid() const { return pid_; }
   /// The largest resident memory so far, in bytes; 0 once the process is gone.
   std::size_t peakMemory() const;

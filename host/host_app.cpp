@@ -1,8 +1,11 @@
 #include "host/host_app.h"
 
+#include <algorithm>
+
 #include "host/command_error.h"
 #include "platform/foundation/date_formatter.h"
 #include "platform/foundation/json_serialization.h"
+#include "platform/foundation/time_zone.h"
 
 namespace host {
 
@@ -18,6 +21,25 @@ Data serialized(const Dictionary& record, const std::string& what) {
     throw CommandError(what + " can't be written: " + data.error().localizedDescription);
   }
   return *std::move(data);
+}
+
+/// The first moment of a day of the common calendar in the device's zone; now, where none is given.
+Date momentOf(const std::optional<std::string>& day) {
+  if (!day) {
+    return Date::now();
+  }
+  const auto midnight = Date::fromISO8601(*day + "T00:00:00Z");
+  if (!midnight) {
+    throw wrongValue("--day", *day, "give a day such as 2026-03-05");
+  }
+  const TimeZone zone = TimeZone::current();
+  const Date moment = zone.firstDateShowing(midnight->wholeSecondsSince1970());
+  constexpr double kSecondsPerDay = 24 * 60 * 60;
+  const double wall = moment.timeIntervalSince1970() + zone.secondsFromGMT(moment);
+  if (wall - midnight->timeIntervalSince1970() >= kSecondsPerDay) {
+    throw wrongValue("--day", *day, "the calendar of " + zone.identifier() + " left that day out");
+  }
+  return moment;
 }
 
 CommandError unreadableMoods(const std::string& why) {
@@ -64,6 +86,9 @@ void synchronize(NSUserDefaults& suite) {
 }
 
 void signIn(const std::string& uid) {
+  if (uid.empty()) {
+    throw wrongValue("UID", uid, "give the user's identifier; sign-out removes it");
+  }
   auto suite = openSharedSuite();
   suite.setObject(uid, "sharedUid");
   synchronize(suite);
@@ -83,7 +108,26 @@ void recordStreak(std::int64_t count, Date lastActive) {
   synchronize(suite);
 }
 
-void recordMood(const std::string& mood, Date moment) {
+Date instantOf(const std::string& text, const std::string& what) {
+  if (text.empty()) {
+    return Date::now();
+  }
+  const auto instant = Date::fromISO8601(text);
+  if (!instant) {
+    throw wrongValue(what, text, "give an instant such as 2026-03-05T08:30:00Z");
+  }
+  return *instant;
+}
+
+void recordNamedMood(const std::string& mood, const std::optional<std::string>& day) {
+  if (std::ranges::find(kMoodNames, mood) == kMoodNames.end()) {
+    std::string names;
+    for (const std::string_view name : kMoodNames) {
+      names += (names.empty() ? "" : ", ") + std::string(name);
+    }
+    throw wrongValue("NAME", mood, "give one of " + names);
+  }
+  const Date moment = momentOf(day);
   NSDateFormatter keys;
   keys.setDateFormat("yyyy-MM-dd");
   auto suite = openSharedSuite();

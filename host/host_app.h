@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,8 +15,18 @@ namespace host {
 /// this name and the keys below, as their app group says.
 inline constexpr const char* kSharedSuite = "group.com.quiloapp.sharedData";
 
+/// What the host app keeps in the suite, and the widget that it has reloaded when it changes that;
+/// none: all of them.
+struct HostAppKey {
+  std::string_view key;
+  std::string_view kind;
+};
+inline constexpr std::array kHostAppKeys = {HostAppKey{"sharedUid", ""},
+                                            HostAppKey{"streakData", "StreakWidget"},
+                                            HostAppKey{"moodsDataKey", "Binnacle"}};
+
 /// Plays the host app: writes into the shared suite what it would write. Each returns once the data
-/// is on the disk; a `CommandError` says what could not be done.
+/// is on the disk; a `CommandError` says what could not be done or names what can't be right.
 void signIn(const std::string& uid);
 void signOut();
 void recordStreak(std::int64_t count, platform::Date lastActive);
@@ -24,9 +35,13 @@ void recordStreak(std::int64_t count, platform::Date lastActive);
 inline constexpr std::array<std::string_view, 5> kMoodNames = {
     "veryBad", "bad", "neutral", "well", "veryWell"};
 
-/// Records the mood of the day of `moment` by the device's calendar, zone and digits, and keeps the
-/// other days. A stored record that can't be read is left alone, with a `CommandError`.
-void recordMood(const std::string& mood, platform::Date moment);
+/// Records the mood of a day, "2026-03-05" in the common calendar and the device's zone, today where
+/// none is given, under its name in the device's calendar and digits, and keeps the other days. A
+/// stored record that can't be read is left alone, with a `CommandError`.
+void recordNamedMood(const std::string& mood, const std::optional<std::string>& day);
+
+/// The instant of an ISO 8601 text, now for an empty one; `what` names it in the error.
+platform::Date instantOf(const std::string& text, const std::string& what);
 
 /// The shared suite, or a `CommandError` that says it can't be opened.
 platform::NSUserDefaults openSharedSuite();

@@ -45,6 +45,7 @@ int main(int argc, char** argv) {
   host::addAppCommand(app);
   host::addDownloadsCommand(app);
   host::addApiCommand(app);
+  host::addHomeCommand(app);
   try {
     checkCommandName(app, argc, argv);
     app.parse(argc, argv);

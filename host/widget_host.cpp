@@ -1,6 +1,7 @@
 #include "host/widget_host.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "host/command_error.h"
 #include "platform/render/render_module.h"
@@ -9,8 +10,24 @@ namespace host {
 
 using namespace platform;
 
-WidgetHost::WidgetHost(HostSettings settings) : settings_(std::move(settings)) {
+WidgetHost::WidgetHost(HostSettings settings, std::function<void(const std::string&)> report)
+    : settings_(std::move(settings)), report_(std::move(report)) {
   startExtension();
+}
+
+void WidgetHost::configure(HostSettings settings) {
+  settings_ = std::move(settings);
+  setCurrentDevice(settings_.device);
+  if (!extension_->failure()) {
+    sendSettings();
+  }
+}
+
+void WidgetHost::ensureExtension() {
+  extension_->noticeExit();
+  if (extension_->failure()) {
+    startExtension();
+  }
 }
 
 void WidgetHost::startExtension() {
@@ -27,6 +44,11 @@ void WidgetHost::startExtension() {
     throw CommandError(started.error().reason);
   }
   extension_ = *std::move(started);
+  ++launches_;
+  sendSettings();
+}
+
+void WidgetHost::sendSettings() {
   ask<Done>(
       ConfigureRequest{settings_.device, settings_.container.string(), settings_.infoOverrides});
 }
@@ -102,6 +124,12 @@ Renderer& WidgetHost::renderer() {
     renderer_ = *std::move(loaded);
   }
   return *renderer_;
+}
+
+std::vector<std::string> WidgetHost::takeLog() {
+  std::vector<std::string> lines = std::exchange(earlierLog_, {});
+  std::ranges::move(extension_->takeLog(), std::back_inserter(lines));
+  return lines;
 }
 
 std::vector<std::string> WidgetHost::log() const {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/command_error.h"
@@ -31,9 +32,20 @@ struct GalleryItem {
 /// What goes wrong ends the command with a `CommandError`.
 class WidgetHost {
  public:
-  explicit WidgetHost(HostSettings settings);
+  /// `report` hears what went wrong and was seen to.
+  explicit WidgetHost(HostSettings settings,
+                      std::function<void(const std::string&)> report = complain);
 
   const HostSettings& settings() const { return settings_; }
+  /// Plays another phone from now on, with the same bundle and container.
+  void configure(HostSettings settings);
+  /// Starts the extension again if it has ended.
+  void ensureExtension();
+  const ExtensionProcess& extension() const { return *extension_; }
+  /// How often an extension was started.
+  int launches() const { return launches_; }
+  /// Finds out whether the extension left between two requests.
+  void noticeExit() { extension_->noticeExit(); }
 
   std::vector<GalleryItem> gallery();
   /// Asks a widget's provider, in the widget's first family.
@@ -58,8 +70,22 @@ class WidgetHost {
                        std::chrono::seconds longest,
                        const std::function<void()>& reloaded);
 
+  /// For hosts that stay: takes leftovers of others over, and is told when to look for more.
+  void adoptDownloads() { transfers().adopt(); }
+  /// Readable when `stepDownloads` has something to do.
+  int downloadsDescriptor() { return transfers().descriptor(); }
+  /// Does what can be done without waiting, and delivers every result.
+  void stepDownloads();
+  std::size_t pendingDownloads() { return transfers().pending(); }
+  /// The kinds whose timelines the extension wants to be asked for again, each once.
+  std::set<std::string> takeReloadRequests() { return std::exchange(reloadRequests_, {}); }
+  /// Whether a launch ended meanwhile that may have had more of them.
+  bool takeReloadsLost() { return std::exchange(reloadsLost_, false); }
+
   /// Every line of the extension so far, over all its launches.
   std::vector<std::string> log() const;
+  /// Those since the last time; they are gone from `log` then.
+  std::vector<std::string> takeLog();
 
  private:
   template <class Answer>
@@ -75,6 +101,7 @@ class WidgetHost {
   const std::vector<platform::WidgetDescription>& widgets();
 
   void startExtension();
+  void sendSettings();
   TransferService& transfers();
   std::expected<void, platform::NSError> takeDownload(const platform::StartDownload& start);
   /// Brings every finished task to the extension, with new launches of it where one ends meanwhile.
@@ -85,9 +112,12 @@ class WidgetHost {
   void deliver(const TransferTask& task, bool withBody);
   void forget(const TransferTask& task);
   void waitForTransfers(std::chrono::steady_clock::time_point deadline);
+  void reportTransfers();
 
   HostSettings settings_;
+  std::function<void(const std::string&)> report_;
   std::unique_ptr<ExtensionProcess> extension_;
+  int launches_ = 0;
   std::vector<std::string> earlierLog_;
   /// Made at its first use: most commands transfer nothing.
   std::unique_ptr<TransferService> transfers_;

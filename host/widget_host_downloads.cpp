@@ -85,7 +85,7 @@ void WidgetHost::settleDownloads(const std::string& kind,
       try {
         reloaded();
       } catch (const ExtensionEnded& ended) {
-        complain(ended.what());
+        report_(ended.what());
         startExtension();
         reloaded();
       }
@@ -99,9 +99,22 @@ void WidgetHost::waitForTransfers(std::chrono::steady_clock::time_point deadline
       throw CommandError(reasonToWait(transfers().pending(), settings_.container));
     }
     transfers().step(kLongestStep);
-    for (const std::string& report : transfers().takeReports()) {
-      complain(report);
-    }
+    reportTransfers();
+  }
+}
+
+void WidgetHost::reportTransfers() {
+  for (const std::string& report : transfers().takeReports()) {
+    report_(report);
+  }
+}
+
+void WidgetHost::stepDownloads() {
+  transfers().step();
+  reportTransfers();
+  if (!transfers().finished().empty()) {
+    ensureExtension();
+    deliverFinished();
   }
 }
 
@@ -131,7 +144,7 @@ void WidgetHost::deliverFinished() {
       if (++ends[given] > kLaunches) {
         throw;
       }
-      complain(ended.what());
+      report_(ended.what());
       // It may have stored a result, and ended before it could ask for the reload.
       const TransferTask* task = transfers().find(given);
       reloadsLost_ = reloadsLost_ || !sessions.empty() || (task && wasTaken(*task));
@@ -153,7 +166,7 @@ void WidgetHost::deliver(const TransferTask& task, bool withBody) {
   }
   FinishedDownload download = finishedDownload(task, transfers().bodyOf(task.id));
   if (!withBody && !download.error) {
-    complain("the extension ends over the download " + task.id + ": it is told of a failure");
+    report_("the extension ends over the download " + task.id + ": it is told of a failure");
     download.file.clear();
     download.error = urlError(URLErrorCode::unknown);
   }

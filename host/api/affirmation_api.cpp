@@ -25,15 +25,6 @@ ApiAnswer refusal(int status, const std::string& why) {
   return {status, jsonText({{"error", why}})};
 }
 
-bool isLoopback(std::string_view host) {
-  const std::string_view name = host.substr(0, host.find(':'));
-  return name == "127.0.0.1" || name == "localhost";
-}
-
-bool isJSON(std::string_view contentType) {
-  return contentType.substr(0, contentType.find_first_of("; ")) == "application/json";
-}
-
 /// The hours of "UTC+1"; nothing for what is no whole hour that some zone has.
 std::optional<int> hoursOf(std::string_view zone) {
   if (!zone.starts_with("UTC") || zone.size() < 5 || (zone[3] != '+' && zone[3] != '-')) {
@@ -86,25 +77,28 @@ std::expected<Asked, std::string> askedIn(const std::string& body) {
 
 }  // namespace
 
-ApiAnswer answerOf(const ApiRequest& request,
+ApiAnswer answerOf(const HttpRequest& request,
                    const std::optional<std::string>& wantedKey,
                    Date now) {
-  if (!request.host || !isLoopback(*request.host)) {
+  const auto named = request.header("Host");
+  const auto key = request.header("X-API-KEY");
+  const auto contentType = request.header("Content-Type");
+  if (!named || !isLoopbackHost(*named)) {
     return refusal(403, "the header Host must name this machine: 127.0.0.1 or localhost");
   }
-  if (request.target.substr(0, request.target.find('?')) != kApiPath) {
+  if (pathOf(request.target) != kApiPath) {
     return refusal(404, "there is nothing but " + std::string(kApiPath));
   }
   if (request.method != "POST") {
     return refusal(405, "the method must be POST");
   }
-  if (!request.key) {
+  if (!key) {
     return refusal(401, "the header X-API-KEY is missing");
   }
-  if (wantedKey && *request.key != *wantedKey) {
+  if (wantedKey && *key != *wantedKey) {
     return refusal(401, "the header X-API-KEY holds another key");
   }
-  if (!request.contentType || !isJSON(*request.contentType)) {
+  if (!contentType || !isJSONType(*contentType)) {
     return refusal(400, "the header Content-Type must be application/json");
   }
   const auto asked = askedIn(request.body);

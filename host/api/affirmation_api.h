@@ -3,20 +3,10 @@
 #include <optional>
 #include <string>
 
+#include "host/http/http_request.h"
 #include "platform/foundation/date.h"
 
 namespace host {
-
-/// A request to the affirmation web API, as far as it is looked at. An absent header is not one
-/// that is empty.
-struct ApiRequest {
-  std::string method;
-  std::string target;
-  std::optional<std::string> host;
-  std::optional<std::string> contentType;
-  std::optional<std::string> key;
-  std::string body;
-};
 
 struct ApiAnswer {
   int status = 200;
@@ -32,7 +22,7 @@ inline constexpr const char* kApiPath = "/api/widgets/get_affirmation";
 ///
 /// `wantedKey` is the only valid key; without one, any will do, an empty one too. Host headers
 /// other than loopback are refused: a page of the web that a browser shows must not get at it.
-ApiAnswer answerOf(const ApiRequest& request,
+ApiAnswer answerOf(const HttpRequest& request,
                    const std::optional<std::string>& wantedKey,
                    platform::Date now);
 

@@ -3,8 +3,11 @@
 #include <cstdint>
 #include <expected>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
+
+#include "host/http/http_server.h"
 
 namespace host {
 
@@ -26,10 +29,9 @@ struct ApiSettings {
   std::optional<std::uint64_t> huge = {};
 };
 
-/// Serves the affirmation API on 127.0.0.1 until a signal asks to end (interrupt or terminate).
-/// `ready` is told the port, `log` a line for every request. The error says why it can't be served.
-std::expected<void, std::string> serveApi(const ApiSettings& settings,
-                                          const std::function<void(int port)>& ready,
-                                          const std::function<void(const std::string&)>& log);
+/// The affirmation API on 127.0.0.1. `log` hears a line for every request, on the server's thread.
+/// The error says why it can't be served.
+std::expected<std::unique_ptr<HttpServer>, std::string> openApi(
+    ApiSettings settings, std::function<void(const std::string&)> log);
 
 }  // namespace host

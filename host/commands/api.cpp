@@ -24,13 +24,13 @@ void check(const ApiSettings& settings) {
 
 void serve(const ApiSettings& settings) {
   check(settings);
-  const auto served = serveApi(
-      settings,
-      [](int port) { std::cout << "http://127.0.0.1:" << port << kApiPath << std::endl; },
-      [](const std::string& line) { std::cout << line << std::endl; });
-  if (!served) {
-    throw CommandError(served.error());
+  const auto api =
+      openApi(settings, [](const std::string& line) { std::cout << line << std::endl; });
+  if (!api) {
+    throw CommandError(api.error());
   }
+  std::cout << "http://127.0.0.1:" << (*api)->port() << kApiPath << std::endl;
+  (*api)->serve();
 }
 
 }  // namespace

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -10,7 +9,6 @@
 #include "host/device_options.h"
 #include "host/host_app.h"
 #include "host/widget_host.h"
-#include "platform/foundation/time_zone.h"
 
 namespace host {
 
@@ -40,47 +38,6 @@ void changeLocale(const AppOptions& options) {
   }
 }
 
-Date instantOf(const std::string& lastActive) {
-  if (lastActive.empty()) {
-    return Date::now();
-  }
-  const auto instant = Date::fromISO8601(lastActive);
-  if (!instant) {
-    throw wrongValue("--last-active", lastActive, "give an instant such as 2026-03-05T08:30:00Z");
-  }
-  return *instant;
-}
-
-/// The first moment of a day of the common calendar in the device's zone; now, where none is given.
-Date momentOf(const std::optional<std::string>& day) {
-  if (!day) {
-    return Date::now();
-  }
-  const auto midnight = Date::fromISO8601(*day + "T00:00:00Z");
-  if (!midnight) {
-    throw wrongValue("--day", *day, "give a day such as 2026-03-05");
-  }
-  const TimeZone zone = TimeZone::current();
-  const Date moment = zone.firstDateShowing(midnight->wholeSecondsSince1970());
-  constexpr double kSecondsPerDay = 24 * 60 * 60;
-  const double wall = moment.timeIntervalSince1970() + zone.secondsFromGMT(moment);
-  if (wall - midnight->timeIntervalSince1970() >= kSecondsPerDay) {
-    throw wrongValue("--day", *day, "the calendar of " + zone.identifier() + " left that day out");
-  }
-  return moment;
-}
-
-void recordNamedMood(const AppOptions& options) {
-  if (std::ranges::find(kMoodNames, options.mood) == kMoodNames.end()) {
-    std::string names;
-    for (const std::string_view name : kMoodNames) {
-      names += (names.empty() ? "" : ", ") + std::string(name);
-    }
-    throw wrongValue("NAME", options.mood, "give one of " + names);
-  }
-  recordMood(options.mood, momentOf(options.day));
-}
-
 CLI::App* addAction(CLI::App& app,
                     const std::string& name,
                     const std::string& description,
@@ -107,13 +64,7 @@ void addAppCommand(CLI::App& app) {
             "sign-in",
             "Signs a user in",
             signInOptions,
-            [](const AppOptions& options) {
-              if (options.uid.empty()) {
-                throw wrongValue(
-                    "UID", options.uid, "give the user's identifier; sign-out removes it");
-              }
-              signIn(options.uid);
-            })
+            [](const AppOptions& options) { signIn(options.uid); })
       ->add_option("UID", signInOptions->uid, "The user's identifier")
       ->required();
 
@@ -129,7 +80,8 @@ void addAppCommand(CLI::App& app) {
                                "Records the streak of active days",
                                streakOptions,
                                [](const AppOptions& options) {
-                                 recordStreak(options.count, instantOf(options.lastActive));
+                                 recordStreak(options.count,
+                                              instantOf(options.lastActive, "--last-active"));
                                });
   streak->add_option("N", streakOptions->count, "Days in a row")->required();
   streak->add_option("--last-active",
@@ -138,7 +90,9 @@ void addAppCommand(CLI::App& app) {
 
   auto moodOptions = std::make_shared<AppOptions>();
   CLI::App* mood =
-      addAction(*group, "mood", "Records the mood of a day", moodOptions, recordNamedMood);
+      addAction(*group, "mood", "Records the mood of a day", moodOptions, [](const auto& options) {
+        recordNamedMood(options.mood, options.day);
+      });
   mood->add_option("NAME", moodOptions->mood, "veryBad, bad, neutral, well or veryWell")
       ->required();
   mood->add_option("--day", moodOptions->day, "The day, such as 2026-03-05 (default: today)");

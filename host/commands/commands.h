@@ -19,6 +19,8 @@ void addStoreCommand(CLI::App& app);
 void addDownloadsCommand(CLI::App& app);
 /// The affirmation web API, for development
 void addApiCommand(CLI::App& app);
+/// home: the phone's home screen with every widget, live, as a page on loopback.
+void addHomeCommand(CLI::App& app);
 /// The host app's side: app sign-in, sign-out, streak
 void addAppCommand(CLI::App& app);
 

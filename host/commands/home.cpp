@@ -1,0 +1,122 @@
+#include <charconv>
+#include <iostream>
+#include <memory>
+#include <thread>
+
+#include <CLI/CLI.hpp>
+
+#include "host/api/api_server.h"
+#include "host/command_error.h"
+#include "host/commands/commands.h"
+#include "host/device_options.h"
+#include "host/home/home_loop.h"
+#include "host/home/home_page.h"
+#include "platform/foundation/bundle.h"
+
+namespace host {
+
+using namespace platform;
+
+namespace {
+
+struct HomeOptions {
+  DeviceOptions device = {};
+  std::uint16_t port = 8787;
+  int budget = RefreshBudget().perDay;
+};
+
+/// The API for development on a thread of its own.
+class ApiBeside {
+ public:
+  explicit ApiBeside(std::unique_ptr<HttpServer> api) : api_(std::move(api)) {
+    if (api_) {
+      thread_ = std::jthread([this] { api_->serve(); });
+    }
+  }
+  ~ApiBeside() {
+    if (api_) {
+      api_->stop();
+    }
+  }
+
+ private:
+  std::unique_ptr<HttpServer> api_;
+  std::jthread thread_;
+};
+
+/// The port of 127.0.0.1 where the bundle expects the API; none if it expects it elsewhere.
+std::optional<std::uint16_t> ownApiPort(const HostSettings& settings) {
+  const auto info = NSBundle(settings.extension, settings.infoOverrides).infoDictionary();
+  const std::string base = info ? info->string("ApiBaseUrl").value_or("") : "";
+  constexpr std::string_view kHere = "http://127.0.0.1:";
+  int port = 0;
+  if (!base.starts_with(kHere)) {
+    return std::nullopt;
+  }
+  const auto [rest, error] =
+      std::from_chars(base.data() + kHere.size(), base.data() + base.size(), port);
+  return error == std::errc() && *rest == '\0' && port > 0 && port < 65536
+             ? std::optional(static_cast<std::uint16_t>(port))
+             : std::nullopt;
+}
+
+/// Affirmations without a network: serves the API where the bundle looks for it, unless somebody
+/// does so already.
+std::unique_ptr<HttpServer> apiFor(const HostSettings& settings) {
+  const auto port = ownApiPort(settings);
+  if (!port) {
+    return nullptr;
+  }
+  auto api = openApi({.port = *port}, [](const std::string&) {});
+  return api ? *std::move(api) : nullptr;
+}
+
+void home(const HomeOptions& options) {
+  std::unique_ptr<HomePage> page;
+  auto server = HttpServer::listen(
+      options.port, [&page](const HttpRequest& request, const HttpServer::Reply& reply) {
+        page->answer(request, reply);
+      });
+  if (!server) {
+    throw CommandError(server.error());
+  }
+  RefreshBudget budget;
+  budget.enforced = options.budget > 0;
+  budget.perDay = options.budget > 0 ? options.budget : budget.perDay;
+  const ApiBeside api(apiFor(settle(options.device)));
+  HomePhone phone(options.device, budget);
+  HomeLoop loop(phone, [&](HomeView view) {
+    (*server)->post([&, view = std::make_shared<HomeView>(std::move(view))] {
+      page->show(std::move(*view));
+      (*server)->wake();
+    });
+  });
+  page = std::make_unique<HomePage>(
+      [&](std::string action, std::function<void(HomePage::Outcome)> done) {
+        loop.act(std::move(action), std::move(done));
+      },
+      programFolder() / "system" / "Fonts" / "Inter-roman.var.ttf");
+  loop.start();
+  std::cout << "http://127.0.0.1:" << (*server)->port() << '/' << std::endl;
+  (*server)->serve();
+}
+
+}  // namespace
+
+void addHomeCommand(CLI::App& app) {
+  auto options = std::make_shared<HomeOptions>();
+  CLI::App* command = app.add_subcommand(
+      "home", "Serves the live home screen on this machine, as a web page, until interrupted");
+  command->add_option("--port", options->port, "Port of 127.0.0.1; 0 for any")
+      ->capture_default_str();
+  command
+      ->add_option("--budget",
+                   options->budget,
+                   "Reloads that a widget may ask for in 24 hours; 0 for no limit")
+      ->check(CLI::Range(0, 1000))
+      ->capture_default_str();
+  options->device.addTo(*command);
+  command->callback([options] { home(*options); });
+}
+
+}  // namespace host

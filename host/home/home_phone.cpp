@@ -1,0 +1,401 @@
+#include "host/home/home_phone.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "host/command_error.h"
+#include "host/fingerprint.h"
+#include "host/host_app.h"
+#include "host/screens.h"
+#include "platform/foundation/cbor.h"
+
+namespace host {
+
+using namespace platform;
+using std::chrono::steady_clock;
+
+namespace {
+
+constexpr std::size_t kTapsKept = 50;
+
+TimelinePlan planOf(const ArchivedTimeline& timeline) {
+  TimelinePlan plan = {.entries = {}, .reloadAfter = timeline.policy.date};
+  for (const ArchivedEntry& entry : timeline.entries) {
+    plan.entries.push_back(entry.date);
+  }
+  return plan;
+}
+
+Dictionary readHostApp() {
+  const auto suite = openSharedSuite();
+  Dictionary values;
+  for (const auto& [key, kind] : kHostAppKeys) {
+    if (const auto value = suite.objectForKey(key)) {
+      values.set(std::string(key), *value);
+    }
+  }
+  return values;
+}
+
+bool concerns(const HostAppKey& key, const std::string& kind) {
+  return key.kind.empty() || key.kind == kind;
+}
+
+bool sameValue(const Dictionary& one, const Dictionary& other, std::string_view key) {
+  const Value* first = one.find(key);
+  const Value* second = other.find(key);
+  return first && second ? *first == *second : first == second;
+}
+
+std::optional<Date> earlier(std::optional<Date> one, std::optional<Date> other) {
+  return one && other ? std::min(*one, *other) : (one ? one : other);
+}
+
+}  // namespace
+
+std::chrono::seconds pauseAfterFailures(int failures) {
+  constexpr int kLongest = 300;
+  return std::chrono::seconds(failures > 8 ? kLongest : std::min(1 << (failures - 1), kLongest));
+}
+
+HomePhone::HomePhone(DeviceOptions options, RefreshBudget budget)
+    : options_(std::move(options)),
+      host_(settle(options_), [this](const std::string& line) { note(line); }),
+      scheduler_(budget),
+      hostApp_(readHostApp()) {
+  for (const GalleryItem& item : host_.gallery()) {
+    place(item);
+  }
+  host_.adoptDownloads();
+  advance();
+}
+
+/// Shows at once what an earlier home screen has left; whatever changed since has it asked for.
+void HomePhone::place(const GalleryItem& item) {
+  PlacedWidget widget = {.item = item, .family = item.families.at(0)};
+  auto stored = loadWidget(timelineFile(settings().container, item.kind));
+  if (!stored) {
+    note(stored.error());
+  }
+  WidgetSchedule schedule;
+  if (stored && *stored) {
+    widget.stored = std::move(**stored);
+    schedule = WidgetSchedule(widget.stored.schedule, planOf(widget.stored.timeline));
+    if (widget.stored.device != deviceText()) {
+      schedule.want({ReloadCause::device, "the device's settings changed"});
+    }
+    if (widget.stored.hostApp != hostAppText(item.kind)) {
+      schedule.want({ReloadCause::hostApp, "the host app wrote meanwhile"});
+    }
+    // Made by a clock that was ahead of this one.
+    schedule.clockSetBack(Date::now());
+  }
+  widgets_.push_back(std::move(widget));
+  scheduler_.place(item.kind, std::move(schedule));
+}
+
+std::optional<Date> HomePhone::next() const {
+  const auto next = scheduler_.next();
+  return next && (isRunning() || *next <= Date::now()) ? next : std::nullopt;
+}
+
+std::optional<steady_clock::time_point> HomePhone::nextRetry() const {
+  std::optional<steady_clock::time_point> next;
+  for (const PlacedWidget& widget : widgets_) {
+    if (widget.retryAt && (!next || *widget.retryAt < *next)) {
+      next = widget.retryAt;
+    }
+  }
+  return next;
+}
+
+void HomePhone::advance() {
+  for (TimelineScheduler::Id id = 0; id < widgets_.size(); ++id) {
+    if (widgets_[id].retryAt && *widgets_[id].retryAt <= steady_clock::now()) {
+      widgets_[id].retryAt.reset();
+      scheduler_.retry(id);
+    }
+  }
+  for (const TimelineScheduler::Due& due : scheduler_.advance(Date::now())) {
+    if (due.show) {
+      draw(due.widget);
+    }
+    if (due.reload) {
+      fetch(due.widget, *due.reload);
+    }
+  }
+}
+
+void HomePhone::fetch(TimelineScheduler::Id id, const ReloadRequest& request) {
+  PlacedWidget& widget = widgets_[id];
+  const std::string& kind = widget.item.kind;
+  try {
+    const std::string hostApp = hostAppText(kind);
+    host_.ensureExtension();
+    ArchivedTimeline timeline = host_.provide(ProvideRequest::What::timeline, kind);
+    if (timeline.entries.empty()) {
+      throw CommandError("the timeline of \"" + kind + "\" has no entries");
+    }
+    scheduler_.fetched(id, planOf(timeline), request, Date::now());
+    widget.stored = {.device = deviceText(),
+                     .hostApp = hostApp,
+                     .schedule = {},
+                     .timeline = std::move(timeline)};
+    widget.problem.reset();
+    widget.failures = 0;
+    collectLog();
+    note(kind + ": new timeline (" + request.why + ")");
+    keep(widget, id);
+    draw(id);
+  } catch (const CommandError& error) {
+    scheduler_.failed(id, request);
+    const auto pause = pauseAfterFailures(++widget.failures);
+    widget.retryAt = steady_clock::now() + pause;
+    widget.problem = error.what();
+    collectLog();
+    note(kind + ": " + error.what() + "; asked again in " + std::to_string(pause.count()) + " s");
+  }
+  passReloadsOn();
+}
+
+void HomePhone::draw(TimelineScheduler::Id id) {
+  PlacedWidget& widget = widgets_[id];
+  const auto entry = scheduler_.at(id).entryAt(Date::now(), scheduler_.budget());
+  if (!entry) {
+    return;
+  }
+  try {
+    DisplayList list = host_.display(widget.stored.timeline.entries.at(*entry), widget.family);
+    auto png = host_.renderer().png(list,
+                                    {.scale = settings().scale,
+                                     .scheme = settings().scheme,
+                                     .cornerRadius = kWidgetCornerRadius});
+    if (!png) {
+      throw CommandError(png.error());
+    }
+    widget.entry = entry;
+    widget.list = std::move(list);
+    widget.version = fingerprint(*png);
+    widget.png = *std::move(png);
+  } catch (const CommandError& error) {
+    widget.problem = error.what();
+    note(widget.item.kind + ": " + error.what());
+  }
+}
+
+void HomePhone::redrawAll() {
+  for (TimelineScheduler::Id id = 0; id < widgets_.size(); ++id) {
+    draw(id);
+  }
+}
+
+void HomePhone::keep(const PlacedWidget& widget, TimelineScheduler::Id id) {
+  StoredWidget stored = widget.stored;
+  stored.schedule = scheduler_.at(id).record();
+  if (const auto done = storeWidget(timelineFile(settings().container, widget.item.kind), stored);
+      !done) {
+    note(done.error());
+  }
+}
+
+void HomePhone::passReloadsOn() {
+  for (const std::string& kind : host_.takeReloadRequests()) {
+    scheduler_.want(kind, {ReloadCause::extension, "the extension asked for it"});
+  }
+  if (host_.takeReloadsLost()) {
+    scheduler_.wantAll({ReloadCause::extension, "the extension ended before it could ask"});
+  }
+}
+
+void HomePhone::extensionLeft() {
+  host_.noticeExit();
+  collectLog();
+  if (const auto& failure = host_.extension().failure()) {
+    note(failure->reason);
+  }
+}
+
+void HomePhone::stepDownloads() {
+  try {
+    host_.stepDownloads();
+  } catch (const CommandError& error) {
+    note(error.what());
+  }
+  collectLog();
+  passReloadsOn();
+}
+
+void HomePhone::suiteChanged() {
+  Dictionary values = readHostApp();
+  for (const HostAppKey& key : kHostAppKeys) {
+    if (sameValue(values, hostApp_, key.key)) {
+      continue;
+    }
+    const ReloadRequest request = {ReloadCause::hostApp,
+                                   "the host app changed " + std::string(key.key)};
+    note(request.why);
+    if (key.kind.empty()) {
+      scheduler_.wantAll(request);
+    } else {
+      scheduler_.want(std::string(key.kind), request);
+    }
+  }
+  hostApp_ = std::move(values);
+}
+
+void HomePhone::systemZoneChanged() {
+  if (options_.timeZone.empty()) {
+    setDevice(options_);
+  }
+}
+
+void HomePhone::setDevice(const DeviceOptions& options) {
+  const std::string before = deviceText();
+  const Clock clock = settings().device.clock;
+  const std::string locale = settings().device.locale;
+  HostSettings fresh = settle(options);
+  fresh.device.clock = clock;
+  options_ = options;
+  host_.configure(std::move(fresh));
+  if (settings().device.locale != locale) {
+    try {
+      host_.ensureExtension();
+      host_.changeLocale();
+    } catch (const CommandError& error) {
+      note(error.what());
+    }
+    collectLog();
+    for (const GalleryItem& item : host_.gallery()) {
+      named(item.kind).item = item;
+    }
+  }
+  if (deviceText() != before) {
+    scheduler_.wantAll({ReloadCause::device, "the device's settings changed"});
+  }
+  redrawAll();
+}
+
+void HomePhone::setBudgetEnforced(bool enforced) {
+  RefreshBudget budget = scheduler_.budget();
+  budget.enforced = enforced;
+  scheduler_.setBudget(budget);
+}
+
+void HomePhone::reload(const std::string& kind) {
+  scheduler_.want(named(kind).item.kind, {ReloadCause::hostApp, "asked for by hand"});
+}
+
+void HomePhone::setClock(Clock clock) {
+  HostSettings fresh = settings();
+  fresh.device.clock = clock;
+  host_.configure(std::move(fresh));
+}
+
+void HomePhone::travelTo(Date instant) {
+  setClock(isRunning() ? Clock::shiftedBy(instant.timeIntervalSince1970() -
+                                          Clock().now().timeIntervalSince1970())
+                       : Clock::standingAt(instant));
+}
+
+void HomePhone::travelToNow() {
+  setClock({});
+}
+
+void HomePhone::setRunning(bool running) {
+  if (running == isRunning()) {
+    return;
+  }
+  const Date now = Date::now();
+  setClock(Clock::standingAt(now));
+  if (running) {
+    setClock(Clock::shiftedBy(now.timeIntervalSince1970() - Clock().now().timeIntervalSince1970()));
+  }
+}
+
+bool HomePhone::isRunning() const {
+  return settings().device.clock.kind != Clock::Kind::standing;
+}
+
+std::optional<std::string> HomePhone::tap(const std::string& kind, Point point) {
+  const PlacedWidget& widget = named(kind);
+  const auto link = linkAt(widget.list, point);
+  taps_.push_front({Date::now(), kind, link});
+  if (taps_.size() > kTapsKept) {
+    taps_.pop_back();
+  }
+  note(kind + ": tapped, " + link.value_or("no link"));
+  return link;
+}
+
+std::optional<Date> HomePhone::nextEntry() const {
+  std::optional<Date> next;
+  for (TimelineScheduler::Id id = 0; id < widgets_.size(); ++id) {
+    next = earlier(next, scheduler_.at(id).nextEntry(Date::now(), scheduler_.budget()));
+  }
+  return next;
+}
+
+std::optional<Date> HomePhone::nextReload() const {
+  std::optional<Date> next;
+  for (TimelineScheduler::Id id = 0; id < widgets_.size(); ++id) {
+    if (const auto reload = scheduler_.at(id).nextReload(Date::now(), scheduler_.budget())) {
+      next = earlier(next, reload->at);
+    }
+  }
+  return next ? std::optional(std::max(*next, Date::now())) : std::nullopt;
+}
+
+Date HomePhone::nextMidnight() const {
+  const Calendar calendar = Calendar::current();
+  const Date today = calendar.startOfDay(Date::now());
+  return calendar.startOfDay(calendar.dateByAddingDays(1, today).value_or(Date::distantFuture()));
+}
+
+PlacedWidget& HomePhone::named(const std::string& kind) {
+  const auto widget =
+      std::ranges::find(widgets_, kind, [](const PlacedWidget& each) { return each.item.kind; });
+  if (widget == widgets_.end()) {
+    throw wrongValue("kind", kind, "no widget has it");
+  }
+  return *widget;
+}
+
+/// What a timeline depends on besides the moment and the suite.
+std::string HomePhone::deviceText() const {
+  const Device& device = settings().device;
+  const auto& version = device.systemVersion;
+  const auto number = [](auto value) { return std::to_string(value) + " "; };
+  return device.locale + " " + device.timeZone + " " + number(version.major) +
+         number(version.minor) + number(version.patch) + number(settings().small.width) +
+         number(settings().small.height) + number(settings().medium.width) +
+         number(settings().medium.height);
+}
+
+std::string HomePhone::hostAppText(const std::string& kind) const {
+  Dictionary values;
+  for (const HostAppKey& key : kHostAppKeys) {
+    const Value* value = hostApp_.find(key.key);
+    if (value && concerns(key, kind)) {
+      values.set(std::string(key.key), *value);
+    }
+  }
+  const auto bytes = encodeCBOR(values);
+  return bytes ? fingerprint(*bytes) : bytes.error();
+}
+
+void HomePhone::note(std::string text) {
+  log_.push_back({Date::now(), std::move(text)});
+}
+
+void HomePhone::collectLog() {
+  for (std::string& line : host_.takeLog()) {
+    log_.push_back({Date::now(), std::move(line), true});
+  }
+}
+
+std::vector<LogLine> HomePhone::takeLog() {
+  collectLog();
+  return std::exchange(log_, {});
+}
+
+}  // namespace host

@@ -1,0 +1,82 @@
+#include "host/home/tap_areas.h"
+
+#include <algorithm>
+
+namespace host {
+
+using namespace platform;
+
+namespace {
+
+std::string joined(const std::vector<std::string>& parts, const char* between) {
+  std::string whole;
+  for (const std::string& part : parts) {
+    whole += (whole.empty() ? "" : between) + part;
+  }
+  return whole;
+}
+
+/// Nothing for what has no words.
+std::string wordsOf(const DisplayItem& item, const NSBundle& bundle) {
+  if (const auto* text = std::get_if<TextItem>(&item.content)) {
+    return joined(text->lines, " ");
+  }
+  if (const auto* image = std::get_if<ImageItem>(&item.content)) {
+    const std::string words = bundle.localizedString(image->name);
+    return words == image->name ? "" : words;
+  }
+  return "";
+}
+
+Rect unite(const Rect& one, const Rect& other) {
+  const double x = std::min(one.x, other.x);
+  const double y = std::min(one.y, other.y);
+  return {x,
+          y,
+          std::max(one.x + one.width, other.x + other.width) - x,
+          std::max(one.y + one.height, other.y + other.height) - y};
+}
+
+Rect clip(const Rect& frame, Size size) {
+  const double x = std::clamp(frame.x, 0.0, size.width);
+  const double y = std::clamp(frame.y, 0.0, size.height);
+  return {x,
+          y,
+          std::clamp(frame.x + frame.width, x, size.width) - x,
+          std::clamp(frame.y + frame.height, y, size.height) - y};
+}
+
+}  // namespace
+
+std::vector<TapArea> tapAreas(const DisplayList& list, const NSBundle& bundle) {
+  std::vector<TapArea> areas;
+  for (const DisplayItem& item : list.items) {
+    if (!item.link) {
+      continue;
+    }
+    const std::string words = wordsOf(item, bundle);
+    const auto known = std::ranges::find(areas, *item.link, &TapArea::link);
+    if (known == areas.end()) {
+      areas.push_back({item.frame, *item.link, words});
+    } else {
+      known->frame = unite(known->frame, item.frame);
+      known->label += (known->label.empty() || words.empty() ? "" : " ") + words;
+    }
+  }
+  for (TapArea& area : areas) {
+    area.frame = clip(area.frame, list.size);
+  }
+  return areas;
+}
+
+std::string spokenText(const DisplayList& list, const NSBundle& bundle) {
+  std::vector<std::string> parts;
+  for (const DisplayItem& item : list.items) {
+    if (std::string words = wordsOf(item, bundle); !words.empty()) {
+      parts.push_back(std::move(words));
+    }
+  }
+  return joined(parts, ", ");
+}
+
+}  // namespace host
