@@ -35,9 +35,9 @@ void recordStreak(std::int64_t count, platform::Date lastActive);
 inline constexpr std::array<std::string_view, 5> kMoodNames = {
     "veryBad", "bad", "neutral", "well", "veryWell"};
 
-/// Records the mood of a day, "2026-03-05" in the common calendar and the device's zone, today where
-/// none is given, under its name in the device's calendar and digits, and keeps the other days. A
-/// stored record that can't be read is left alone, with a `CommandError`.
+/// Records the mood of a day, "2026-03-05" in the common calendar and the device's zone, today
+/// where none is given, under its name in the device's calendar and digits, and keeps the other
+/// days. A stored record that can't be read is left alone, with a `CommandError`.
 void recordNamedMood(const std::string& mood, const std::optional<std::string>& day);
 
 /// The instant of an ISO 8601 text, now for an empty one; `what` names it in the error.

@@ -58,6 +58,8 @@ class WidgetHost {
                                 platform::WidgetFamily family);
   /// Loaded at its first use: only commands that draw need typefaces and pictures.
   platform::Renderer& renderer();
+  /// Lets go of what the renderer keeps, until it is used again.
+  void releaseRenderer() { renderer_.reset(); }
 
   /// Tells the extension that the device's locale is another one now.
   void changeLocale();

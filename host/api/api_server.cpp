@@ -23,12 +23,12 @@ std::string printable(std::string_view text) {
 /// The answer as a server in trouble gives it.
 HttpAnswer withFaults(const ApiAnswer& answer, const ApiSettings& settings) {
   const bool good = answer.status == 200;
-  HttpAnswer faulty = {.status = good ? settings.status.value_or(200) : answer.status,
-                       .headers = {{"Content-Type", "application/json"},
-                                   {"Cache-Control", "no-store"}},
-                       .body = answer.body,
-                       .delay = settings.delay,
-                       .cut = settings.cut};
+  HttpAnswer faulty = {
+      .status = good ? settings.status.value_or(200) : answer.status,
+      .headers = {{"Content-Type", "application/json"}, {"Cache-Control", "no-store"}},
+      .body = answer.body,
+      .delay = settings.delay,
+      .cut = settings.cut};
   if (faulty.status == 405) {
     faulty.headers.emplace_back("Allow", "POST");
   }
@@ -56,8 +56,8 @@ std::expected<std::unique_ptr<HttpServer>, std::string> openApi(
                                                              const HttpServer::Reply& reply) {
         const ApiAnswer answer = answerOf(request, settings.key, platform::Date::now());
         HttpAnswer faulty = withFaults(answer, settings);
-        const std::string line = printable(request.method) + ' ' + printable(request.target) +
-                                 ' ' + std::to_string(faulty.status) + ' ';
+        const std::string line = printable(request.method) + ' ' + printable(request.target) + ' ' +
+                                 std::to_string(faulty.status) + ' ';
         const std::string whom = answer.status == 200 ? " for " + printable(answer.note) : "";
         faulty.sending = [&log, line, whom](std::uint64_t bytes) {
           log(line + std::to_string(bytes) + " bytes" + whom);

@@ -75,14 +75,14 @@ void addAppCommand(CLI::App& app) {
             [](const AppOptions&) { signOut(); });
 
   auto streakOptions = std::make_shared<AppOptions>();
-  CLI::App* streak = addAction(*group,
-                               "streak",
-                               "Records the streak of active days",
-                               streakOptions,
-                               [](const AppOptions& options) {
-                                 recordStreak(options.count,
-                                              instantOf(options.lastActive, "--last-active"));
-                               });
+  CLI::App* streak =
+      addAction(*group,
+                "streak",
+                "Records the streak of active days",
+                streakOptions,
+                [](const AppOptions& options) {
+                  recordStreak(options.count, instantOf(options.lastActive, "--last-active"));
+                });
   streak->add_option("N", streakOptions->count, "Days in a row")->required();
   streak->add_option("--last-active",
                      streakOptions->lastActive,

@@ -99,8 +99,7 @@ void travel(HomePhone& phone, const std::string& to) {
 }
 
 std::string tap(HomePhone& phone, const Dictionary& action) {
-  const auto link =
-      phone.tap(text(action, "kind"), {number(action, "x"), number(action, "y")});
+  const auto link = phone.tap(text(action, "kind"), {number(action, "x"), number(action, "y")});
   const nlohmann::json answer = {{"link", link ? nlohmann::json(*link) : nlohmann::json()}};
   return answer.dump();
 }

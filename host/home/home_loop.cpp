@@ -35,6 +35,9 @@ using Error = boost::system::error_code;
 /// How long after a foreign change of the suite its writer may still be about to leave downloads.
 constexpr auto kLeftovers = std::chrono::seconds(2);
 
+/// How long after the last change the phone gives back what it draws with.
+constexpr auto kQuiet = std::chrono::seconds(10);
+
 /// Reads everything that is there to read, and forgets it.
 void drain(int descriptor) {
   std::array<char, 4096> bytes;
@@ -57,10 +60,9 @@ std::map<std::string, std::shared_ptr<const std::string>> picturesOf(const HomeP
 struct HomeLoop::Impl {
   Impl(HomePhone& served, std::function<void(HomeView)> taken)
       : phone(served), show(std::move(taken)) {
-    suiteWatch.assign(watch(
-        SuiteFile::pathOf(sharedContainer(), kSharedSuite).parent_path(),
-        // A writer replaces the file.
-        IN_MOVED_TO | IN_CREATE | IN_DELETE | IN_CLOSE_WRITE));
+    suiteWatch.assign(watch(SuiteFile::pathOf(sharedContainer(), kSharedSuite).parent_path(),
+                            // A writer replaces the file.
+                            IN_MOVED_TO | IN_CREATE | IN_DELETE | IN_CLOSE_WRITE));
     zoneWatch.assign(watch("/etc", IN_MOVED_TO | IN_CREATE | IN_DELETE));
     clock.assign(::timerfd_create(CLOCK_REALTIME, TFD_NONBLOCK | TFD_CLOEXEC));
     downloads.assign(::dup(phone.downloadsDescriptor()));
@@ -71,8 +73,8 @@ struct HomeLoop::Impl {
     std::filesystem::create_directories(folder, ignored);
     const int descriptor = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     if (descriptor < 0 || ::inotify_add_watch(descriptor, folder.c_str(), events) < 0) {
-      throw CommandError(folder.string() + " can't be watched: " +
-                         std::system_category().message(errno));
+      throw CommandError(folder.string() +
+                         " can't be watched: " + std::system_category().message(errno));
     }
     return descriptor;
   }
@@ -127,6 +129,12 @@ struct HomeLoop::Impl {
       shown = view.state;
       view.pictures = picturesOf(phone);
       show(std::move(view));
+      quiet.expires_after(kQuiet);
+      quiet.async_wait([this](Error error) {
+        if (!error) {
+          phone.rest();
+        }
+      });
     }
   }
 
@@ -155,9 +163,9 @@ struct HomeLoop::Impl {
     itimerspec when = {};
     // Without anything to come, far away: the change of the clock is waited for all the same.
     constexpr double kFarAway = 4e9;
-    const double at =
-        next ? next->timeIntervalSince1970() - (device.kind == Clock::Kind::shifted ? device.shift : 0)
-             : kFarAway;
+    const double at = next ? next->timeIntervalSince1970() -
+                                 (device.kind == Clock::Kind::shifted ? device.shift : 0)
+                           : kFarAway;
     if (phone.isRunning()) {
       const double safe = std::clamp(at, 1.0, kFarAway);
       when.it_value = {.tv_sec = static_cast<time_t>(safe),
@@ -195,6 +203,7 @@ struct HomeLoop::Impl {
   stream_descriptor extension{context};
   asio::steady_timer pause{context};
   asio::steady_timer leftovers{context};
+  asio::steady_timer quiet{context};
   int launches = 0;
   std::string shown;
   std::jthread thread;

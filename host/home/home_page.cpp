@@ -125,14 +125,12 @@ HttpAnswer HomePage::events() const {
     std::string fresh;
     if (seen != views_) {
       seen = views_;
-      fresh += event("state",
-                     "{\"instant\":\"" + view_.clock.now().iso8601() + "\"," +
-                         view_.state.substr(1));
+      fresh += event(
+          "state", "{\"instant\":\"" + view_.clock.now().iso8601() + "\"," + view_.state.substr(1));
     }
     if (told != lines_) {
       const auto count = std::min<std::uint64_t>(lines_ - told, log_.size());
-      fresh += event("log",
-                     logJSON({log_.end() - static_cast<std::ptrdiff_t>(count), log_.end()}));
+      fresh += event("log", logJSON({log_.end() - static_cast<std::ptrdiff_t>(count), log_.end()}));
       told = lines_;
     }
     return fresh;

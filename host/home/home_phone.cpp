@@ -1,5 +1,7 @@
 #include "host/home/home_phone.h"
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -55,7 +57,7 @@ std::optional<Date> earlier(std::optional<Date> one, std::optional<Date> other) 
 
 std::chrono::seconds pauseAfterFailures(int failures) {
   constexpr int kLongest = 300;
-  return std::chrono::seconds(failures > 8 ? kLongest : std::min(1 << (failures - 1), kLongest));
+  return std::chrono::seconds(std::min(1 << std::clamp(failures - 1, 0, 9), kLongest));
 }
 
 HomePhone::HomePhone(DeviceOptions options, RefreshBudget budget)
@@ -201,6 +203,11 @@ void HomePhone::keep(const PlacedWidget& widget, TimelineScheduler::Id id) {
 void HomePhone::passReloadsOn() {
   for (const std::string& kind : host_.takeReloadRequests()) {
     scheduler_.want(kind, {ReloadCause::extension, "the extension asked for it"});
+    for (TimelineScheduler::Id id = 0; id < widgets_.size(); ++id) {
+      if (widgets_[id].item.kind == kind) {
+        keep(widgets_[id], id);
+      }
+    }
   }
   if (host_.takeReloadsLost()) {
     scheduler_.wantAll({ReloadCause::extension, "the extension ended before it could ask"});
@@ -223,6 +230,11 @@ void HomePhone::stepDownloads() {
   }
   collectLog();
   passReloadsOn();
+}
+
+void HomePhone::rest() {
+  host_.releaseRenderer();
+  ::malloc_trim(0);
 }
 
 void HomePhone::suiteChanged() {

@@ -57,6 +57,8 @@ class HomePhone {
   void extensionLeft();
   void stepDownloads();
   void adoptDownloads() { host_.adoptDownloads(); }
+  /// Nothing has been drawn for a while: gives memory back.
+  void rest();
   /// Something in the suite is another than before: the host app's part is looked at.
   void suiteChanged();
   /// The machine was set to another zone, which the device follows unless it was given one.

@@ -20,11 +20,20 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 /// A part of what there is to choose from; the page takes any other that is typed in.
-constexpr std::array kLocales = {"es_MX", "es_ES", "en_US", "pt_BR", "fr_FR", "ja_JP", "th_TH", "ar_EG"};
-constexpr std::array kTimeZones = {"America/Mexico_City", "America/Bogota", "America/Buenos_Aires",
-                                   "America/New_York", "America/Sao_Paulo", "Europe/Madrid",
-                                   "Europe/Paris", "Asia/Kathmandu", "Asia/Tokyo",
-                                   "Pacific/Auckland", "Pacific/Apia", "UTC"};
+constexpr std::array kLocales = {
+    "es_MX", "es_ES", "en_US", "pt_BR", "fr_FR", "ja_JP", "th_TH", "ar_EG"};
+constexpr std::array kTimeZones = {"America/Mexico_City",
+                                   "America/Bogota",
+                                   "America/Buenos_Aires",
+                                   "America/New_York",
+                                   "America/Sao_Paulo",
+                                   "Europe/Madrid",
+                                   "Europe/Paris",
+                                   "Asia/Kathmandu",
+                                   "Asia/Tokyo",
+                                   "Pacific/Auckland",
+                                   "Pacific/Apia",
+                                   "UTC"};
 constexpr std::array kSystems = {"16.0", "16.4", "17.0", "17.4", "18.0"};
 
 Json dateOrNull(const std::optional<Date>& date) {
@@ -163,8 +172,7 @@ Json widgetsOf(const HomePhone& phone) {
 Json tapsOf(const HomePhone& phone) {
   Json taps = Json::array();
   for (const Tap& tap : phone.taps()) {
-    taps.push_back(
-        {{"at", tap.at.iso8601()}, {"kind", tap.kind}, {"link", textOrNull(tap.link)}});
+    taps.push_back({{"at", tap.at.iso8601()}, {"kind", tap.kind}, {"link", textOrNull(tap.link)}});
   }
   return taps;
 }
@@ -178,26 +186,25 @@ std::string printed(const Json& json) {
 std::string stateJSON(HomePhone& phone) {
   const Clock& clock = phone.settings().device.clock;
   const auto& failure = phone.host().extension().failure();
-  return printed(
-      {{"running", phone.isRunning()},
-       {"clock", phone.isRunning() ? Json(clock.shift) : Json(clock.instant.iso8601())},
-       {"device", deviceOf(phone)},
-       {"choices", choicesOf(phone)},
-       {"app", appOf(phone)},
-       {"budget",
-        {{"on", phone.scheduler().budget().enforced},
-         {"perDay", phone.scheduler().budget().perDay}}},
-       {"travel",
-        {{"nextEntry", dateOrNull(phone.nextEntry())},
-         {"nextReload", dateOrNull(phone.nextReload())},
-         {"nextMidnight", phone.nextMidnight().iso8601()}}},
-       {"downloads", {{"pending", phone.pendingDownloads()}}},
-       {"extension",
-        {{"running", !failure},
-         {"launches", phone.host().launches()},
-         {"problem", failure ? Json(failure->reason) : Json()}}},
-       {"widgets", widgetsOf(phone)},
-       {"taps", tapsOf(phone)}});
+  return printed({{"running", phone.isRunning()},
+                  {"clock", phone.isRunning() ? Json(clock.shift) : Json(clock.instant.iso8601())},
+                  {"device", deviceOf(phone)},
+                  {"choices", choicesOf(phone)},
+                  {"app", appOf(phone)},
+                  {"budget",
+                   {{"on", phone.scheduler().budget().enforced},
+                    {"perDay", phone.scheduler().budget().perDay}}},
+                  {"travel",
+                   {{"nextEntry", dateOrNull(phone.nextEntry())},
+                    {"nextReload", dateOrNull(phone.nextReload())},
+                    {"nextMidnight", phone.nextMidnight().iso8601()}}},
+                  {"downloads", {{"pending", phone.pendingDownloads()}}},
+                  {"extension",
+                   {{"running", !failure},
+                    {"launches", phone.host().launches()},
+                    {"problem", failure ? Json(failure->reason) : Json()}}},
+                  {"widgets", widgetsOf(phone)},
+                  {"taps", tapsOf(phone)}});
 }
 
 std::string logJSON(const std::vector<LogLine>& lines) {

@@ -19,8 +19,8 @@ struct HttpRequest {
   std::optional<std::string> header(std::string_view name) const;
 };
 
-/// Whether a Host header names this machine by a loopback name, with any port: a page of the web that
-/// a browser shows must not get at a server here under a name of its own.
+/// Whether a Host header names this machine by a loopback name, with any port: a page of the web
+/// that a browser shows must not get at a server here under a name of its own.
 bool isLoopbackHost(std::string_view host);
 
 /// Whether a Content-Type header says JSON, with any parameters.

@@ -48,10 +48,10 @@ HttpRequest requestOf(const Parser::value_type& parsed) {
 
 HttpAnswer malformed(const beast::error_code& error) {
   const bool tooLong = error == http::error::body_limit || error == http::error::header_limit;
-  return {.status = tooLong ? 413 : 400,
-          .headers = {{"Content-Type", "application/json"}, {"Cache-Control", "no-store"}},
-          .body =
-              "{\"error\":\"the request is no HTTP that is taken here: " + error.message() + "\"}"};
+  return {
+      .status = tooLong ? 413 : 400,
+      .headers = {{"Content-Type", "application/json"}, {"Cache-Control", "no-store"}},
+      .body = "{\"error\":\"the request is no HTTP that is taken here: " + error.message() + "\"}"};
 }
 
 std::string reasonOf(int status) {
@@ -169,8 +169,8 @@ struct HttpServer::Impl {
                              bool keepsAlive) {
     if (answer.delay > 0) {
       Timer timer(context);
-      timer.expires_after(std::chrono::duration_cast<Timer::duration>(
-          std::chrono::duration<double>(answer.delay)));
+      timer.expires_after(
+          std::chrono::duration_cast<Timer::duration>(std::chrono::duration<double>(answer.delay)));
       co_await timer.async_wait(asio::use_awaitable);
     }
     std::string head =
@@ -202,7 +202,7 @@ struct HttpServer::Impl {
 
   /// Until the other end closes.
   asio::awaitable<void> streamEvents(beast::tcp_stream& stream,
-                                      const std::function<std::string()>& events) {
+                                     const std::function<std::string()>& events) {
     Timer news(context, Timer::time_point::max());
     bool open = true;
     bool watching = true;

@@ -91,14 +91,15 @@ std::expected<void, std::string> storeWidget(const fs::path& file, const StoredW
   for (const Date at : widget.schedule.counted) {
     counted.push_back(at);
   }
-  const auto bytes = encodeCBOR(Dictionary{{"device", widget.device},
-                                           {"hostApp", widget.hostApp},
-                                           {"fetched", widget.schedule.fetched},
-                                           {"fetchedFor", encoded(widget.schedule.fetchedFor)},
-                                           {"wanted", encoded(widget.schedule.wanted)},
-                                           {"lastByPolicy", widget.schedule.lastByPolicy},
-                                           {"counted", std::move(counted)},
-                                           {"timeline", encode(ExtensionMessage{0, widget.timeline})}});
+  const auto bytes =
+      encodeCBOR(Dictionary{{"device", widget.device},
+                            {"hostApp", widget.hostApp},
+                            {"fetched", widget.schedule.fetched},
+                            {"fetchedFor", encoded(widget.schedule.fetchedFor)},
+                            {"wanted", encoded(widget.schedule.wanted)},
+                            {"lastByPolicy", widget.schedule.lastByPolicy},
+                            {"counted", std::move(counted)},
+                            {"timeline", encode(ExtensionMessage{0, widget.timeline})}});
   if (!bytes) {
     return std::unexpected(file.string() + " can't be written: " + bytes.error());
   }

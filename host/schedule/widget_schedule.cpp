@@ -113,8 +113,7 @@ std::optional<WidgetSchedule::Reload> WidgetSchedule::nextReload(
     due = Reload{at, {ReloadCause::policy, "the timeline's policy"}};
   }
   if (record_.wanted) {
-    const Date at =
-        isCounted(record_.wanted->cause) ? allowed(now, budget) : Date::distantPast();
+    const Date at = isCounted(record_.wanted->cause) ? allowed(now, budget) : Date::distantPast();
     if (!due || at <= due->at) {
       due = Reload{at, *record_.wanted};
     }

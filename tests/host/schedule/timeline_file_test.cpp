@@ -48,7 +48,9 @@ TEST(TimelineFile, NamesAFileThatIsNoTimeline) {
     ASSERT_FALSE(loaded) << length;
     EXPECT_THAT(loaded.error(), HasSubstr("Widget.timeline"));
   }
-  world::writeWhole(file, "\xA1\x61" "a\x01");  // A dictionary of something else.
+  world::writeWhole(file,
+                    "\xA1\x61"
+                    "a\x01");  // A dictionary of something else.
   EXPECT_FALSE(loadWidget(file));
   const auto refused = storeWidget("/proc/nowhere/Widget.timeline", storedWidget());
   ASSERT_FALSE(refused);

@@ -104,9 +104,7 @@ Provider daily(const Calendar& calendar) {
 }
 
 Provider every(double seconds) {
-  return [seconds](Date now) {
-    return TimelinePlan{{now}, now.addingTimeInterval(seconds)};
-  };
+  return [seconds](Date now) { return TimelinePlan{{now}, now.addingTimeInterval(seconds)}; };
 }
 
 TEST(Scheduler, IsThereAtEveryMidnightThatAZoneHas) {
@@ -118,16 +116,28 @@ TEST(Scheduler, IsThereAtEveryMidnightThatAZoneHas) {
   const Row rows[] = {
       {"America/New_York",  // 23 hours, then 25 in autumn.
        "2026-03-07T12:00:00-05:00",
-       {"2026-03-07T17:00:00Z", "2026-03-08T05:00:00Z", "2026-03-09T04:00:00Z", "2026-03-10T04:00:00Z"}},
+       {"2026-03-07T17:00:00Z",
+        "2026-03-08T05:00:00Z",
+        "2026-03-09T04:00:00Z",
+        "2026-03-10T04:00:00Z"}},
       {"America/New_York",
        "2026-10-31T12:00:00-04:00",
-       {"2026-10-31T16:00:00Z", "2026-11-01T04:00:00Z", "2026-11-02T05:00:00Z", "2026-11-03T05:00:00Z"}},
+       {"2026-10-31T16:00:00Z",
+        "2026-11-01T04:00:00Z",
+        "2026-11-02T05:00:00Z",
+        "2026-11-03T05:00:00Z"}},
       {"Africa/Cairo",  // Midnight itself is skipped.
        "2026-04-23T12:00:00Z",
-       {"2026-04-23T12:00:00Z", "2026-04-23T22:00:00Z", "2026-04-24T21:00:00Z", "2026-04-25T21:00:00Z"}},
+       {"2026-04-23T12:00:00Z",
+        "2026-04-23T22:00:00Z",
+        "2026-04-24T21:00:00Z",
+        "2026-04-25T21:00:00Z"}},
       {"Pacific/Apia",  // The 30th of December 2011 never was.
        "2011-12-28T20:00:00Z",
-       {"2011-12-28T20:00:00Z", "2011-12-29T10:00:00Z", "2011-12-30T10:00:00Z", "2011-12-31T10:00:00Z"}},
+       {"2011-12-28T20:00:00Z",
+        "2011-12-29T10:00:00Z",
+        "2011-12-30T10:00:00Z",
+        "2011-12-31T10:00:00Z"}},
   };
   for (const Row& row : rows) {
     const Calendar calendar(*TimeZone::withIdentifier(row.zone));
@@ -187,9 +197,8 @@ TEST(Scheduler, GoesOnAfterARestartAsIfThereHadBeenNone) {
   const Date start = instant("2026-10-24T09:00:00Z");
   const auto life = [&](bool restarts) {
     std::mt19937 events(3);
-    Simulation phone(daily(Calendar(*TimeZone::withIdentifier("Europe/Madrid"))),
-                     {.perDay = 3},
-                     start);
+    Simulation phone(
+        daily(Calendar(*TimeZone::withIdentifier("Europe/Madrid"))), {.perDay = 3}, start);
     Date now = start;
     for (int event = 0; event < 60; ++event) {
       now = now.addingTimeInterval(static_cast<double>(events() % 20'000));
@@ -231,9 +240,9 @@ TEST(Scheduler, MergesReloadsAndForgetsNone) {
   scheduler.want("A", {ReloadCause::extension, ""});
   scheduler.want("A", byApp);
   scheduler.want("nobody", byApp);
-  EXPECT_THAT(reloadsOf(),
-              ElementsAre(std::pair(first, ReloadCause::hostApp),
-                          std::pair(second, ReloadCause::hostApp)));
+  EXPECT_THAT(
+      reloadsOf(),
+      ElementsAre(std::pair(first, ReloadCause::hostApp), std::pair(second, ReloadCause::hostApp)));
   scheduler.failed(first, byApp);
   scheduler.fetched(second, plan, byApp, now);
   EXPECT_THAT(reloadsOf(), IsEmpty()) << "a failed one waits for its retry";

@@ -154,9 +154,8 @@ TEST(WidgetSchedule, CountsTheLast24HoursOnly) {
 }
 
 TEST(WidgetSchedule, ForgetsWhatHasNotHappenedYetByAClockThatWasSetBack) {
-  const ScheduleRecord record = {.fetched = at(0),
-                                 .lastByPolicy = at(0),
-                                 .counted = {at(-90), at(0)}};
+  const ScheduleRecord record = {
+      .fetched = at(0), .lastByPolicy = at(0), .counted = {at(-90), at(0)}};
   WidgetSchedule corrected(record, planOf({0}, 900));
   corrected.clockSetBack(at(-1));
   EXPECT_EQ(corrected.record(), record) << "a correction by a second is nothing";

@@ -1,0 +1,214 @@
+#include "host/home/home_phone.h"
+
+#include <gmock/gmock.h>
+#include <signal.h>
+
+#include <thread>
+
+#include "host/command_error.h"
+#include "host/home/home_actions.h"
+#include "host/home/home_state.h"
+#include "host/host_app.h"
+#include "tests/world.h"
+
+namespace host {
+namespace {
+
+using namespace platform;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+namespace fs = std::filesystem;
+
+constexpr const char* kNow = "2026-03-05T14:30:00Z";
+
+/// A bundle of its own, whose program can be exchanged, and a container.
+class Home : public testing::Test {
+ protected:
+  Home() {
+    fs::create_directories(bundle());
+    for (const auto& item : fs::directory_iterator(fs::path(GLANCERY_BUILD) / "Glancery.appex")) {
+      fs::create_symlink(item.path(), bundle() / item.path().filename());
+    }
+  }
+
+  fs::path bundle() const { return folder_.path() / "Glancery.appex"; }
+  void useProgram(const fs::path& program) {
+    fs::remove(bundle() / "Glancery");
+    fs::create_symlink(program, bundle() / "Glancery");
+  }
+  std::unique_ptr<HomePhone> phone(const char* now = kNow) const {
+    auto started = std::make_unique<HomePhone>(
+        DeviceOptions{.extension = bundle(),
+                      .container = folder_.path() / "container",
+                      .now = now,
+                      .timeZone = "UTC",
+                      .info = {"ApiBaseUrl=http://127.0.0.1:9"}},
+        RefreshBudget());
+    return started;
+  }
+
+  static const PlacedWidget& streak(const HomePhone& phone) { return phone.widgets().at(1); }
+  static std::string reasonOf(const HomePhone& phone, TimelineScheduler::Id widget) {
+    return phone.scheduler().at(widget).record().fetchedFor.why;
+  }
+  static void perform(HomePhone& phone, const std::string& action) {
+    performAction(phone, action);
+    phone.advance();
+  }
+  static bool says(HomePhone& phone, const std::string& text) {
+    for (const LogLine& line : phone.takeLog()) {
+      if (line.text.find(text) != std::string::npos) {
+        return true;
+      }
+    }
+    return false;
+  }
+
+ private:
+  world::Folder folder_;
+};
+
+TEST_F(Home, ShowsTheHostAppsChangesAndWhatIsDueAtMidnight) {
+  const auto home = phone();
+  const std::string before = streak(*home).version;
+  perform(*home, R"({"action": "streak", "count": 12, "lastActive": "2026-03-05T08:00:00Z"})");
+  EXPECT_NE(streak(*home).version, before);
+  EXPECT_EQ(reasonOf(*home, 1), "the host app changed streakData");
+  EXPECT_EQ(reasonOf(*home, 3), "first request") << "the mood log has nothing to do with it";
+  EXPECT_THAT(stateJSON(*home),
+              AllOf(HasSubstr(R"("count":12)"), HasSubstr(R"("alt":"Tu racha — 12)")));
+  const std::string maintained = streak(*home).version;
+  perform(*home, R"({"action": "travel", "to": "next-midnight"})");
+  EXPECT_EQ(Date::now(), instant("2026-03-06T00:00:00Z"));
+  EXPECT_EQ(reasonOf(*home, 1), "the timeline's policy");
+  EXPECT_NE(streak(*home).version, maintained);
+  perform(*home, R"({"action": "travel", "to": "2026-03-05T15:00:00Z"})");
+  EXPECT_EQ(reasonOf(*home, 1), "the clock was set back");
+}
+
+TEST_F(Home, FindsItsWidgetsAsItLeftThem) {
+  std::vector<std::string> versions;
+  {
+    const auto home = phone();
+    perform(*home, R"({"action": "sign-in", "uid": "u-1"})");
+    for (const PlacedWidget& widget : home->widgets()) {
+      versions.push_back(widget.version);
+    }
+  }
+  const auto again = phone("2026-03-05T14:35:00Z");
+  for (TimelineScheduler::Id id = 0; id < versions.size(); ++id) {
+    EXPECT_EQ(again->widgets()[id].version, versions[id]);
+    EXPECT_EQ(again->scheduler().at(id).record().fetched, instant(kNow)) << "asked again for "
+                                                                         << id;
+  }
+  // What changed while nobody looked: the host app's part, the device, the files themselves.
+  recordStreak(3, instant(kNow));
+  EXPECT_EQ(reasonOf(*phone("2026-03-05T14:40:00Z"), 1), "the host app wrote meanwhile");
+  EXPECT_EQ(reasonOf(*phone("2026-03-04T14:40:00Z"), 1), "the clock was set back");
+  world::writeWhole(timelineFile(sharedContainer(), "StreakWidget"), "nonsense");
+  const auto damaged = phone();
+  EXPECT_EQ(reasonOf(*damaged, 1), "first request");
+  EXPECT_TRUE(says(*damaged, "StreakWidget.timeline is no timeline of a widget"));
+}
+
+TEST_F(Home, KeepsTheLastPictureOfAnExtensionThatFails) {
+  const auto home = phone();
+  const auto shown = streak(*home).version;
+  const auto bundled = fs::read_symlink(bundle() / "Glancery");
+  ASSERT_EQ(::kill(home->host().extension().pid(), SIGKILL), 0);
+  useProgram("/bin/false");
+  for (int failures = 1; failures <= 2; ++failures) {
+    while (home->nextRetry() && *home->nextRetry() > std::chrono::steady_clock::now()) {
+      std::this_thread::sleep_until(*home->nextRetry());
+    }
+    perform(*home, R"({"action": "streak", "count": 2})");
+    EXPECT_THAT(streak(*home).problem.value_or(""), HasSubstr("left with status 1"));
+    EXPECT_EQ(streak(*home).failures, failures);
+    EXPECT_EQ(streak(*home).version, shown);
+    EXPECT_THAT(stateJSON(*home), HasSubstr(R"("running":false)"));
+  }
+  useProgram(bundled);
+  std::this_thread::sleep_until(home->nextRetry().value());
+  home->advance();
+  EXPECT_EQ(streak(*home).problem, std::nullopt);
+  EXPECT_NE(streak(*home).version, shown);
+  EXPECT_EQ(home->nextRetry(), std::nullopt);
+  EXPECT_THAT(stateJSON(*home), Not(HasSubstr(R"("running":false,"launches")")));
+}
+
+TEST(HomeRetries, PauseLongerEachTime) {
+  std::vector<std::int64_t> pauses;
+  for (const int failures : {1, 2, 3, 8, 9, 10, 1000}) {
+    pauses.push_back(pauseAfterFailures(failures).count());
+  }
+  EXPECT_THAT(pauses, ElementsAre(1, 2, 4, 128, 256, 300, 300));
+}
+
+TEST_F(Home, NamesWhatIsWrongWithAnAction) {
+  const auto home = phone();
+  const std::pair<const char*, const char*> rows[] = {
+      {"", "no JSON object"},
+      {"[]", "no JSON object"},
+      {"{}", "\"action\""},
+      {R"({"action": 7})", "\"action\" is no text"},
+      {R"({"action": "dance"})", "\"dance\""},
+      {R"({"action": "sign-in"})", "\"uid\""},
+      {R"({"action": "sign-in", "uid": ""})", "UID"},
+      {R"({"action": "streak", "count": 1.5})", "\"count\""},
+      {R"({"action": "streak", "count": 1, "lastActive": "yesterday"})", "\"yesterday\""},
+      {R"({"action": "mood", "mood": "fine"})", "\"fine\""},
+      {R"({"action": "mood", "mood": "well", "day": "2026-02-30"})", "\"2026-02-30\""},
+      {R"({"action": "device", "screen": "1x1"})", "\"1x1\""},
+      {R"({"action": "device", "timeZone": "Mars/Base"})", "\"Mars/Base\""},
+      {R"({"action": "travel", "to": "tomorrow"})", "\"tomorrow\""},
+      {R"({"action": "clock", "running": 1})", "\"running\""},
+      {R"({"action": "tap", "kind": "Nothing", "x": 1, "y": 1})", "\"Nothing\""},
+      {R"({"action": "tap", "kind": "Checkin", "x": 1})", "\"y\""},
+      {R"({"action": "reload", "kind": "Nothing"})", "\"Nothing\""},
+  };
+  const std::string before = stateJSON(*home);
+  for (const auto& [action, names] : rows) {
+    try {
+      performAction(*home, action);
+      ADD_FAILURE() << action;
+    } catch (const CommandError& error) {
+      EXPECT_THAT(error.what(), HasSubstr(names)) << action;
+    }
+  }
+  EXPECT_EQ(stateJSON(*home), before) << "nothing happened";
+}
+
+TEST_F(Home, IsAnotherPhoneAfterEveryChangeOfTheDevice) {
+  const auto home = phone();
+  perform(*home, R"({"action": "clock", "running": true})");
+  EXPECT_TRUE(home->isRunning());
+  perform(*home, R"({"action": "clock", "running": false})");
+  const Date stands = Date::now();
+  const std::string light = streak(*home).version;
+  const std::string spanish = home->widgets()[0].item.displayName;
+  perform(*home, R"({"action": "device", "scheme": "dark"})");
+  EXPECT_EQ(reasonOf(*home, 0), "first request") << "both schemes are in every timeline";
+  EXPECT_NE(home->widgets()[3].version, light);
+  perform(*home, R"({"action": "device", "locale": "fr_FR", "screen": "320x568"})");
+  EXPECT_EQ(reasonOf(*home, 0), "the device's settings changed");
+  EXPECT_NE(home->widgets()[0].item.displayName, spanish);
+  EXPECT_EQ(home->widgets()[0].list.size, (Size{292, 141}));
+  EXPECT_EQ(Date::now(), stands) << "the clock stays as it is";
+}
+
+TEST_F(Home, TellsWhatATapOpens) {
+  const auto home = phone();
+  EXPECT_EQ(performAction(*home, R"({"action": "tap", "kind": "Checkin", "x": 40, "y": 90})"),
+            R"({"link":null})");
+  perform(*home, R"({"action": "sign-in", "uid": "u-1"})");
+  EXPECT_EQ(performAction(*home, R"({"action": "tap", "kind": "Checkin", "x": 40, "y": 90})"),
+            R"({"link":"quiloapp://emotion/veryBad"})");
+  ASSERT_EQ(home->taps().size(), 2u);
+  EXPECT_EQ(home->taps()[0].link, "quiloapp://emotion/veryBad") << "latest first";
+  EXPECT_THAT(stateJSON(*home), HasSubstr(R"("link":"quiloapp://emotion/well","label":)"));
+}
+
+}  // namespace
+}  // namespace host
