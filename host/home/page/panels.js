@@ -1,0 +1,199 @@
+// What the reader can change: the time, the host app's side, the device.
+import {act, byId, format, instantOf, make, moment, setAttribute, setText, span, wall, webLocale} from '/tools.js';
+
+const kMoodLabels = {veryBad: 'Very bad', bad: 'Bad', neutral: 'Neutral', well: 'Well', veryWell: 'Very well'};
+const kDay = 24 * 60 * 60 * 1000;
+
+let state = null;
+let today = null;
+let selectedDay = null;
+
+const moodLabel = (mood) => kMoodLabels[mood] ?? mood;
+const isoOf = (text) => new Date(instantOf(text, state.device.timeZone)).toISOString();
+
+function onSubmit(id, action) {
+  byId(id).addEventListener('submit', (event) => {
+    event.preventDefault();
+    act(event.target, action(event.target.elements));
+  });
+}
+
+function onClick(id, action) {
+  byId(id).addEventListener('click', (event) => act(event.currentTarget, action()));
+}
+
+onSubmit('sign-in', ({uid}) => ({action: 'sign-in', uid: uid.value}));
+onSubmit('instant', (fields) => ({action: 'travel', to: isoOf(fields.wall.value)}));
+onSubmit('streak', (fields) => ({
+  action: 'streak',
+  count: fields.count.valueAsNumber,
+  ...(fields.wall.value && {lastActive: isoOf(fields.wall.value)}),
+}));
+onClick('sign-out', () => ({action: 'sign-out'}));
+onClick('back', () => ({action: 'travel', to: 'now'}));
+onClick('run', () => ({action: 'clock', running: !state.running}));
+for (const button of document.querySelectorAll('[data-travel]')) {
+  button.onclick = () => act(button, {action: 'travel', to: button.dataset.travel});
+}
+byId('device').addEventListener('submit', (event) => event.preventDefault());
+byId('device').addEventListener('change', async ({target}) => {
+  const done = await act(target, {action: 'device', [target.name]: target.value});
+  if (!done) showDevice();
+});
+
+// Device
+
+const kNames = {
+  locale: (locale) => {
+    try {
+      return new Intl.DisplayNames('en', {type: 'language', languageDisplay: 'standard'}).of(webLocale(locale));
+    } catch {
+      return locale;
+    }
+  },
+  timeZone: (zone) => zone.replaceAll('_', ' '),
+  screen: (name) => name.replace('x', ' × '),
+};
+
+/** The chosen value is listed even if the choices leave it out. */
+function showChoice(name, values = []) {
+  const chosen = state.device[name];
+  if (chosen === undefined) return;
+  const select = byId('device').elements[name];
+  const listed = values.includes(chosen) ? values : [chosen, ...values];
+  if (select.dataset.listed !== String(listed)) {
+    select.dataset.listed = listed;
+    const label = kNames[name] ?? String;
+    select.replaceChildren(...listed.map((value) => make('option', label(value), {value})));
+  }
+  select.value = chosen;
+}
+
+function showDevice() {
+  const {device, choices} = state;
+  byId('device').elements.scheme.value = device.scheme;
+  showChoice('locale', choices.locales);
+  showChoice('timeZone', choices.timeZones);
+  showChoice('screen', choices.screens?.map(({name}) => name));
+  showChoice('os', choices.systems);
+}
+
+// Host app
+
+/** Seven days as the mood log shows them: today last. */
+function lastDays(today) {
+  const last = Date.parse(today);
+  return [6, 5, 4, 3, 2, 1, 0].map((days) => new Date(last - days * kDay).toISOString().slice(0, 10));
+}
+
+function face(mood) {
+  const svg = document.createElementNS('http://www.w3.org/2000/svg', 'svg');
+  const use = document.createElementNS(svg.namespaceURI, 'use');
+  use.setAttribute('href', `#face-${mood in kMoodLabels ? mood : 'none'}`);
+  svg.setAttribute('aria-hidden', 'true');
+  svg.append(use);
+  return svg;
+}
+
+function makeDay(day) {
+  const label = make('label', '', {class: 'day'});
+  const radio = make('input', '', {type: 'radio', name: 'day', value: day});
+  radio.onchange = () => {
+    selectedDay = day;
+    showMoods();
+  };
+  const name = format('en', 'UTC', {weekday: 'short'}).format(Date.parse(day));
+  label.append(radio, face(null), make('span', day === today ? 'Today' : name));
+  return label;
+}
+
+function makeMood(mood) {
+  const button = make('button', '', {type: 'button', class: 'face', title: moodLabel(mood), 'aria-label': moodLabel(mood)});
+  button.dataset.mood = mood;
+  button.append(face(mood));
+  button.onclick = () => act(button, {action: 'mood', mood, day: selectedDay});
+  return button;
+}
+
+function showMoods() {
+  const moods = state.app.moods ?? {};
+  const names = state.app.moodNames ?? Object.keys(kMoodLabels);
+  const row = document.querySelector('.days');
+  if (row.dataset.today !== today) {
+    row.dataset.today = today;
+    row.replaceChildren(...lastDays(today).map(makeDay));
+  }
+  for (const radio of row.querySelectorAll('input')) {
+    const mood = moods[radio.value];
+    radio.checked = radio.value === selectedDay;
+    setAttribute(radio.parentElement.querySelector('use'), 'href', `#face-${mood in kMoodLabels ? mood : 'none'}`);
+    const name = format('en', 'UTC', {weekday: 'long', day: 'numeric', month: 'long'}).format(Date.parse(radio.value));
+    setAttribute(radio, 'aria-label', `${name}: ${mood ? moodLabel(mood) : 'no mood'}`);
+  }
+  const faces = document.querySelector('.faces');
+  if (faces.dataset.names !== String(names)) {
+    faces.dataset.names = names;
+    faces.replaceChildren(...names.map(makeMood));
+  }
+  for (const button of faces.children) {
+    setAttribute(button, 'aria-pressed', moods[selectedDay] === button.dataset.mood);
+  }
+  const options = {weekday: 'long', day: 'numeric', month: 'long'};
+  const day = selectedDay === today ? 'Today' : format('en-GB', 'UTC', options).format(Date.parse(selectedDay));
+  setText(byId('mood-of'), `${day}: ${moods[selectedDay] ? moodLabel(moods[selectedDay]) : 'choose a mood'}`);
+}
+
+function showApp(now) {
+  const {app, device} = state;
+  byId('sign-in').hidden = Boolean(app.uid);
+  byId('signed-in').hidden = !app.uid;
+  setText(byId('uid'), app.uid ?? '');
+  setText(byId('streak-stored'), app.streak
+    ? `${app.streak.count} ${app.streak.count === 1 ? 'day' : 'days'}, last active ${moment(app.streak.lastActive, now, device.timeZone)}`
+    : 'none stored');
+}
+
+/** The day that was chosen stays, unless it was today and a new day has come. */
+function followDay(now) {
+  const day = wall(now, state.device.timeZone).slice(0, 10);
+  if (day === today) return false;
+  if (selectedDay === today || !lastDays(day).includes(selectedDay)) selectedDay = day;
+  today = day;
+  return true;
+}
+
+export function showPanels(given, now) {
+  state = given;
+  followDay(now);
+  showDevice();
+  showApp(now);
+  showMoods();
+  const run = byId('run');
+  setText(run.querySelector('span'), state.running ? 'Pause' : 'Run');
+  setAttribute(run.querySelector('use'), 'href', state.running ? '#sign-pause' : '#sign-play');
+  const wish = byId('instant').elements.wall;
+  if (!wish.value) wish.value = wall(now, state.device.timeZone).slice(0, 16);
+}
+
+export function tickPanels(given, now) {
+  if (followDay(now)) showMoods();
+  const zone = state.device.timeZone;
+  const shown = wall(now, zone);
+  setText(byId('clock'), shown.slice(11));
+  setAttribute(byId('clock'), 'datetime', new Date(Math.floor(now / 1000) * 1000).toISOString());
+  const options = {weekday: 'long', day: 'numeric', month: 'long', year: 'numeric'};
+  const standing = state.running ? '' : ' · the clock stands';
+  setText(byId('clock-date'), `${format('en-GB', zone, options).format(now)}${standing}`);
+  const instants = {
+    'next-entry': state.travel.nextEntry,
+    'next-reload': state.travel.nextReload,
+    'next-midnight': state.travel.nextMidnight,
+  };
+  for (const button of document.querySelectorAll('[data-travel]')) {
+    const instant = instants[button.dataset.travel];
+    button.disabled = !instant;
+    setText(button.querySelector('time'), instant ? moment(instant, now, zone) : 'none to come');
+    setAttribute(button.querySelector('time'), 'datetime', instant);
+    setText(button.querySelector('small'), instant ? `in ${span(Math.max(0, Date.parse(instant) - now))}` : '');
+  }
+}

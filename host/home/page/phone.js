@@ -1,0 +1,208 @@
+// The phone: its screen, the widgets on it, and what a tap does.
+import {act, announce, byId, format, make, setAttribute, setText, wall, webLocale} from '/tools.js';
+
+const kAppNames = {
+  en: {calendar: 'Calendar', clock: 'Clock', notes: 'Notes'},
+  es: {calendar: 'Calendario', clock: 'Reloj', notes: 'Notas'},
+  fr: {calendar: 'Calendrier', clock: 'Horloge', notes: 'Notes'},
+  pt: {calendar: 'Calendário', clock: 'Relógio', notes: 'Notas'},
+};
+
+const phone = byId('phone');
+const screen = byId('screen');
+const home = byId('home');
+const tiles = new Map();
+const stillness = matchMedia('(prefers-reduced-motion: reduce)');
+
+/** Where nothing is laid over a widget: there a tap means the widget as a whole. */
+function pointBesideAreas({width, height, areas = []}) {
+  const free = ({x, y}) => !areas.some((area) =>
+    x >= area.x && y >= area.y && x < area.x + area.width && y < area.y + area.height);
+  const candidates = [{x: width / 2, y: height / 2}];
+  for (let y = 4; y < height; y += 4) candidates.push({x: width / 2, y}, {x: 2, y});
+  return candidates.find(free) ?? candidates[0];
+}
+
+/** A finger is broader than a small area: what falls beside it, on its button, still means it. */
+function pointWithin(area, {x, y}) {
+  const clamp = (value, low, length) => Math.min(Math.max(value, low), low + length - 0.5);
+  return {x: clamp(x, area.x, area.width), y: clamp(y, area.y, area.height)};
+}
+
+function showBanner(link) {
+  const banner = byId('banner');
+  banner.replaceChildren(make('small', link ? 'Opens' : 'No link'), make('b', link ?? 'the app opens'));
+  banner.classList.add('is-shown');
+  clearTimeout(showBanner.timer);
+  showBanner.timer = setTimeout(() => banner.classList.remove('is-shown'), 3_500);
+}
+
+async function tap(event, widget, area) {
+  const box = event.currentTarget.closest('.tile').getBoundingClientRect();
+  const byKeyboard = event.detail === 0;
+  let point = {
+    x: ((event.clientX - box.left) / box.width) * widget.width,
+    y: ((event.clientY - box.top) / box.height) * widget.height,
+  };
+  if (area) point = pointWithin(area, byKeyboard ? middle(area) : point);
+  else if (byKeyboard) point = pointBesideAreas(widget);
+  const answer = await act(event.currentTarget, {action: 'tap', kind: widget.kind, ...point});
+  if (!answer) return;
+  showBanner(answer.link);
+  announce(answer.link ? `Opens ${answer.link}` : 'No link: the app opens');
+}
+
+const middle = (area) => ({x: area.x + area.width / 2, y: area.y + area.height / 2});
+const destination = (link) => (link ? `opens ${link}` : 'no link');
+
+/** Loads the next picture before it takes the last one's place, so that nothing flashes. */
+async function showPicture(tile, widget) {
+  const {pictures} = tile;
+  if (tile.picture === widget.picture) return;
+  tile.picture = widget.picture;
+  if (!widget.picture) return pictures.replaceChildren();
+  const next = make('img', '', {src: widget.picture, draggable: 'false', alt: ''});
+  try {
+    await next.decode();
+  } catch (error) {
+    // The host has moved on to a picture that the next state names; the last good one stays.
+    if (tile.picture === widget.picture) tile.picture = null;
+    return console.warn(error);
+  }
+  if (tile.picture !== widget.picture) return;
+  const last = pictures.lastElementChild;
+  pictures.append(next);
+  describe(tile);
+  if (last && !stillness.matches) {
+    await next.animate([{opacity: 0}, {opacity: 1}], {duration: 280, easing: 'ease-out'}).finished;
+  }
+  while (pictures.firstElementChild !== next && pictures.contains(next)) pictures.firstElementChild.remove();
+}
+
+function describe({pictures, alt, lang}) {
+  for (const picture of pictures.children) {
+    const newest = picture === pictures.lastElementChild;
+    setAttribute(picture, 'alt', newest ? alt : '');
+    setAttribute(picture, 'lang', newest ? lang : null);
+  }
+}
+
+/** Buttons are kept in place, so that one in focus stays there when the picture changes. */
+function showAreas(tile, widget) {
+  const areas = widget.areas ?? [];
+  while (tile.areas.length > areas.length) tile.areas.pop().remove();
+  while (tile.areas.length < areas.length) {
+    const index = tile.areas.length;
+    const button = make('button', '', {type: 'button', class: 'area'});
+    button.onclick = (event) => tap(event, tile.widget, tile.widget.areas[index]);
+    tile.areas.push(button);
+    tile.box.append(button);
+  }
+  tile.areas.forEach((button, index) => {
+    const area = areas[index];
+    for (const [property, value] of [['left', area.x], ['top', area.y], ['width', area.width], ['height', area.height]]) {
+      button.style[property] = `${value}px`;
+    }
+    setAttribute(button, 'aria-label', `${area.label ?? 'Area'}: ${destination(area.link)}`);
+  });
+}
+
+function tileOf(kind) {
+  if (!tiles.has(kind)) {
+    const root = byId('widget-template').content.firstElementChild.cloneNode(true);
+    const tile = {
+      root,
+      box: root.querySelector('.tile'),
+      pictures: root.querySelector('.pictures'),
+      whole: root.querySelector('.whole'),
+      areas: [],
+    };
+    tile.whole.onclick = (event) => tap(event, tile.widget);
+    root.dataset.kind = kind;
+    tiles.set(kind, tile);
+  }
+  return tiles.get(kind);
+}
+
+function showWidget(widget, lang) {
+  const tile = tileOf(widget.kind);
+  Object.assign(tile, {widget, lang, alt: widget.alt ?? widget.name ?? widget.kind});
+  tile.root.classList.toggle('is-medium', widget.family !== 'systemSmall');
+  tile.box.style.width = `${widget.width}px`;
+  tile.box.style.height = `${widget.height}px`;
+  setAttribute(tile.whole, 'aria-label', `${widget.name ?? widget.kind}: ${destination(widget.link)}`);
+  describe(tile);
+  showAreas(tile, widget);
+  showPicture(tile, widget);
+  return tile.root;
+}
+
+/** Names what now shows something else, in the language that it is in. */
+function announceChanges(before, widgets, lang) {
+  const changed = widgets.filter(({kind, alt}) => before.has(kind) && before.get(kind) !== alt);
+  if (changed.length === 1) announce(make('span', changed[0].alt, {lang}));
+  else if (changed.length > 1) announce(`${changed.length} widgets changed`);
+}
+
+/** Places the widgets in the gallery's order; the apps stand beside the first small one. */
+function place(roots) {
+  const small = roots.findIndex((root) => !root.classList.contains('is-medium'));
+  roots.splice(small + 1 || roots.length, 0, byId('apps'));
+  if (roots.some((root, index) => home.children[index] !== root)) home.replaceChildren(...roots);
+  for (const [kind, {root}] of tiles) {
+    if (!root.isConnected) tiles.delete(kind);
+  }
+}
+
+function showScreen({device, choices, widgets}) {
+  const chosen = (choices.screens ?? []).find(({name}) => name === device.screen);
+  const {width, height} = chosen ?? {width: 390, height: 844};
+  const small = widgets.find(({family}) => family === 'systemSmall');
+  const medium = widgets.find(({family}) => family === 'systemMedium');
+  const lengths = {
+    '--screen-width': width,
+    '--screen-height': height,
+    '--small': small?.width ?? 158,
+    '--row': small?.height ?? medium?.height ?? 158,
+    '--medium': medium?.width ?? 338,
+  };
+  for (const [name, value] of Object.entries(lengths)) phone.style.setProperty(name, `${value}px`);
+  phone.classList.toggle('has-button', height / width < 2);
+  setAttribute(phone, 'data-scheme', device.scheme ?? 'light');
+  fit();
+}
+
+/** Real size wherever there is room for it. */
+function fit() {
+  phone.style.zoom = 1;
+  const room = document.documentElement.clientWidth;
+  const zoom = Math.min(1, room / phone.offsetWidth);
+  phone.parentElement.style.setProperty('--phone-height', `${phone.offsetHeight * zoom}px`);
+  phone.style.zoom = zoom;
+}
+addEventListener('resize', fit);
+
+export function showPhone(state) {
+  const lang = webLocale(state.device.locale);
+  const before = new Map([...tiles].map(([kind, {alt}]) => [kind, alt]));
+  showScreen(state);
+  place(state.widgets.map((widget) => showWidget(widget, lang)));
+  announceChanges(before, state.widgets, lang);
+  const names = kAppNames[lang.split('-')[0]] ?? kAppNames.en;
+  for (const label of document.querySelectorAll('[data-app]')) setText(label, names[label.dataset.app]);
+}
+
+export function tickPhone({device}, now) {
+  const lang = webLocale(device.locale);
+  const show = (id, options) => {
+    const parts = format(lang, device.timeZone, options).formatToParts(now);
+    // Phones leave the half of the day out of the status bar.
+    setText(byId(id), parts.filter(({type}) => type !== 'dayPeriod').map(({value}) => value).join('').trim());
+  };
+  show('phone-clock', {hour: 'numeric', minute: '2-digit'});
+  show('app-weekday', {weekday: 'short'});
+  show('app-day', {day: 'numeric'});
+  const [hours, minutes] = wall(now, device.timeZone).slice(11).split(':').map(Number);
+  setAttribute(byId('app-hour'), 'transform', `rotate(${hours * 30 + minutes / 2} 30 30)`);
+  setAttribute(byId('app-minute'), 'transform', `rotate(${minutes * 6} 30 30)`);
+}
