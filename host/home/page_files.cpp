@@ -12,21 +12,31 @@
 
 GLANCERY_EMBED(glancery_page_html, "index.html");
 GLANCERY_EMBED(glancery_page_css, "home.css");
-GLANCERY_EMBED(glancery_page_js, "home.js");
+GLANCERY_EMBED(glancery_page_home, "home.js");
+GLANCERY_EMBED(glancery_page_panels, "panels.js");
+GLANCERY_EMBED(glancery_page_phone, "phone.js");
+GLANCERY_EMBED(glancery_page_report, "report.js");
+GLANCERY_EMBED(glancery_page_tools, "tools.js");
 GLANCERY_EMBED(glancery_page_icon, "icon.svg");
 
 namespace host {
 
 const PageFile* pageFile(std::string_view path) {
+  constexpr const char* kHTML = "text/html; charset=utf-8";
+  constexpr const char* kCSS = "text/css; charset=utf-8";
+  constexpr const char* kScript = "text/javascript; charset=utf-8";
+  // clang-format off
   static const std::array kFiles = {
-      PageFile{"/", "text/html; charset=utf-8", {glancery_page_html_begin, glancery_page_html_end}},
-      PageFile{
-          "/home.css", "text/css; charset=utf-8", {glancery_page_css_begin, glancery_page_css_end}},
-      PageFile{"/home.js",
-               "text/javascript; charset=utf-8",
-               {glancery_page_js_begin, glancery_page_js_end}},
-      PageFile{"/icon.svg", "image/svg+xml", {glancery_page_icon_begin, glancery_page_icon_end}},
+      PageFile{"/",          kHTML,           {glancery_page_html_begin,   glancery_page_html_end}},
+      PageFile{"/home.css",  kCSS,            {glancery_page_css_begin,    glancery_page_css_end}},
+      PageFile{"/home.js",   kScript,         {glancery_page_home_begin,   glancery_page_home_end}},
+      PageFile{"/panels.js", kScript,         {glancery_page_panels_begin, glancery_page_panels_end}},
+      PageFile{"/phone.js",  kScript,         {glancery_page_phone_begin,  glancery_page_phone_end}},
+      PageFile{"/report.js", kScript,         {glancery_page_report_begin, glancery_page_report_end}},
+      PageFile{"/tools.js",  kScript,         {glancery_page_tools_begin,  glancery_page_tools_end}},
+      PageFile{"/icon.svg",  "image/svg+xml", {glancery_page_icon_begin,   glancery_page_icon_end}},
   };
+  // clang-format on
   const auto* file = std::ranges::find(kFiles, path, &PageFile::path);
   return file == kFiles.end() ? nullptr : file;
 }

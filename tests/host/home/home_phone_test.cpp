@@ -39,13 +39,13 @@ class Home : public testing::Test {
     fs::create_symlink(program, bundle() / "Glancery");
   }
   std::unique_ptr<HomePhone> phone(const char* now = kNow) const {
-    auto started = std::make_unique<HomePhone>(
-        DeviceOptions{.extension = bundle(),
-                      .container = folder_.path() / "container",
-                      .now = now,
-                      .timeZone = "UTC",
-                      .info = {"ApiBaseUrl=http://127.0.0.1:9"}},
-        RefreshBudget());
+    auto started =
+        std::make_unique<HomePhone>(DeviceOptions{.extension = bundle(),
+                                                  .container = folder_.path() / "container",
+                                                  .now = now,
+                                                  .timeZone = "UTC",
+                                                  .info = {"ApiBaseUrl=http://127.0.0.1:9"}},
+                                    RefreshBudget());
     return started;
   }
 
@@ -100,8 +100,8 @@ TEST_F(Home, FindsItsWidgetsAsItLeftThem) {
   const auto again = phone("2026-03-05T14:35:00Z");
   for (TimelineScheduler::Id id = 0; id < versions.size(); ++id) {
     EXPECT_EQ(again->widgets()[id].version, versions[id]);
-    EXPECT_EQ(again->scheduler().at(id).record().fetched, instant(kNow)) << "asked again for "
-                                                                         << id;
+    EXPECT_EQ(again->scheduler().at(id).record().fetched, instant(kNow))
+        << "asked again for " << id;
   }
   // What changed while nobody looked: the host app's part, the device, the files themselves.
   recordStreak(3, instant(kNow));

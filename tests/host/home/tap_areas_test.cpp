@@ -19,15 +19,14 @@ DisplayItem text(std::vector<std::string> lines, Rect frame, std::optional<std::
 
 TEST(TapAreas, JoinWhatALinkHoldsWithinTheWidget) {
   const NSBundle bundle(std::string(GLANCERY_BUILD) + "/Glancery.appex");
-  const DisplayList list = {
-      .size = {100, 50},
-      .widgetURL = "app://all",
-      .items = {image("streakBg_dawn", {-3, -3, 106, 56}),
-                text({"Hoy", "es"}, {0, 0, 50, 10}),
-                image("well", {-5, 10, 20, 20}, "app://one"),
-                text({"uno"}, {0, 35, 10, 30}, "app://one"),
-                image("bad", {50, 10, 20, 20}, "app://two"),
-                image("backdrop", {80, 10, 40, 20}, "app://three")}};
+  const DisplayList list = {.size = {100, 50},
+                            .widgetURL = "app://all",
+                            .items = {image("streakBg_dawn", {-3, -3, 106, 56}),
+                                      text({"Hoy", "es"}, {0, 0, 50, 10}),
+                                      image("well", {-5, 10, 20, 20}, "app://one"),
+                                      text({"uno"}, {0, 35, 10, 30}, "app://one"),
+                                      image("bad", {50, 10, 20, 20}, "app://two"),
+                                      image("backdrop", {80, 10, 40, 20}, "app://three")}};
   const auto areas = tapAreas(list, bundle);
   ASSERT_EQ(areas.size(), 3u);
   EXPECT_EQ(areas[0].frame, (Rect{0, 10, 15, 40})) << "both items, as far as they are to be seen";
@@ -36,9 +35,9 @@ TEST(TapAreas, JoinWhatALinkHoldsWithinTheWidget) {
   EXPECT_EQ(areas[1].frame, (Rect{50, 10, 20, 20}));
   EXPECT_EQ(areas[2].label, "") << "a picture without words";
   EXPECT_NE(bundle.localizedString("well"), "well") << "the faces have words";
-  EXPECT_EQ(spokenText(list, bundle),
-            "Hoy es, " + bundle.localizedString("well") + ", uno, " +
-                bundle.localizedString("bad"));
+  EXPECT_EQ(
+      spokenText(list, bundle),
+      "Hoy es, " + bundle.localizedString("well") + ", uno, " + bundle.localizedString("bad"));
 }
 
 }  // namespace
