@@ -1,6 +1,7 @@
 #include <charconv>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <thread>
 
 #include <CLI/CLI.hpp>
@@ -19,9 +20,11 @@ using namespace platform;
 
 namespace {
 
+constexpr std::uint16_t kUsualPort = 8787;
+
 struct HomeOptions {
   DeviceOptions device = {};
-  std::uint16_t port = 8787;
+  std::optional<std::uint16_t> port = {};
   int budget = RefreshBudget().perDay;
 };
 
@@ -71,24 +74,34 @@ std::unique_ptr<HttpServer> apiFor(const HostSettings& settings) {
   return api ? *std::move(api) : nullptr;
 }
 
-void home(const HomeOptions& options) {
-  std::unique_ptr<HomePage> page;
-  auto server = HttpServer::listen(
-      options.port, [&page](const HttpRequest& request, const HttpServer::Reply& reply) {
-        page->answer(request, reply);
-      });
+/// At that port; without one at the usual port, or any if that is taken.
+std::unique_ptr<HttpServer> listen(std::optional<std::uint16_t> port,
+                                   const HttpServer::Handler& handler) {
+  auto server = HttpServer::listen(port.value_or(kUsualPort), handler);
+  if (!server && !port) {
+    server = HttpServer::listen(0, handler);
+  }
   if (!server) {
     throw CommandError(server.error());
   }
+  return *std::move(server);
+}
+
+void home(const HomeOptions& options) {
+  std::unique_ptr<HomePage> page;
+  auto server =
+      listen(options.port, [&page](const HttpRequest& request, const HttpServer::Reply& reply) {
+        page->answer(request, reply);
+      });
   RefreshBudget budget;
   budget.enforced = options.budget > 0;
   budget.perDay = options.budget > 0 ? options.budget : budget.perDay;
   const ApiBeside api(apiFor(settle(options.device)));
   HomePhone phone(options.device, budget);
   HomeLoop loop(phone, [&](HomeView view) {
-    (*server)->post([&, view = std::make_shared<HomeView>(std::move(view))] {
+    server->post([&, view = std::make_shared<HomeView>(std::move(view))] {
       page->show(std::move(*view));
-      (*server)->wake();
+      server->wake();
     });
   });
   page = std::make_unique<HomePage>(
@@ -97,8 +110,8 @@ void home(const HomeOptions& options) {
       },
       programFolder() / "system" / "Fonts" / "Inter-roman.var.ttf");
   loop.start();
-  std::cout << "http://127.0.0.1:" << (*server)->port() << '/' << std::endl;
-  (*server)->serve();
+  std::cout << "http://127.0.0.1:" << server->port() << '/' << std::endl;
+  server->serve();
 }
 
 }  // namespace
@@ -107,8 +120,10 @@ void addHomeCommand(CLI::App& app) {
   auto options = std::make_shared<HomeOptions>();
   CLI::App* command = app.add_subcommand(
       "home", "Serves the live home screen on this machine, as a web page, until interrupted");
-  command->add_option("--port", options->port, "Port of 127.0.0.1; 0 for any")
-      ->capture_default_str();
+  command->add_option(
+      "--port",
+      options->port,
+      "Port of 127.0.0.1; 0 for any (default: " + std::to_string(kUsualPort) + ", or any)");
   command
       ->add_option("--budget",
                    options->budget,
