@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <unordered_map>
 
 #include "platform/foundation/cbor.h"
+#include "platform/foundation/number_text.h"
 #include "platform/foundation/require.h"
 #include "platform/foundation/value.h"
 
@@ -62,7 +64,23 @@ bool hasHead(std::string_view bytes) {
          numberAt(bytes, 8, 4) == (checksum(bytes.substr(0, 8)) & 0xFFFFFFFF);
 }
 
-/// Reads the members of a record; the first one that is missing or of another type is `fault()`.
+// Bounds of what a transfer can have. Times are finite and not before 1970; attempts and orders
+// stay far enough from the largest integer to be counted on.
+constexpr double kLastMoment = std::numeric_limits<double>::max();
+constexpr double kLeastTimeout = std::numeric_limits<double>::denorm_min();
+constexpr std::int64_t kMostAttempts = 1'000'000'000;
+constexpr std::int64_t kLastOrder = std::int64_t{1} << 62;
+constexpr std::int64_t kMostBytes = std::numeric_limits<std::int64_t>::max();
+
+std::string textOf(std::int64_t number) {
+  return std::to_string(number);
+}
+std::string textOf(double number) {
+  return shortestText(number);
+}
+
+/// Reads the members of a record; the first one that is missing, of another type or out of bounds
+/// is `fault()`.
 class Reader {
  public:
   explicit Reader(std::string_view payload) {
@@ -85,9 +103,11 @@ class Reader {
     const auto number = members_.integer(key);
     return number ? *number : missing<std::int64_t>(key);
   }
-  double number(const char* key) {
-    const auto number = members_.number(key);
-    return number ? *number : missing<double>(key);
+  std::int64_t integer(const char* key, std::int64_t least, std::int64_t most) {
+    return within(key, members_.integer(key), least, most);
+  }
+  double number(const char* key, double least, double most) {
+    return within(key, members_.number(key), least, most);
   }
   NSError error() { return {bytes("domain"), integer("code"), bytes("text")}; }
   HeaderFields headers() {
@@ -119,6 +139,20 @@ class Reader {
     return T();
   }
 
+  template <class T>
+  T within(const char* key, std::optional<T> number, T least, T most) {
+    if (!number) {
+      return missing<T>(key);
+    }
+    if (*number >= least && *number <= most) {
+      return *number;
+    }
+    if (fault_.empty()) {
+      fault_ = "the member \"" + std::string(key) + "\" can't be " + textOf(*number);
+    }
+    return T();
+  }
+
   Dictionary members_;
   std::string fault_;
 };
@@ -145,21 +179,23 @@ TransferTask readTask(Reader& reader) {
                       .method = reader.bytes("method"),
                       .headers = reader.headers(),
                       .body = reader.bytes("body"),
-                      .timeout = reader.number("timeout")},
-          .created = reader.number("created")};
+                      .timeout = reader.number("timeout", kLeastTimeout, kLastMoment)},
+          .created = reader.number("created", 0, kLastMoment)};
 }
 
 TransferWait readWait(Reader& reader) {
-  return {static_cast<int>(reader.integer("attempts")), reader.number("next"), reader.error()};
+  return {static_cast<int>(reader.integer("attempts", 1, kMostAttempts)),
+          reader.number("next", 0, kLastMoment),
+          reader.error()};
 }
 
 TransferOutcome readOutcome(Reader& reader) {
-  TransferOutcome outcome = {.order = reader.integer("order")};
+  TransferOutcome outcome = {.order = reader.integer("order", 1, kLastOrder)};
   if (reader.has("status")) {
-    outcome.answer = {.status = static_cast<int>(reader.integer("status")),
+    outcome.answer = {.status = static_cast<int>(reader.integer("status", 100, 999)),
                       .url = reader.bytes("url"),
                       .headers = reader.headers(),
-                      .size = static_cast<std::uint64_t>(reader.integer("size"))};
+                      .size = static_cast<std::uint64_t>(reader.integer("size", 0, kMostBytes))};
   }
   if (reader.has("code") || !outcome.answer) {
     outcome.error = reader.error();

@@ -204,7 +204,7 @@ bool CurlAttempt::receiveHeader(std::string_view line) {
 /// which has no head. Only the three that are known to announce something are never a last word.
 bool CurlAttempt::isLastWord() const {
   const bool announces = answer_.status == 100 || answer_.status == 102 || answer_.status == 103;
-  return answer_.status > 0 && !announces;
+  return answer_.status >= 100 && !announces;
 }
 
 std::optional<std::uint64_t> CurlAttempt::announcedSize() const {

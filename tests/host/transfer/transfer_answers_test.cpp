@@ -71,6 +71,8 @@ const Case kCases[] = {
     {"noHTTP", {{"220 mail.example ESMTP\r\n"}}, "-1017"},
     {"emptyLine", {{"\r\n\r\n"}}, "-1017"},
     {"statusOfFourDigits", {{"HTTP/1.1 2000 OK\r\n\r\n"}}, "-1017"},
+    {"statusBelow100", {answer("099 Odd", "hello")}, "-1017"},
+    {"status000", {answer("000 Odd", "hello", hang)}, "-1017"},
     {"statusOfLetters", {{"HTTP/1.1 OK 200\r\n\r\n"}}, "-1017"},
     {"unknownVersion", {{"HTTP/9.1 200 OK\r\n\r\nhello"}}, "-1017"},
     {"badChunk", {{chunked("zz\r\nhello\r\n")}, kGood}, "200", "hello", 1, 2},

@@ -3,10 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "host/transfer/transfer_error.h"
 #include "host/transfer/transfer_folder.h"
 #include "host/transfer/transfer_listing.h"
 #include "host/transfer/transfer_record.h"
+#include "platform/foundation/cbor.h"
 #include "tests/world.h"
 
 namespace host {
@@ -14,6 +17,7 @@ namespace {
 
 using namespace world;
 namespace fs = std::filesystem;
+using platform::Data;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -105,6 +109,85 @@ TEST(TransferJournal, EveryChangedByteIsFoundAndCostsOneRecordOnly) {
     const auto record = std::ranges::upper_bound(records.ends, at) - records.ends.begin();
     const std::size_t left[] = {2, 1, 1, 2, 3};
     EXPECT_EQ(journal.tasks.size(), left[record]) << at;
+  }
+}
+
+/// A record of anything, as the journal's own format has it.
+std::string sealed(const platform::Dictionary& members) {
+  const auto checksum = [](std::string_view bytes) {
+    std::uint64_t sum = 0xCBF29CE484222325u;
+    for (const char byte : bytes) {
+      sum = (sum ^ static_cast<unsigned char>(byte)) * 0x100000001B3u;
+    }
+    return sum;
+  };
+  const auto plain = [](std::uint64_t number, std::size_t count) {
+    return std::string(reinterpret_cast<const char*>(&number), count);
+  };
+  const std::string payload = *platform::encodeCBOR(members);
+  const std::string head = "\xD7GT1" + plain(payload.size(), 4);
+  return head + plain(checksum(head), 4) + plain(checksum(payload), 8) + payload;
+}
+
+TEST(TransferJournal, NumbersThatNoTransferHasAreNamedAndCostTheirRecordOnly) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+  const TransferTask good = {.id = "1-a", .request = kRequest};
+  const auto task = [&](double created, double timeout) {
+    TransferTask odd = good;
+    odd.created = created;
+    odd.request.timeout = timeout;
+    return taskRecord(odd);
+  };
+  const auto wait = [&](int attempts, double next) {
+    TransferTask odd = good;
+    odd.wait = {attempts, next, urlError(URLErrorCode::timedOut)};
+    return taskRecord(good) + waitRecord(odd);
+  };
+  const auto outcome = [&](std::int64_t order, int status, std::uint64_t size) {
+    TransferTask odd = good;
+    odd.outcome = {.order = order, .answer = TransferAnswer{status, "http://x/", {}, size}};
+    return taskRecord(good) + outcomeRecord(odd);
+  };
+  const struct {
+    std::string journal;
+    const char* says;
+    std::size_t tasks;
+  } kRows[] = {
+      {task(0, 5e-324), "", 1},
+      {task(-1, 60), "the member \"created\" can't be -1", 0},
+      {task(kNone, 60), "the member \"created\" can't be nan", 0},
+      {task(0, 0), "the member \"timeout\" can't be 0", 0},
+      {task(0, kInfinity), "the member \"timeout\" can't be inf", 0},
+      {wait(1, 0), "", 1},
+      {wait(0, 5), "the member \"attempts\" can't be 0", 1},
+      {wait(-3, 5), "the member \"attempts\" can't be -3", 1},
+      {wait(2'000'000'000, 5), "the member \"attempts\" can't be 2000000000", 1},
+      {wait(1, -0.5), "the member \"next\" can't be -0.5", 1},
+      {wait(1, kInfinity), "the member \"next\" can't be inf", 1},
+      {outcome(1, 100, 0), "", 1},
+      {outcome(0, 200, 5), "the member \"order\" can't be 0", 1},
+      {outcome(std::numeric_limits<std::int64_t>::max(), 200, 5), "the member \"order\" can't", 1},
+      {outcome(1, 99, 5), "the member \"status\" can't be 99", 1},
+      {outcome(1, 1000, 5), "the member \"status\" can't be 1000", 1},
+      {outcome(1, 200, ~std::uint64_t{0}), "the member \"size\" can't be -1", 1},
+      // An int would make 200 of it.
+      {taskRecord(good) + sealed({{"kind", Data{"outcome"}},
+                                  {"id", Data{"1-a"}},
+                                  {"order", 1},
+                                  {"status", std::int64_t{4'294'967'496}}}),
+       "the member \"status\" can't be 4294967496",
+       1},
+  };
+  for (const auto& row : kRows) {
+    const Journal journal = readJournal(row.journal);
+    ASSERT_EQ(journal.tasks.size(), row.tasks) << row.says;
+    ASSERT_EQ(journal.damage.size(), row.says[0] ? 1u : 0u) << row.says;
+    if (row.says[0]) {
+      EXPECT_THAT(journal.damage[0], HasSubstr(row.says));
+      EXPECT_TRUE(row.tasks == 0 || journal.tasks[0].state() == TransferState::pending);
+      EXPECT_TRUE(row.tasks == 0 || journal.tasks[0].wait.attempts == 0);
+    }
   }
 }
 
