@@ -1,7 +1,9 @@
 #include "platform/foundation/cbor.h"
 
+#include <bit>
 #include <cstdint>
-#include <type_traits>
+#include <optional>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -39,74 +41,118 @@ class CBORBuilder : public ValueBuilder {
   }
 };
 
-using Tree = std::expected<json, ValueFault>;
+// The major types of the standard, in the upper three bits of an item's first byte.
+enum class Kind : unsigned char { number, negative, bytes, text, array, map, plain = 7 };
 
-Tree treeOf(const Value& value, int depth);
+/// Writes items one behind the other.
+class Writer {
+ public:
+  explicit Writer(std::string& bytes) : bytes_(bytes) {}
 
-Tree treeOf(const Array& array, int depth) {
-  json tree = json::array();
-  for (std::size_t i = 0; i < array.size(); ++i) {
-    auto element = treeOf(array[i], depth);
-    if (!element) {
-      return std::unexpected(std::move(element.error()).inElement(i));
-    }
-    tree.push_back(*std::move(element));
+  /// What can't be written, if anything.
+  std::optional<ValueFault> write(const Value& value, int depth) {
+    return std::visit([&](const auto& held) { return item(held, depth); }, value.storage());
   }
-  return tree;
-}
 
-Tree treeOf(const Dictionary& dictionary, int depth) {
-  json tree = json::object();
-  for (const auto& [key, value] : dictionary) {
-    if (!isUTF8(key)) {
-      return std::unexpected(ValueFault{"the key \"" + excerpt(key) + "\" is not UTF-8"});
-    }
-    auto member = treeOf(value, depth);
-    if (!member) {
-      return std::unexpected(std::move(member.error()).inMember(key));
-    }
-    tree.emplace(key, *std::move(member));
+ private:
+  using Fault = std::optional<ValueFault>;
+
+  void byte(Kind kind, unsigned low) {
+    bytes_ += static_cast<char>(std::to_underlying(kind) << 5 | low);
   }
-  return tree;
-}
+  void number(std::uint64_t number, int width) {
+    for (int shift = 8 * (width - 1); shift >= 0; shift -= 8) {
+      bytes_ += static_cast<char>(number >> shift & 0xFF);
+    }
+  }
+  /// The beginning of an item, in the shortest of its five forms.
+  void head(Kind kind, std::uint64_t count) {
+    if (count < 24) {
+      return byte(kind, static_cast<unsigned>(count));
+    }
+    const unsigned form = count <= 0xFF ? 0 : count <= 0xFFFF ? 1 : count <= 0xFFFF'FFFF ? 2 : 3;
+    byte(kind, 24 + form);
+    number(count, 1 << form);
+  }
+  void text(std::string_view text) {
+    head(Kind::text, text.size());
+    bytes_ += text;
+  }
 
-template <class T>
-Tree treeOfHeld(const T& value, int depth) {
-  if constexpr (std::is_same_v<T, Null>) {
-    return json(nullptr);
-  } else if constexpr (std::is_same_v<T, std::string>) {
+  Fault item(Null, int) {
+    byte(Kind::plain, 22);
+    return {};
+  }
+  Fault item(bool value, int) {
+    byte(Kind::plain, value ? 21 : 20);
+    return {};
+  }
+  Fault item(std::int64_t value, int) {
+    // -1 - n is the complement of n.
+    value < 0 ? head(Kind::negative, ~static_cast<std::uint64_t>(value))
+              : head(Kind::number, static_cast<std::uint64_t>(value));
+    return {};
+  }
+  Fault item(double value, int) {
+    byte(Kind::plain, 27);
+    number(std::bit_cast<std::uint64_t>(value), 8);
+    return {};
+  }
+  Fault item(const Date& date, int depth) { return item(date.timeIntervalSince1970(), depth); }
+  Fault item(const std::string& value, int) {
     if (!isUTF8(value)) {
-      return std::unexpected(ValueFault{"a string that is not UTF-8"});
+      return ValueFault{"a string that is not UTF-8"};
     }
-    return json(value);
-  } else if constexpr (std::is_same_v<T, Data>) {
-    return json::binary({value.bytes.begin(), value.bytes.end()});
-  } else if constexpr (std::is_same_v<T, Date>) {
-    return json(value.timeIntervalSince1970());
-  } else if constexpr (std::is_same_v<T, Array> || std::is_same_v<T, Dictionary>) {
-    if (depth == kMaxCBORDepth) {
-      return std::unexpected(
-          ValueFault{"nested deeper than " + std::to_string(kMaxCBORDepth) + " levels"});
-    }
-    return treeOf(value, depth + 1);
-  } else {
-    return json(value);
+    text(value);
+    return {};
   }
-}
+  Fault item(const Data& data, int) {
+    head(Kind::bytes, data.bytes.size());
+    bytes_ += data.bytes;
+    return {};
+  }
+  Fault item(const Array& array, int depth) {
+    if (depth == kMaxCBORDepth) {
+      return tooDeep();
+    }
+    head(Kind::array, array.size());
+    for (std::size_t i = 0; i < array.size(); ++i) {
+      if (auto fault = write(array[i], depth + 1)) {
+        return std::move(*fault).inElement(i);
+      }
+    }
+    return {};
+  }
+  Fault item(const Dictionary& dictionary, int depth) {
+    if (depth == kMaxCBORDepth) {
+      return tooDeep();
+    }
+    head(Kind::map, dictionary.size());
+    for (const auto& [key, value] : dictionary) {
+      if (!isUTF8(key)) {
+        return ValueFault{"the key \"" + excerpt(key) + "\" is not UTF-8"};
+      }
+      text(key);
+      if (auto fault = write(value, depth + 1)) {
+        return std::move(*fault).inMember(key);
+      }
+    }
+    return {};
+  }
+  static Fault tooDeep() {
+    return ValueFault{"nested deeper than " + std::to_string(kMaxCBORDepth) + " levels"};
+  }
 
-Tree treeOf(const Value& value, int depth) {
-  return std::visit([depth](const auto& held) { return treeOfHeld(held, depth); }, value.storage());
-}
+  std::string& bytes_;
+};
 
 }  // namespace
 
 std::expected<std::string, std::string> encodeCBOR(const Value& value) {
-  const auto tree = treeOf(value, 0);
-  if (!tree) {
-    return std::unexpected(tree.error().sentence());
-  }
   std::string bytes;
-  json::to_cbor(*tree, bytes);
+  if (const auto fault = Writer(bytes).write(value, 0)) {
+    return std::unexpected(fault->sentence());
+  }
   return bytes;
 }
 

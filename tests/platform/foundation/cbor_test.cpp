@@ -35,6 +35,20 @@ TEST(CBOR, CarriesValuesUnchanged) {
   EXPECT_EQ(*decodeCBOR(*encodeCBOR(deepest)), deepest);
 }
 
+TEST(CBOR, CarriesNumbersAndLengthsOfEveryWidth) {
+  for (const std::int64_t edge : {0LL, 23LL, 255LL, 65'535LL, 4'294'967'295LL}) {
+    for (const std::int64_t number : {edge, edge + 1, -edge, -edge - 1, -edge - 2}) {
+      EXPECT_EQ(*decodeCBOR(*encodeCBOR(number)), Value(number));
+    }
+  }
+  for (const std::size_t length : {0, 23, 24, 255, 256, 65'535, 65'536}) {
+    const std::string text(length, 'x');
+    const Value all =
+        Array{text, Data{text}, Array(std::vector<Value>(length)), Dictionary{{text, 1}}};
+    EXPECT_EQ(*decodeCBOR(*encodeCBOR(all)), all) << length;
+  }
+}
+
 // The examples of RFC 8949: what another encoder of the same value may send.
 TEST(CBOR, ReadsTheStandardsExamples) {
   const struct {
