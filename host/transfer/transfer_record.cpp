@@ -7,8 +7,8 @@
 #include <unordered_map>
 
 #include "platform/foundation/cbor.h"
+#include "platform/foundation/cbor_writer.h"
 #include "platform/foundation/number_text.h"
-#include "platform/foundation/require.h"
 #include "platform/foundation/value.h"
 
 namespace host {
@@ -44,19 +44,66 @@ std::uint64_t numberAt(std::string_view bytes, std::size_t at, std::size_t count
   return number;
 }
 
-std::string sealed(const Dictionary& members) {
-  // Texts of unknown origin travel as data, so nothing in here can be refused.
-  const auto payload = encodeCBOR(members);
-  if (!payload) {
-    fatalError(payload.error());
+/// Writes one record: a map, whose keys are texts and whose texts, being of unknown origin, are
+/// bytes.
+class Writer {
+ public:
+  /// `count` members come behind the kind and the task.
+  Writer(std::string_view kind, std::string_view id, std::size_t count) {
+    record_.reserve(kUsualBytes);
+    record_.resize(kHeadBytes);
+    out_.map(2 + count);
+    bytes("kind", kind);
+    bytes("id", id);
   }
-  std::string bytes(kMagic);
-  bytes.reserve(kHeadBytes + payload->size());
-  append(bytes, payload->size(), 4);
-  append(bytes, checksum(bytes), 4);
-  append(bytes, checksum(*payload), 8);
-  return bytes += *payload;
-}
+
+  Writer& bytes(std::string_view key, std::string_view value) {
+    out_.text(key);
+    out_.bytes(value);
+    return *this;
+  }
+  Writer& integer(std::string_view key, std::int64_t value) {
+    out_.text(key);
+    out_.integer(value);
+    return *this;
+  }
+  Writer& number(std::string_view key, double value) {
+    out_.text(key);
+    out_.real(value);
+    return *this;
+  }
+  Writer& headers(const HeaderFields& headers) {
+    out_.text("headers");
+    out_.array(2 * headers.size());
+    for (const auto& [name, text] : headers) {
+      out_.bytes(name);
+      out_.bytes(text);
+    }
+    return *this;
+  }
+  /// Three members.
+  Writer& error(const NSError& error) {
+    return bytes("domain", error.domain)
+        .integer("code", error.code)
+        .bytes("text", error.localizedDescription);
+  }
+
+  std::string sealed() {
+    const std::string_view payload = std::string_view(record_).substr(kHeadBytes);
+    std::string head(kMagic);
+    append(head, payload.size(), 4);
+    append(head, checksum(head), 4);
+    append(head, checksum(payload), 8);
+    std::ranges::copy(head, record_.begin());
+    return std::move(record_);
+  }
+
+ private:
+  static constexpr std::size_t kUsualBytes = 512;
+
+  std::string record_;
+  CBORWriter out_{record_};
+};
 
 /// Whether a record's head stands at the beginning, whose length can be believed.
 bool hasHead(std::string_view bytes) {
@@ -156,21 +203,6 @@ class Reader {
   Dictionary members_;
   std::string fault_;
 };
-
-Array flatten(const HeaderFields& headers) {
-  Array flat;
-  for (const auto& [name, text] : headers) {
-    flat.push_back(Data{name});
-    flat.push_back(Data{text});
-  }
-  return flat;
-}
-
-void addError(Dictionary& members, const NSError& error) {
-  members.set("domain", Data{error.domain});
-  members.set("code", error.code);
-  members.set("text", Data{error.localizedDescription});
-}
 
 TransferTask readTask(Reader& reader) {
   return {.id = reader.bytes("id"),
@@ -285,43 +317,43 @@ class JournalReader {
 }  // namespace
 
 std::string taskRecord(const TransferTask& task) {
-  return sealed({{"kind", Data{"task"}},
-                 {"id", Data{task.id}},
-                 {"created", task.created},
-                 {"session", Data{task.request.session}},
-                 {"url", Data{task.request.url}},
-                 {"method", Data{task.request.method}},
-                 {"headers", flatten(task.request.headers)},
-                 {"body", Data{task.request.body}},
-                 {"timeout", task.request.timeout}});
+  return Writer("task", task.id, 7)
+      .number("created", task.created)
+      .bytes("session", task.request.session)
+      .bytes("url", task.request.url)
+      .bytes("method", task.request.method)
+      .headers(task.request.headers)
+      .bytes("body", task.request.body)
+      .number("timeout", task.request.timeout)
+      .sealed();
 }
 
 std::string waitRecord(const TransferTask& task) {
-  Dictionary members = {{"kind", Data{"wait"}},
-                        {"id", Data{task.id}},
-                        {"attempts", task.wait.attempts},
-                        {"next", task.wait.next}};
-  addError(members, task.wait.error);
-  return sealed(members);
+  return Writer("wait", task.id, 5)
+      .integer("attempts", task.wait.attempts)
+      .number("next", task.wait.next)
+      .error(task.wait.error)
+      .sealed();
 }
 
 std::string outcomeRecord(const TransferTask& task) {
   const TransferOutcome& outcome = *task.outcome;
-  Dictionary members = {{"kind", Data{"outcome"}}, {"id", Data{task.id}}, {"order", outcome.order}};
+  Writer record("outcome", task.id, 1 + (outcome.answer ? 4 : 0) + (outcome.error ? 3 : 0));
+  record.integer("order", outcome.order);
   if (outcome.answer) {
-    members.set("status", outcome.answer->status);
-    members.set("url", Data{outcome.answer->url});
-    members.set("headers", flatten(outcome.answer->headers));
-    members.set("size", static_cast<std::int64_t>(outcome.answer->size));
+    record.integer("status", outcome.answer->status)
+        .bytes("url", outcome.answer->url)
+        .headers(outcome.answer->headers)
+        .integer("size", static_cast<std::int64_t>(outcome.answer->size));
   }
   if (outcome.error) {
-    addError(members, *outcome.error);
+    record.error(*outcome.error);
   }
-  return sealed(members);
+  return record.sealed();
 }
 
 std::string removalRecord(const std::string& id) {
-  return sealed({{"kind", Data{"removal"}}, {"id", Data{id}}});
+  return Writer("removal", id, 0).sealed();
 }
 
 Journal readJournal(std::string_view bytes) {

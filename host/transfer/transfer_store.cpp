@@ -22,6 +22,7 @@ using Done = std::expected<void, std::string>;
 
 /// A journal shorter than this is not worth writing anew.
 constexpr std::size_t kShortJournal = 64 << 10;
+constexpr const char* kForeign = "the task is of another host";
 
 std::unexpected<std::string> failure(const char* what, const fs::path& path, int error = errno) {
   return std::unexpected("can't " + std::string(what) + " " + path.string() + ": " +
@@ -149,7 +150,11 @@ Done TransferStore::remove(const std::string& id) {
 }
 
 Done TransferStore::removeBody(const std::string& id) {
-  if (::unlink(bodyOf(id).c_str()) != 0 && errno != ENOENT) {
+  const Held* held = holderOf(id);
+  if (!held) {
+    return std::unexpected(kForeign);
+  }
+  if (::unlinkat(held->lock.get(), (id + ".body").c_str(), 0) != 0 && errno != ENOENT) {
     return failure("remove", bodyOf(id));
   }
   return {};
@@ -241,7 +246,7 @@ Done TransferStore::open(Held& held) {
 
 Done TransferStore::append(Held* held, std::string_view records) {
   if (!held) {
-    return std::unexpected("the task is of another host");
+    return std::unexpected(kForeign);
   }
   if (!writeAll(held->journal.get(), records)) {
     const int error = errno;
