@@ -38,8 +38,12 @@ fs::path folderOf(const fs::path& transfers, std::string_view id) {
                                                                     : fs::path();
 }
 
+std::string bodyNameOf(std::string_view id) {
+  return std::string(id) += ".body";
+}
+
 fs::path bodyOf(const fs::path& transfers, std::string_view id) {
-  return folderOf(transfers, id) / (std::string(id) += ".body");
+  return folderOf(transfers, id) / bodyNameOf(id);
 }
 
 fs::path journalOf(const fs::path& folder) {

@@ -18,6 +18,7 @@ std::filesystem::path transfersFolder(const std::filesystem::path& container);
 
 /// The folder that a task's id names; empty for what can't be an id.
 std::filesystem::path folderOf(const std::filesystem::path& transfers, std::string_view id);
+std::string bodyNameOf(std::string_view id);
 std::filesystem::path bodyOf(const std::filesystem::path& transfers, std::string_view id);
 std::filesystem::path journalOf(const std::filesystem::path& folder);
 

@@ -81,6 +81,7 @@ bool TransferService::cancel(const std::string& id) {
     return false;
   }
   finish(found->second, {.error = urlError(URLErrorCode::cancelled)});
+  keepOutcomes();
   return true;
 }
 
@@ -125,6 +126,7 @@ void TransferService::step(std::chrono::milliseconds longest) {
   stepEngine(now);
   while (startDue(now) && stepEngine(now)) {
   }
+  keepOutcomes();
   removeBodies();
   armTimer(now);
 }
@@ -137,6 +139,7 @@ bool TransferService::stepEngine(double now) {
   for (AttemptEnd& end : ends) {
     handle(std::move(end), now);
   }
+  keepOutcomes();
   return !ends.empty();
 }
 
@@ -192,7 +195,13 @@ void TransferService::finish(TransferTask& task, TransferOutcome outcome) {
   if (task.outcome->error) {
     note(store_.removeBody(task.id));
   }
-  note(store_.keepOutcome(task));
+  ended_.push_back(&task);
+}
+
+void TransferService::keepOutcomes() {
+  if (!ended_.empty()) {
+    note(store_.keepOutcomes(std::exchange(ended_, {})));
+  }
 }
 
 void TransferService::unschedule(const TransferTask& task) {

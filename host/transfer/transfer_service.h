@@ -92,6 +92,7 @@ class TransferService {
   void handle(AttemptEnd end, double now);
   void retry(TransferTask& task, platform::NSError why, double now);
   void finish(TransferTask& task, TransferOutcome outcome);
+  void keepOutcomes();
   void unschedule(const TransferTask& task);
   void removeBodies();
   bool openEngine();
@@ -108,6 +109,8 @@ class TransferService {
   std::set<std::pair<double, std::string>> waiting_;
   std::unordered_set<std::string> running_;
   std::map<std::int64_t, std::string> finished_;
+  /// Tasks whose outcomes are not on the disk yet; they are before anyone hears of them.
+  std::vector<const TransferTask*> ended_;
   /// Tasks whose bodies are to be removed.
   std::vector<std::string> delivered_;
   std::int64_t lastOrder_ = 0;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <map>
 #include <set>
 #include <system_error>
 
@@ -119,15 +120,26 @@ std::vector<TransferTask> TransferStore::adopt() {
 }
 
 fs::path TransferStore::bodyOf(std::string_view id) const {
-  return host::bodyOf(transfers_, id);
+  const auto held = std::ranges::find(held_, folderNameOf(id), &Held::name);
+  return held == held_.end() ? host::bodyOf(transfers_, id) : held->path / bodyNameOf(id);
 }
 
 Done TransferStore::keepWait(const TransferTask& task) {
   return append(holderOf(task.id), waitRecord(task));
 }
 
-Done TransferStore::keepOutcome(const TransferTask& task) {
-  return append(holderOf(task.id), outcomeRecord(task));
+Done TransferStore::keepOutcomes(std::span<const TransferTask* const> tasks) {
+  std::map<Held*, std::string> records;
+  for (const TransferTask* task : tasks) {
+    records[holderOf(task->id)] += outcomeRecord(*task);
+  }
+  Done done;
+  for (const auto& [held, bytes] : records) {
+    if (auto written = append(held, bytes); !written) {
+      done = std::move(written);
+    }
+  }
+  return done;
 }
 
 Done TransferStore::remove(const std::string& id) {
@@ -154,7 +166,7 @@ Done TransferStore::removeBody(const std::string& id) {
   if (!held) {
     return std::unexpected(kForeign);
   }
-  if (::unlinkat(held->lock.get(), (id + ".body").c_str(), 0) != 0 && errno != ENOENT) {
+  if (::unlinkat(held->lock.get(), bodyNameOf(id).c_str(), 0) != 0 && errno != ENOENT) {
     return failure("remove", bodyOf(id));
   }
   return {};

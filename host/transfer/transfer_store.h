@@ -44,7 +44,8 @@ class TransferStore {
   // What became of a task. These are safe against the end of the process, not of the machine's
   // power: after that a task may be pending as it was when it was added.
   std::expected<void, std::string> keepWait(const TransferTask& task);
-  std::expected<void, std::string> keepOutcome(const TransferTask& task);
+  /// Several at the cost of little more than one.
+  std::expected<void, std::string> keepOutcomes(std::span<const TransferTask* const> tasks);
   /// Removes the task, but not its body: one that is left is removed at the next start.
   std::expected<void, std::string> remove(const std::string& id);
   std::expected<void, std::string> removeBody(const std::string& id);

@@ -32,9 +32,8 @@ struct Left {
     tasks[1].outcome = {.order = 2, .answer = TransferAnswer{503, "http://x/", {}, 5}};
     writeWhole(store.bodyOf(tasks[1].id), "hello");
     tasks[2].outcome = {.order = 1, .error = urlError(URLErrorCode::timedOut)};
-    for (int ended : {1, 2}) {
-      EXPECT_TRUE(store.keepOutcome(tasks[ended]));
-    }
+    const TransferTask* const ended[] = {&tasks[1], &tasks[2]};
+    EXPECT_TRUE(store.keepOutcomes(ended));
     writeWhole(transfersFolder(phone.container()) / "2" / "journal", "damaged");
   }
   Json list() const { return Json::parse(phone.glancery({"downloads", "--json"}).out); }

@@ -40,7 +40,8 @@ struct Left {
     EXPECT_TRUE(store.keepWait(task));
     task.outcome = {.order = 7,
                     .answer = TransferAnswer{200, "http://127.0.0.1:1/x", {{"A", "\xE9"}}, 5}};
-    EXPECT_TRUE(store.keepOutcome(task));
+    const TransferTask* const ended[] = {&task};
+    EXPECT_TRUE(store.keepOutcomes(ended));
     writeWhole(store.bodyOf(task.id), "hello");
   }
   fs::path journal() const { return journalOf(folder()); }
