@@ -17,6 +17,9 @@ constexpr std::size_t kMostStretchedPixels = 12 << 20;
 
 constexpr int kMaxSide = 8192;
 
+/// Whose file the layout measures.
+constexpr double kLayoutScale = 3;
+
 }  // namespace
 
 PictureStore::PictureStore(std::filesystem::path catalog, std::filesystem::path svgModule)
@@ -24,8 +27,10 @@ PictureStore::PictureStore(std::filesystem::path catalog, std::filesystem::path 
 }
 
 std::optional<Size> PictureStore::naturalSize(std::string_view name) {
-  // A dark variant has the size of the general one; that is the one the layout knows about.
-  const auto found = picture(name, ColorScheme::light, lastScale_);
+  // A dark variant has the size of the general one; that is the one the layout knows about. Files
+  // of several scales may differ by a fraction of a point, which must not depend on what was drawn
+  // before.
+  const auto found = picture(name, ColorScheme::light, kLayoutScale);
   if (!found) {
     return Size{};
   }
@@ -35,7 +40,6 @@ std::optional<Size> PictureStore::naturalSize(std::string_view name) {
 PictureStore::Result PictureStore::picture(std::string_view name,
                                            ColorScheme scheme,
                                            double scale) {
-  lastScale_ = scale;
   const auto set = catalog_.imageSet(name);
   if (!set) {
     return std::unexpected(set.error());

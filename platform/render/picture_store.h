@@ -55,7 +55,6 @@ class PictureStore {
   std::map<StretchKey, std::shared_ptr<const Picture>> stretched_;
   std::size_t stretchedPixels_ = 0;
   std::set<std::string> missing_;
-  double lastScale_ = 3;
 };
 
 }  // namespace platform

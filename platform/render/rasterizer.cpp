@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "platform/render/pixel_grid.h"
+#include "platform/render/text_lock.h"
 #include "platform/render/text_mask.h"
 
 namespace platform {
@@ -91,6 +92,7 @@ class Canvas {
   }
 
   void paintText(const ArchivedText& text, Size box, const PixelRect& frame) {
+    const TextLock lock;
     const auto broken = texts_.broken(text, {.width = box.width, .height = box.height});
     const TextPlacement placement{
         .scale = options_.scale, .boxWidth = box.width, .alignment = text.alignment};

@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 
 #include "platform/render/bitmap.h"
 #include "platform/render/display_list.h"
@@ -18,7 +19,7 @@ namespace platform {
 /// pictures, the layout, the drawing.
 ///
 /// Keeps what it has measured, shaped and scaled, so that the next picture is quicker. One renderer
-/// serves one thread at a time.
+/// serves one thread at a time; several may serve several at once.
 class Renderer {
  public:
   virtual ~Renderer() = default;
@@ -39,6 +40,11 @@ class Renderer {
   /// The list as a PNG file of those pixels.
   virtual std::expected<std::string, std::string> png(const DisplayList& list,
                                                       const PictureOptions& options) = 0;
+
+  /// Pixels as such a file, and back from a PNG file of any kind; the error says what is wrong with
+  /// the bytes.
+  virtual std::string encodePNG(const Bitmap& bitmap) = 0;
+  virtual std::expected<Bitmap, std::string> decodePNG(std::string_view bytes) = 0;
 
   /// The list as a self-contained SVG file: pictures embedded as PNG, texts as outlines.
   virtual std::expected<std::string, std::string> svg(const DisplayList& list,
