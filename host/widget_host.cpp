@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "host/command_error.h"
 #include "platform/render/render_module.h"
@@ -10,16 +11,24 @@ namespace host {
 
 using namespace platform;
 
+namespace {
+
+ConfigureRequest configuration(const HostSettings& settings) {
+  return {settings.device, settings.container.string(), settings.infoOverrides};
+}
+
+}  // namespace
+
 WidgetHost::WidgetHost(HostSettings settings, std::function<void(const std::string&)> report)
     : settings_(std::move(settings)), report_(std::move(report)) {
   startExtension();
 }
 
 void WidgetHost::configure(HostSettings settings) {
-  settings_ = std::move(settings);
+  const HostSettings before = std::exchange(settings_, std::move(settings));
   setCurrentDevice(settings_.device);
-  if (!extension_->failure()) {
-    sendSettings();
+  if (!extension_->failure() && configuration(before) != configuration(settings_)) {
+    ask<Done>(configuration(settings_));
   }
 }
 
@@ -45,12 +54,7 @@ void WidgetHost::startExtension() {
   }
   extension_ = *std::move(started);
   ++launches_;
-  sendSettings();
-}
-
-void WidgetHost::sendSettings() {
-  ask<Done>(
-      ConfigureRequest{settings_.device, settings_.container.string(), settings_.infoOverrides});
+  ask<Done>(configuration(settings_));
 }
 
 ExtensionMessage::Content WidgetHost::answerTo(HostMessage::Content request) {

@@ -37,7 +37,8 @@ class WidgetHost {
                       std::function<void(const std::string&)> report = complain);
 
   const HostSettings& settings() const { return settings_; }
-  /// Plays another phone from now on, with the same bundle and container.
+  /// Plays another phone from now on, with the same bundle; the running extension is told what is
+  /// new to it.
   void configure(HostSettings settings);
   /// Starts the extension again if it has ended.
   void ensureExtension();
@@ -103,7 +104,6 @@ class WidgetHost {
   const std::vector<platform::WidgetDescription>& widgets();
 
   void startExtension();
-  void sendSettings();
   TransferService& transfers();
   std::expected<void, platform::NSError> takeDownload(const platform::StartDownload& start);
   /// Brings every finished task to the extension, with new launches of it where one ends meanwhile.
