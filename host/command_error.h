@@ -10,6 +10,7 @@ namespace host {
 inline constexpr int kDone = 0;
 inline constexpr int kNotDone = 1;
 inline constexpr int kWrongUsage = 2;
+inline constexpr int kDiffers = 3;
 
 /// Ends a command with one line on standard error; never leaves this folder.
 class CommandError : public std::runtime_error {

@@ -40,6 +40,7 @@ int main(int argc, char** argv) {
   host::addGalleryCommand(app);
   host::addProviderCommands(app);
   host::addRenderCommand(app);
+  host::addSheetCommand(app);
   host::addTapCommand(app);
   host::addStoreCommand(app);
   host::addAppCommand(app);

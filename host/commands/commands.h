@@ -13,6 +13,8 @@ void addGalleryCommand(CLI::App& app);
 /// placeholder, snapshot, timeline
 void addProviderCommands(CLI::App& app);
 void addRenderCommand(CLI::App& app);
+/// Pictures of everything that the widgets can show, and comparing them with earlier ones
+void addSheetCommand(CLI::App& app);
 void addTapCommand(CLI::App& app);
 void addStoreCommand(CLI::App& app);
 /// downloads, downloads cancel

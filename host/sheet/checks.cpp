@@ -1,0 +1,255 @@
+#include "host/sheet/checks.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <map>
+
+namespace host {
+
+using namespace platform;
+
+namespace {
+
+/// Half a point: less is the rounding of whole pixels.
+constexpr double kTolerance = 0.5;
+constexpr std::string_view kEllipsis = "…";
+
+std::string inQuotes(std::string_view text) {
+  std::string shown(text);
+  std::ranges::replace(shown, '\n', ' ');
+  return "“" + shown + "”";
+}
+
+/// In at most one decimal place.
+std::string tenths(double number) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1f", number);
+  std::string shown = text;
+  return shown.ends_with(".0") ? shown.substr(0, shown.size() - 2) : shown;
+}
+
+const TextItem* textOf(const DisplayItem& item) {
+  return std::get_if<TextItem>(&item.content);
+}
+
+bool isTruncated(const TextItem& text) {
+  if (text.lines.empty()) {
+    return !text.text.text.empty();
+  }
+  return text.lines.back().ends_with(kEllipsis) && !text.text.text.ends_with(kEllipsis);
+}
+
+/// A key of the string tables that stands for itself: LIKE_THIS, with digits.
+bool isKey(std::string_view text) {
+  const auto ofKeys = [](char character) {
+    return (character >= 'A' && character <= 'Z') || (character >= '0' && character <= '9') ||
+           character == '_';
+  };
+  return text.size() > 2 && text.find('_') != text.npos && text.front() >= 'A' &&
+         text.front() <= 'Z' && text.back() != '_' && std::ranges::all_of(text, ofKeys);
+}
+
+bool isOutside(const Rect& frame, Size widget) {
+  return frame.x < -kTolerance || frame.y < -kTolerance ||
+         frame.x + frame.width > widget.width + kTolerance ||
+         frame.y + frame.height > widget.height + kTolerance;
+}
+
+Rect intersection(const Rect& one, const Rect& other) {
+  const double left = std::max(one.x, other.x);
+  const double top = std::max(one.y, other.y);
+  return {left,
+          top,
+          std::min(one.x + one.width, other.x + other.width) - left,
+          std::min(one.y + one.height, other.y + other.height) - top};
+}
+
+Rect hull(const Rect& one, const Rect& other) {
+  const double left = std::min(one.x, other.x);
+  const double top = std::min(one.y, other.y);
+  return {left,
+          top,
+          std::max(one.x + one.width, other.x + other.width) - left,
+          std::max(one.y + one.height, other.y + other.height) - top};
+}
+
+void checkText(const DisplayItem& item, Size widget, std::vector<Finding>& findings) {
+  const TextItem& text = *textOf(item);
+  const std::string shown = inQuotes(text.text.text);
+  if (isTruncated(text)) {
+    findings.push_back({Check::textTruncated, shown + " is cut off"});
+  }
+  if (isOutside(item.frame, widget)) {
+    findings.push_back({Check::textOutside, shown + " reaches beyond the widget"});
+  }
+  if (isKey(text.text.text)) {
+    findings.push_back({Check::translationMissing, shown + " has no translation"});
+  }
+}
+
+void checkOverlaps(const DisplayList& list, std::vector<Finding>& findings) {
+  for (auto one = list.items.begin(); one != list.items.end(); ++one) {
+    for (auto other = std::next(one); textOf(*one) && other != list.items.end(); ++other) {
+      const Rect shared = intersection(one->frame, other->frame);
+      if (textOf(*other) && shared.width > kTolerance && shared.height > kTolerance) {
+        findings.push_back({Check::textsOverlap,
+                            inQuotes(textOf(*one)->text.text) + " and " +
+                                inQuotes(textOf(*other)->text.text) + " overlap"});
+      }
+    }
+  }
+}
+
+/// What lies inside one link is one area, as far as it reaches.
+void checkTapAreas(const DisplayList& list, std::vector<Finding>& findings) {
+  std::map<std::string, Rect> areas;
+  for (const DisplayItem& item : list.items) {
+    if (item.link) {
+      const auto [area, fresh] = areas.emplace(*item.link, item.frame);
+      area->second = fresh ? item.frame : hull(area->second, item.frame);
+    }
+  }
+  for (const auto& [link, area] : areas) {
+    if (area.width < kLeastTapSide || area.height < kLeastTapSide) {
+      findings.push_back({Check::tapAreaSmall,
+                          link + " opens from an area of " + tenths(area.width) + " by " +
+                              tenths(area.height) + " points"});
+    }
+  }
+}
+
+/// The linear light of a channel's 256 values, by the definition of sRGB that WCAG refers to.
+const std::array<double, 256>& linearLight() {
+  static const auto table = [] {
+    std::array<double, 256> light = {};
+    for (std::size_t value = 0; value < light.size(); ++value) {
+      const double share = static_cast<double>(value) / 255;
+      light[value] = share <= 0.04045 ? share / 12.92 : std::pow((share + 0.055) / 1.055, 2.4);
+    }
+    return light;
+  }();
+  return table;
+}
+
+double luminance(std::uint32_t pixel) {
+  const auto& light = linearLight();
+  return 0.2126 * light[(pixel >> 16) & 0xFF] + 0.7152 * light[(pixel >> 8) & 0xFF] +
+         0.0722 * light[pixel & 0xFF];
+}
+
+double contrast(double one, double other) {
+  return (std::max(one, other) + 0.05) / (std::min(one, other) + 0.05);
+}
+
+/// The colour over an opaque pixel.
+std::uint32_t over(std::uint32_t pixel, const Color& color) {
+  const auto channel = [&](double component, int shift) {
+    const double below = (pixel >> shift) & 0xFF;
+    const double mixed = below + (component * 255 - below) * color.opacity;
+    return static_cast<std::uint32_t>(std::lround(std::clamp(mixed, 0.0, 255.0))) << shift;
+  };
+  return 0xFF'00'00'00 | channel(color.red, 16) | channel(color.green, 8) | channel(color.blue, 0);
+}
+
+/// A premultiplied pixel over the scheme's own ground.
+std::uint32_t opaque(std::uint32_t pixel, ColorScheme scheme) {
+  const std::uint32_t rest = scheme == ColorScheme::dark ? 0 : 255 - (pixel >> 24);
+  return (pixel | 0xFF'00'00'00) + (rest << 16 | rest << 8 | rest);
+}
+
+/// The part of the widget under an item's frame, in whole points so that its pixels stay where
+/// they are, with the pictures and fills that are drawn before it.
+DisplayList beneath(const DisplayList& list, const DisplayItem& item) {
+  const Rect seen = intersection(item.frame, {0, 0, list.size.width, list.size.height});
+  const double left = std::floor(seen.x);
+  const double top = std::floor(seen.y);
+  DisplayList part = {
+      .size = {std::ceil(seen.x + seen.width) - left, std::ceil(seen.y + seen.height) - top}};
+  for (const DisplayItem& other : list.items) {
+    if (&other == &item) {
+      break;
+    }
+    if (!textOf(other)) {
+      part.items.push_back(other);
+      part.items.back().frame.x -= left;
+      part.items.back().frame.y -= top;
+    }
+  }
+  return part;
+}
+
+}  // namespace
+
+std::string_view nameOf(Check check) {
+  constexpr std::string_view kNames[] = {"text-truncated",
+                                         "text-outside",
+                                         "texts-overlap",
+                                         "missing-image",
+                                         "missing-translation",
+                                         "low-contrast",
+                                         "small-tap-area"};
+  return kNames[static_cast<std::size_t>(check)];
+}
+
+std::vector<Finding> checkList(const DisplayList& list,
+                               const std::set<std::string>& missingImages) {
+  std::vector<Finding> findings;
+  for (const DisplayItem& item : list.items) {
+    if (textOf(item)) {
+      checkText(item, list.size, findings);
+    }
+    const auto* image = std::get_if<ImageItem>(&item.content);
+    if (image && missingImages.contains(image->name)) {
+      findings.push_back(
+          {Check::imageMissing, "the bundle has no picture " + inQuotes(image->name)});
+    }
+  }
+  checkOverlaps(list, findings);
+  checkTapAreas(list, findings);
+  return findings;
+}
+
+double contrastOn(const Bitmap& beneath, const Color& text, ColorScheme scheme, int step) {
+  std::vector<double> ratios;
+  for (int y = step / 2; y < beneath.height; y += step) {
+    for (int x = step / 2; x < beneath.width; x += step) {
+      const std::uint32_t ground =
+          opaque(beneath.pixels[static_cast<std::size_t>(y) * beneath.width + x], scheme);
+      ratios.push_back(contrast(luminance(over(ground, text)), luminance(ground)));
+    }
+  }
+  if (ratios.empty()) {
+    return 21;
+  }
+  const auto tenth = ratios.begin() + static_cast<std::ptrdiff_t>(ratios.size() / 10);
+  std::ranges::nth_element(ratios, tenth);
+  return *tenth;
+}
+
+std::vector<Finding> checkContrast(const DisplayList& list,
+                                   ColorScheme scheme,
+                                   int scale,
+                                   const Draw& draw) {
+  std::vector<Finding> findings;
+  for (const DisplayItem& item : list.items) {
+    const TextItem* text = textOf(item);
+    const Rect seen = intersection(item.frame, {0, 0, list.size.width, list.size.height});
+    if (!text || seen.width <= 0 || seen.height <= 0) {
+      continue;
+    }
+    const double ratio = contrastOn(
+        draw(beneath(list, item)), text->text.color.resolved(scheme), scheme, scale);
+    if (ratio < kLeastContrast) {
+      // Cut, not rounded: 4.49 must not be said to be 4.5.
+      findings.push_back({Check::contrastLow,
+                          inQuotes(text->text.text) + " has a contrast of " +
+                              tenths(std::floor(ratio * 10) / 10) + " to 1"});
+    }
+  }
+  return findings;
+}
+
+}  // namespace host

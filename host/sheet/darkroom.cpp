@@ -1,0 +1,119 @@
+#include "host/sheet/darkroom.h"
+
+#include <utility>
+
+#include "host/command_error.h"
+#include "platform/render/render_module.h"
+
+namespace host {
+
+using namespace platform;
+
+namespace {
+
+/// Enough that a slow picture stops nobody, few enough that they take no memory to speak of.
+constexpr std::size_t kMostWaiting = 64;
+
+template <class T>
+T valueOf(std::expected<T, std::string> result) {
+  if (!result) {
+    throw CommandError(result.error());
+  }
+  return *std::move(result);
+}
+
+Print develop(const Exposure& exposure, Renderer& renderer) {
+  const PictureOptions& options = exposure.options;
+  const DisplayList list = renderer.layOut(
+      exposure.view, exposure.size, exposure.contentMargins, LayoutDirection::leftToRight);
+  Print print = {.png = valueOf(renderer.png(list, options)),
+                 .list = displayListJSON(list) + "\n",
+                 .size = list.size,
+                 .findings = checkList(list, renderer.missingImages())};
+  PictureOptions square = options;
+  square.cornerRadius = 0;
+  const auto contrast =
+      checkContrast(list, options.scheme, static_cast<int>(options.scale), [&](const auto& part) {
+        return valueOf(renderer.rasterize(part, square));
+      });
+  print.findings.insert(print.findings.end(), contrast.begin(), contrast.end());
+  return print;
+}
+
+}  // namespace
+
+Darkroom::Darkroom(const std::filesystem::path& bundle,
+                   const std::filesystem::path& systemFonts,
+                   std::size_t threads,
+                   Deliver deliver)
+    : deliver_(std::move(deliver)) {
+  for (std::size_t index = 0; index < threads; ++index) {
+    renderers_.push_back(valueOf(loadRenderer(bundle, systemFonts)));
+  }
+  for (const auto& renderer : renderers_) {
+    threads_.emplace_back([this, &renderer] { work(*renderer); });
+  }
+}
+
+Darkroom::~Darkroom() {
+  {
+    const std::scoped_lock lock(mutex_);
+    waiting_.clear();
+  }
+  close();
+}
+
+void Darkroom::close() {
+  {
+    const std::scoped_lock lock(mutex_);
+    closed_ = true;
+  }
+  filled_.notify_all();
+  for (std::thread& thread : threads_) {
+    if (thread.joinable()) {
+      thread.join();
+    }
+  }
+}
+
+void Darkroom::add(Exposure exposure) {
+  std::unique_lock lock(mutex_);
+  emptied_.wait(lock, [this] { return waiting_.size() < kMostWaiting || failure_; });
+  if (failure_) {
+    std::rethrow_exception(failure_);
+  }
+  waiting_.push_back(std::move(exposure));
+  lock.unlock();
+  filled_.notify_one();
+}
+
+void Darkroom::finish() {
+  close();
+  if (failure_) {
+    std::rethrow_exception(failure_);
+  }
+}
+
+void Darkroom::work(Renderer& renderer) {
+  for (;;) {
+    std::unique_lock lock(mutex_);
+    filled_.wait(lock, [this] { return !waiting_.empty() || closed_; });
+    if (waiting_.empty() || failure_) {
+      return;
+    }
+    const Exposure exposure = std::move(waiting_.front());
+    waiting_.pop_front();
+    lock.unlock();
+    emptied_.notify_one();
+    try {
+      deliver_(exposure.number, develop(exposure, renderer), renderer);
+    } catch (...) {
+      const std::scoped_lock failed(mutex_);
+      failure_ = failure_ ? failure_ : std::current_exception();
+      emptied_.notify_all();
+      return;
+    }
+  }
+}
+
+}  // namespace host
