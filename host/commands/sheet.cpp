@@ -103,8 +103,8 @@ void makeSheet(const SheetOptions& options, std::vector<SheetPicture>& pictures)
   const std::vector<Shot> shots = chosenShots(options);
   OutputFolder folder(options.output,
                       {.what = "sheet", .files = kSheetFiles, .folders = sheetFolders()});
-  pictures = takePictures(
-      shots, options.extension, [&](const Shot& shot, const Print& print, Renderer&) {
+  pictures =
+      takePictures(shots, options.extension, [&](const Shot& shot, const Print& print, Renderer&) {
         folder.write(shot.name() + ".png", print.png);
         folder.write(shot.name() + ".json", print.list);
       });
@@ -202,8 +202,7 @@ std::vector<Difference> verify(const SheetOptions& options, std::vector<SheetPic
   }
   const fs::path report = reportFolder(options);
   const Goldens goldens(options.goldens);
-  OutputFolder folder(report,
-                      {.what = "report", .files = kReportFiles, .folders = kReportFolders});
+  OutputFolder folder(report, {.what = "report", .files = kReportFiles, .folders = kReportFolders});
   std::vector<Difference> differences = compareAll(options, shots, goldens, folder, pictures);
   folder.write("report.html", reportPage(pictures, differences));
   folder.write("report.json", reportJSON(pictures, differences));
@@ -263,9 +262,10 @@ void addSheetCommand(CLI::App& app) {
   auto options = std::make_shared<SheetOptions>();
   CLI::App* command = app.add_subcommand(
       "sheet", "Draws everything that the widgets can show: pictures, display lists and a page");
-  command->add_option("-o,--output",
-                      options->output,
-                      "Folder of the sheet, new or an earlier sheet's; with --verify, of the report");
+  command->add_option(
+      "-o,--output",
+      options->output,
+      "Folder of the sheet, new or an earlier sheet's; with --verify, of the report");
   command->add_option("--verify",
                       options->goldens,
                       "Compares with the sheet in that folder, which is left as it is; the report "

@@ -240,8 +240,8 @@ std::vector<Finding> checkContrast(const DisplayList& list,
     if (!text || seen.width <= 0 || seen.height <= 0) {
       continue;
     }
-    const double ratio = contrastOn(
-        draw(beneath(list, item)), text->text.color.resolved(scheme), scheme, scale);
+    const double ratio =
+        contrastOn(draw(beneath(list, item)), text->text.color.resolved(scheme), scheme, scale);
     if (ratio < kLeastContrast) {
       // Cut, not rounded: 4.49 must not be said to be 4.5.
       findings.push_back({Check::contrastLow,

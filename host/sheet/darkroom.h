@@ -40,7 +40,8 @@ struct Print {
 class Darkroom {
  public:
   /// Hears of every picture once, in any order, on any of the threads; `renderer` is that thread's.
-  using Deliver = std::function<void(std::size_t number, Print print, platform::Renderer& renderer)>;
+  using Deliver =
+      std::function<void(std::size_t number, Print print, platform::Renderer& renderer)>;
 
   /// `bundle` and `systemFonts` as `loadRenderer` takes them.
   Darkroom(const std::filesystem::path& bundle,

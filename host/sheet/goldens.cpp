@@ -45,8 +45,7 @@ std::optional<Difference> Goldens::compare(const std::string& name,
     if (!png && png.error() == std::errc::no_such_file_or_directory) {
       return Difference{.kind = missing, .name = name, .actual = sizeOf(actual)};
     }
-    const auto golden =
-        png ? renderer.decodePNG(*png) : std::unexpected(png.error().message());
+    const auto golden = png ? renderer.decodePNG(*png) : std::unexpected(png.error().message());
     if (!golden) {
       return Difference{
           .kind = unreadable, .name = name, .actual = sizeOf(actual), .reason = golden.error()};

@@ -24,8 +24,9 @@ constexpr const char* kReplaced = ".replaced";
 CommandError refusal(const fs::path& folder,
                      const fs::path& member,
                      const OutputFolder::Layout& layout) {
-  return CommandError(folder.string() + " holds \"" + member.string() + "\", which is no part of a " +
-                      std::string(layout.what) + ": give a new or an empty folder");
+  return CommandError(folder.string() + " holds \"" + member.string() +
+                      "\", which is no part of a " + std::string(layout.what) +
+                      ": give a new or an empty folder");
 }
 
 bool isPicture(const fs::directory_entry& entry) {
@@ -35,7 +36,9 @@ bool isPicture(const fs::directory_entry& entry) {
 }
 
 /// Folders of pictures, and folders of such.
-void checkPictures(const fs::path& folder, const fs::path& below, const OutputFolder::Layout& layout) {
+void checkPictures(const fs::path& folder,
+                   const fs::path& below,
+                   const OutputFolder::Layout& layout) {
   for (const auto& entry : fs::recursive_directory_iterator(folder / below)) {
     if (entry.symlink_status().type() != fs::file_type::directory && !isPicture(entry)) {
       throw refusal(folder, entry.path().lexically_relative(folder), layout);
@@ -80,7 +83,8 @@ OutputFolder::OutputFolder(fs::path folder, const Layout& layout)
   }
   lock_ = ::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (lock_ < 0 || ::flock(lock_, LOCK_EX | LOCK_NB) != 0) {
-    const std::string why = errno == EWOULDBLOCK ? "another run is writing it" : std::strerror(errno);
+    const std::string why =
+        errno == EWOULDBLOCK ? "another run is writing it" : std::strerror(errno);
     ::close(lock_);
     throw CommandError(folder_.string() + " can't be written: " + why);
   }

@@ -27,8 +27,7 @@ std::string progressLine(std::size_t done, std::size_t total, double secondsSoFa
   return line;
 }
 
-Progress::Progress(std::size_t total)
-    : onTerminal_(::isatty(STDERR_FILENO) == 1), total_(total) {
+Progress::Progress(std::size_t total) : onTerminal_(::isatty(STDERR_FILENO) == 1), total_(total) {
 }
 
 Progress::~Progress() {

@@ -62,8 +62,8 @@ struct Shot {
   bool isOfTheUsualPhone() const;
 };
 
-/// Every picture, in the order of widgets and states; pictures that need the same device, then those
-/// of the same size, are neighbours.
+/// Every picture, in the order of widgets and states; pictures that need the same device, then
+/// those of the same size, are neighbours.
 std::vector<Shot> everyShot();
 
 }  // namespace host

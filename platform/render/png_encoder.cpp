@@ -4,15 +4,14 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
-#include <new>
 #include <string_view>
 
 namespace platform {
 namespace {
 
-constexpr int kLevel = 1;
 constexpr std::string_view kSignature{"\x89PNG\r\n\x1A\n", 8};
 /// Length and name before a chunk's data, checksum after it.
 constexpr std::size_t kChunkHead = 8;
@@ -43,55 +42,22 @@ char* putHeader(char* out, const Bitmap& bitmap, ColorType color) {
   return frameChunk(out, "IHDR", 13);
 }
 
-void putColor(std::uint8_t* out, std::uint32_t pixel) {
-  out[0] = static_cast<std::uint8_t>(pixel >> 16);
-  out[1] = static_cast<std::uint8_t>(pixel >> 8);
-  out[2] = static_cast<std::uint8_t>(pixel);
+/// The bytes R, G, B, A of a premultiplied pixel, the first of them lowest.
+std::uint32_t straight(std::uint32_t pixel) {
+  const std::uint32_t alpha = pixel >> 24;
+  const auto channel = [&](int shift) {
+    const std::uint32_t value = (pixel >> shift) & 0xFF;
+    return alpha == 255 || alpha == 0 ? value : std::min(255U, (value * 255 + alpha / 2) / alpha);
+  };
+  return alpha << 24 | channel(0) << 16 | channel(8) << 8 | channel(16);
 }
 
-void putRGB(std::uint8_t* out, const std::uint32_t* pixels, int count) {
-  for (int i = 0; i < count; ++i, out += 3) {
-    putColor(out, pixels[i]);
-  }
-}
-
-void putRGBA(std::uint8_t* out, const std::uint32_t* pixels, int count) {
-  for (int i = 0; i < count; ++i, out += 4) {
-    const std::uint32_t alpha = pixels[i] >> 24;
-    out[3] = static_cast<std::uint8_t>(alpha);
-    if (alpha == 255 || alpha == 0) {
-      putColor(out, pixels[i]);
-      continue;
-    }
-    const auto straight = [&](int shift) {
-      const std::uint32_t channel = (pixels[i] >> shift) & 0xFF;
-      return std::min(255U, (channel * 255 + alpha / 2) / alpha);
-    };
-    putColor(out, straight(16) << 16 | straight(8) << 8 | straight(0));
-  }
-}
-
-bool isOpaque(const Bitmap& bitmap) {
-  std::uint32_t all = 0xFF'00'00'00;
-  for (const std::uint32_t pixel : bitmap.pixels) {
-    all &= pixel;
-  }
-  return all == 0xFF'00'00'00;
+/// The same for a pixel that is opaque, or one whose colour shows through nowhere.
+std::uint32_t swapped(std::uint32_t pixel) {
+  return (pixel & 0xFF'00'FF'00) | (pixel >> 16 & 0xFF) | (pixel & 0xFF) << 16;
 }
 
 }  // namespace
-
-PNGEncoder::PNGEncoder() : compressor_(libdeflate_alloc_compressor(kLevel)) {
-  if (!compressor_) {
-    throw std::bad_alloc();
-  }
-}
-
-PNGEncoder::~PNGEncoder() = default;
-
-void PNGEncoder::Free::operator()(libdeflate_compressor* compressor) const {
-  libdeflate_free_compressor(compressor);
-}
 
 char* PNGEncoder::Buffer::reserve(std::size_t size) {
   if (size > size_) {
@@ -102,25 +68,27 @@ char* PNGEncoder::Buffer::reserve(std::size_t size) {
 }
 
 std::string PNGEncoder::encode(const Bitmap& bitmap) {
-  const bool opaque = isOpaque(bitmap);
-  const auto width = static_cast<std::size_t>(bitmap.width);
-  // Each row starts with the number of its filter, none.
-  const std::size_t stride = 1 + width * (opaque ? 3 : 4);
-  const std::size_t length = stride * static_cast<std::size_t>(bitmap.height);
-  char* const rows = rows_.reserve(length);
-  for (int y = 0; y < bitmap.height; ++y) {
-    auto* row = reinterpret_cast<std::uint8_t*>(rows + stride * static_cast<std::size_t>(y));
-    *row++ = 0;
-    const std::uint32_t* pixels = bitmap.pixels.data() + width * static_cast<std::size_t>(y);
-    opaque ? putRGB(row, pixels, bitmap.width) : putRGBA(row, pixels, bitmap.width);
+  static_assert(std::endian::native == std::endian::little);
+  const std::size_t bytes = 4 * bitmap.pixels.size();
+  char* const pixels = pixels_.reserve(bytes);
+  auto* next = reinterpret_cast<std::uint32_t*>(pixels);
+  bool opaque = true;
+  for (const std::uint32_t pixel : bitmap.pixels) {
+    const std::uint32_t alpha = pixel >> 24;
+    opaque = opaque && alpha == 255;
+    *next++ = alpha == 255 ? swapped(pixel) : straight(pixel);
   }
+  const int channels = opaque ? 3 : 4;
 
-  const std::size_t bound = libdeflate_zlib_compress_bound(compressor_.get(), length);
-  char* const file = file_.reserve(bound + 128);
+  char* const file =
+      file_.reserve(PixelDeflate::bound(bitmap.width, bitmap.height, channels) + 128);
   char* out = std::ranges::copy(kSignature, file).out;
   out = putHeader(out, bitmap, opaque ? ColorType::rgb : ColorType::rgba);
-  const std::size_t packed =
-      libdeflate_zlib_compress(compressor_.get(), rows, length, out + kChunkHead, bound);
+  const std::size_t packed = deflate_.pack(reinterpret_cast<const std::uint8_t*>(pixels),
+                                           bitmap.width,
+                                           bitmap.height,
+                                           channels,
+                                           out + kChunkHead);
   out = frameChunk(out, "IDAT", packed);
   out = frameChunk(out, "IEND", 0);
   return {file, out};

@@ -5,8 +5,7 @@
 #include <string>
 
 #include "platform/render/bitmap.h"
-
-struct libdeflate_compressor;
+#include "platform/render/pixel_deflate.h"
 
 namespace platform {
 
@@ -17,16 +16,9 @@ namespace platform {
 /// took longer and came out larger.
 class PNGEncoder {
  public:
-  PNGEncoder();
-  ~PNGEncoder();
-
   std::string encode(const Bitmap& bitmap);
 
  private:
-  struct Free {
-    void operator()(libdeflate_compressor* compressor) const;
-  };
-
   /// Memory that is not cleared: its pages are only touched as far as they are written to.
   class Buffer {
    public:
@@ -38,8 +30,8 @@ class PNGEncoder {
     std::size_t size_ = 0;
   };
 
-  std::unique_ptr<libdeflate_compressor, Free> compressor_;
-  Buffer rows_;
+  PixelDeflate deflate_;
+  Buffer pixels_;
   Buffer file_;
 };
 

@@ -5,7 +5,8 @@
 namespace platform {
 
 /// Held by whoever opens typefaces, measures or draws text: below Pango, the faces of one file are
-/// shared by all renderers of the process, and the drawing library leaves locking them to its users.
+/// shared by all renderers of the process, and the drawing library leaves locking them to its
+/// users.
 class TextLock {
  public:
   TextLock() : lock_(mutex()) {}

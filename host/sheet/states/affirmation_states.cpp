@@ -26,7 +26,8 @@ const std::map<std::string, Sentences, std::less<>> kSentences = {
     {"es",
      {"Hoy respiro.",
       "Mi calma vale más que mi prisa, y hoy la cuido.",
-      "Reconozco todo lo que he avanzado, aunque nadie lo haya visto; confío en mi ritmo, agradezco "
+      "Reconozco todo lo que he avanzado, aunque nadie lo haya visto; confío en mi ritmo, "
+      "agradezco "
       "lo que tengo y dejo que el resto llegue cuando le toque, sin compararme con nadie más que "
       "con quien fui ayer."}},
     {"en",
@@ -44,7 +45,8 @@ const std::map<std::string, Sentences, std::less<>> kSentences = {
     {"fr",
      {"Je respire.",
       "Mon calme vaut plus que ma hâte, et aujourd’hui j’en prends soin.",
-      "Je reconnais tout le chemin parcouru, même quand personne ne regardait ; je fais confiance à "
+      "Je reconnais tout le chemin parcouru, même quand personne ne regardait ; je fais confiance "
+      "à "
       "mon rythme, je remercie pour ce que j’ai et je laisse le reste venir à son heure, sans me "
       "comparer à qui que ce soit d’autre qu’à la personne d’hier."}},
 };

@@ -16,8 +16,7 @@ Dictionary signedIn() {
 
 std::vector<SheetState> checkinStates() {
   const Date noon = at("12:00");
-  const std::vector<Phones> samples = {
-      {kTranslations, kUsual.screens, kEveryScheme, kEverySystem}};
+  const std::vector<Phones> samples = {{kTranslations, kUsual.screens, kEveryScheme, kEverySystem}};
   return {
       {.name = "signed-in",
        .now = noon,

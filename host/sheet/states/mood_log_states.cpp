@@ -47,8 +47,7 @@ std::vector<SheetState> moodLogStates() {
   constexpr Phones kEveryLook = {kUsual.locales, kEveryScreen, kEveryScheme, kEverySystem};
   constexpr Phones kBothSchemes = {kUsual.locales, kUsual.screens, kEveryScheme, kUsual.systems};
   const Date now = at("12:00");
-  const std::vector<Phones> samples = {
-      {kTranslations, kUsual.screens, kEveryScheme, kEverySystem}};
+  const std::vector<Phones> samples = {{kTranslations, kUsual.screens, kEveryScheme, kEverySystem}};
   return {
       {.name = "mixed-week", .now = now, .suite = recorded("54321.4"), .phones = {kEverything}},
       // The two weekdays whose names today and yesterday stand for above.
@@ -60,7 +59,10 @@ std::vector<SheetState> moodLogStates() {
       {.name = "full-week", .now = now, .suite = recorded("1532445"), .phones = {kEveryLook}},
       {.name = "no-record",
        .now = now,
-       .suite = [] { return Dictionary{{"sharedUid", "u-1"}}; },
+       .suite =
+           [] {
+             return Dictionary{{"sharedUid", "u-1"}};
+           },
        .phones = {kBothSchemes}},
       {.name = "unreadable-record",
        .now = now,
@@ -71,7 +73,10 @@ std::vector<SheetState> moodLogStates() {
        .phones = {kBothSchemes}},
       {.name = "signed-out",
        .now = now,
-       .suite = [] { return Dictionary{{"moodsDataKey", record(week("1532445"))}}; },
+       .suite =
+           [] {
+             return Dictionary{{"moodsDataKey", record(week("1532445"))}};
+           },
        .phones = {kBothSchemes}},
       {.name = "placeholder", .now = now, .phones = samples, .what = placeholder},
       {.name = "snapshot",

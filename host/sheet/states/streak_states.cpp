@@ -80,8 +80,7 @@ SheetState broken(std::int64_t image) {
 }  // namespace
 
 std::vector<SheetState> streakStates() {
-  constexpr Phones kEverySize = {
-      kUsual.locales, kEveryScreen, kUsual.schemes, kEverySystem};
+  constexpr Phones kEverySize = {kUsual.locales, kEveryScreen, kUsual.schemes, kEverySystem};
   // Three digits leave the message the least room, on the smallest phone most of all.
   constexpr Phones kNarrow = {kTranslations, kFarScreens, kUsual.schemes, kUsual.systems};
   constexpr Phones kSample = {kTranslations, kUsual.screens, kUsual.schemes, kEverySystem};
@@ -89,8 +88,7 @@ std::vector<SheetState> streakStates() {
   for (const Band& band : kBands) {
     states.push_back(activeYesterday(7, band, {kEveryText, kArtwork}));
     states.push_back(activeYesterday(365, band, {kNarrow}));
-    states.push_back(
-        {.name = "no-record" + in(band), .now = at(band.time), .phones = {kArtwork}});
+    states.push_back({.name = "no-record" + in(band), .now = at(band.time), .phones = {kArtwork}});
   }
   states.push_back(activeYesterday(0, kBands[1], {kUsual}));
   states.push_back(activeYesterday(1, kBands[1], {kUsual}));
@@ -105,7 +103,10 @@ std::vector<SheetState> streakStates() {
   }
   states.push_back({.name = "unreadable-record",
                     .now = at("09:30"),
-                    .suite = [] { return Dictionary{{"streakData", Data{"{\"count\": 7,"}}}; },
+                    .suite =
+                        [] {
+                          return Dictionary{{"streakData", Data{"{\"count\": 7,"}}};
+                        },
                     .phones = {kUsual}});
   states.push_back(
       {.name = "placeholder", .now = at("09:30"), .phones = {kSample}, .what = placeholder});
