@@ -11,8 +11,10 @@ using namespace platform;
 
 namespace {
 
-/// Enough that a slow picture stops nobody, few enough that they take no memory to speak of.
-constexpr std::size_t kMostWaiting = 64;
+/// Enough for a state's pictures of all sizes, few enough that all threads end at about the same
+/// time.
+constexpr std::size_t kBatch = 24;
+constexpr std::size_t kMostWaiting = 8;
 
 template <class T>
 T valueOf(std::expected<T, std::string> result) {
@@ -77,42 +79,57 @@ void Darkroom::close() {
 }
 
 void Darkroom::add(Exposure exposure) {
+  gathering_.push_back(std::move(exposure));
+  if (gathering_.size() == kBatch) {
+    handOver();
+  }
+}
+
+void Darkroom::handOver() {
   std::unique_lock lock(mutex_);
   emptied_.wait(lock, [this] { return waiting_.size() < kMostWaiting || failure_; });
   if (failure_) {
     std::rethrow_exception(failure_);
   }
-  waiting_.push_back(std::move(exposure));
+  waiting_.push_back(std::exchange(gathering_, {}));
   lock.unlock();
   filled_.notify_one();
 }
 
 void Darkroom::finish() {
+  if (!gathering_.empty()) {
+    handOver();
+  }
   close();
   if (failure_) {
     std::rethrow_exception(failure_);
   }
 }
 
+Darkroom::Batch Darkroom::nextBatch() {
+  std::unique_lock lock(mutex_);
+  filled_.wait(lock, [this] { return !waiting_.empty() || closed_; });
+  if (waiting_.empty() || failure_) {
+    return {};
+  }
+  Batch batch = std::move(waiting_.front());
+  waiting_.pop_front();
+  lock.unlock();
+  emptied_.notify_one();
+  return batch;
+}
+
 void Darkroom::work(Renderer& renderer) {
-  for (;;) {
-    std::unique_lock lock(mutex_);
-    filled_.wait(lock, [this] { return !waiting_.empty() || closed_; });
-    if (waiting_.empty() || failure_) {
-      return;
+  try {
+    for (Batch batch = nextBatch(); !batch.empty(); batch = nextBatch()) {
+      for (const Exposure& exposure : batch) {
+        deliver_(exposure.number, develop(exposure, renderer), renderer);
+      }
     }
-    const Exposure exposure = std::move(waiting_.front());
-    waiting_.pop_front();
-    lock.unlock();
-    emptied_.notify_one();
-    try {
-      deliver_(exposure.number, develop(exposure, renderer), renderer);
-    } catch (...) {
-      const std::scoped_lock failed(mutex_);
-      failure_ = failure_ ? failure_ : std::current_exception();
-      emptied_.notify_all();
-      return;
-    }
+  } catch (...) {
+    const std::scoped_lock lock(mutex_);
+    failure_ = failure_ ? failure_ : std::current_exception();
+    emptied_.notify_all();
   }
 }
 

@@ -53,13 +53,19 @@ class Darkroom {
   Darkroom(const Darkroom&) = delete;
   Darkroom& operator=(const Darkroom&) = delete;
 
-  /// Waits while the threads are far behind. Throws what went wrong in one of them.
+  /// Waits while the threads are far behind. Neighbours mostly go to the same thread, whose
+  /// renderer then knows their artwork. Throws what went wrong in one of them.
   void add(Exposure exposure);
   /// Waits until every picture was delivered. Throws what went wrong in one of the threads.
   void finish();
 
  private:
+  using Batch = std::vector<Exposure>;
+
   void work(platform::Renderer& renderer);
+  /// Nothing once there is nothing more to do.
+  Batch nextBatch();
+  void handOver();
   void close();
 
   Deliver deliver_;
@@ -67,9 +73,10 @@ class Darkroom {
   std::mutex mutex_;
   std::condition_variable filled_;
   std::condition_variable emptied_;
-  std::deque<Exposure> waiting_;
+  std::deque<Batch> waiting_;
   bool closed_ = false;
   std::exception_ptr failure_;
+  Batch gathering_;
   std::vector<std::thread> threads_;
 };
 

@@ -75,24 +75,22 @@ void CornerClip::apply(Bitmap& bitmap, double radius) {
   if (radius <= 0) {
     return;
   }
-  const Shape shape{.radius = radius, .width = bitmap.width, .height = bitmap.height};
-  if (shape != shape_) {
-    shape_ = shape;
-    const Size size{static_cast<double>(bitmap.width), static_cast<double>(bitmap.height)};
-    const auto corner = ContinuousCorner::of(radius, size);
+  const auto corner = ContinuousCorner::of(
+      radius, {static_cast<double>(bitmap.width), static_cast<double>(bitmap.height)});
+  if (corner != corner_) {
+    corner_ = corner;
     side_ = static_cast<int>(std::ceil(corner.reach));
     coverage_ = cover(corner, side_);
   }
   for (int y = 0; y < side_; ++y) {
+    const std::uint8_t* coverage = coverage_.data() + static_cast<std::ptrdiff_t>(y) * side_;
     for (const int row : {y, bitmap.height - 1 - y}) {
       std::uint32_t* pixels =
           bitmap.pixels.data() + static_cast<std::ptrdiff_t>(row) * bitmap.width;
-      for (int x = 0; x < side_; ++x) {
-        const std::uint32_t coverage = coverage_[static_cast<std::size_t>(y) * side_ + x];
+      // Inside the curve everything stays.
+      for (int x = 0; x < side_ && coverage[x] != 255; ++x) {
         for (const int column : {x, bitmap.width - 1 - x}) {
-          if (coverage != 255) {
-            pixels[column] = dimmed(pixels[column], coverage);
-          }
+          pixels[column] = dimmed(pixels[column], coverage[x]);
         }
       }
     }

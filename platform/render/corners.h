@@ -26,6 +26,8 @@ struct ContinuousCorner {
 
   /// The curve's point at `turn`, 0 at the left edge to 1 at the top edge, evenly along the curve.
   Point point(double turn) const;
+
+  friend bool operator==(const ContinuousCorner&, const ContinuousCorner&) = default;
 };
 
 /// Clips the bitmap to its rounded rectangle; `radius` in pixels.
@@ -34,14 +36,8 @@ class CornerClip {
   void apply(Bitmap& bitmap, double radius);
 
  private:
-  struct Shape {
-    double radius = 0;
-    int width = 0;
-    int height = 0;
-    friend bool operator==(const Shape&, const Shape&) = default;
-  };
-
-  Shape shape_;
+  /// The corner that the coverage is of: the same on pictures of many sizes.
+  ContinuousCorner corner_;
   /// Coverage of the corner's square, 0 to 255, `side_` pixels a row.
   std::vector<std::uint8_t> coverage_;
   int side_ = 0;

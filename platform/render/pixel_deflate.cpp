@@ -165,7 +165,8 @@ struct PixelDeflate::Counts {
 
 std::size_t PixelDeflate::bound(int width, int height, int channels) {
   // No word of the code is longer than 15 bits.
-  return 1024 + 2 * static_cast<std::size_t>(height) * (1 + static_cast<std::size_t>(width) * channels);
+  return 1024 +
+         2 * static_cast<std::size_t>(height) * (1 + static_cast<std::size_t>(width) * channels);
 }
 
 std::size_t PixelDeflate::findRuns(
@@ -215,7 +216,8 @@ std::size_t PixelDeflate::findRuns(
         Place& place = seen[hashOf(row[x], row[x + 1])];
         const int away = (y - place.y) * stride + (x - place.x) * channels;
         if (place.x >= 0 && away <= kWindow) {
-          const std::uint32_t* there = pixels + static_cast<std::ptrdiff_t>(place.y) * width + place.x;
+          const std::uint32_t* there =
+              pixels + static_cast<std::ptrdiff_t>(place.y) * width + place.x;
           const int found = equalPixels(row + x, there, std::min(most, width - place.x));
           if (found > run + 1) {
             run = found;
@@ -248,8 +250,8 @@ std::size_t PixelDeflate::pack(
     capacity_ = most;
   }
   Counts counts;
-  const std::size_t count = findRuns(
-      reinterpret_cast<const std::uint32_t*>(pixels), width, height, channels, counts);
+  const std::size_t count =
+      findRuns(reinterpret_cast<const std::uint32_t*>(pixels), width, height, channels, counts);
   const HuffmanCode literals(counts.literals, 15);
   const HuffmanCode distances(counts.distances, 15);
 

@@ -10,8 +10,8 @@ namespace platform {
 ///
 /// Made for widgets: it looks for whole pixels that stand on their left, above them or, by pairs,
 /// anywhere in the rows before, where a general packer looks for bytes. Screens of flat colours,
-/// gradients and repeated backdrops are packed several times as quickly and about as small; noise is
-/// not packed at all.
+/// gradients and repeated backdrops are packed several times as quickly and about as small; noise
+/// is not packed at all.
 ///
 /// Keeps its memory from one picture to the next.
 class PixelDeflate {
@@ -33,7 +33,8 @@ class PixelDeflate {
   };
   struct Counts;
 
-  std::size_t findRuns(const std::uint32_t* pixels, int width, int height, int channels, Counts& counts);
+  std::size_t findRuns(
+      const std::uint32_t* pixels, int width, int height, int channels, Counts& counts);
 
   std::unique_ptr<Token[]> tokens_;
   std::size_t capacity_ = 0;

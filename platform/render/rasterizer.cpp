@@ -3,6 +3,7 @@
 #include <cairo/cairo.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "platform/render/pixel_grid.h"
 #include "platform/render/text_lock.h"
@@ -85,8 +86,9 @@ class Canvas {
     const int bottom = std::min(frame.y + frame.height, bitmap_.height);
     for (int y = std::max(frame.y, 0); y < bottom; ++y) {
       const auto from = picture.row(y - frame.y).subspan(left - frame.x, right - left);
-      std::ranges::copy(
-          from, bitmap_.pixels.data() + static_cast<std::ptrdiff_t>(y) * bitmap_.width + left);
+      std::memcpy(bitmap_.pixels.data() + static_cast<std::ptrdiff_t>(y) * bitmap_.width + left,
+                  from.data(),
+                  from.size_bytes());
     }
     cairo_surface_mark_dirty(surface_.get());
   }
