@@ -21,6 +21,16 @@ constexpr std::size_t kLinesKept = 500;
 constexpr std::string_view kPictures = "/widgets/";
 constexpr const char* kTypefacePath = "/Inter.ttf";
 
+/// Where the page has the token that lets it change anything.
+constexpr std::string_view kTokenPlace = "{{token}}";
+
+std::string_view typeOf(std::string_view path) {
+  return path.ends_with(".css")   ? "text/css; charset=utf-8"
+         : path.ends_with(".js")  ? "text/javascript; charset=utf-8"
+         : path.ends_with(".svg") ? "image/svg+xml"
+                                  : "text/html; charset=utf-8";
+}
+
 std::string randomToken() {
   std::array<unsigned char, 16> bytes = {};
   if (::getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) {
@@ -100,15 +110,15 @@ HttpAnswer HomePage::file(const HttpRequest& request) const {
     return bytes ? content("font/ttf", *std::move(bytes), "max-age=86400")
                  : refusal(404, "the typeface can't be read: " + bytes.error().message());
   }
-  const PageFile* file = pageFile(path);
+  const auto file = pageFile(path == "/" ? "/index.html" : path);
   if (!file) {
     return refusal(404, "there is no such page");
   }
-  std::string bytes(file->bytes);
+  std::string bytes(*file);
   if (const std::size_t place = bytes.find(kTokenPlace); place != std::string::npos) {
     bytes.replace(place, kTokenPlace.size(), token_);
   }
-  return content(file->type, std::move(bytes));
+  return content(typeOf(path), std::move(bytes));
 }
 
 HttpAnswer HomePage::picture(std::string_view kind) const {

@@ -1,20 +1,12 @@
 #pragma once
 
+#include <optional>
 #include <string_view>
 
 namespace host {
 
-/// The page's files, which the program carries in itself.
-struct PageFile {
-  std::string_view path;
-  std::string_view type;
-  std::string_view bytes;
-};
-
-/// Null for a path that the page does not have.
-const PageFile* pageFile(std::string_view path);
-
-/// Where the page has the token that lets it change anything.
-inline constexpr std::string_view kTokenPlace = "{{token}}";
+/// The bytes of the page's file at that path, "/home.css"; nothing for a path that the page does
+/// not have. The program carries them in itself.
+std::optional<std::string_view> pageFile(std::string_view path);
 
 }  // namespace host
