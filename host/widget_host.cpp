@@ -19,8 +19,12 @@ ConfigureRequest configuration(const HostSettings& settings) {
 
 }  // namespace
 
-WidgetHost::WidgetHost(HostSettings settings, std::function<void(const std::string&)> report)
-    : settings_(std::move(settings)), report_(std::move(report)) {
+WidgetHost::WidgetHost(HostSettings settings,
+                       std::function<void(const std::string&)> report,
+                       TransferSettings transfers)
+    : settings_(std::move(settings)),
+      report_(std::move(report)),
+      transferSettings_(std::move(transfers)) {
   startExtension();
 }
 

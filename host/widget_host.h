@@ -34,7 +34,8 @@ class WidgetHost {
  public:
   /// `report` hears what went wrong and was seen to.
   explicit WidgetHost(HostSettings settings,
-                      std::function<void(const std::string&)> report = complain);
+                      std::function<void(const std::string&)> report = complain,
+                      TransferSettings transfers = {});
 
   const HostSettings& settings() const { return settings_; }
   /// Plays another phone from now on, with the same bundle; the running extension is told what is
@@ -118,6 +119,7 @@ class WidgetHost {
 
   HostSettings settings_;
   std::function<void(const std::string&)> report_;
+  TransferSettings transferSettings_;
   std::unique_ptr<ExtensionProcess> extension_;
   int launches_ = 0;
   std::vector<std::string> earlierLog_;

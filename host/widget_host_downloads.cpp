@@ -50,7 +50,7 @@ std::string reasonToWait(std::size_t pending, const std::filesystem::path& conta
 
 TransferService& WidgetHost::transfers() {
   if (!transfers_) {
-    transfers_ = std::make_unique<TransferService>(settings_.container);
+    transfers_ = std::make_unique<TransferService>(settings_.container, transferSettings_);
   }
   return *transfers_;
 }

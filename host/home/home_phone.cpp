@@ -3,6 +3,7 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 #include "host/command_error.h"
@@ -62,7 +63,10 @@ std::chrono::seconds pauseAfterFailures(int failures) {
 
 HomePhone::HomePhone(DeviceOptions options, RefreshBudget budget)
     : options_(std::move(options)),
-      host_(settle(options_), [this](const std::string& line) { note(line); }),
+      host_(settle(options_),
+            [this](const std::string& line) { note(line); },
+            // What others leave is looked for when there is a reason to.
+            {.adoptEvery = std::numeric_limits<double>::infinity()}),
       scheduler_(budget),
       hostApp_(readHostApp()) {
   for (const GalleryItem& item : host_.gallery()) {

@@ -54,10 +54,8 @@ void WidgetSchedule::fetched(TimelinePlan plan, const ReloadRequest& request, Da
   if (isCounted(request.cause)) {
     record.counted.push_back(now);
   }
-  while (!record.counted.empty() &&
-         record.counted.front() <= now.addingTimeInterval(-kBudgetWindow)) {
-    record.counted.pop_front();
-  }
+  std::erase_if(record.counted,
+                [&](Date at) { return at <= now.addingTimeInterval(-kBudgetWindow); });
   *this = WidgetSchedule(std::move(record), std::move(plan));
 }
 

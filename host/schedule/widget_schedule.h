@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <deque>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,7 +34,7 @@ struct ScheduleRecord {
   std::optional<ReloadRequest> wanted = {};
   std::optional<platform::Date> lastByPolicy = {};
   /// The counted reloads of the last 24 hours, oldest first.
-  std::deque<platform::Date> counted = {};
+  std::vector<platform::Date> counted = {};
   friend bool operator==(const ScheduleRecord&, const ScheduleRecord&) = default;
 };
 

@@ -21,7 +21,8 @@ namespace {
 constexpr double kLongestPause = 15 * 60;
 /// How often cancellations of other processes, the resource limit and the clock are looked at.
 constexpr double kLookEvery = 1;
-constexpr double kAdoptEvery = 10;
+/// The longest sleep.
+constexpr double kLongestSleep = 60 * 60;
 
 }  // namespace
 
@@ -41,7 +42,7 @@ TransferService::TransferService(const std::filesystem::path& container, Transfe
       timer_(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
   epoll_event event = {.events = EPOLLIN, .data = {}};
   ::epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, timer_.get(), &event);
-  armTimer(lastAdoption_ + kAdoptEvery);
+  armTimer(lastAdoption_ + settings_.adoptEvery);
 }
 
 TransferService::~TransferService() = default;
@@ -117,7 +118,7 @@ void TransferService::step(std::chrono::milliseconds longest) {
   std::uint64_t expirations = 0;
   (void)!::read(timer_.get(), &expirations, sizeof expirations);
   const double now = settings_.clock();
-  if (std::abs(now - lastAdoption_) >= kAdoptEvery) {
+  if (std::abs(now - lastAdoption_) >= settings_.adoptEvery) {
     adopt();
   }
   if (std::abs(now - lastLook_) >= kLookEvery) {
@@ -259,17 +260,19 @@ bool TransferService::openEngine() {
 
 /// Wakes the caller for the next attempt, a silence that lasts too long, or the next look around.
 void TransferService::armTimer(double now) {
-  double next = pending() == 0 ? lastAdoption_ + kAdoptEvery : lastLook_ + kLookEvery;
+  double next = pending() == 0 ? lastAdoption_ + settings_.adoptEvery : lastLook_ + kLookEvery;
   if (!waiting_.empty() && running_.size() < settings_.parallel && !engineFailed_) {
     next = std::min(next, waiting_.begin()->first);
   }
   if (engine_) {
     next = std::min(next, engine_->nextTimeout().value_or(next));
   }
-  const double left = std::clamp(next - now, 1e-6, kAdoptEvery);
   itimerspec when = {};
-  when.it_value = {.tv_sec = static_cast<time_t>(left),
-                   .tv_nsec = static_cast<long>((left - std::floor(left)) * 1e9)};
+  if (std::isfinite(next)) {
+    const double left = std::clamp(next - now, 1e-6, kLongestSleep);
+    when.it_value = {.tv_sec = static_cast<time_t>(left),
+                     .tv_nsec = static_cast<long>((left - std::floor(left)) * 1e9)};
+  }
   ::timerfd_settime(timer_.get(), 0, &when, nullptr);
 }
 

@@ -29,6 +29,9 @@ struct TransferSettings {
   std::size_t parallel = 8;
   /// Seconds after which a task ends, however often it has been tried.
   double resourceLimit = 7.0 * 24 * 60 * 60;
+  /// Seconds between two looks for what hosts that are gone have left; infinity: only `adopt`
+  /// looks.
+  double adoptEvery = 10;
 };
 
 /// How long a task that failed that many times waits for its next attempt, in seconds: twice as
@@ -59,7 +62,7 @@ class TransferService {
   bool cancel(const std::string& id);
 
   /// Takes over what hosts that are gone have left, pending tasks and undelivered results alike.
-  /// `step` does so as well, now and then.
+  /// `step` does so as well, now and then, unless told otherwise.
   void adopt();
 
   /// Readable when `step` has something to do.

@@ -82,7 +82,7 @@ TEST(WidgetSchedule, LetsAFreeReloadThroughAndACountedOneWhenTheBudgetAllows) {
     std::optional<std::pair<double, ReloadCause>> next;
   };
   constexpr double kAtOnce = -1;
-  const std::deque<Date> spent = {at(-7000), at(-600)};
+  const std::vector<Date> spent = {at(-7000), at(-600)};
   const Row rows[] = {
       {"never asked", {}, {}, kTwo, {{kAtOnce, ReloadCause::first}}},
       {"never again", {.fetched = at(0)}, {}, kTwo, {}},
@@ -161,7 +161,7 @@ TEST(WidgetSchedule, ForgetsWhatHasNotHappenedYetByAClockThatWasSetBack) {
   EXPECT_EQ(corrected.record(), record) << "a correction by a second is nothing";
   WidgetSchedule schedule(record, planOf({0}, 900));
   schedule.clockSetBack(at(-60));
-  EXPECT_EQ(schedule.record().counted, std::deque{at(-90)});
+  EXPECT_EQ(schedule.record().counted, std::vector{at(-90)});
   EXPECT_EQ(schedule.record().lastByPolicy, std::nullopt);
   EXPECT_EQ(schedule.nextReload(at(-60), {})->request.cause, ReloadCause::clock);
 }

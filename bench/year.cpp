@@ -1,0 +1,110 @@
+#include <chrono>
+#include <cstdio>
+#include <memory>
+
+#include "bench/demo_phone.h"
+#include "bench/spread.h"
+#include "host/home/home_phone.h"
+#include "host/host_app.h"
+
+// A year of a phone in one go: the clock goes from one moment at which something is due to the next,
+// the extension answers every request, every picture is drawn. Every evening the user records a mood
+// and a day of the streak. Nobody is signed in, so that no server is part of the figure.
+
+namespace bench {
+namespace {
+
+using namespace host;
+using namespace platform;
+
+struct Year {
+  double seconds = 0;
+  int moments = 0;
+  std::size_t reloads = 0;
+  std::size_t pictures = 0;
+};
+
+class Counter {
+ public:
+  explicit Counter(HomePhone& phone) : phone_(phone), versions_(phone.widgets().size()) {}
+
+  void look() {
+    for (TimelineScheduler::Id id = 0; id < versions_.size(); ++id) {
+      const PlacedWidget& widget = phone_.widgets()[id];
+      if (widget.problem) {
+        giveUp(widget.item.kind + ": " + *widget.problem);
+      }
+      pictures += widget.version != versions_[id];
+      versions_[id] = widget.version;
+    }
+    for (const LogLine& line : phone_.takeLog()) {
+      reloads += !line.fromExtension && line.text.find(": new timeline") != std::string::npos;
+    }
+  }
+
+  std::size_t reloads = 0;
+  std::size_t pictures = 0;
+
+ private:
+  HomePhone& phone_;
+  std::vector<std::string> versions_;
+};
+
+Year live(const DemoPhone& demo) {
+  const auto start = std::chrono::steady_clock::now();
+  HomePhone phone({.extension = kExtension,
+                   .container = demo.container(),
+                   .now = "2026-01-01T12:00:00Z",
+                   .timeZone = DemoPhone::kTimeZone},
+                  RefreshBudget());
+  signOut();
+  Counter counter(phone);
+  Year year;
+  for (int day = 0; day < 365; ++day) {
+    const Date midnight = phone.nextMidnight();
+    const Date evening = midnight.addingTimeInterval(-4 * 3600);
+    bool recorded = false;
+    while (Date::now() < midnight) {
+      Date next = std::min(phone.nextEntry().value_or(midnight), midnight);
+      next = std::min(next, phone.nextReload().value_or(midnight));
+      if (!recorded && next >= evening) {
+        next = evening;
+      }
+      phone.travelTo(next);
+      phone.advance();
+      if (next == evening) {
+        recorded = true;
+        recordStreak(day + 1, next);
+        recordNamedMood(std::string(kMoodNames[static_cast<std::size_t>(day) % 5]), {});
+        phone.suiteChanged();
+        phone.advance();
+      }
+      counter.look();
+      ++year.moments;
+    }
+  }
+  const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+  year.seconds = took.count();
+  year.reloads = counter.reloads;
+  year.pictures = counter.pictures;
+  return year;
+}
+
+}  // namespace
+}  // namespace bench
+
+int main() {
+  using namespace bench;
+  constexpr double kGoal = 20;
+  const Year year = live(DemoPhone());
+  std::printf(
+      "A year of four widgets: %d moments, %zu timelines, %zu new pictures in %.1f s, goal %.0f s  "
+      "%s\n",
+      year.moments,
+      year.reloads,
+      year.pictures,
+      year.seconds,
+      kGoal,
+      verdict(year.seconds <= kGoal));
+  return 0;
+}
