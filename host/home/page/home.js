@@ -2,7 +2,7 @@
 import {showPhone, tickPhone} from '/phone.js';
 import {showPanels, tickPanels} from '/panels.js';
 import {addLog, clearLog, showReport, tickReport} from '/report.js';
-import {announce, byId, moment, setText} from '/tools.js';
+import {announce, byId, forgetErrors, moment, setText} from '/tools.js';
 
 let state = null;
 let receivedAt = 0;
@@ -55,6 +55,7 @@ function setConnected(is) {
   if (!is && connected && state) {
     state.instant = new Date(now()).toISOString();
   }
+  if (is) forgetErrors();
   connected = is;
   document.body.classList.toggle('is-offline', !is);
   setText(byId('offline'), is

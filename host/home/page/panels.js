@@ -115,8 +115,16 @@ function makeMood(mood) {
   return button;
 }
 
+/** The host app files moods under the day as the device's own calendar and digits write it. */
+function moodOf(day) {
+  const options = {year: 'numeric', month: '2-digit', day: '2-digit'};
+  const parts = format(webLocale(state.device.locale), 'UTC', options).formatToParts(Date.parse(day));
+  const key = ['year', 'month', 'day'].map((type) => parts.find((part) => part.type === type)?.value).join('-');
+  return state.app.moods?.[key] ?? state.app.moods?.[day];
+}
+
 function showMoods() {
-  const moods = state.app.moods ?? {};
+  const selected = moodOf(selectedDay);
   const names = state.app.moodNames ?? Object.keys(kMoodLabels);
   const row = document.querySelector('.days');
   if (row.dataset.today !== today) {
@@ -124,7 +132,7 @@ function showMoods() {
     row.replaceChildren(...lastDays(today).map(makeDay));
   }
   for (const radio of row.querySelectorAll('input')) {
-    const mood = moods[radio.value];
+    const mood = moodOf(radio.value);
     radio.checked = radio.value === selectedDay;
     setAttribute(radio.parentElement.querySelector('use'), 'href', `#face-${mood in kMoodLabels ? mood : 'none'}`);
     const name = format('en', 'UTC', {weekday: 'long', day: 'numeric', month: 'long'}).format(Date.parse(radio.value));
@@ -136,11 +144,11 @@ function showMoods() {
     faces.replaceChildren(...names.map(makeMood));
   }
   for (const button of faces.children) {
-    setAttribute(button, 'aria-pressed', moods[selectedDay] === button.dataset.mood);
+    setAttribute(button, 'aria-pressed', selected === button.dataset.mood);
   }
   const options = {weekday: 'long', day: 'numeric', month: 'long'};
   const day = selectedDay === today ? 'Today' : format('en-GB', 'UTC', options).format(Date.parse(selectedDay));
-  setText(byId('mood-of'), `${day}: ${moods[selectedDay] ? moodLabel(moods[selectedDay]) : 'choose a mood'}`);
+  setText(byId('mood-of'), `${day}: ${selected ? moodLabel(selected) : 'choose a mood'}`);
 }
 
 function showApp(now) {
@@ -148,9 +156,9 @@ function showApp(now) {
   byId('sign-in').hidden = Boolean(app.uid);
   byId('signed-in').hidden = !app.uid;
   setText(byId('uid'), app.uid ?? '');
-  setText(byId('streak-stored'), app.streak
-    ? `${app.streak.count} ${app.streak.count === 1 ? 'day' : 'days'}, last active ${moment(app.streak.lastActive, now, device.timeZone)}`
-    : 'none stored');
+  const {count, lastActive} = app.streak ?? {};
+  const last = lastActive ? `last active ${moment(lastActive, now, device.timeZone)}` : 'never active';
+  setText(byId('streak-stored'), app.streak ? `${count ?? 'no'} ${count === 1 ? 'day' : 'days'}, ${last}` : 'none stored');
 }
 
 /** The day that was chosen stays, unless it was today and a new day has come. */

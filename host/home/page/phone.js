@@ -103,7 +103,7 @@ function showAreas(tile, widget) {
     for (const [property, value] of [['left', area.x], ['top', area.y], ['width', area.width], ['height', area.height]]) {
       button.style[property] = `${value}px`;
     }
-    setAttribute(button, 'aria-label', `${area.label ?? 'Area'}: ${destination(area.link)}`);
+    setAttribute(button, 'aria-label', `${area.label || 'Area'}: ${destination(area.link)}`);
   });
 }
 

@@ -82,6 +82,10 @@ export function span(milliseconds) {
 
 // Actions
 
+export function forgetErrors() {
+  for (const slot of document.querySelectorAll('.error')) setText(slot, '');
+}
+
 const tokenIn = (page) => page.querySelector('meta[name=home-token]').content;
 let token = tokenIn(document);
 
