@@ -1,0 +1,274 @@
+import assert from 'node:assert/strict';
+import {after, before, test} from 'node:test';
+import {Home, Page, closeBrowser, openBrowser} from './home.mjs';
+
+before(openBrowser);
+after(closeBrowser);
+
+const kMoods = ['veryBad', 'bad', 'neutral', 'well', 'veryWell'];
+
+/** A test with a phone of its own and a page of it; the page may have nothing to complain about. */
+function onPhone(name, body, {page: options = {}, complains = false, ...home} = {}) {
+  test(name, async () => {
+    const phone = await Home.start(home);
+    const page = await Page.open(phone.url, options);
+    try {
+      await body(page, phone);
+      if (!complains) assert.deepEqual(page.complaints, []);
+    } finally {
+      await page.close();
+      await phone.remove();
+    }
+  });
+}
+
+onPhone('every tap shows the link that it opens, or that there is none', async (page) => {
+  const nowhere = {position: {x: 169, y: 5}};
+  await page.widget('Checkin').locator('.whole').click(nowhere);
+  await page.says('#banner', 'No link');
+  assert.deepEqual(await page.taps(), ['no link']);
+
+  await page.signIn();
+  await page.until((count) => document.querySelectorAll('.area').length === count, kMoods.length);
+  const faces = page.widget('Checkin').locator('.area');
+  for (const [index, mood] of kMoods.entries()) {
+    await faces.nth(index).click();
+    await page.says('#banner', `quiloapp://emotion/${mood}`);
+  }
+  await page.widget('Checkin').locator('.whole').click(nowhere);
+  await page.says('#banner', 'No link');
+  for (const [kind, link] of [['StreakWidget', 'streak'], ['AffirmationWidget', 'affirmation'], ['Binnacle', 'binnacle']]) {
+    await page.widget(kind).locator('.whole').click();
+    await page.says('#banner', `quiloapp://${link}`);
+  }
+  const links = ['streak', 'affirmation', 'binnacle'].map((name) => `quiloapp://${name}`);
+  const faceLinks = kMoods.map((mood) => `quiloapp://emotion/${mood}`);
+  assert.deepEqual((await page.taps()).reverse(), ['no link', ...faceLinks, 'no link', ...links]);
+});
+
+onPhone('what the host app writes is on the phone, and a midnight makes it yesterday’s', async (page, phone) => {
+  await page.shows('StreakWidget', /— 0,/);
+  await page.recordStreak(7);
+  await page.shows('StreakWidget', /— 7$/);
+  await page.says('#streak-stored', '7 days, last active 14:30');
+  await page.button('Well').click();
+  await page.shows('Binnacle', /Bien, Hoy$/);
+  await page.tab.getByRole('button', {name: 'Next midnight'}).click();
+  await page.says('#clock', '00:00:00');
+  await page.says('#clock-date', 'Friday, 6 March 2026');
+  await page.shows('Binnacle', /Bien, Ayer, Sin registro, Hoy$/);
+  await page.shows('StreakWidget', /— 7, \S/);
+  await page.says('#mood-of', 'Today: choose a mood');
+  // The other day is still there to be changed.
+  await page.tab.getByLabel('Thursday 5 March: Well').check();
+  await page.button('Very bad').click();
+  await page.shows('Binnacle', /Muy mal, Ayer, Sin registro, Hoy$/);
+
+  await phone.app('streak', '5');
+  await page.shows('StreakWidget', /— 5\b/);
+  await page.says('.card[data-kind=StreakWidget]', 'the host app changed streakData');
+  await page.says('#log', '[StreakProvider] Deserialized streakCount: 5');
+});
+
+onPhone('the device’s settings change the phone, not the page', async (page) => {
+  const light = await page.shows('Binnacle', 'Tu semana');
+  assert.ok(await page.brightness('Binnacle') > 200);
+  await page.tab.getByLabel('Dark').check();
+  await page.until((src) => ![...document.querySelectorAll('img')].some((image) => image.src === src), light);
+  assert.ok(await page.brightness('Binnacle') < 90);
+  await page.says('#phone[data-scheme=dark]', /./);
+
+  await page.choose('Language', 'fr_FR');
+  await page.shows('Binnacle', /^Ta semaine .* Auj\.$/);
+  assert.equal(await page.widget('Binnacle').locator('img').getAttribute('lang'), 'fr-FR');
+  await page.says('#phone-clock', '14:30');
+  await page.choose('Time zone', 'Asia/Kathmandu');
+  await page.says('#clock', '02:15:00');
+  await page.choose('Language', 'th_TH');
+  await page.says('#app-weekday', /\p{Script=Thai}/u);
+  await page.button('Bad').click();
+  await page.says('#mood-of', 'Today: Bad');
+
+  const sizes = {'320x568': [292, 141, 2], '430x932': [364, 170, 3]};
+  for (const [screen, size] of Object.entries(sizes)) {
+    await page.choose('Screen', screen);
+    await page.until(([width, height, scale]) => {
+      const image = document.querySelector('[data-kind=Checkin] img:only-child');
+      return image?.naturalWidth === width * scale && image.width === width && image.height === height;
+    }, size);
+  }
+});
+
+onPhone('a clock that runs, stands, and goes to any instant of the device’s zone', async (page) => {
+  await page.button('Run').click();
+  await page.says('#clock', /14:(30:0[1-9]|30:[1-5]|31)/);
+  await page.button('Pause').click();
+  await page.says('#clock-date', 'the clock stands');
+  await page.tab.getByLabel('Any instant').fill('2026-07-01T23:59:30');
+  await page.button('Go').click();
+  await page.says('#clock', '23:59:30');
+  await page.says('#announcements', 'Wed 1 Jul, 23:59');
+  await page.tab.getByRole('button', {name: 'Next entry'}).click();
+  await page.says('#clock', '00:00:00');
+  await page.says('.card[data-kind=AffirmationWidget]', '2 of 2');
+  await page.button('Back to now').click();
+  const year = new Date().getFullYear();
+  await page.says('#clock-date', String(year));
+});
+
+onPhone('a refused action says why beside its control', async (page) => {
+  await page.recordStreak('99999999999999999999');
+  await page.says('#streak .error', '"count"');
+  assert.equal(await page.tab.locator('.error:not(:empty)').count(), 1);
+  await page.recordStreak(3);
+  await page.shows('StreakWidget', /— 3$/);
+  assert.equal(await page.tab.locator('.error:not(:empty)').count(), 0);
+}, {complains: true});
+
+onPhone('everything without a mouse', async (page) => {
+  const press = (key) => page.tab.keyboard.press(key);
+  await page.tabTo('Skip the phone');
+  await press('Enter');
+  await page.tabTo('User');
+  await page.tab.keyboard.type('0');
+  await press('Enter');
+  await page.says('#signed-in', '0');
+  await page.tabTo('Thursday 5 March');
+  await press('ArrowLeft');
+  await page.tabTo('Well');
+  await press('Space');
+  await page.shows('Binnacle', /Bien, Ayer, Sin registro, Hoy$/);
+  await page.tabTo('Light');
+  await press('ArrowRight');
+  await page.says('#phone[data-scheme=dark]', /./);
+  await page.tab.evaluate(() => document.activeElement.blur());
+  await page.tabTo('Bien: opens quiloapp://emotion/well');
+  await press('Enter');
+  await page.says('#announcements', 'Opens quiloapp://emotion/well');
+  await page.tabTo('Tu racha: opens quiloapp://streak');
+  await press('Space');
+  await page.says('#announcements', 'Opens quiloapp://streak');
+  // The middle of the check-in is a face; the widget as a whole has no link.
+  await page.tab.evaluate(() => document.activeElement.blur());
+  await page.tabTo('¿Qué tal hoy?: no link');
+  await press('Enter');
+  await page.says('#announcements', 'No link');
+});
+
+onPhone('an extension that was killed leaves its pictures, and comes back when it is needed', async (page, phone) => {
+  await page.signIn();
+  await page.shows('Checkin', /Muy bien/);
+  process.kill(phone.extension(), 'SIGKILL');
+  await page.says('#extension-problem', 'Killed');
+  await page.says('#extension', 'does not run, started once');
+  for (const kind of ['Checkin', 'StreakWidget', 'AffirmationWidget', 'Binnacle']) {
+    assert.ok(await page.brightness(kind) > 0);
+  }
+  await page.button('Reload Tu racha').click();
+  await page.says('#extension', 'runs, started 2 times');
+  await page.says('#extension-problem', /^$/);
+  await page.recordStreak(4);
+  await page.shows('StreakWidget', /— 4$/);
+});
+
+onPhone('two tabs are one phone, and a host that restarts finds both again', async (first, phone) => {
+  const second = await Page.open(phone.url);
+  await first.recordStreak(9);
+  await second.shows('StreakWidget', /— 9$/);
+  await second.choose('Language', 'en_US');
+  await first.shows('StreakWidget', /^Your Streak/);
+
+  await phone.end();
+  for (const page of [first, second]) await page.says('#offline', 'The host does not answer');
+  await second.button('Pause').or(second.button('Run')).click();
+  await second.says('.clock .error', 'The host does not answer');
+  assert.ok(await first.brightness('StreakWidget') > 0);
+  const again = await Home.start({port: phone.port, container: phone.container});
+  try {
+    for (const page of [first, second]) await page.says('#offline', /^$/);
+    assert.equal(await second.tab.locator('.error:not(:empty)').count(), 0);
+    // The token is another one now.
+    await first.recordStreak(10);
+    await second.shows('StreakWidget', /— 10$/);
+  } finally {
+    await again.end();
+    await second.close();
+  }
+}, {complains: true});
+
+onPhone('a narrow window has room for everything, and for fingers', async (page) => {
+  await page.signIn();
+  const small = await page.tab.evaluate(() => {
+    const controls = [...document.querySelectorAll('button, select, input:not([type=checkbox], [type=radio]), .switch span')];
+    return controls
+      .filter((control) => !control.closest('#screen') && control.checkVisibility())
+      .filter((control) => control.offsetHeight < 44)
+      .map((control) => control.outerHTML);
+  });
+  assert.deepEqual(small, []);
+  for (const screen of ['440x956', '375x667', '320x568']) {
+    await page.choose('Screen', screen);
+    await page.until((width) => document.querySelector('#screen').offsetWidth === width, Number(screen.slice(0, 3)));
+    const room = await page.tab.evaluate(() => {
+      const {left, right} = document.querySelector('#screen').getBoundingClientRect();
+      return {left, right, scrolls: document.documentElement.scrollWidth};
+    });
+    assert.ok(room.left >= 0 && room.right <= 390 && room.scrolls === 390, `${screen}: ${JSON.stringify(room)}`);
+  }
+  await page.widget('Binnacle').locator('.whole').click();
+  await page.says('#banner', 'quiloapp://binnacle');
+}, {page: {width: 390, height: 844, hasTouch: true, isMobile: true}});
+
+const kStrangeStates = {
+  empty: {},
+  foreign: {
+    device: {timeZone: 'Mars/Olympus', locale: 'xx_@calendar=odd', screen: '1x1', scheme: 'sepia'},
+    app: {uid: 'u', streak: {count: null, lastActive: null}, moods: {'2026-03-05': 'elated'}, moodNames: ['elated']},
+    widgets: [{kind: 'New', family: 'systemLarge', width: 300, height: 300, picture: null, areas: [{x: 0, y: 0, width: 9, height: 9}]}],
+    taps: [{at: '2026-03-05T00:00:00Z', kind: 'Gone', link: null}],
+    surprise: {at: 'all'},
+  },
+};
+for (const [name, state] of Object.entries(kStrangeStates)) {
+  const body = `event: state\ndata: ${JSON.stringify(state)}\n\nevent: log\ndata: {}\n\n`;
+  const prepare = (tab) => tab.route('**/events', (route) => route.fulfill({contentType: 'text/event-stream', body}));
+  onPhone(`a state that is ${name} leaves the page whole`, async (page) => {
+    assert.match(await page.tab.locator('#clock').textContent(), /^\d\d:\d\d:\d\d$/);
+    await page.says('#mood-of', 'Today');
+    assert.equal(await page.tab.locator('.card').count(), state.widgets?.length ?? 0);
+  }, {page: {prepare}});
+}
+
+test('requests that no page of this host makes are refused', async () => {
+  const home = await Home.start();
+  try {
+    const page = await home.request('/');
+    const [, token] = /name="home-token" content="(\w+)"/.exec(page.text);
+    assert.match(page.headers['content-security-policy'], /default-src 'none'/);
+    assert.doesNotMatch(page.text, /<script(?! type="module" src=)|\sstyle=|\son\w+=|https?:\/\//);
+    const fine = {'X-Home-Token': token, 'Content-Type': 'application/json'};
+    const body = '{"action": "budget", "on": false}';
+    const post = (headers, more = {}) => ['/actions', {method: 'POST', headers, body, ...more}];
+    const kCases = [
+      ['what the page sends', 200, ...post(fine)],
+      ['another Host', 403, '/', {headers: {Host: 'example.com'}}],
+      ['events for another Host', 403, '/events', {headers: {Host: 'example.com'}}],
+      ['no token', 403, ...post({'Content-Type': 'application/json'})],
+      ['another token', 403, ...post({...fine, 'X-Home-Token': '0'.repeat(32)})],
+      ['another origin', 403, ...post({...fine, Origin: 'http://example.com'})],
+      ['a form', 415, ...post({...fine, 'Content-Type': 'text/plain'})],
+      ['a GET', 405, '/actions', {headers: fine}],
+      ['a DELETE', 405, '/', {method: 'DELETE'}],
+      ['an unknown action', 400, ...post(fine, {body: '{"action": "explode"}'}), /explode/],
+      ['no JSON', 400, ...post(fine, {body: '{'}), /JSON/],
+      ['an unknown path', 404, '/../home.cpp'],
+    ];
+    for (const [name, status, target, options, error] of kCases) {
+      const answer = await home.request(target, options);
+      assert.equal(answer.status, status, `${name}: ${answer.text}`);
+      if (status !== 200) assert.match(JSON.parse(answer.text).error, error ?? /./, name);
+    }
+  } finally {
+    await home.remove();
+  }
+});
