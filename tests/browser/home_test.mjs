@@ -52,17 +52,17 @@ onPhone('what the host app writes is on the phone, and a midnight makes it yeste
   await page.shows('StreakWidget', /— 7$/);
   await page.says('#streak-stored', '7 days, last active 14:30');
   await page.button('Well').click();
-  await page.shows('Binnacle', /Bien, Hoy$/);
+  await page.shows('Binnacle', /bien, Hoy$/);
   await page.tab.getByRole('button', {name: 'Next midnight'}).click();
   await page.says('#clock', '00:00:00');
   await page.says('#clock-date', 'Friday, 6 March 2026');
-  await page.shows('Binnacle', /Bien, Ayer, Sin registro, Hoy$/);
+  await page.shows('Binnacle', /bien, Ayer, sin registro, Hoy$/);
   await page.shows('StreakWidget', /— 7, \S/);
   await page.says('#mood-of', 'Today: choose a mood');
   // The other day is still there to be changed.
   await page.tab.getByLabel('Thursday 5 March: Well').check();
   await page.button('Very bad').click();
-  await page.shows('Binnacle', /Muy mal, Ayer, Sin registro, Hoy$/);
+  await page.shows('Binnacle', /muy mal, Ayer, sin registro, Hoy$/);
 
   await phone.app('streak', '5');
   await page.shows('StreakWidget', /— 5\b/);
@@ -137,12 +137,12 @@ onPhone('everything without a mouse', async (page) => {
   await press('ArrowLeft');
   await page.tabTo('Well');
   await press('Space');
-  await page.shows('Binnacle', /Bien, Ayer, Sin registro, Hoy$/);
+  await page.shows('Binnacle', /bien, Ayer, sin registro, Hoy$/);
   await page.tabTo('Light');
   await press('ArrowRight');
   await page.says('#phone[data-scheme=dark]', /./);
   await page.tab.evaluate(() => document.activeElement.blur());
-  await page.tabTo('Bien: opens quiloapp://emotion/well');
+  await page.tabTo('bien: opens quiloapp://emotion/well');
   await press('Enter');
   await page.says('#announcements', 'Opens quiloapp://emotion/well');
   await page.tabTo('Tu racha: opens quiloapp://streak');
@@ -157,7 +157,7 @@ onPhone('everything without a mouse', async (page) => {
 
 onPhone('an extension that was killed leaves its pictures, and comes back when it is needed', async (page, phone) => {
   await page.signIn();
-  await page.shows('Checkin', /Muy bien/);
+  await page.shows('Checkin', /muy bien/);
   process.kill(phone.extension(), 'SIGKILL');
   await page.says('#extension-problem', 'Killed');
   await page.says('#extension', 'does not run, started once');

@@ -135,7 +135,7 @@ function showMoods() {
     const mood = moodOf(radio.value);
     radio.checked = radio.value === selectedDay;
     setAttribute(radio.parentElement.querySelector('use'), 'href', `#face-${mood in kMoodLabels ? mood : 'none'}`);
-    const name = format('en', 'UTC', {weekday: 'long', day: 'numeric', month: 'long'}).format(Date.parse(radio.value));
+    const name = format('en-GB', 'UTC', {weekday: 'long', day: 'numeric', month: 'long'}).format(Date.parse(radio.value));
     setAttribute(radio, 'aria-label', `${name}: ${mood ? moodLabel(mood) : 'no mood'}`);
   }
   const faces = document.querySelector('.faces');
@@ -153,8 +153,11 @@ function showMoods() {
 
 function showApp(now) {
   const {app, device} = state;
-  byId('sign-in').hidden = Boolean(app.uid);
-  byId('signed-in').hidden = !app.uid;
+  const [shown, other] = app.uid ? ['signed-in', 'sign-in'] : ['sign-in', 'signed-in'];
+  const holdsFocus = byId(other).contains(document.activeElement);
+  byId(shown).hidden = false;
+  byId(other).hidden = true;
+  if (holdsFocus) byId(shown).querySelector('button, input').focus();
   setText(byId('uid'), app.uid ?? '');
   const {count, lastActive} = app.streak ?? {};
   const last = lastActive ? `last active ${moment(lastActive, now, device.timeZone)}` : 'never active';

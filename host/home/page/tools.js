@@ -36,7 +36,7 @@ const formats = new Map();
 export function format(locale, timeZone, options) {
   const key = JSON.stringify([locale, timeZone, options]);
   if (!formats.has(key)) {
-    const attempts = [[locale, timeZone], ['en', timeZone], ['en', 'UTC']];
+    const attempts = [[locale, timeZone], ['en', timeZone], [locale, 'UTC'], ['en', 'UTC']];
     for (const [language, zone] of attempts) {
       try {
         formats.set(key, new Intl.DateTimeFormat(language, {...options, timeZone: zone}));
