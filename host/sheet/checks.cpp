@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -42,6 +43,35 @@ bool isTruncated(const TextItem& text) {
   return text.lines.back().ends_with(kEllipsis) && !text.text.text.ends_with(kEllipsis);
 }
 
+/// A letter or digit of a script that puts spaces between words, by the first byte of its UTF-8.
+bool isOfWord(char first) {
+  const auto byte = static_cast<unsigned char>(first);
+  return std::isalnum(byte) != 0 || (byte >= 0xC3 && byte < 0xE0);
+}
+
+/// Whether a line ends in the middle of a word, as where not even that has room.
+bool breaksWord(const TextItem& text) {
+  const std::string& source = text.text.text;
+  std::size_t end = 0;
+  for (auto line = text.lines.begin(); line != text.lines.end(); ++line) {
+    const std::size_t start = source.find(*line, end);
+    if (start == source.npos) {
+      return false;  // The last line of a truncated text.
+    }
+    if (line != text.lines.begin() && start == end && isOfWord(source[start])) {
+      std::size_t last = end - 1;
+      while (last > 0 && (static_cast<unsigned char>(source[last]) & 0xC0) == 0x80) {
+        --last;
+      }
+      if (isOfWord(source[last])) {
+        return true;
+      }
+    }
+    end = start + line->size();
+  }
+  return false;
+}
+
 /// A key of the string tables that stands for itself: LIKE_THIS, with digits.
 bool isKey(std::string_view text) {
   const auto ofKeys = [](char character) {
@@ -52,10 +82,12 @@ bool isKey(std::string_view text) {
          text.front() <= 'Z' && text.back() != '_' && std::ranges::all_of(text, ofKeys);
 }
 
-bool isOutside(const Rect& frame, Size widget) {
-  return frame.x < -kTolerance || frame.y < -kTolerance ||
-         frame.x + frame.width > widget.width + kTolerance ||
-         frame.y + frame.height > widget.height + kTolerance;
+/// How far a frame reaches beyond the widget, at the side where it does most.
+double excess(const Rect& frame, Size widget) {
+  return std::max({-frame.x,
+                   -frame.y,
+                   frame.x + frame.width - widget.width,
+                   frame.y + frame.height - widget.height});
 }
 
 Rect intersection(const Rect& one, const Rect& other) {
@@ -82,8 +114,12 @@ void checkText(const DisplayItem& item, Size widget, std::vector<Finding>& findi
   if (isTruncated(text)) {
     findings.push_back({Check::textTruncated, shown + " is cut off"});
   }
-  if (isOutside(item.frame, widget)) {
-    findings.push_back({Check::textOutside, shown + " reaches beyond the widget"});
+  if (breaksWord(text)) {
+    findings.push_back({Check::wordBroken, shown + " is broken inside a word"});
+  }
+  if (const double beyond = excess(item.frame, widget); beyond > kTolerance) {
+    findings.push_back(
+        {Check::textOutside, shown + " reaches " + tenths(beyond) + " points beyond the widget"});
   }
   if (isKey(text.text.text)) {
     findings.push_back({Check::translationMissing, shown + " has no translation"});
@@ -185,6 +221,7 @@ DisplayList beneath(const DisplayList& list, const DisplayItem& item) {
 
 std::string_view nameOf(Check check) {
   constexpr std::string_view kNames[] = {"text-truncated",
+                                         "word-broken",
                                          "text-outside",
                                          "texts-overlap",
                                          "missing-image",

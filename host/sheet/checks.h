@@ -17,6 +17,7 @@ namespace host {
 
 enum class Check {
   textTruncated,
+  wordBroken,
   textOutside,
   textsOverlap,
   imageMissing,

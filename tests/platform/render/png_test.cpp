@@ -1,11 +1,17 @@
 #include <gtest/gtest.h>
 #include <spng.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <memory>
 #include <random>
+#include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "platform/render/huffman_code.h"
 #include "platform/render/png_encoder.h"
 #include "platform/render/png_reader.h"
 #include "tests/platform/render/test_bundle.h"
@@ -47,27 +53,88 @@ Bitmap noise(int width, int height, bool opaque) {
   return bitmap;
 }
 
-TEST(PNGTest, AnotherLibraryReadsTheSamePixels) {
-  PNGEncoder encoder;
-  // Large, then small: what is left in the buffers must not show.
+/// Pictures of which every way to pack a pixel has its share: as it stands, as its left or upper
+/// neighbour, as a pair that was seen before, and as a row that is there again.
+std::vector<Bitmap> patterns() {
+  std::vector<Bitmap> all;
   for (const auto& [width, height] : {std::pair(301, 97), {64, 64}, {1, 1}, {1, 50}, {7, 3}}) {
-    for (const bool opaque : {true, false}) {
-      const Bitmap bitmap = noise(width, height, opaque);
-      const Decoded decoded = decode(encoder.encode(bitmap));
-      ASSERT_EQ(decoded.header.width, width);
-      ASSERT_EQ(decoded.header.height, height);
-      EXPECT_EQ(decoded.header.color_type,
-                opaque ? SPNG_COLOR_TYPE_TRUECOLOR : SPNG_COLOR_TYPE_TRUECOLOR_ALPHA);
-      for (std::size_t i = 0; i < bitmap.pixels.size(); ++i) {
-        const std::uint32_t pixel = bitmap.pixels[i];
-        const std::uint8_t* straight = &decoded.pixels[4 * i];
-        const std::uint32_t alpha = pixel >> 24;
-        ASSERT_EQ(straight[3], alpha);
-        for (int channel = 0; channel < 3; ++channel) {
-          const std::uint32_t premultiplied = pixel >> (16 - 8 * channel) & 0xFF;
-          ASSERT_EQ((straight[channel] * alpha + 127) / 255, premultiplied) << pixel;
+    all.push_back(noise(width, height, true));
+    all.push_back(noise(width, height, false));
+  }
+  // Runs longer than the format's longest, and further away than it can reach back.
+  all.push_back(solid(1500, 40, 0xFF'FA'F6'F2));
+  Bitmap tiles = noise(13, 1, true);
+  const std::vector<std::uint32_t> tile = tiles.pixels;
+  tiles = solid(1000, 30, 0xFF'00'00'00);
+  for (std::size_t i = 0; i < tiles.pixels.size(); ++i) {
+    tiles.pixels[i] = i % 997 == 0 ? static_cast<std::uint32_t>(i) | 0xFF'00'00'00 : tile[i % 13];
+  }
+  all.push_back(tiles);
+  Bitmap gradient = solid(200, 200, 0xFF'00'00'00);
+  for (std::size_t i = 0; i < gradient.pixels.size(); ++i) {
+    gradient.pixels[i] += static_cast<std::uint32_t>(i % 200 + i / 200) / 3;
+  }
+  all.push_back(gradient);
+  gradient.pixels.front() = 0;
+  all.push_back(gradient);
+  return all;
+}
+
+TEST(PNGTest, AnotherLibraryReadsTheSamePixels) {
+  // One for all: what is left in the buffers must not show.
+  PNGEncoder encoder;
+  for (const Bitmap& bitmap : patterns()) {
+    const Decoded decoded = decode(encoder.encode(bitmap));
+    ASSERT_EQ(decoded.header.width, bitmap.width);
+    ASSERT_EQ(decoded.header.height, bitmap.height);
+    const bool opaque = std::ranges::all_of(bitmap.pixels, [](auto p) { return p >> 24 == 255; });
+    EXPECT_EQ(decoded.header.color_type,
+              opaque ? SPNG_COLOR_TYPE_TRUECOLOR : SPNG_COLOR_TYPE_TRUECOLOR_ALPHA);
+    for (std::size_t i = 0; i < bitmap.pixels.size(); ++i) {
+      const std::uint32_t pixel = bitmap.pixels[i];
+      const std::uint8_t* straight = &decoded.pixels[4 * i];
+      const std::uint32_t alpha = pixel >> 24;
+      ASSERT_EQ(straight[3], alpha);
+      for (int channel = 0; channel < 3; ++channel) {
+        const std::uint32_t premultiplied = pixel >> (16 - 8 * channel) & 0xFF;
+        ASSERT_EQ((straight[channel] * alpha + 127) / 255, premultiplied) << pixel;
+      }
+    }
+  }
+}
+
+TEST(PNGTest, FlatAndRepeatedPixelsTakeNextToNothing) {
+  EXPECT_LT(PNGEncoder().encode(solid(1014, 474, 0xFF'FA'F6'F2)).size(), 10'000u);
+  EXPECT_LT(PNGEncoder().encode(patterns()[11]).size(), 3'000u) << "tiles of 13 pixels";
+}
+
+// The more often, the shorter; complete, so that every reader takes it; never longer than allowed.
+TEST(HuffmanCodeTest, IsACodeForAnyUses) {
+  std::vector<std::uint32_t> fibonacci = {1, 1};
+  while (fibonacci.size() < 40) {
+    fibonacci.push_back(fibonacci.end()[-1] + fibonacci.end()[-2]);
+  }
+  const std::vector<std::uint32_t> kUses[] = {
+      {0, 0, 0}, {0, 5, 0}, {3, 3}, {1, 0, 2, 4, 8}, std::vector<std::uint32_t>(286, 1), fibonacci};
+  for (const auto& uses : kUses) {
+    for (const int longest : {15, 9}) {
+      const HuffmanCode code(uses, longest);
+      double taken = 0;
+      std::set<std::pair<int, int>> words;
+      for (std::size_t symbol = 0; symbol < uses.size(); ++symbol) {
+        const auto word = code[symbol];
+        EXPECT_LE(word.length, longest);
+        EXPECT_TRUE(word.length > 0 || uses[symbol] == 0);
+        if (word.length > 0) {
+          taken += std::pow(0.5, word.length);
+          EXPECT_TRUE(words.emplace(word.length, word.bits).second);
+        }
+        for (std::size_t other = 0; other < symbol; ++other) {
+          EXPECT_TRUE(uses[symbol] == 0 || uses[other] <= uses[symbol] ||
+                      word.length >= code[other].length);
         }
       }
+      EXPECT_EQ(taken, 1);
     }
   }
 }

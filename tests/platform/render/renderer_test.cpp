@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
 
 #include "platform/render/png_reader.h"
 #include "platform/render/render_module.h"
@@ -165,6 +166,50 @@ TEST_F(RendererTest, RefusesToStretchAPictureWithoutBounds) {
   const std::string_view error = "\"sky\" would be stretched beyond 8192 pixels a side";
   EXPECT_THAT(renderer->png(list, {}).error(), HasSubstr(error));
   EXPECT_THAT(renderer->svg(list, {}).error(), HasSubstr(error));
+}
+
+// Below, all of them share the faces of a typeface's file.
+TEST_F(RendererTest, SeveralServeSeveralThreads) {
+  const auto drawAll = [](Renderer& renderer) {
+    std::vector<std::string> pictures;
+    for (int number = 0; number < 60; ++number) {
+      const ArchivedText text{.text = "Línea " + std::to_string(number),
+                              .font = Font::custom("Sentient Variable", 12 + number % 9)};
+      const DisplayList list =
+          renderer.layOut({.element = text}, {90, 90}, {}, LayoutDirection::leftToRight);
+      pictures.push_back(renderer.png(list, {}).value());
+    }
+    return pictures;
+  };
+  std::vector<std::unique_ptr<Renderer>> renderers;
+  std::vector<std::vector<std::string>> drawn(4);
+  std::vector<std::thread> threads;
+  for (auto& pictures : drawn) {
+    renderers.push_back(load());
+    threads.emplace_back([&, &renderer = *renderers.back()] { pictures = drawAll(renderer); });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_THAT(drawn, ::testing::Each(drawAll(*load())));
+}
+
+// 101 pixels at 2x are not quite 151 at 3x: which of them is measured must not depend on the past.
+TEST_F(RendererTest, LaysOutTheSameWhateverWasDrawnBefore) {
+  bundle_.writeImageSet(
+      "odd",
+      R"({"filename": "a.png", "scale": "2x"}, {"filename": "b.png", "scale": "3x"})",
+      {{"a.png", solidPNG(101, 101, 0xFF'00'00'00)}, {"b.png", solidPNG(151, 151, 0xFF'00'00'00)}});
+  const auto renderer = load();
+  const auto layOut = [&] {
+    return renderer->layOut(
+        {.element = ArchivedImage{.name = "odd"}}, {90, 90}, {}, LayoutDirection::leftToRight);
+  };
+  const DisplayList first = layOut();
+  for (const double scale : {2.0, 3.0}) {
+    EXPECT_TRUE(renderer->png(first, {.scale = scale}));
+    EXPECT_EQ(layOut(), first) << scale;
+  }
 }
 
 TEST_F(RendererTest, OpeningFailsWithTheFileAtFault) {
