@@ -43,17 +43,29 @@ constexpr std::array<Extra, kLongestRun + 1> lengthTable() {
 }
 constexpr auto kLengths = lengthTable();
 
-/// 1 to 32768. Every two symbols double the distance.
-Extra distanceOf(std::uint32_t distance) {
-  const std::uint32_t from = distance - 1;
+/// By symbol. Every two of them double the distance.
+constexpr std::array<Extra, 30> distanceTable() {
+  std::array<Extra, 30> table = {};
+  int distance = 1;
+  for (int symbol = 0; symbol < 30; ++symbol) {
+    const int bits = symbol < 2 ? 0 : symbol / 2 - 1;
+    table[symbol] = {static_cast<std::uint16_t>(symbol),
+                     static_cast<std::uint16_t>(distance),
+                     static_cast<std::uint8_t>(bits)};
+    distance += 1 << bits;
+  }
+  return table;
+}
+constexpr auto kDistances = distanceTable();
+
+/// Of a distance from 1 to 32768.
+std::uint8_t distanceSymbol(int distance) {
+  const auto from = static_cast<std::uint32_t>(distance - 1);
   if (from < 4) {
-    return {static_cast<std::uint16_t>(from), static_cast<std::uint16_t>(distance), 0};
+    return static_cast<std::uint8_t>(from);
   }
   const auto bits = static_cast<std::uint32_t>(std::bit_width(from)) - 2;
-  const std::uint32_t half = from >> bits & 1;
-  return {static_cast<std::uint16_t>(2 * bits + 2 + half),
-          static_cast<std::uint16_t>(((2 + half) << bits) + 1),
-          static_cast<std::uint8_t>(bits)};
+  return static_cast<std::uint8_t>(2 * bits + (from >> bits));
 }
 
 /// How many pixels are equal, `most` at most.
@@ -180,20 +192,22 @@ std::size_t PixelDeflate::findRuns(
   };
   std::array<Place, 1 << kHashBits> seen = {};
   Token* token = tokens_.get();
-  const auto putRun = [&](int run, int distance) {
-    const auto length = static_cast<std::uint32_t>(run * channels);
-    *token++ = {length, static_cast<std::uint32_t>(distance)};
+  const auto putRun = [&](int run, int distance, std::uint8_t symbol) {
+    const auto length = static_cast<std::uint16_t>(run * channels);
+    *token++ = {length, symbol, static_cast<std::uint32_t>(distance)};
     ++counts.literals[kLengths[length].symbol];
-    ++counts.distances[distanceOf(static_cast<std::uint32_t>(distance)).symbol];
+    ++counts.distances[symbol];
   };
+  const std::uint8_t leftSymbol = distanceSymbol(channels);
+  const std::uint8_t aboveSymbol = distanceSymbol(stride);
 
   for (int y = 0; y < height; ++y) {
     const std::uint32_t* row = pixels + static_cast<std::ptrdiff_t>(y) * width;
-    *token++ = {1, 0};
+    *token++ = {1, 0, 0};
     ++counts.literals[0];
     if (y > 0 && std::memcmp(row, row - width, static_cast<std::size_t>(width) * 4) == 0) {
       for (int x = 0; x < width; x += longest) {
-        putRun(std::min(longest, width - x), stride);
+        putRun(std::min(longest, width - x), stride, aboveSymbol);
       }
       continue;
     }
@@ -201,15 +215,18 @@ std::size_t PixelDeflate::findRuns(
       const int most = std::min(longest, width - x);
       int run = 0;
       int distance = 0;
+      std::uint8_t symbol = 0;
       if (x > 0 && row[x] == row[x - 1]) {
         run = equalPixels(row + x, row + x - 1, most);
         distance = channels;
+        symbol = leftSymbol;
       }
       if (run < most && y > 0 && row[x] == row[x - width]) {
         const int above = equalPixels(row + x, row + x - width, most);
         if (above > run) {
           run = above;
           distance = stride;
+          symbol = aboveSymbol;
         }
       }
       if (run < 2 && x + 1 < width) {
@@ -222,16 +239,17 @@ std::size_t PixelDeflate::findRuns(
           if (found > run + 1) {
             run = found;
             distance = away;
+            symbol = distanceSymbol(away);
           }
         }
         place = {static_cast<std::int16_t>(x), static_cast<std::int16_t>(y)};
       }
       if (run > 0) {
-        putRun(run, distance);
+        putRun(run, distance, symbol);
         x += run;
         continue;
       }
-      *token++ = {0, row[x]};
+      *token++ = {0, 0, row[x]};
       for (int channel = 0; channel < channels; ++channel) {
         ++counts.literals[row[x] >> (8 * channel) & 0xFF];
       }
@@ -274,7 +292,7 @@ std::size_t PixelDeflate::pack(
       bits.put(literals[0]);
     } else {
       const Extra& length = kLengths[token.length];
-      const Extra distance = distanceOf(token.value);
+      const Extra& distance = kDistances[token.symbol];
       bits.put(literals[length.symbol]);
       bits.put(token.length - length.base, length.bits);
       bits.put(distances[distance.symbol]);

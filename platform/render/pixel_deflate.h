@@ -27,7 +27,9 @@ class PixelDeflate {
   /// A pixel as it stands, the number of a row's filter, or a run that was there before.
   struct Token {
     /// The run's length in bytes; 0 for a pixel, 1 for a filter.
-    std::uint32_t length;
+    std::uint16_t length;
+    /// Of the run's distance.
+    std::uint8_t symbol;
     /// The run's distance in bytes, or the pixel.
     std::uint32_t value;
   };

@@ -45,7 +45,9 @@ TEST(Shots, HaveNamesThatEveryFileSystemTellsApart) {
   std::set<std::string> names;
   for (const host::Shot& shot : host::everyShot()) {
     std::string name = shot.name();
-    EXPECT_THAT(name, MatchesRegex("[A-Za-z]+/[a-z0-9.-]+\\.[a-z]+_[A-Z]+\\.[0-9x]+\\.[a-z]+\\.1[67]\\.[0-9]"));
+    EXPECT_THAT(
+        name,
+        MatchesRegex("[A-Za-z]+/[a-z0-9.-]+\\.[a-z]+_[A-Z]+\\.[0-9x]+\\.[a-z]+\\.1[67]\\.[0-9]"));
     std::ranges::transform(name, name.begin(), ::tolower);
     EXPECT_TRUE(names.insert(name).second) << name;
   }
@@ -155,7 +157,9 @@ class Goldens : public ::testing::TestWithParam<Change> {
     words.insert(words.end(), more.begin(), more.end());
     return sheet(words);
   }
-  Json report() const { return Json::parse(readWhole(folder_.path() / "goldens-report/report.json")); }
+  Json report() const {
+    return Json::parse(readWhole(folder_.path() / "goldens-report/report.json"));
+  }
 
   Folder folder_;
   fs::path goldens_ = folder_.path() / "goldens";
@@ -210,7 +214,8 @@ TEST_F(Goldens, TooManyAreDifferencesUntilTheyAreGone) {
   writeWhole(goldens_ / "Binnacle/dance.png", "text");
   writeWhole(goldens_ / "Checkin/signed-in.fr_FR.390x844.light.17.0.png", "text");
   EXPECT_EQ(verify().status, 3);
-  EXPECT_EQ(report()["differences"], Json::parse(R"([{"name": "Checkin/dance", "kind": "extra"}])"));
+  EXPECT_EQ(report()["differences"],
+            Json::parse(R"([{"name": "Checkin/dance", "kind": "extra"}])"));
   EXPECT_EQ(verify({"--accept"}).status, 0);
   EXPECT_FALSE(fs::exists(goldens_ / "Checkin/dance.png"));
   EXPECT_TRUE(fs::exists(goldens_ / "Binnacle/dance.png"));
@@ -242,8 +247,8 @@ TEST(Sheet, SaysWhatIsWrong) {
     EXPECT_EQ(ran.status, status);
     EXPECT_THAT(ran.err, HasSubstr(says));
   }
-  const Ran ran = run(std::string(GLANCERY_BUILD) + "/glancery",
-                      {"sheet", "-o", "a", "--only", "Clock"});
+  const Ran ran =
+      run(std::string(GLANCERY_BUILD) + "/glancery", {"sheet", "-o", "a", "--only", "Clock"});
   EXPECT_EQ(ran.status, 2);
   EXPECT_THAT(ran.err, HasSubstr("\"Clock\": give one of Checkin, StreakWidget"));
 }
