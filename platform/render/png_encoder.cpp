@@ -53,28 +53,27 @@ std::uint32_t straight(std::uint32_t pixel) {
   return alpha << 24 | channel(0) << 16 | channel(8) << 8 | channel(16);
 }
 
+/// Four pixels, in one of the registers that every machine has.
+using Four = std::uint32_t __attribute__((vector_size(16)));
+
 /// Turns pixels into such bytes; whether all of them are opaque.
 bool putStraight(std::span<const std::uint32_t> pixels, std::uint32_t* out) {
-  // In pieces of a length that the compiler knows, for which it uses wide registers.
-  constexpr std::size_t kPiece = 16;
+  std::array<Four, 4> fours;
+  constexpr std::size_t kPiece = sizeof fours / sizeof(std::uint32_t);
   bool allOpaque = true;
   std::size_t index = 0;
   for (; index + kPiece <= pixels.size(); index += kPiece) {
-    std::array<std::uint32_t, kPiece> piece;
-    std::memcpy(piece.data(), pixels.data() + index, sizeof piece);
-    std::uint32_t common = 0xFF'00'00'00;
-    for (const std::uint32_t pixel : piece) {
-      common &= pixel;
-    }
-    if (common == 0xFF'00'00'00) {
-      for (std::uint32_t& pixel : piece) {
-        pixel = (pixel & 0xFF'00'FF'00) | (pixel >> 16 & 0xFF) | (pixel & 0xFF) << 16;
+    std::memcpy(fours.data(), pixels.data() + index, sizeof fours);
+    const Four common = fours[0] & fours[1] & fours[2] & fours[3];
+    if ((common[0] & common[1] & common[2] & common[3]) >> 24 == 255) {
+      for (Four& four : fours) {
+        four = (four & 0xFF'00'FF'00) | ((four >> 16) & 0xFF) | ((four & 0xFF) << 16);
       }
+      std::memcpy(out + index, fours.data(), sizeof fours);
     } else {
-      std::ranges::transform(piece, piece.begin(), straight);
+      std::ranges::transform(pixels.subspan(index, kPiece), out + index, straight);
       allOpaque = false;
     }
-    std::memcpy(out + index, piece.data(), sizeof piece);
   }
   for (; index < pixels.size(); ++index) {
     out[index] = straight(pixels[index]);
