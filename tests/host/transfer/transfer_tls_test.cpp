@@ -11,32 +11,56 @@ namespace {
 
 using namespace world;
 
-TEST(TransferTLS, TrustsNobodyWhomNoAuthorityVouchesFor) {
+constexpr const char* kOpenssl = "/usr/bin/openssl";
+
+/// A certificate of localhost's that vouches for itself.
+struct Certificate {
+  Certificate() {
+    const Ran made = run(kOpenssl,
+                         {"req",
+                          "-x509",
+                          "-newkey",
+                          "ec",
+                          "-pkeyopt",
+                          "ec_paramgen_curve:P-256",
+                          "-nodes",
+                          "-days",
+                          "2",
+                          "-subj",
+                          "/CN=localhost",
+                          "-addext",
+                          "subjectAltName=DNS:localhost",
+                          "-keyout",
+                          key,
+                          "-out",
+                          file});
+    EXPECT_EQ(made.status, 0) << made.err;
+  }
+  ~Certificate() { ::unsetenv("SSL_CERT_FILE"); }
+  Certificate(const Certificate&) = delete;
+  Certificate& operator=(const Certificate&) = delete;
+
+  /// Whether it counts as an authority from now on.
+  void trust(bool yes) const {
+    yes ? ::setenv("SSL_CERT_FILE", file.c_str(), 1) : ::unsetenv("SSL_CERT_FILE");
+  }
+
   Folder folder;
-  const std::string certificate = folder.path() / "certificate.pem";
-  const std::string key = folder.path() / "key.pem";
-  const std::string openssl = "/usr/bin/openssl";
-  const Ran made = run(openssl,
-                       {"req",
-                        "-x509",
-                        "-newkey",
-                        "ec",
-                        "-pkeyopt",
-                        "ec_paramgen_curve:P-256",
-                        "-nodes",
-                        "-days",
-                        "2",
-                        "-subj",
-                        "/CN=localhost",
-                        "-addext",
-                        "subjectAltName=DNS:localhost",
-                        "-keyout",
-                        key,
-                        "-out",
-                        certificate});
-  ASSERT_EQ(made.status, 0) << made.err;
-  Child server(
-      {openssl, "s_server", "-accept", "127.0.0.1:0", "-www", "-cert", certificate, "-key", key});
+  std::string file = folder.path() / "certificate.pem";
+  std::string key = folder.path() / "key.pem";
+};
+
+TEST(TransferTLS, TrustsNobodyWhomNoAuthorityVouchesFor) {
+  const Certificate certificate;
+  Child server({kOpenssl,
+                "s_server",
+                "-accept",
+                "127.0.0.1:0",
+                "-www",
+                "-cert",
+                certificate.file,
+                "-key",
+                certificate.key});
   std::string line;
   while (!line.starts_with("ACCEPT 127.0.0.1:")) {
     ASSERT_NE(line = server.line(), "");
@@ -45,24 +69,73 @@ TEST(TransferTLS, TrustsNobodyWhomNoAuthorityVouchesFor) {
 
   const struct {
     std::string url;
-    const char* authorities;
+    bool trusted;
     const char* end;
   } kRows[] = {
-      {"https://localhost" + port, nullptr, "-1202"},
-      {"https://localhost" + port, certificate.c_str(), "200"},
-      {"https://127.0.0.1" + port, certificate.c_str(), "-1202"},
+      {"https://localhost" + port, false, "-1202"},
+      {"https://localhost" + port, true, "200"},
+      {"https://127.0.0.1" + port, true, "-1202"},
   };
   for (const auto& row : kRows) {
-    ::unsetenv("SSL_CERT_FILE");
-    if (row.authorities) {
-      ::setenv("SSL_CERT_FILE", row.authorities, 1);
-    }
+    certificate.trust(row.trusted);
     Transfers transfers;
     const std::string id = transfers.add({.url = row.url + "/"});
     transfers.settle();
     EXPECT_EQ(endOf(transfers.task(id)), row.end) << row.url;
   }
-  ::unsetenv("SSL_CERT_FILE");
+}
+
+/// Speaks HTTP/2 and nothing older; resets the first stream that asks for /reset.
+constexpr const char* kHTTP2Server = R"(
+  const fs = require('fs');
+  const [, key, cert] = process.argv.map((name, index) => index && fs.readFileSync(name));
+  const resets = ['/reset'];
+  const server = require('http2').createSecureServer({key, cert});
+  server.on('stream', (stream, headers) => {
+    let body = '';
+    stream.on('error', () => {});
+    stream.on('data', part => body += part);
+    stream.on('end', () => {
+      const reset = resets.indexOf(headers[':path']);
+      if (reset >= 0) {
+        resets.splice(reset, 1);
+        stream.close(2);
+        return;
+      }
+      stream.respond({':status': 503, 'x-key': headers['x-api-key'] + '!'}, {sendDate: false});
+      stream.end(headers[':method'] + body);
+    });
+  });
+  server.listen(0, '127.0.0.1', () => console.log(server.address().port));
+)";
+
+TEST(TransferTLS, OverHTTP2AnAnswerIsTheSame) {
+  const Certificate certificate;
+  certificate.trust(true);
+  Child server({"/usr/bin/env", "node", "-e", kHTTP2Server, certificate.key, certificate.file});
+  const std::string base = "https://localhost:" + server.line();
+  Transfers transfers;
+  const struct {
+    std::string path;
+    std::string body;
+    int vain;
+  } kRows[] = {{"/", "{}", 0}, {"/large", std::string(1 << 20, 'x'), 0}, {"/reset", "{}", 1}};
+  std::vector<std::string> ids;
+  for (const auto& row : kRows) {
+    ids.push_back(transfers.add({.url = base + row.path,
+                                 .method = "POST",
+                                 .headers = {{"X-API-KEY", "k"}},
+                                 .body = row.body}));
+  }
+  transfers.settle();
+  for (std::size_t index = 0; index < std::size(kRows); ++index) {
+    const TransferTask& task = transfers.task(ids[index]);
+    ASSERT_EQ(endOf(task), "503");
+    EXPECT_EQ(task.wait.attempts, kRows[index].vain);
+    EXPECT_EQ(task.outcome->answer->headers, (HeaderFields{{"x-key", "k!"}}));
+    EXPECT_EQ(task.outcome->answer->url, task.request.url);
+    EXPECT_TRUE(transfers.body(ids[index]) == "POST" + kRows[index].body);
+  }
 }
 
 }  // namespace
