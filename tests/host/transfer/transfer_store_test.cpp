@@ -10,6 +10,7 @@
 #include "host/transfer/transfer_listing.h"
 #include "host/transfer/transfer_record.h"
 #include "platform/foundation/cbor.h"
+#include "tests/host/transfer/sealed_record.h"
 #include "tests/world.h"
 
 namespace host {
@@ -113,23 +114,6 @@ TEST(TransferJournal, EveryChangedByteIsFoundAndCostsOneRecordOnly) {
   }
 }
 
-/// A record of anything, as the journal's own format has it.
-std::string sealed(const platform::Dictionary& members) {
-  const auto checksum = [](std::string_view bytes) {
-    std::uint64_t sum = 0xCBF29CE484222325u;
-    for (const char byte : bytes) {
-      sum = (sum ^ static_cast<unsigned char>(byte)) * 0x100000001B3u;
-    }
-    return sum;
-  };
-  const auto plain = [](std::uint64_t number, std::size_t count) {
-    return std::string(reinterpret_cast<const char*>(&number), count);
-  };
-  const std::string payload = *platform::encodeCBOR(members);
-  const std::string head = "\xD7GT1" + plain(payload.size(), 4);
-  return head + plain(checksum(head), 4) + plain(checksum(payload), 8) + payload;
-}
-
 TEST(TransferJournal, NumbersThatNoTransferHasAreNamedAndCostTheirRecordOnly) {
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
@@ -149,6 +133,9 @@ TEST(TransferJournal, NumbersThatNoTransferHasAreNamedAndCostTheirRecordOnly) {
     TransferTask odd = good;
     odd.outcome = {.order = order, .answer = TransferAnswer{status, "http://x/", {}, size}};
     return taskRecord(good) + outcomeRecord(odd);
+  };
+  const auto sealed = [](const platform::Dictionary& members) {
+    return sealedRecord(*platform::encodeCBOR(members));
   };
   const struct {
     std::string journal;
