@@ -65,7 +65,7 @@ class ScriptedServer {
     if (::listen(socket_.number, 64) != 0) {
       platform::fatalError("a server on loopback");
     }
-    threads_.emplace_back([this] { accept(); });
+    acceptor_ = std::thread([this] { accept(); });
   }
   /// Gives the replies in turn, the last one for good.
   explicit ScriptedServer(std::vector<Reply> replies, int port = 0)
@@ -84,8 +84,9 @@ class ScriptedServer {
       }
     }
     changed_.notify_all();
-    for (std::size_t index = 0; index < threads_.size(); ++index) {
-      threads_[index].join();  // The first one adds the others, and is joined first.
+    acceptor_.join();  // It adds the others.
+    for (std::thread& thread : threads_) {
+      thread.join();
     }
   }
 
@@ -178,6 +179,7 @@ class ScriptedServer {
   bool over_ = false;
   std::vector<std::string> requests_;
   std::vector<int> connections_;
+  std::thread acceptor_;
   std::vector<std::thread> threads_;
 };
 
