@@ -10,8 +10,8 @@ namespace {
 using namespace host;
 using platform::Date;
 
-/// One event: the clock comes to the next moment, the widget that is due gets a timeline of the next
-/// hours. Goals are for the growth: no more than twice as much for the square of the number.
+/// One event: the clock comes to the next moment, the widget that is due gets a timeline of the
+/// next hours. Goals are for the growth: no more than twice as much for the square of the number.
 void scheduledEvent(benchmark::State& state) {
   std::mt19937 random(1);
   const Date start = Date::since1970(1.77e9);

@@ -81,6 +81,8 @@ class WidgetHost {
   /// Does what can be done without waiting, and delivers every result.
   void stepDownloads();
   std::size_t pendingDownloads() { return transfers().pending(); }
+  /// Why the pending ones have not ended yet, as the last attempt of one says.
+  std::string downloadsWaitFor() const;
   /// The kinds whose timelines the extension wants to be asked for again, each once.
   std::set<std::string> takeReloadRequests() { return std::exchange(reloadRequests_, {}); }
   /// Whether a launch ended meanwhile that may have had more of them.

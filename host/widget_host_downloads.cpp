@@ -34,16 +34,10 @@ FinishedDownload finishedDownload(const TransferTask& task, const std::filesyste
   return download;
 }
 
-/// What downloads wait for, in one line.
-std::string reasonToWait(std::size_t pending, const std::filesystem::path& container) {
-  const auto tasks = listTransfers(container).tasks;
-  const auto tried = std::ranges::find_if(
-      tasks, [](const TransferTask& task) { return !task.outcome && task.wait.attempts > 0; });
+std::string stillWaiting(std::size_t pending, const std::string& why) {
   return (pending == 1 ? "a download is still waiting: "
                        : std::to_string(pending) + " downloads are still waiting: ") +
-         (tried == tasks.end() ? "there is no answer yet"
-                               : tried->wait.error.localizedDescription) +
-         " (see glancery downloads)";
+         why + " (see glancery downloads)";
 }
 
 }  // namespace
@@ -96,11 +90,18 @@ void WidgetHost::settleDownloads(const std::string& kind,
 void WidgetHost::waitForTransfers(std::chrono::steady_clock::time_point deadline) {
   while (transfers().finished().empty() && transfers().pending() > 0) {
     if (std::chrono::steady_clock::now() >= deadline) {
-      throw CommandError(reasonToWait(transfers().pending(), settings_.container));
+      throw CommandError(stillWaiting(transfers().pending(), downloadsWaitFor()));
     }
     transfers().step(kLongestStep);
     reportTransfers();
   }
+}
+
+std::string WidgetHost::downloadsWaitFor() const {
+  const auto tasks = listTransfers(settings_.container).tasks;
+  const auto tried = std::ranges::find_if(
+      tasks, [](const TransferTask& task) { return !task.outcome && task.wait.attempts > 0; });
+  return tried == tasks.end() ? "there is no answer yet" : tried->wait.error.localizedDescription;
 }
 
 void WidgetHost::reportTransfers() {

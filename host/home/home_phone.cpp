@@ -20,6 +20,8 @@ using std::chrono::steady_clock;
 namespace {
 
 constexpr std::size_t kTapsKept = 50;
+/// Between the end of the extension and the next widget's request.
+constexpr auto kBreath = std::chrono::milliseconds(100);
 
 TimelinePlan planOf(const ArchivedTimeline& timeline) {
   TimelinePlan plan = {.entries = {}, .reloadAfter = timeline.policy.date};
@@ -122,17 +124,28 @@ void HomePhone::advance() {
       scheduler_.retry(id);
     }
   }
+  bool lives = true;
   for (const TimelineScheduler::Due& due : scheduler_.advance(Date::now())) {
     if (due.show) {
       draw(due.widget);
     }
-    if (due.reload) {
-      fetch(due.widget, *due.reload);
+    if (due.reload && lives) {
+      lives = fetch(due.widget, *due.reload);
+    } else if (due.reload) {
+      // One widget over which the extension hangs must not make the phone wait for each of them.
+      postpone(due.widget, *due.reload, kBreath);
     }
   }
 }
 
-void HomePhone::fetch(TimelineScheduler::Id id, const ReloadRequest& request) {
+void HomePhone::postpone(TimelineScheduler::Id id,
+                         const ReloadRequest& request,
+                         std::chrono::milliseconds pause) {
+  scheduler_.failed(id, request);
+  widgets_[id].retryAt = steady_clock::now() + pause;
+}
+
+bool HomePhone::fetch(TimelineScheduler::Id id, const ReloadRequest& request) {
   PlacedWidget& widget = widgets_[id];
   const std::string& kind = widget.item.kind;
   try {
@@ -154,14 +167,14 @@ void HomePhone::fetch(TimelineScheduler::Id id, const ReloadRequest& request) {
     keep(widget, id);
     draw(id);
   } catch (const CommandError& error) {
-    scheduler_.failed(id, request);
     const auto pause = pauseAfterFailures(++widget.failures);
-    widget.retryAt = steady_clock::now() + pause;
+    postpone(id, request, pause);
     widget.problem = error.what();
     collectLog();
     note(kind + ": " + error.what() + "; asked again in " + std::to_string(pause.count()) + " s");
   }
   passReloadsOn();
+  return !host_.extension().failure();
 }
 
 void HomePhone::draw(TimelineScheduler::Id id) {

@@ -93,7 +93,9 @@ class HomePhone {
 
  private:
   void place(const GalleryItem& item);
-  void fetch(TimelineScheduler::Id id, const ReloadRequest& request);
+  /// False if the extension ended over it.
+  bool fetch(TimelineScheduler::Id id, const ReloadRequest& request);
+  void postpone(TimelineScheduler::Id id, const ReloadRequest& request, std::chrono::milliseconds);
   void draw(TimelineScheduler::Id id);
   void redrawAll();
   void keep(const PlacedWidget& widget, TimelineScheduler::Id id);

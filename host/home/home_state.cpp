@@ -169,6 +169,12 @@ Json widgetsOf(const HomePhone& phone) {
   return widgets;
 }
 
+Json downloadsOf(HomePhone& phone) {
+  const std::size_t pending = phone.pendingDownloads();
+  return {{"pending", pending},
+          {"waitingFor", pending > 0 ? Json(phone.host().downloadsWaitFor()) : Json()}};
+}
+
 Json tapsOf(const HomePhone& phone) {
   Json taps = Json::array();
   for (const Tap& tap : phone.taps()) {
@@ -198,7 +204,7 @@ std::string stateJSON(HomePhone& phone) {
                    {{"nextEntry", dateOrNull(phone.nextEntry())},
                     {"nextReload", dateOrNull(phone.nextReload())},
                     {"nextMidnight", phone.nextMidnight().iso8601()}}},
-                  {"downloads", {{"pending", phone.pendingDownloads()}}},
+                  {"downloads", downloadsOf(phone)},
                   {"extension",
                    {{"running", !failure},
                     {"launches", phone.host().launches()},
