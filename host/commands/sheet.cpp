@@ -193,7 +193,7 @@ void accept(const SheetOptions& options,
   }
 }
 
-/// Whether nothing differs, or all that does was accepted.
+/// Writes the report, and accepts what differs if that was asked for; answers what differed.
 std::vector<Difference> verify(const SheetOptions& options, std::vector<SheetPicture>& pictures) {
   const std::vector<Shot> shots = chosenShots(options);
   if (!options.accept && !fs::is_directory(options.goldens)) {

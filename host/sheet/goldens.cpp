@@ -93,6 +93,9 @@ std::vector<Difference> Goldens::extras(std::span<const std::string_view> kinds,
 
 void Goldens::accept(const fs::path& file, std::string_view bytes) const {
   const fs::path path = folder_ / file;
+  if (const auto present = readFile(path); present && *present == bytes) {
+    return;
+  }
   fs::path aside = path;
   aside += ".new";
   std::error_code error;

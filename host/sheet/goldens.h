@@ -59,7 +59,7 @@ class Goldens {
   std::vector<Difference> extras(std::span<const std::string_view> kinds,
                                  const std::set<std::string>& known) const;
 
-  /// Puts a file in the place of what is there, in one step.
+  /// Puts a file in the place of what is there, in one step; leaves one alone that is the same.
   void accept(const std::filesystem::path& file, std::string_view bytes) const;
   /// Removes a picture and its display list.
   void remove(const std::string& name) const;

@@ -105,14 +105,15 @@ TEST(Contrast, IsMeasuredBeneathTheText) {
   std::get<TextItem>(pale.content).text.color = {0.9, 0.9, 0.9};
   const DisplayItem over = {.content = FillItem{Color::black}, .frame = {0, 0, 100, 100}};
   std::vector<DisplayList> asked;
-  const auto findings =
-      checkContrast({.size = {100, 100}, .items = {ground, line("dark"), pale, over}},
-                    ColorScheme::light,
-                    2,
-                    [&](const DisplayList& part) {
-                      asked.push_back(part);
-                      return Bitmap{.width = 2, .height = 2, .pixels = {4, 0xFF'FF'FF'FF}};
-                    });
+  const auto findings = checkContrast(
+      {.size = {100, 100}, .items = {ground, line("dark"), pale, over}},
+      ColorScheme::light,
+      2,
+      [&](const DisplayList& part) {
+        asked.push_back(part);
+        return Bitmap{
+            .width = 2, .height = 2, .pixels = std::vector<std::uint32_t>(4, 0xFF'FF'FF'FF)};
+      });
   ASSERT_EQ(asked.size(), 2u);
   EXPECT_EQ(displayListText(asked[1]), "Fill #FFFFFFFF -10,-20 100x100\n");
   EXPECT_EQ(asked[1].size, (Size{31, 11}));
