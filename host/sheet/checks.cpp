@@ -140,15 +140,19 @@ void checkOverlaps(const DisplayList& list, std::vector<Finding>& findings) {
 }
 
 /// What lies inside one link is one area, as far as it reaches.
-void checkTapAreas(const DisplayList& list, std::vector<Finding>& findings) {
+std::map<std::string, Rect> tapAreas(const DisplayList& list) {
   std::map<std::string, Rect> areas;
   for (const DisplayItem& item : list.items) {
     if (item.link) {
-      const auto [area, fresh] = areas.emplace(*item.link, item.frame);
-      area->second = fresh ? item.frame : hull(area->second, item.frame);
+      const auto known = areas.find(*item.link);
+      areas[*item.link] = known == areas.end() ? item.frame : hull(known->second, item.frame);
     }
   }
-  for (const auto& [link, area] : areas) {
+  return areas;
+}
+
+void checkTapAreas(const DisplayList& list, std::vector<Finding>& findings) {
+  for (const auto& [link, area] : tapAreas(list)) {
     if (area.width < kLeastTapSide || area.height < kLeastTapSide) {
       findings.push_back({Check::tapAreaSmall,
                           link + " opens from an area of " + tenths(area.width) + " by " +

@@ -1,6 +1,7 @@
 #include "host/sheet/goldens.h"
 
 #include <algorithm>
+#include <iterator>
 #include <system_error>
 
 #include "host/command_error.h"
@@ -85,9 +86,9 @@ std::vector<Difference> Goldens::extras(std::span<const std::string_view> kinds,
     }
   }
   std::vector<Difference> extras;
-  for (const std::string& name : names) {
-    extras.push_back({.kind = extra, .name = name});
-  }
+  std::ranges::transform(names, std::back_inserter(extras), [](const std::string& name) {
+    return Difference{.kind = extra, .name = name};
+  });
   return extras;
 }
 

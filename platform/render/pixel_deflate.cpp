@@ -160,8 +160,9 @@ std::uint32_t checksum(const std::uint8_t* pixels, int width, int height, int ch
       sum = libdeflate_adler32(sum, pixels, static_cast<std::size_t>(width) * 4);
       continue;
     }
-    for (int x = 0; x < width; ++x) {
-      std::copy_n(pixels + x * 4, channels, row.data() + 1 + x * channels);
+    std::uint8_t* next = row.data() + 1;
+    for (const std::uint8_t* pixel = pixels; next != row.data() + row.size(); pixel += 4) {
+      next = std::copy_n(pixel, channels, next);
     }
     sum = libdeflate_adler32(sum, row.data(), row.size());
   }
