@@ -29,6 +29,7 @@ void serve(const ApiSettings& settings) {
   if (!api) {
     throw CommandError(api.error());
   }
+  (*api)->endOnSignals();
   std::cout << "http://127.0.0.1:" << (*api)->port() << kApiPath << std::endl;
   (*api)->serve();
 }

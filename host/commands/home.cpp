@@ -93,6 +93,7 @@ void home(const HomeOptions& options) {
       listen(options.port, [&page](const HttpRequest& request, const HttpServer::Reply& reply) {
         page->answer(request, reply);
       });
+  server->endOnSignals();
   RefreshBudget budget;
   budget.enforced = options.budget > 0;
   budget.perDay = options.budget > 0 ? options.budget : budget.perDay;

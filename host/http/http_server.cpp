@@ -233,6 +233,7 @@ struct HttpServer::Impl {
 
   asio::io_context context{1};
   tcp::acceptor acceptor{context};
+  asio::signal_set signals{context};
   Handler handler;
   std::set<Timer*> streams;
 };
@@ -264,13 +265,17 @@ int HttpServer::port() const {
   return impl_->acceptor.local_endpoint().port();
 }
 
-void HttpServer::serve() {
-  asio::signal_set signals(impl_->context, SIGINT, SIGTERM);
-  signals.async_wait([this](const beast::error_code& error, int) {
+void HttpServer::endOnSignals() {
+  impl_->signals.add(SIGINT);
+  impl_->signals.add(SIGTERM);
+  impl_->signals.async_wait([this](const beast::error_code& error, int) {
     if (!error) {
       impl_->context.stop();
     }
   });
+}
+
+void HttpServer::serve() {
   asio::co_spawn(impl_->context, impl_->accept(), asio::detached);
   impl_->context.run();
 }

@@ -51,7 +51,10 @@ class HttpServer {
   ~HttpServer();
 
   int port() const;
-  /// Serves until `stop`, or a signal that asks the process to end.
+  /// From now on a signal that asks the process to end (interrupt, terminate) stops this server.
+  /// For one server of a process, before its address is told: whoever knows that may send one.
+  void endOnSignals();
+  /// Serves until it is stopped.
   void serve();
 
   // From any thread.

@@ -1,0 +1,36 @@
+#include <gmock/gmock.h>
+
+#include "tests/host/child.h"
+#include "tests/host/command_line.h"
+
+namespace {
+
+using namespace world;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+const std::string kGlancery = GLANCERY_BUILD "/glancery";
+
+TEST(HomeCommand, EndsAsSoonAsItsAddressIsKnown) {
+  const Folder folder;
+  for (int time = 0; time < 6; ++time) {
+    Child home({kGlancery, "home", "--port", "0", "--container", folder.path() / "c"});
+    EXPECT_THAT(home.line(), StartsWith("http://127.0.0.1:"));
+    EXPECT_EQ(home.end(time % 2 == 0 ? SIGTERM : SIGINT), 0);
+  }
+}
+
+TEST(HomeCommand, NamesWhatItCantServe) {
+  const Phone phone;
+  Child first({kGlancery, "home", "--port", "0", "--container", phone.container()});
+  const std::string address = first.line();
+  const std::string port = address.substr(17, address.size() - 18);
+  const Ran taken = phone.glancery({"home", "--port", port});
+  EXPECT_EQ(taken.status, 1);
+  EXPECT_THAT(taken.err, HasSubstr("the port " + port + " of 127.0.0.1 can't be served"));
+  const Ran unusual = phone.glancery({"home", "--budget", "-1"});
+  EXPECT_EQ(unusual.status, 2);
+  EXPECT_THAT(unusual.err, HasSubstr("--budget"));
+}
+
+}  // namespace
