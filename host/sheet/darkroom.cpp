@@ -24,22 +24,24 @@ T valueOf(std::expected<T, std::string> result) {
   return *std::move(result);
 }
 
-Print develop(const Exposure& exposure, Renderer& renderer) {
-  const PictureOptions& options = exposure.options;
-  const DisplayList list = renderer.layOut(
-      exposure.view, exposure.size, exposure.contentMargins, LayoutDirection::leftToRight);
-  Print print = {.png = valueOf(renderer.png(list, options)),
-                 .list = displayListJSON(list) + "\n",
-                 .size = list.size,
-                 .findings = checkList(list, renderer.missingImages())};
+Scene sceneOf(DisplayList list, const PictureOptions& options) {
+  list.widgetURL.reset();
+  for (DisplayItem& item : list.items) {
+    item.link.reset();
+  }
+  return {std::move(list), options.scale, options.scheme};
+}
+
+std::shared_ptr<const Developed> developed(const DisplayList& list,
+                                           const PictureOptions& options,
+                                           Renderer& renderer) {
   PictureOptions square = options;
   square.cornerRadius = 0;
-  const auto contrast =
+  return std::make_shared<const Developed>(
+      valueOf(renderer.png(list, options)),
       checkContrast(list, options.scheme, static_cast<int>(options.scale), [&](const auto& part) {
         return valueOf(renderer.rasterize(part, square));
-      });
-  print.findings.insert(print.findings.end(), contrast.begin(), contrast.end());
-  return print;
+      }));
 }
 
 }  // namespace
@@ -117,6 +119,24 @@ Darkroom::Batch Darkroom::nextBatch() {
   lock.unlock();
   emptied_.notify_one();
   return batch;
+}
+
+Print Darkroom::develop(const Exposure& exposure, Renderer& renderer) {
+  const PictureOptions& options = exposure.options;
+  const DisplayList list = renderer.layOut(
+      exposure.view, exposure.size, exposure.contentMargins, LayoutDirection::leftToRight);
+  Scene scene = sceneOf(list, options);
+  auto picture = shelf_.find(scene);
+  if (!picture) {
+    picture = developed(list, options, renderer);
+    shelf_.keep(std::move(scene), picture);
+  }
+  Print print = {.png = picture->png,
+                 .list = displayListJSON(list) + "\n",
+                 .size = list.size,
+                 .findings = checkList(list, renderer.missingImages())};
+  print.findings.insert(print.findings.end(), picture->contrast.begin(), picture->contrast.end());
+  return print;
 }
 
 void Darkroom::work(Renderer& renderer) {

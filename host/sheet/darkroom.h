@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "host/sheet/checks.h"
+#include "host/sheet/print_shelf.h"
 #include "platform/render/picture_options.h"
 #include "platform/render/renderer.h"
 
@@ -63,12 +64,14 @@ class Darkroom {
   using Batch = std::vector<Exposure>;
 
   void work(platform::Renderer& renderer);
+  Print develop(const Exposure& exposure, platform::Renderer& renderer);
   /// Nothing once there is nothing more to do.
   Batch nextBatch();
   void handOver();
   void close();
 
   Deliver deliver_;
+  PrintShelf shelf_;
   std::vector<std::unique_ptr<platform::Renderer>> renderers_;
   std::mutex mutex_;
   std::condition_variable filled_;
