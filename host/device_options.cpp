@@ -39,7 +39,7 @@ fs::path defaultContainer() {
 
 /// The zone that the machine is set to; UTC where it does not say.
 std::string systemTimeZone() {
-  const std::string variable = environment("TZ");
+  std::string variable = environment("TZ");
   if (!variable.empty() && TimeZone::withIdentifier(variable)) {
     return variable;
   }
@@ -123,7 +123,7 @@ Dictionary infoOf(const std::vector<std::string>& assignments) {
 
 /// The bundle's folder, absolute, with the program in it.
 fs::path extensionOf(const std::string& folder) {
-  const fs::path extension =
+  fs::path extension =
       fs::absolute(folder.empty() ? programFolder() / "Glancery.appex" : fs::path(folder));
   if (!fs::is_directory(extension)) {
     throw CommandError("no extension at " + extension.string() +
@@ -136,7 +136,7 @@ fs::path extensionOf(const std::string& folder) {
 }
 
 fs::path containerOf(const std::string& folder) {
-  const fs::path container = fs::absolute(folder.empty() ? defaultContainer() : fs::path(folder));
+  fs::path container = fs::absolute(folder.empty() ? defaultContainer() : fs::path(folder));
   std::error_code error;
   fs::create_directories(container, error);
   if (!fs::is_directory(container)) {

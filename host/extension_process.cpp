@@ -19,8 +19,6 @@
 
 #include "platform/foundation/files.h"
 
-extern char** environ;
-
 namespace host {
 
 using namespace platform;
@@ -287,8 +285,9 @@ ExtensionFailure ExtensionProcess::end(ExtensionFailure::Kind kind, std::string 
   }
   int status = 0;
   rusage usage = {};
-  ::wait4(pid_, &status, WNOHANG, &usage) == pid_ ||
-      (::kill(pid_, SIGKILL) == 0 && ::wait4(pid_, &status, 0, &usage) == pid_);
+  if (::wait4(pid_, &status, WNOHANG, &usage) != pid_ && ::kill(pid_, SIGKILL) == 0) {
+    ::wait4(pid_, &status, 0, &usage);
+  }
   drainOutput();
   if (!complaints_.partial.empty()) {
     complaints_.lines.push_back(std::move(complaints_.partial));

@@ -66,11 +66,11 @@ std::expected<Asked, std::string> askedIn(const std::string& body) {
   const Dictionary* inside = internal ? internal->dictionary() : nullptr;
   const Value* events = inside ? inside->find("events") : nullptr;
   if (!events || !events->array()) {
-    return std::unexpected("the member \"internal\" must be an object with the list \"events\"");
+    return std::unexpected(R"(the member "internal" must be an object with the list "events")");
   }
   const auto hours = hoursOf(*members->string("timezone"));
   if (!hours) {
-    return std::unexpected("the member \"timezone\" must be such as \"UTC+1\"");
+    return std::unexpected(R"(the member "timezone" must be such as "UTC+1")");
   }
   return Asked{*members->string("locale"), *members->string("uid"), *hours};
 }

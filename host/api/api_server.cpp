@@ -35,7 +35,7 @@ HttpAnswer withFaults(const ApiAnswer& answer, const ApiSettings& settings) {
   if (settings.badJSON) {
     faulty.body.pop_back();  // Its closing bracket.
   }
-  const std::string opening = "\"text\":\"";
+  const std::string opening = R"("text":")";
   const std::size_t text = faulty.body.find(opening);
   const std::uint64_t length = faulty.body.size();
   if (good && settings.huge && *settings.huge > length && text != std::string::npos) {

@@ -60,6 +60,7 @@ std::vector<fs::path> foldersIn(const fs::path& transfers) {
     }
   }
   std::vector<fs::path> ordered;
+  ordered.reserve(folders.size());
   for (auto& [number, path] : folders) {
     ordered.push_back(std::move(path));
   }

@@ -278,6 +278,7 @@ void TransferService::armTimer(double now) {
 
 std::vector<const TransferTask*> TransferService::finished() const {
   std::vector<const TransferTask*> ended;
+  ended.reserve(finished_.size());
   for (const auto& [order, id] : finished_) {
     ended.push_back(&tasks_.at(id));
   }

@@ -302,15 +302,16 @@ bool TransferStore::setAside(const Held& held, const std::vector<std::string>& d
   fs::copy_file(file, aside, error);
   const std::string kept = error ? "can't be set aside: " + error.message()
                                  : "set aside as " + aside.filename().string();
+  const std::string report = file.string() + " is damaged and " + kept + ": ";
   for (const std::string& reason : damage) {
-    reports_.push_back(file.string() + " is damaged and " + kept + ": " + reason);
+    reports_.push_back(report + reason);
   }
   return !error;
 }
 
 /// Removes bodies that no task waits for. Only requests are waited for until they are on the disk,
 /// so after a power cut a body may be shorter than its outcome says: then the task is done again.
-void TransferStore::clearBodies(const Held& held, std::vector<TransferTask>& tasks) {
+void TransferStore::clearBodies(const Held& held, std::vector<TransferTask>& tasks) const {
   std::set<fs::path> wanted;
   for (TransferTask& task : tasks) {
     if (!task.outcome || task.outcome->error) {

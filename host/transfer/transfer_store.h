@@ -77,7 +77,7 @@ class TransferStore {
   Done append(Held* held, std::string_view records);
   Done renew(Held& held, const std::vector<TransferTask>& tasks);
   bool setAside(const Held& held, const std::vector<std::string>& damage);
-  void clearBodies(const Held& held, std::vector<TransferTask>& tasks);
+  void clearBodies(const Held& held, std::vector<TransferTask>& tasks) const;
 
   std::filesystem::path transfers_;
   /// The first is where new tasks go.
