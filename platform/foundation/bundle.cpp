@@ -96,7 +96,7 @@ const StringCatalog& NSBundle::strings() const {
 std::string NSBundle::localization() const {
   const Device device = currentDevice();
   const auto& preferred = device.languages.empty() ? std::vector{device.locale} : device.languages;
-  const auto match = preferredLocalization(strings().languages(), preferred, {});
+  auto match = preferredLocalization(strings().languages(), preferred, {});
   if (!match.empty()) {
     return match;
   }

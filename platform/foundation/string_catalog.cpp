@@ -65,7 +65,7 @@ std::expected<StringCatalog, std::string> StringCatalog::parse(const Data& json)
   const auto source = root->dictionary() ? root->dictionary()->string("sourceLanguage")
                                          : std::optional<std::string>();
   if (!strings || !source) {
-    return std::unexpected("a string catalogue needs \"sourceLanguage\" and \"strings\"");
+    return std::unexpected(R"(a string catalogue needs "sourceLanguage" and "strings")");
   }
   StringCatalog catalog;
   catalog.sourceLanguage_ = *source;

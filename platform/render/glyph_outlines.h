@@ -5,7 +5,9 @@
 #include <vector>
 
 extern "C" {
+// NOLINTBEGIN(bugprone-reserved-identifier, modernize-use-using): as the libraries declare them.
 typedef struct _PangoLayoutLine PangoLayoutLine;
+// NOLINTEND(bugprone-reserved-identifier, modernize-use-using)
 }
 
 namespace platform {

@@ -115,10 +115,10 @@ TextBreaker::WholeText TextBreaker::wholeText(const Key& key, int width) {
     layout = shapeText(typefaces_.context(), style, text, width);
   }
   const auto result = brokenText(std::move(layout));
-  const WholeText whole{.proposed = width,
-                        .widest = units(result->size.width),
-                        .height = units(result->size.height),
-                        .text = result};
+  WholeText whole{.proposed = width,
+                  .widest = units(result->size.width),
+                  .height = units(result->size.height),
+                  .text = result};
   if (texts_.size() >= kMostTexts) {
     texts_.clear();
   }
@@ -137,7 +137,7 @@ std::shared_ptr<const BrokenText> TextBreaker::truncated(const Key& key,
   if (const auto found = known.find(box); found != known.end()) {
     return found->second;
   }
-  const auto result = brokenText(shapeTruncated(
+  auto result = brokenText(shapeTruncated(
       typefaces_.context(), styleOf(key), whole.text->layout.get(), box.width, lines));
   // It will be drawn at the size it answers here.
   known.emplace(Box{.width = units(result->size.width), .height = units(result->size.height)},

@@ -113,8 +113,8 @@ void NSExtensionMain(std::vector<WidgetConfiguration> widgets) {
   }
   // Never destroyed, and never lost sight of: a delegate queue may still answer while the process
   // ends.
-  static HostLine* const line = new HostLine();
-  static ExtensionService* const service = new ExtensionService(
+  static auto* const line = new HostLine();
+  static auto* const service = new ExtensionService(
       std::move(widgets), [](const ExtensionMessage& message) { line->send(message); });
   WidgetCenter::shared().setHost([](const std::string& kind) {
     line->send({0, ReloadTimelines{kind}});

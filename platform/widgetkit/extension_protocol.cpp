@@ -174,7 +174,7 @@ std::optional<NSError> takeError(const Dictionary& from, std::string_view member
   if (value && value->isNull()) {
     return std::nullopt;
   }
-  const Dictionary error = reader.take<Dictionary>(from, member);
+  const auto error = reader.take<Dictionary>(from, member);
   return NSError{.domain = reader.take<std::string>(error, "domain"),
                  .code = reader.take<std::int64_t>(error, "code"),
                  .localizedDescription = reader.take<std::string>(error, "description")};
