@@ -33,6 +33,8 @@ using Timer = asio::steady_timer;
 constexpr std::uint32_t kHeadLimit = 16 << 10;
 constexpr std::uint64_t kBodyLimit = 64 << 10;
 constexpr auto kPatience = std::chrono::seconds(30);
+/// Between two tries to take a connection that can't be taken.
+constexpr auto kBreath = std::chrono::milliseconds(100);
 constexpr std::size_t kBlock = 64 << 10;
 
 HttpRequest requestOf(const Parser::value_type& parsed) {
@@ -106,9 +108,13 @@ struct HttpServer::Impl {
       if (error == asio::error::operation_aborted) {
         co_return;
       }
-      if (!error) {
-        asio::co_spawn(context, converse(beast::tcp_stream(std::move(socket))), asio::detached);
+      if (error) {
+        // The process has no descriptor left: one comes back when another connection ends.
+        Timer timer(context, kBreath);
+        co_await timer.async_wait(asio::redirect_error(asio::use_awaitable, error));
+        continue;
       }
+      asio::co_spawn(context, converse(beast::tcp_stream(std::move(socket))), asio::detached);
     }
   }
 
@@ -178,7 +184,7 @@ struct HttpServer::Impl {
     for (const auto& [name, value] : answer.headers) {
       head += name + ": " + value + "\r\n";
     }
-    if (answer.events) {
+    if (answer.events && method != http::verb::head) {
       head += "Connection: close\r\n\r\n";
       if (co_await write(stream, head)) {
         co_await streamEvents(stream, answer.events);
