@@ -30,6 +30,8 @@ namespace {
 constexpr auto kMemoryInterval = 50ms;
 /// How long a process may take to leave once its socket is closed.
 constexpr auto kFarewell = 1000ms;
+/// What a pipe holds.
+constexpr std::size_t kPipe = 64 << 10;
 
 std::string mebibytes(std::size_t bytes) {
   std::array<char, 32> text = {};
@@ -157,7 +159,7 @@ std::expected<ExtensionMessage::Content, ExtensionFailure> ExtensionProcess::ask
 
 std::vector<std::string> ExtensionProcess::takeLog() {
   drainOutput();
-  return std::exchange(log_.lines, {});
+  return log_.take();
 }
 
 void ExtensionProcess::noticeExit() {
@@ -231,7 +233,8 @@ bool ExtensionProcess::serve(const ExtensionMessage& message) {
 
 void ExtensionProcess::LineReader::drain() {
   std::array<char, 4096> chunk;
-  for (;;) {
+  // A pipe holds no more; one who writes without end must not keep the host reading.
+  for (std::size_t seen = 0; seen < kPipe; seen += chunk.size()) {
     const ssize_t count = ::read(descriptor, chunk.data(), chunk.size());
     if (count == 0) {
       ::close(std::exchange(descriptor, -1));
@@ -239,7 +242,16 @@ void ExtensionProcess::LineReader::drain() {
     if (count <= 0) {
       return;
     }
-    partial.append(chunk.data(), static_cast<std::size_t>(count));
+    const auto length = static_cast<std::size_t>(count);
+    if (length > room) {
+      if (std::exchange(room, 0) > 0) {
+        partial.clear();
+        lines.emplace_back("(what follows is more than is kept)");
+      }
+      continue;
+    }
+    room -= length;
+    partial.append(chunk.data(), length);
     std::size_t start = 0;
     for (std::size_t feed = partial.find('\n'); feed != std::string::npos;
          feed = partial.find('\n', start)) {
@@ -250,12 +262,17 @@ void ExtensionProcess::LineReader::drain() {
   }
 }
 
+std::vector<std::string> ExtensionProcess::LineReader::take() {
+  room = kMostKept;
+  return std::exchange(lines, {});
+}
+
 void ExtensionProcess::drainOutput() {
-  const std::size_t passedOn = complaints_.lines.size();
   log_.drain();
   complaints_.drain();
-  for (std::size_t index = passedOn; index < complaints_.lines.size(); ++index) {
-    std::fprintf(stderr, "Glancery: %s\n", complaints_.lines[index].c_str());
+  for (std::string& line : complaints_.take()) {
+    std::fprintf(stderr, "Glancery: %s\n", line.c_str());
+    lastComplaint_ = std::move(line);
   }
 }
 
@@ -290,10 +307,9 @@ ExtensionFailure ExtensionProcess::end(ExtensionFailure::Kind kind, std::string 
   }
   drainOutput();
   if (!complaints_.partial.empty()) {
-    complaints_.lines.push_back(std::move(complaints_.partial));
+    lastComplaint_ = std::move(complaints_.partial);
   }
-  const std::string lastWords =
-      complaints_.lines.empty() ? std::string() : " (" + complaints_.lines.back() + ")";
+  const std::string lastWords = lastComplaint_.empty() ? "" : " (" + lastComplaint_ + ")";
   const bool outOfMemory = lastWords.find("bad_alloc") != std::string::npos;
   if (kind == Kind::crashed && outOfMemory) {
     kind = Kind::memory;

@@ -60,7 +60,8 @@ class ExtensionProcess {
   ExtensionProcess(const ExtensionProcess&) = delete;
   ExtensionProcess& operator=(const ExtensionProcess&) = delete;
 
-  /// One request and its answer. Every line that the extension wrote until then is in `log()`.
+  /// One request and its answer. Every line that the extension wrote until then is in `log()`, up
+  /// to 16 MiB that were not taken.
   std::expected<platform::ExtensionMessage::Content, ExtensionFailure> ask(
       platform::HostMessage::Content request);
 
@@ -82,12 +83,16 @@ class ExtensionProcess {
 
   /// A pipe that is read into lines.
   struct LineReader {
+    /// Bytes of lines that wait to be taken; whatever else is written is dropped.
+    static constexpr std::size_t kMostKept = 16 << 20;
     int descriptor = -1;
     std::string partial = {};
     std::vector<std::string> lines = {};
+    std::size_t room = kMostKept;
     /// Takes what is there without waiting. Lets go of a pipe that nobody writes to any more: it
     /// would wake every later wait.
     void drain();
+    std::vector<std::string> take();
   };
 
   ExtensionProcess() = default;
@@ -108,6 +113,7 @@ class ExtensionProcess {
   std::unique_ptr<platform::MessageChannel> channel_;
   LineReader log_;
   LineReader complaints_;
+  std::string lastComplaint_;
   std::int64_t nextId_ = 1;
   std::optional<ExtensionFailure> failure_;
 };

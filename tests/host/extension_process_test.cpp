@@ -89,6 +89,15 @@ TEST(ExtensionProcess, ALogLargerThanAPipeIsCollectedWhole) {
   EXPECT_EQ(extension->log().back(), "line 19999 of more than any pipe holds at once");
 }
 
+TEST(ExtensionProcess, ALogWithoutEndIsNeitherKeptNorReadForEver) {
+  const world::Folder folder;
+  const auto extension = startThatDoes(folder, "flood");
+  const auto answer = extension->ask(DescribeRequest());
+  ASSERT_FALSE(answer);
+  EXPECT_EQ(answer.error().kind, Kind::hung);
+  EXPECT_LE(extension->takeLog().size(), 4200u) << "16 MiB";
+}
+
 TEST(ExtensionProcess, MessagesThatCameWhileOneWasServedAreNotWaitedFor) {
   const world::Folder folder;
   int reloads = 0;

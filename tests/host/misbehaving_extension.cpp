@@ -61,6 +61,9 @@ void misbehave(const std::string& how, MessageChannel& channel, std::int64_t id)
     ::close(STDOUT_FILENO);
     ::close(STDERR_FILENO);
   }
+  while (how == "flood") {
+    log(std::string(4000, 'x'));
+  }
   if (how == "chatter") {
     for (int line = 0; line < 20000; ++line) {
       log("line ", line, " of more than any pipe holds at once");
