@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include <CLI/CLI.hpp>
@@ -83,8 +84,9 @@ std::string localeOf(const std::string& locale) {
 }
 
 OperatingSystemVersion versionOf(const std::string& os) {
+  constexpr int kLargest = 999;
   const auto version = parseOperatingSystemVersion(os);
-  if (!version) {
+  if (!version || std::max({version->major, version->minor, version->patch}) > kLargest) {
     throw wrongValue("--os", os, "give a version such as 17.0 or 16.4");
   }
   return *version;

@@ -264,6 +264,7 @@ const Mistake kMistakes[] = {
      {"9", "1 to 4"}},
     {"malformedScheme", {"gallery", "--scheme", "sepia"}, 2, {"sepia", "light or dark"}},
     {"malformedVersion", {"gallery", "--os", "seventeen"}, 2, {"seventeen", "17.0"}},
+    {"hugeVersion", {"gallery", "--os", "17.1000001"}, 2, {"17.1000001", "17.0"}},
     {"malformedInfo", {"gallery", "--info", "KEY"}, 2, {"\"KEY\"", "KEY=VALUE"}},
     {"malformedPoint", {"tap", "StreakWidget", "12"}, 2, {"\"12\"", "40,79"}},
     {"pointOutside", {"tap", "StreakWidget", "158,0"}, 2, {"158,0", "158x158"}},
