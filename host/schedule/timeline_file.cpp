@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cctype>
+#include <cmath>
 #include <utility>
 
 #include "platform/foundation/cbor.h"
@@ -35,8 +36,9 @@ std::optional<ReloadRequest> requestOf(const Value* value) {
 }
 
 // Dates travel as seconds.
-std::optional<Date> dateOf(const Dictionary& members, const char* key) {
-  return members.number(key).transform(Date::since1970);
+std::optional<Date> dateOf(const std::optional<double>& seconds) {
+  return seconds && std::isfinite(*seconds) ? std::optional(Date::since1970(*seconds))
+                                            : std::nullopt;
 }
 
 std::optional<StoredWidget> storedWidget(const Dictionary& members) {
@@ -55,17 +57,17 @@ std::optional<StoredWidget> storedWidget(const Dictionary& members) {
   }
   StoredWidget widget = {.device = *device,
                          .hostApp = *hostApp,
-                         .schedule = {.fetched = dateOf(members, "fetched"),
+                         .schedule = {.fetched = dateOf(members.number("fetched")),
                                       .fetchedFor = *fetchedFor,
                                       .wanted = requestOf(members.find("wanted")),
-                                      .lastByPolicy = dateOf(members, "lastByPolicy")},
+                                      .lastByPolicy = dateOf(members.number("lastByPolicy"))},
                          .timeline = std::move(*archived)};
   for (const Value& at : *counted->array()) {
-    const auto seconds = at.number();
-    if (!seconds) {
+    const auto date = dateOf(at.number());
+    if (!date) {
       return std::nullopt;
     }
-    widget.schedule.counted.push_back(Date::since1970(*seconds));
+    widget.schedule.counted.push_back(*date);
   }
   return widget;
 }

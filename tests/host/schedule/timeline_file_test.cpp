@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
+
 #include "tests/world.h"
 
 namespace host {
@@ -52,6 +54,10 @@ TEST(TimelineFile, NamesAFileThatIsNoTimeline) {
                     "\xA1\x61"
                     "a\x01");  // A dictionary of something else.
   EXPECT_FALSE(loadWidget(file));
+  StoredWidget timeless = storedWidget();
+  timeless.schedule.counted.push_back(Date::since1970(std::nan("")));
+  ASSERT_TRUE(storeWidget(file, timeless));
+  EXPECT_FALSE(loadWidget(file)) << "a date that is none";
   const auto refused = storeWidget("/proc/nowhere/Widget.timeline", storedWidget());
   ASSERT_FALSE(refused);
   EXPECT_THAT(refused.error(), HasSubstr("/proc/nowhere"));
