@@ -10,7 +10,8 @@ using platform::Date;
 namespace {
 
 constexpr double kBudgetWindow = 24 * 60 * 60;
-/// Without a budget a policy that lies in the past must not make the host ask without pause.
+/// Without a budget, a policy that lies in the past or an extension that wants another timeline
+/// whenever it has given one must not make the host ask without pause.
 constexpr double kLeastSpacing = 1;
 /// How far a clock may be corrected backwards without a consequence, in seconds.
 constexpr double kCorrection = 2;
@@ -137,9 +138,13 @@ void WidgetSchedule::clockSetBack(Date now) {
 }
 
 /// When the budget lets a counted reload happen: at once, or when the one that many before it is a
-/// day old.
+/// day old. Without a budget, soon after the last one.
 Date WidgetSchedule::allowed(Date now, const RefreshBudget& budget) const {
-  if (!budget.enforced || budgetLeft(now, budget) > 0) {
+  if (!budget.enforced) {
+    return record_.counted.empty() ? Date::distantPast()
+                                   : record_.counted.back().addingTimeInterval(kLeastSpacing);
+  }
+  if (budgetLeft(now, budget) > 0) {
     return Date::distantPast();
   }
   const std::size_t blocking =
