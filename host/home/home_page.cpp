@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "host/command_error.h"
+#include "host/fingerprint.h"
 #include "host/home/home_state.h"
 #include "host/home/page_files.h"
 #include "platform/foundation/files.h"
@@ -97,7 +98,7 @@ void HomePage::answer(const HttpRequest& request, const HttpServer::Reply& reply
   } else if (path == "/events") {
     reply(secured(events()));
   } else if (path.starts_with(kPictures) && path.ends_with(".png")) {
-    reply(secured(picture(path.substr(kPictures.size(), path.size() - kPictures.size() - 4))));
+    reply(secured(picture(request)));
   } else {
     reply(secured(file(request)));
   }
@@ -121,12 +122,17 @@ HttpAnswer HomePage::file(const HttpRequest& request) const {
   return content(typeOf(path), std::move(bytes));
 }
 
-HttpAnswer HomePage::picture(std::string_view kind) const {
+HttpAnswer HomePage::picture(const HttpRequest& request) const {
+  const std::string_view path = pathOf(request.target);
+  const std::string_view kind = path.substr(kPictures.size(), path.size() - kPictures.size() - 4);
   const auto found = view_.pictures.find(std::string(kind));
-  // The address changes with the picture.
-  return found == view_.pictures.end()
-             ? refusal(404, "there is no picture of such a widget")
-             : content("image/png", *found->second, "private, max-age=3600");
+  if (found == view_.pictures.end()) {
+    return refusal(404, "there is no picture of such a widget");
+  }
+  // The address changes with the picture; one that came too late for its own must not be kept
+  // under it.
+  const bool own = request.target.ends_with("?v=" + fingerprint(*found->second));
+  return content("image/png", *found->second, own ? "private, max-age=3600" : "no-store");
 }
 
 HttpAnswer HomePage::events() const {

@@ -47,7 +47,7 @@ class HomePage {
 
  private:
   HttpAnswer file(const HttpRequest& request) const;
-  HttpAnswer picture(std::string_view kind) const;
+  HttpAnswer picture(const HttpRequest& request) const;
   HttpAnswer events() const;
   void act(const HttpRequest& request, const HttpServer::Reply& reply);
 

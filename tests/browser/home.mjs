@@ -3,6 +3,7 @@ import {execFile, spawn} from 'node:child_process';
 import {readFileSync, readdirSync} from 'node:fs';
 import {mkdtemp, rm} from 'node:fs/promises';
 import http from 'node:http';
+import net from 'node:net';
 import {tmpdir} from 'node:os';
 import path from 'node:path';
 import {promisify} from 'node:util';
@@ -83,6 +84,18 @@ export class Home {
       });
       request.on('error', reject);
       request.end(body);
+    });
+  }
+
+  /** Requests on one connection, which the last of them ends, and all that comes back. */
+  exchange(requests) {
+    const head = `HTTP/1.1\r\nHost: localhost\r\n`;
+    const last = requests.length - 1;
+    return new Promise((resolve, reject) => {
+      const connection = net.connect(this.port, '127.0.0.1');
+      let text = '';
+      connection.on('data', (bytes) => (text += bytes)).on('close', () => resolve(text)).on('error', reject);
+      connection.write(requests.map((line, at) => `${line} ${head}${at === last ? 'Connection: close\r\n' : ''}\r\n`).join(''));
     });
   }
 }
