@@ -60,23 +60,36 @@ std::map<std::string, std::shared_ptr<const std::string>> picturesOf(const HomeP
 struct HomeLoop::Impl {
   Impl(HomePhone& served, std::function<void(HomeView)> taken)
       : phone(served), show(std::move(taken)) {
-    suiteWatch.assign(watch(SuiteFile::pathOf(sharedContainer(), kSharedSuite).parent_path(),
-                            // A writer replaces the file.
-                            IN_MOVED_TO | IN_CREATE | IN_DELETE | IN_CLOSE_WRITE));
-    zoneWatch.assign(watch("/etc", IN_MOVED_TO | IN_CREATE | IN_DELETE));
+    suiteWatch.assign(newWatcher());
+    zoneWatch.assign(newWatcher());
+    if (!watchSuite()) {
+      throw CommandError(suiteFolder().string() +
+                         " can't be watched: " + std::system_category().message(errno));
+    }
+    // Without it, the page has to be told of another zone of the machine.
+    watch(zoneWatch, "/etc", IN_MOVED_TO | IN_CREATE | IN_DELETE);
     clock.assign(::timerfd_create(CLOCK_REALTIME, TFD_NONBLOCK | TFD_CLOEXEC));
     downloads.assign(::dup(phone.downloadsDescriptor()));
   }
 
-  static int watch(const std::filesystem::path& folder, std::uint32_t events) {
+  static int newWatcher() { return ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC); }
+
+  static bool watch(stream_descriptor& watcher,
+                    const std::filesystem::path& folder,
+                    std::uint32_t events) {
+    return ::inotify_add_watch(watcher.native_handle(), folder.c_str(), events) >= 0;
+  }
+
+  static std::filesystem::path suiteFolder() {
+    return SuiteFile::pathOf(sharedContainer(), kSharedSuite).parent_path();
+  }
+
+  /// Changes nothing where the folder is watched already.
+  bool watchSuite() {
     std::error_code ignored;
-    std::filesystem::create_directories(folder, ignored);
-    const int descriptor = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    if (descriptor < 0 || ::inotify_add_watch(descriptor, folder.c_str(), events) < 0) {
-      throw CommandError(folder.string() +
-                         " can't be watched: " + std::system_category().message(errno));
-    }
-    return descriptor;
+    std::filesystem::create_directories(suiteFolder(), ignored);
+    // A writer replaces the file.
+    return watch(suiteWatch, suiteFolder(), IN_MOVED_TO | IN_CREATE | IN_DELETE | IN_CLOSE_WRITE);
   }
 
   /// Has `seen` run on every wake-up by the descriptor.
@@ -96,13 +109,7 @@ struct HomeLoop::Impl {
     follow(suiteWatch, [this] {
       drain(suiteWatch.native_handle());
       phone.suiteChanged();
-      leftovers.expires_after(kLeftovers);
-      leftovers.async_wait([this](Error error) {
-        if (!error) {
-          phone.adoptDownloads();
-          settle();
-        }
-      });
+      lookAgain();
     });
     follow(zoneWatch, [this] {
       drain(zoneWatch.native_handle());
@@ -111,6 +118,22 @@ struct HomeLoop::Impl {
     follow(downloads, [this] { phone.stepDownloads(); });
     settle();
     context.run();
+  }
+
+  /// When the writer has left what it leaves; or has removed the folder, and with it the watch.
+  void lookAgain() {
+    leftovers.expires_after(kLeftovers);
+    leftovers.async_wait([this](Error error) {
+      if (error) {
+        return;
+      }
+      if (!watchSuite()) {
+        lookAgain();
+      }
+      phone.suiteChanged();
+      phone.adoptDownloads();
+      settle();
+    });
   }
 
   /// After whatever happened: does what is due, shows what became of it, and sleeps.

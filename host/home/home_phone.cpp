@@ -74,7 +74,7 @@ HomePhone::HomePhone(DeviceOptions options, RefreshBudget budget)
   for (const GalleryItem& item : host_.gallery()) {
     place(item);
   }
-  host_.adoptDownloads();
+  adoptDownloads();
   advance();
 }
 
@@ -108,7 +108,7 @@ std::optional<Date> HomePhone::next() const {
 }
 
 std::optional<steady_clock::time_point> HomePhone::nextRetry() const {
-  std::optional<steady_clock::time_point> next;
+  std::optional<steady_clock::time_point> next = deliverAt_;
   for (const PlacedWidget& widget : widgets_) {
     if (widget.retryAt && (!next || *widget.retryAt < *next)) {
       next = widget.retryAt;
@@ -118,6 +118,9 @@ std::optional<steady_clock::time_point> HomePhone::nextRetry() const {
 }
 
 void HomePhone::advance() {
+  if (deliverAt_ && *deliverAt_ <= steady_clock::now()) {
+    stepDownloads();
+  }
   for (TimelineScheduler::Id id = 0; id < widgets_.size(); ++id) {
     if (widgets_[id].retryAt && *widgets_[id].retryAt <= steady_clock::now()) {
       widgets_[id].retryAt.reset();
@@ -228,6 +231,9 @@ void HomePhone::passReloadsOn() {
   }
   if (host_.takeReloadsLost()) {
     scheduler_.wantAll({ReloadCause::extension, "the extension ended before it could ask"});
+    for (TimelineScheduler::Id id = 0; id < widgets_.size(); ++id) {
+      keep(widgets_[id], id);
+    }
   }
 }
 
@@ -239,10 +245,19 @@ void HomePhone::extensionLeft() {
   }
 }
 
+void HomePhone::adoptDownloads() {
+  host_.adoptDownloads();
+  // Results that an earlier host did not deliver wake nobody.
+  stepDownloads();
+}
+
 void HomePhone::stepDownloads() {
+  deliverAt_.reset();
   try {
     host_.stepDownloads();
+    failedDeliveries_ = 0;
   } catch (const CommandError& error) {
+    deliverAt_ = steady_clock::now() + pauseAfterFailures(++failedDeliveries_);
     note(error.what());
   }
   collectLog();
@@ -255,7 +270,13 @@ void HomePhone::rest() {
 }
 
 void HomePhone::suiteChanged() {
-  Dictionary values = readHostApp();
+  Dictionary values;
+  try {
+    values = readHostApp();
+  } catch (const CommandError& error) {
+    note(error.what());
+    return;
+  }
   for (const HostAppKey& key : kHostAppKeys) {
     if (sameValue(values, hostApp_, key.key)) {
       continue;
@@ -273,8 +294,13 @@ void HomePhone::suiteChanged() {
 }
 
 void HomePhone::systemZoneChanged() {
-  if (options_.timeZone.empty()) {
+  if (!options_.timeZone.empty()) {
+    return;
+  }
+  try {
     setDevice(options_);
+  } catch (const CommandError& error) {
+    note(error.what());
   }
 }
 
@@ -285,7 +311,7 @@ void HomePhone::setDevice(const DeviceOptions& options) {
   HostSettings fresh = settle(options);
   fresh.device.clock = clock;
   options_ = options;
-  host_.configure(std::move(fresh));
+  configure(std::move(fresh));
   if (settings().device.locale != locale) {
     try {
       host_.ensureExtension();
@@ -311,13 +337,26 @@ void HomePhone::setBudgetEnforced(bool enforced) {
 }
 
 void HomePhone::reload(const std::string& kind) {
-  scheduler_.want(named(kind).item.kind, {ReloadCause::hostApp, "asked for by hand"});
+  PlacedWidget& widget = named(kind);
+  scheduler_.want(kind, {ReloadCause::hostApp, "asked for by hand"});
+  if (widget.retryAt) {
+    widget.retryAt = steady_clock::now();
+  }
 }
 
 void HomePhone::setClock(Clock clock) {
   HostSettings fresh = settings();
   fresh.device.clock = clock;
-  host_.configure(std::move(fresh));
+  configure(std::move(fresh));
+}
+
+/// An extension that ends over it is told when it is started again.
+void HomePhone::configure(HostSettings settings) {
+  try {
+    host_.configure(std::move(settings));
+  } catch (const CommandError& error) {
+    note(error.what());
+  }
 }
 
 void HomePhone::travelTo(Date instant) {

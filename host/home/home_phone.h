@@ -56,7 +56,8 @@ class HomePhone {
   void advance();
   void extensionLeft();
   void stepDownloads();
-  void adoptDownloads() { host_.adoptDownloads(); }
+  /// Takes over what others have left, and delivers what of it has ended.
+  void adoptDownloads();
   /// Nothing has been drawn for a while: gives memory back.
   void rest();
   /// Something in the suite is another than before: the host app's part is looked at.
@@ -67,7 +68,7 @@ class HomePhone {
   // What its user does.
   void setDevice(const DeviceOptions& options);
   void setBudgetEnforced(bool enforced);
-  /// As the host app asks from the foreground.
+  /// As the host app asks from the foreground; ends the pause after a failure.
   void reload(const std::string& kind);
   void travelTo(platform::Date instant);
   /// Back to the machine's own clock.
@@ -101,6 +102,7 @@ class HomePhone {
   void keep(const PlacedWidget& widget, TimelineScheduler::Id id);
   void passReloadsOn();
   void setClock(platform::Clock clock);
+  void configure(HostSettings settings);
   void note(std::string text);
   void collectLog();
   std::string deviceText() const;
@@ -115,6 +117,9 @@ class HomePhone {
   /// What the host app had in the suite when it was last looked at.
   platform::Dictionary hostApp_;
   std::deque<Tap> taps_;
+  /// When results that could not be delivered are tried again.
+  std::optional<std::chrono::steady_clock::time_point> deliverAt_;
+  int failedDeliveries_ = 0;
 };
 
 }  // namespace host

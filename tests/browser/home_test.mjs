@@ -1,4 +1,5 @@
 import assert from 'node:assert/strict';
+import {rm} from 'node:fs/promises';
 import {after, before, test} from 'node:test';
 import {Home, Page, closeBrowser, openBrowser} from './home.mjs';
 
@@ -68,6 +69,15 @@ onPhone('what the host app writes is on the phone, and a midnight makes it yeste
   await page.shows('StreakWidget', /— 5\b/);
   await page.says('.card[data-kind=StreakWidget]', 'the host app changed streakData');
   await page.says('#log', '[StreakProvider] Deserialized streakCount: 5');
+});
+
+onPhone('the suite’s folder is watched when it was removed and is there again', async (page, phone) => {
+  await phone.app('streak', '5');
+  await page.shows('StreakWidget', /— 5\b/);
+  await rm(`${phone.container}/Library/Preferences`, {recursive: true});
+  await page.says('#streak-stored', 'none stored');
+  await phone.app('streak', '6');
+  await page.shows('StreakWidget', /— 6\b/);
 });
 
 onPhone('the device’s settings change the phone, not the page', async (page) => {
@@ -268,6 +278,11 @@ test('requests that no page of this host makes are refused', async () => {
       assert.equal(answer.status, status, `${name}: ${answer.text}`);
       if (status !== 200) assert.match(JSON.parse(answer.text).error, error ?? /./, name);
     }
+    // A picture that is another one by now must not be kept under the address of the one before.
+    const late = await home.request('/widgets/Checkin.png?v=0');
+    assert.equal(late.headers['cache-control'], 'no-store');
+    const head = await home.exchange(['HEAD /events', 'HEAD /']);
+    assert.equal(head.split('\r\n\r\n').length, 3, head);
   } finally {
     await home.remove();
   }

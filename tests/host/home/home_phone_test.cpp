@@ -9,6 +9,8 @@
 #include "host/home/home_actions.h"
 #include "host/home/home_state.h"
 #include "host/host_app.h"
+#include "host/transfer/transfer_listing.h"
+#include "platform/foundation/suite_file.h"
 #include "tests/world.h"
 
 namespace host {
@@ -130,12 +132,65 @@ TEST_F(Home, KeepsTheLastPictureOfAnExtensionThatFails) {
     EXPECT_THAT(stateJSON(*home), HasSubstr(R"("running":false)"));
   }
   useProgram(bundled);
-  std::this_thread::sleep_until(home->nextRetry().value());
-  home->advance();
+  perform(*home, R"({"action": "reload", "kind": "StreakWidget"})");
   EXPECT_EQ(streak(*home).problem, std::nullopt);
   EXPECT_NE(streak(*home).version, shown);
   EXPECT_EQ(home->nextRetry(), std::nullopt);
   EXPECT_THAT(stateJSON(*home), Not(HasSubstr(R"("running":false,"launches")")));
+}
+
+TEST_F(Home, IsTheOtherPhoneEvenIfTheExtensionEndsOverTheChange) {
+  const auto home = phone();
+  const std::string spanish = streak(*home).item.displayName;
+  ASSERT_EQ(::kill(home->host().extension().pid(), SIGKILL), 0);
+  perform(*home, R"({"action": "device", "locale": "fr_FR"})");
+  EXPECT_EQ(reasonOf(*home, 1), "the device's settings changed");
+  EXPECT_NE(streak(*home).item.displayName, spanish);
+  ASSERT_EQ(::kill(home->host().extension().pid(), SIGKILL), 0);
+  perform(*home, R"({"action": "travel", "to": "next-midnight"})");
+  EXPECT_EQ(reasonOf(*home, 1), "the timeline's policy");
+}
+
+TEST_F(Home, BearsAContainerThatCantBeUsed) {
+  const auto home = phone();
+  const auto suite = SuiteFile::pathOf(sharedContainer(), kSharedSuite);
+  fs::create_directories(suite);
+  home->suiteChanged();
+  EXPECT_TRUE(says(*home, "can't be opened"));
+  fs::remove(suite);
+  perform(*home, R"({"action": "streak", "count": 2})");
+  EXPECT_EQ(reasonOf(*home, 1), "the host app changed streakData");
+
+  HomePhone following({.extension = bundle(), .container = sharedContainer()}, RefreshBudget());
+  fs::remove_all(sharedContainer());
+  world::writeWhole(sharedContainer(), "a file");
+  following.systemZoneChanged();
+  EXPECT_TRUE(says(following, "can't be used"));
+}
+
+TEST_F(Home, DeliversWhatAnEarlierHostHasLeft) {
+  (void)phone();
+  const auto container = sharedContainer();
+  const auto leave = [&] {
+    TransferService earlier(container);
+    EXPECT_TRUE(earlier.cancel(
+        earlier.add({.session = "com.quiloapp.fetchAffirmationTask", .url = "http://127.0.0.1:9/"})
+            .value()));
+  };
+  leave();
+  const auto home = phone();
+  EXPECT_TRUE(listTransfers(container).tasks.empty());
+  // An extension that can't take it now gets it later.
+  leave();
+  ASSERT_EQ(::kill(home->host().extension().pid(), SIGKILL), 0);
+  const auto bundled = fs::read_symlink(bundle() / "Glancery");
+  useProgram("/bin/false");
+  home->adoptDownloads();
+  EXPECT_EQ(listTransfers(container).tasks.size(), 1u);
+  useProgram(bundled);
+  std::this_thread::sleep_until(home->nextRetry().value());
+  home->advance();
+  EXPECT_TRUE(listTransfers(container).tasks.empty());
 }
 
 TEST(HomeRetries, PauseLongerEachTime) {
