@@ -200,13 +200,16 @@ std::size_t PixelDeflate::findRuns(
     ++counts.distances[symbol];
   };
   const std::uint8_t leftSymbol = distanceSymbol(channels);
-  const std::uint8_t aboveSymbol = distanceSymbol(stride);
+  // Rows may be too long to look back over one.
+  const bool seesAbove = stride <= kWindow;
+  const std::uint8_t aboveSymbol = seesAbove ? distanceSymbol(stride) : 0;
 
   for (int y = 0; y < height; ++y) {
     const std::uint32_t* row = pixels + static_cast<std::ptrdiff_t>(y) * width;
     *token++ = {1, 0, 0};
     ++counts.literals[0];
-    if (y > 0 && std::memcmp(row, row - width, static_cast<std::size_t>(width) * 4) == 0) {
+    const bool above = y > 0 && seesAbove;
+    if (above && std::memcmp(row, row - width, static_cast<std::size_t>(width) * 4) == 0) {
       for (int x = 0; x < width; x += longest) {
         putRun(std::min(longest, width - x), stride, aboveSymbol);
       }
@@ -222,10 +225,10 @@ std::size_t PixelDeflate::findRuns(
         distance = channels;
         symbol = leftSymbol;
       }
-      if (run < most && y > 0 && row[x] == row[x - width]) {
-        const int above = equalPixels(row + x, row + x - width, most);
-        if (above > run) {
-          run = above;
+      if (run < most && above && row[x] == row[x - width]) {
+        const int found = equalPixels(row + x, row + x - width, most);
+        if (found > run) {
+          run = found;
           distance = stride;
           symbol = aboveSymbol;
         }
