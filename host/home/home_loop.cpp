@@ -204,8 +204,13 @@ struct HomeLoop::Impl {
     }
     launches = phone.host().launches();
     extension.close();
-    if (const int descriptor = phone.extensionDescriptor(); descriptor >= 0) {
-      extension.assign(::dup(descriptor));
+    if (const int end = phone.extensionDescriptor(); end >= 0) {
+      // Without a descriptor to spare, the end is noticed at the next request.
+      Error none;
+      extension.assign(::dup(end), none);
+      if (none) {
+        return;
+      }
       extension.async_wait(stream_descriptor::wait_read, [this](Error error) {
         if (!error) {
           phone.extensionLeft();

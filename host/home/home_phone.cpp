@@ -71,6 +71,9 @@ HomePhone::HomePhone(DeviceOptions options, RefreshBudget budget)
             {.adoptEvery = std::numeric_limits<double>::infinity()}),
       scheduler_(budget),
       hostApp_(readHostApp()) {
+  // Relative ones would mean others if the folder of the start were gone.
+  options_.extension = settings().extension;
+  options_.container = settings().container;
   for (const GalleryItem& item : host_.gallery()) {
     place(item);
   }

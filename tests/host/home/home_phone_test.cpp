@@ -168,6 +168,18 @@ TEST_F(Home, BearsAContainerThatCantBeUsed) {
   EXPECT_TRUE(says(following, "can't be used"));
 }
 
+TEST_F(Home, OutlivesTheFolderItWasStartedIn) {
+  const auto here = fs::current_path();
+  const auto start = bundle().parent_path() / "start";
+  fs::create_directory(start);
+  fs::current_path(start);
+  HomePhone home({.extension = "../Glancery.appex", .container = start / "../container"},
+                 RefreshBudget());
+  fs::remove(start);
+  EXPECT_THROW(performAction(home, R"({"action": "device", "scheme": "dark"})"), CommandError);
+  fs::current_path(here);
+}
+
 TEST_F(Home, DeliversWhatAnEarlierHostHasLeft) {
   (void)phone();
   const auto container = sharedContainer();
