@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "host/fingerprint.h"
+
 namespace host {
 
 namespace {
@@ -81,10 +83,7 @@ constexpr Sentences kSentences[] = {
 constexpr std::array kColors = {"blush", "gold", "sky"};
 
 std::uint64_t hashOf(std::string_view text) {
-  std::uint64_t hash = 0xCBF29CE484222325u;
-  for (const char letter : text) {
-    hash = (hash ^ static_cast<unsigned char>(letter)) * 0x100000001B3u;
-  }
+  const std::uint64_t hash = checksum(text);
   return hash ^ (hash >> 32);
 }
 

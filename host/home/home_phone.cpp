@@ -202,6 +202,9 @@ void HomePhone::draw(TimelineScheduler::Id id) {
     widget.list = std::move(list);
     widget.version = fingerprint(*png);
     widget.png = *std::move(png);
+    if (widget.failures == 0) {
+      widget.problem.reset();
+    }
   } catch (const CommandError& error) {
     widget.problem = error.what();
     note(widget.item.kind + ": " + error.what());
@@ -296,43 +299,6 @@ void HomePhone::suiteChanged() {
   hostApp_ = std::move(values);
 }
 
-void HomePhone::systemZoneChanged() {
-  if (!options_.timeZone.empty()) {
-    return;
-  }
-  try {
-    setDevice(options_);
-  } catch (const CommandError& error) {
-    note(error.what());
-  }
-}
-
-void HomePhone::setDevice(const DeviceOptions& options) {
-  const std::string before = deviceText();
-  const Clock clock = settings().device.clock;
-  const std::string locale = settings().device.locale;
-  HostSettings fresh = settle(options);
-  fresh.device.clock = clock;
-  options_ = options;
-  configure(std::move(fresh));
-  if (settings().device.locale != locale) {
-    try {
-      host_.ensureExtension();
-      host_.changeLocale();
-    } catch (const CommandError& error) {
-      note(error.what());
-    }
-    collectLog();
-    for (const GalleryItem& item : host_.gallery()) {
-      named(item.kind).item = item;
-    }
-  }
-  if (deviceText() != before) {
-    scheduler_.wantAll({ReloadCause::device, "the device's settings changed"});
-  }
-  redrawAll();
-}
-
 void HomePhone::setBudgetEnforced(bool enforced) {
   RefreshBudget budget = scheduler_.budget();
   budget.enforced = enforced;
@@ -345,46 +311,6 @@ void HomePhone::reload(const std::string& kind) {
   if (widget.retryAt) {
     widget.retryAt = steady_clock::now();
   }
-}
-
-void HomePhone::setClock(Clock clock) {
-  HostSettings fresh = settings();
-  fresh.device.clock = clock;
-  configure(std::move(fresh));
-}
-
-/// An extension that ends over it is told when it is started again.
-void HomePhone::configure(HostSettings settings) {
-  try {
-    host_.configure(std::move(settings));
-  } catch (const CommandError& error) {
-    note(error.what());
-  }
-}
-
-void HomePhone::travelTo(Date instant) {
-  setClock(isRunning() ? Clock::shiftedBy(instant.timeIntervalSince1970() -
-                                          Clock().now().timeIntervalSince1970())
-                       : Clock::standingAt(instant));
-}
-
-void HomePhone::travelToNow() {
-  setClock({});
-}
-
-void HomePhone::setRunning(bool running) {
-  if (running == isRunning()) {
-    return;
-  }
-  const Date now = Date::now();
-  setClock(Clock::standingAt(now));
-  if (running) {
-    setClock(Clock::shiftedBy(now.timeIntervalSince1970() - Clock().now().timeIntervalSince1970()));
-  }
-}
-
-bool HomePhone::isRunning() const {
-  return settings().device.clock.kind != Clock::Kind::standing;
 }
 
 std::optional<std::string> HomePhone::tap(const std::string& kind, Point point) {
@@ -416,12 +342,6 @@ std::optional<Date> HomePhone::nextReload() const {
   return next ? std::optional(std::max(*next, Date::now())) : std::nullopt;
 }
 
-Date HomePhone::nextMidnight() const {
-  const Calendar calendar = Calendar::current();
-  const Date today = calendar.startOfDay(Date::now());
-  return calendar.startOfDay(calendar.dateByAddingDays(1, today).value_or(Date::distantFuture()));
-}
-
 PlacedWidget& HomePhone::named(const std::string& kind) {
   const auto widget =
       std::ranges::find(widgets_, kind, [](const PlacedWidget& each) { return each.item.kind; });
@@ -429,17 +349,6 @@ PlacedWidget& HomePhone::named(const std::string& kind) {
     throw wrongValue("kind", kind, "no widget has it");
   }
   return *widget;
-}
-
-/// What a timeline depends on besides the moment and the suite.
-std::string HomePhone::deviceText() const {
-  const Device& device = settings().device;
-  const auto& version = device.systemVersion;
-  const auto number = [](auto value) { return std::to_string(value) + " "; };
-  return device.locale + " " + device.timeZone + " " + number(version.major) +
-         number(version.minor) + number(version.patch) + number(settings().small.width) +
-         number(settings().small.height) + number(settings().medium.width) +
-         number(settings().medium.height);
 }
 
 std::string HomePhone::hostAppText(const std::string& kind) const {

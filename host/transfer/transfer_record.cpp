@@ -6,6 +6,7 @@
 #include <optional>
 #include <unordered_map>
 
+#include "host/fingerprint.h"
 #include "platform/foundation/cbor.h"
 #include "platform/foundation/cbor_writer.h"
 #include "platform/foundation/number_text.h"
@@ -20,15 +21,6 @@ namespace {
 /// What a record begins with; then its length, a checksum of that and one of the payload.
 constexpr std::string_view kMagic = "\xD7GT1";
 constexpr std::size_t kHeadBytes = 20;
-
-/// FNV-1a of 64 bits: a change in any single byte changes it.
-std::uint64_t checksum(std::string_view bytes) {
-  std::uint64_t sum = 0xCBF29CE484222325u;
-  for (const char byte : bytes) {
-    sum = (sum ^ static_cast<unsigned char>(byte)) * 0x100000001B3u;
-  }
-  return sum;
-}
 
 void append(std::string& bytes, std::uint64_t number, std::size_t count) {
   for (std::size_t byte = 0; byte < count; ++byte) {
