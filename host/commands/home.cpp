@@ -98,6 +98,8 @@ void home(const HomeOptions& options) {
   budget.enforced = options.budget > 0;
   budget.perDay = options.budget > 0 ? options.budget : budget.perDay;
   const ApiBeside api(apiFor(settle(options.device)));
+  // Who asks from now on is answered as soon as the phone has its first pictures.
+  std::cout << "http://127.0.0.1:" << server->port() << '/' << std::endl;
   HomePhone phone(options.device, budget);
   HomeLoop loop(phone, [&](HomeView view) {
     server->post([&, view = std::make_shared<HomeView>(std::move(view))] {
@@ -111,7 +113,6 @@ void home(const HomeOptions& options) {
       },
       programFolder() / "system" / "Fonts" / "Inter-roman.var.ttf");
   loop.start();
-  std::cout << "http://127.0.0.1:" << server->port() << '/' << std::endl;
   server->serve();
 }
 

@@ -45,11 +45,12 @@ void drain(int descriptor) {
   }
 }
 
-std::map<std::string, std::shared_ptr<const std::string>> picturesOf(const HomePhone& phone) {
-  std::map<std::string, std::shared_ptr<const std::string>> pictures;
+std::map<std::string, ServedPicture> picturesOf(const HomePhone& phone) {
+  std::map<std::string, ServedPicture> pictures;
   for (const PlacedWidget& widget : phone.widgets()) {
     if (!widget.png.empty()) {
-      pictures.emplace(widget.item.kind, std::make_shared<const std::string>(widget.png));
+      pictures[widget.item.kind] = {picturePath(widget),
+                                    std::make_shared<const std::string>(widget.png)};
     }
   }
   return pictures;

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "host/command_error.h"
-#include "host/fingerprint.h"
 #include "host/home/home_state.h"
 #include "host/home/page_files.h"
 #include "platform/foundation/files.h"
@@ -22,8 +21,30 @@ constexpr std::size_t kLinesKept = 500;
 constexpr std::string_view kPictures = "/widgets/";
 constexpr const char* kTypefacePath = "/Inter.ttf";
 
-/// Where the page has the token that lets it change anything.
-constexpr std::string_view kTokenPlace = "{{token}}";
+/// Puts the text in the one place of the page that is marked so.
+void fillIn(std::string& page, std::string_view mark, const std::string& text) {
+  if (const std::size_t place = page.find(mark); place != std::string::npos) {
+    page.replace(place, mark.size(), text);
+  }
+}
+
+/// A text that can stand in a page.
+std::string escaped(std::string_view text) {
+  std::string safe;
+  for (const char letter : text) {
+    switch (letter) {
+      case '&':
+        safe += "&amp;";
+        break;
+      case '<':
+        safe += "&lt;";
+        break;
+      default:
+        safe += letter;
+    }
+  }
+  return safe;
+}
 
 std::string_view typeOf(std::string_view path) {
   return path.ends_with(".css")   ? "text/css; charset=utf-8"
@@ -116,10 +137,21 @@ HttpAnswer HomePage::file(const HttpRequest& request) const {
     return refusal(404, "there is no such page");
   }
   std::string bytes(*file);
-  if (const std::size_t place = bytes.find(kTokenPlace); place != std::string::npos) {
-    bytes.replace(place, kTokenPlace.size(), token_);
+  if (path == "/") {
+    std::string preloads;
+    for (const auto& [kind, picture] : view_.pictures) {
+      preloads += "<link rel=\"preload\" as=\"image\" href=\"" + picture.path + "\">\n";
+    }
+    fillIn(bytes, "{{token}}", token_);
+    fillIn(bytes, "{{pictures}}", preloads);
+    fillIn(bytes, "{{state}}", escaped(stateNow()));
   }
   return content(typeOf(path), std::move(bytes));
+}
+
+/// With the instant at which it is sent.
+std::string HomePage::stateNow() const {
+  return R"({"instant":")" + view_.clock.now().iso8601() + "\"," + view_.state.substr(1);
 }
 
 HttpAnswer HomePage::picture(const HttpRequest& request) const {
@@ -131,8 +163,8 @@ HttpAnswer HomePage::picture(const HttpRequest& request) const {
   }
   // The address changes with the picture; one that came too late for its own must not be kept
   // under it.
-  const bool own = request.target.ends_with("?v=" + fingerprint(*found->second));
-  return content("image/png", *found->second, own ? "private, max-age=3600" : "no-store");
+  const bool own = request.target == found->second.path;
+  return content("image/png", *found->second.png, own ? "private, max-age=3600" : "no-store");
 }
 
 HttpAnswer HomePage::events() const {
@@ -141,8 +173,7 @@ HttpAnswer HomePage::events() const {
     std::string fresh;
     if (seen != views_) {
       seen = views_;
-      fresh += event(
-          "state", "{\"instant\":\"" + view_.clock.now().iso8601() + "\"," + view_.state.substr(1));
+      fresh += event("state", stateNow());
     }
     if (told != lines_) {
       const auto count = std::min<std::uint64_t>(lines_ - told, log_.size());

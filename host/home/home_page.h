@@ -15,13 +15,18 @@
 
 namespace host {
 
+struct ServedPicture {
+  std::string path;
+  std::shared_ptr<const std::string> png;
+};
+
 /// What the page shows at one time.
 struct HomeView {
   /// As `stateJSON` gives it.
-  std::string state;
+  std::string state = R"({"widgets":[]})";
   platform::Clock clock;
-  /// The PNG files by kind.
-  std::map<std::string, std::shared_ptr<const std::string>> pictures;
+  /// The PNG files by kind, with their addresses.
+  std::map<std::string, ServedPicture> pictures;
   /// The lines that were not there the last time.
   std::vector<LogLine> log;
 };
@@ -49,6 +54,7 @@ class HomePage {
   HttpAnswer file(const HttpRequest& request) const;
   HttpAnswer picture(const HttpRequest& request) const;
   HttpAnswer events() const;
+  std::string stateNow() const;
   void act(const HttpRequest& request, const HttpServer::Reply& reply);
 
   Act act_;

@@ -16,7 +16,7 @@ std::string logJSON(const std::vector<LogLine>& lines);
 /// `{"error": why}`.
 std::string errorJSON(const std::string& why);
 
-/// Where the picture of a widget is served.
+/// Where the widget's picture is served: another address for every other picture.
 std::string picturePath(const PlacedWidget& widget);
 
 }  // namespace host

@@ -47,6 +47,12 @@ onPhone('every tap shows the link that it opens, or that there is none', async (
   assert.deepEqual((await page.taps()).reverse(), ['no link', ...faceLinks, 'no link', ...links]);
 });
 
+onPhone('a name that looks like markup is a name', async (page) => {
+  await page.signIn('</script><b>{{token}}');
+  await page.tab.reload();
+  await page.says('#signed-in', '</script><b>{{token}}');
+});
+
 onPhone('what the host app writes is on the phone, and a midnight makes it yesterday’s', async (page, phone) => {
   await page.shows('StreakWidget', /— 0,/);
   await page.recordStreak(7);

@@ -78,5 +78,11 @@ function connect() {
   events.addEventListener('log', (event) => addLog(JSON.parse(event.data).lines ?? [], state));
 }
 
+// The page comes with the state of the moment at which it was asked for. The phone shows it at once,
+// what stands beside it a moment later.
+const kBreath = 30;
+state = complete(JSON.parse(byId('first-state').content.textContent));
+inEach([showPhone, tickPhone], state, now());
+setTimeout(() => receive(state), kBreath);
 connect();
 setInterval(() => state && tick(), 500);
