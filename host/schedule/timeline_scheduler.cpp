@@ -78,11 +78,11 @@ TimelineScheduler::Due TimelineScheduler::dueOf(Id widget) {
 }
 
 void TimelineScheduler::fetched(Id widget,
-                                TimelinePlan plan,
+                                const TimelinePlan& plan,
                                 const ReloadRequest& request,
                                 Date now) {
   Placed& placed = widgets_[widget];
-  placed.schedule.fetched(std::move(plan), request, now);
+  placed.schedule.fetched(plan, request, now);
   placed.asked = false;
   now_ = std::max(now_, now);
   placed.shown = placed.schedule.entryAt(now_, budget_);

@@ -43,7 +43,10 @@ class TimelineScheduler {
   /// the last of several entries shown, and one reload asked for.
   std::vector<Due> advance(platform::Date now);
 
-  void fetched(Id widget, TimelinePlan plan, const ReloadRequest& request, platform::Date now);
+  void fetched(Id widget,
+               const TimelinePlan& plan,
+               const ReloadRequest& request,
+               platform::Date now);
   /// The request came to nothing: it is due again once `retry` is called.
   void failed(Id widget, const ReloadRequest& request);
   void retry(Id widget);

@@ -22,10 +22,17 @@ double spacingOf(const RefreshBudget& budget) {
 
 }  // namespace
 
-WidgetSchedule::WidgetSchedule(ScheduleRecord record, TimelinePlan plan)
-    : record_(std::move(record)), plan_(std::move(plan)) {
-  for (std::size_t entry = 0; entry < plan_.entries.size(); ++entry) {
-    byDate_.push_back({plan_.entries[entry], entry});
+WidgetSchedule::WidgetSchedule(ScheduleRecord record, const TimelinePlan& plan)
+    : record_(std::move(record)) {
+  follow(plan);
+}
+
+void WidgetSchedule::follow(const TimelinePlan& plan) {
+  reloadAfter_ = plan.reloadAfter;
+  byDate_.clear();
+  byDate_.reserve(plan.entries.size());
+  for (std::size_t entry = 0; entry < plan.entries.size(); ++entry) {
+    byDate_.push_back({plan.entries[entry], entry});
   }
   std::ranges::stable_sort(byDate_, {}, &Showing::from);
 }
@@ -45,50 +52,52 @@ std::optional<ReloadRequest> WidgetSchedule::takeReload(Date now, const RefreshB
   return std::move(reload->request);
 }
 
-void WidgetSchedule::fetched(TimelinePlan plan, const ReloadRequest& request, Date now) {
-  ScheduleRecord record = std::move(record_);
-  record.fetched = now;
-  record.fetchedFor = request;
+void WidgetSchedule::fetched(const TimelinePlan& plan, const ReloadRequest& request, Date now) {
+  record_.fetched = now;
+  record_.fetchedFor = request;
   if (request.cause == ReloadCause::policy) {
-    record.lastByPolicy = now;
+    record_.lastByPolicy = now;
   }
   if (isCounted(request.cause)) {
-    record.counted.push_back(now);
+    record_.counted.push_back(now);
   }
-  std::erase_if(record.counted,
+  std::erase_if(record_.counted,
                 [&](Date at) { return at <= now.addingTimeInterval(-kBudgetWindow); });
-  *this = WidgetSchedule(std::move(record), std::move(plan));
+  follow(plan);
 }
 
-std::vector<WidgetSchedule::Showing> WidgetSchedule::showings(const RefreshBudget& budget) const {
+const WidgetSchedule::Showings& WidgetSchedule::showings(const RefreshBudget& budget,
+                                                         Showings& merged) const {
   if (byDate_.size() < 3 || !budget.enforced) {
     return byDate_;
   }
-  std::vector<Showing> kept = {byDate_[0]};
+  merged = {byDate_[0]};
   for (std::size_t next = 1; next < byDate_.size();) {
     Showing showing = byDate_[next];
     if (next > 1) {
-      showing.from = std::max(showing.from, kept.back().from.addingTimeInterval(budget.spacing));
+      showing.from = std::max(showing.from, merged.back().from.addingTimeInterval(budget.spacing));
     }
     for (; next < byDate_.size() && byDate_[next].from <= showing.from; ++next) {
       showing.entry = byDate_[next].entry;
     }
-    kept.push_back(showing);
+    merged.push_back(showing);
   }
-  return kept;
+  return merged;
 }
 
 std::optional<std::size_t> WidgetSchedule::entryAt(Date now, const RefreshBudget& budget) const {
   if (byDate_.empty()) {
     return std::nullopt;
   }
-  const auto all = showings(budget);
+  Showings merged;
+  const Showings& all = showings(budget, merged);
   const auto next = std::ranges::upper_bound(all, now, {}, &Showing::from);
   return next == all.begin() ? next->entry : std::prev(next)->entry;
 }
 
 std::optional<Date> WidgetSchedule::nextEntry(Date now, const RefreshBudget& budget) const {
-  const auto all = showings(budget);
+  Showings merged;
+  const Showings& all = showings(budget, merged);
   auto next = std::ranges::upper_bound(all, now, {}, &Showing::from);
   // The first entry is shown before its date as well: there is nothing else.
   if (next == all.begin() && next != all.end()) {
@@ -104,8 +113,8 @@ std::optional<WidgetSchedule::Reload> WidgetSchedule::nextReload(
                   record_.wanted.value_or(ReloadRequest{ReloadCause::first, "first request"})};
   }
   std::optional<Reload> due;
-  if (plan_.reloadAfter) {
-    Date at = std::max(*plan_.reloadAfter, allowed(now, budget));
+  if (reloadAfter_) {
+    Date at = std::max(*reloadAfter_, allowed(now, budget));
     if (record_.lastByPolicy) {
       at = std::max(at, record_.lastByPolicy->addingTimeInterval(spacingOf(budget)));
     }

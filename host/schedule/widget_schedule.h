@@ -51,7 +51,7 @@ class WidgetSchedule {
     ReloadRequest request;
   };
 
-  explicit WidgetSchedule(ScheduleRecord record = {}, TimelinePlan plan = {});
+  explicit WidgetSchedule(ScheduleRecord record = {}, const TimelinePlan& plan = {});
 
   const ScheduleRecord& record() const { return record_; }
 
@@ -61,7 +61,7 @@ class WidgetSchedule {
   /// it is under way is wanted anew.
   std::optional<ReloadRequest> takeReload(platform::Date now, const RefreshBudget& budget);
   /// The timeline is here, asked for at `now` because of `request`.
-  void fetched(TimelinePlan plan, const ReloadRequest& request, platform::Date now);
+  void fetched(const TimelinePlan& plan, const ReloadRequest& request, platform::Date now);
 
   /// The place of the entry that is shown at `now`; nothing without entries.
   std::optional<std::size_t> entryAt(platform::Date now, const RefreshBudget& budget) const;
@@ -79,13 +79,16 @@ class WidgetSchedule {
     platform::Date from;
     std::size_t entry;
   };
-  std::vector<Showing> showings(const RefreshBudget& budget) const;
+  void follow(const TimelinePlan& plan);
+  using Showings = std::vector<Showing>;
+  /// By date, merged as the budget says; `merged` is filled only where that makes a difference.
+  const Showings& showings(const RefreshBudget& budget, Showings& merged) const;
   platform::Date allowed(platform::Date now, const RefreshBudget& budget) const;
 
   ScheduleRecord record_;
-  TimelinePlan plan_;
+  std::optional<platform::Date> reloadAfter_;
   /// The entries' places by date.
-  std::vector<Showing> byDate_;
+  Showings byDate_;
 };
 
 }  // namespace host
