@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/command_error.h"
+#include "host/folder_lock.h"
 #include "platform/foundation/date_formatter.h"
 #include "platform/foundation/json_serialization.h"
 #include "platform/foundation/time_zone.h"
@@ -131,6 +132,11 @@ void recordNamedMood(const std::string& mood, const std::optional<std::string>& 
   NSDateFormatter keys;
   keys.setDateFormat("yyyy-MM-dd");
   auto suite = openSharedSuite();
+  // What is read, changed and written must not be another's in between.
+  const auto alone = lockFolder(sharedContainer(), WhenHeld::wait);
+  if (!alone) {
+    throw CommandError(sharedContainer().string() + " can't be locked: " + alone.error().message());
+  }
   Dictionary moods = storedMoods(suite);
   moods.set(keys.stringFromDate(moment), mood);
   suite.setObject(serialized(moods, "the moods"), kMoodsKey);

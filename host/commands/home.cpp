@@ -10,6 +10,7 @@
 #include "host/command_error.h"
 #include "host/commands/commands.h"
 #include "host/device_options.h"
+#include "host/folder_lock.h"
 #include "host/home/home_loop.h"
 #include "host/home/home_page.h"
 #include "platform/foundation/bundle.h"
@@ -87,7 +88,23 @@ std::unique_ptr<HttpServer> listen(std::optional<std::uint16_t> port,
   return *std::move(server);
 }
 
+/// Two home screens of one container would overwrite what the other keeps of its widgets.
+FileDescriptor hold(const HostSettings& settings) {
+  const auto folder = timelineFolder(settings.container);
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  auto lock = lockFolder(folder, WhenHeld::giveUp);
+  if (!lock) {
+    const bool held = lock.error() == std::errc::operation_would_block;
+    throw CommandError(folder.string() + (held ? " belongs to a home screen that is running already"
+                                               : " can't be used: " + lock.error().message()));
+  }
+  return *std::move(lock);
+}
+
 void home(const HomeOptions& options) {
+  const HostSettings settings = settle(options.device);
+  const FileDescriptor held = hold(settings);
   std::unique_ptr<HomePage> page;
   auto server =
       listen(options.port, [&page](const HttpRequest& request, const HttpServer::Reply& reply) {
@@ -97,7 +114,7 @@ void home(const HomeOptions& options) {
   RefreshBudget budget;
   budget.enforced = options.budget > 0;
   budget.perDay = options.budget > 0 ? options.budget : budget.perDay;
-  const ApiBeside api(apiFor(settle(options.device)));
+  const ApiBeside api(apiFor(settings));
   // Who asks from now on is answered as soon as the phone has its first pictures.
   std::cout << "http://127.0.0.1:" << server->port() << '/' << std::endl;
   HomePhone phone(options.device, budget);

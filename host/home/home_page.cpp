@@ -140,7 +140,7 @@ HttpAnswer HomePage::file(const HttpRequest& request) const {
   if (path == "/") {
     std::string preloads;
     for (const auto& [kind, picture] : view_.pictures) {
-      preloads += "<link rel=\"preload\" as=\"image\" href=\"" + picture.path + "\">\n";
+      preloads += R"(<link rel="preload" as="image" href=")" + picture.path + "\">\n";
     }
     fillIn(bytes, "{{token}}", token_);
     fillIn(bytes, "{{pictures}}", preloads);

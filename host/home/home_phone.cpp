@@ -290,10 +290,10 @@ void HomePhone::suiteChanged() {
     const ReloadRequest request = {ReloadCause::hostApp,
                                    "the host app changed " + std::string(key.key)};
     note(request.why);
-    if (key.kind.empty()) {
-      scheduler_.wantAll(request);
-    } else {
-      scheduler_.want(std::string(key.kind), request);
+    for (PlacedWidget& widget : widgets_) {
+      if (concerns(key, widget.item.kind)) {
+        wantNow(widget, request);
+      }
     }
   }
   hostApp_ = std::move(values);
@@ -306,8 +306,12 @@ void HomePhone::setBudgetEnforced(bool enforced) {
 }
 
 void HomePhone::reload(const std::string& kind) {
-  PlacedWidget& widget = named(kind);
-  scheduler_.want(kind, {ReloadCause::hostApp, "asked for by hand"});
+  wantNow(named(kind), {ReloadCause::hostApp, "asked for by hand"});
+}
+
+/// What the extension failed at may be no more: a pause ends.
+void HomePhone::wantNow(PlacedWidget& widget, const ReloadRequest& request) {
+  scheduler_.want(widget.item.kind, request);
   if (widget.retryAt) {
     widget.retryAt = steady_clock::now();
   }
@@ -315,7 +319,7 @@ void HomePhone::reload(const std::string& kind) {
 
 std::optional<std::string> HomePhone::tap(const std::string& kind, Point point) {
   const PlacedWidget& widget = named(kind);
-  const auto link = linkAt(widget.list, point);
+  auto link = linkAt(widget.list, point);
   taps_.push_front({Date::now(), kind, link});
   if (taps_.size() > kTapsKept) {
     taps_.pop_back();

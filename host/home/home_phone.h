@@ -60,7 +60,8 @@ class HomePhone {
   void adoptDownloads();
   /// Nothing has been drawn for a while: gives memory back.
   void rest();
-  /// Something in the suite is another than before: the host app's part is looked at.
+  /// Something in the suite is another than before: the host app's part is looked at. A widget
+  /// that it concerns is asked for at once, whatever failed before.
   void suiteChanged();
   /// The machine was set to another zone, which the device follows unless it was given one.
   void systemZoneChanged();
@@ -96,6 +97,7 @@ class HomePhone {
   void place(const GalleryItem& item);
   /// False if the extension ended over it.
   bool fetch(TimelineScheduler::Id id, const ReloadRequest& request);
+  void wantNow(PlacedWidget& widget, const ReloadRequest& request);
   void postpone(TimelineScheduler::Id id, const ReloadRequest& request, std::chrono::milliseconds);
   void draw(TimelineScheduler::Id id);
   void redrawAll();

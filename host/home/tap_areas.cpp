@@ -28,24 +28,6 @@ std::string wordsOf(const DisplayItem& item, const NSBundle& bundle) {
   return "";
 }
 
-Rect unite(const Rect& one, const Rect& other) {
-  const double x = std::min(one.x, other.x);
-  const double y = std::min(one.y, other.y);
-  return {x,
-          y,
-          std::max(one.x + one.width, other.x + other.width) - x,
-          std::max(one.y + one.height, other.y + other.height) - y};
-}
-
-Rect clip(const Rect& frame, Size size) {
-  const double x = std::clamp(frame.x, 0.0, size.width);
-  const double y = std::clamp(frame.y, 0.0, size.height);
-  return {x,
-          y,
-          std::clamp(frame.x + frame.width, x, size.width) - x,
-          std::clamp(frame.y + frame.height, y, size.height) - y};
-}
-
 }  // namespace
 
 std::vector<TapArea> tapAreas(const DisplayList& list, const NSBundle& bundle) {
@@ -64,7 +46,7 @@ std::vector<TapArea> tapAreas(const DisplayList& list, const NSBundle& bundle) {
     }
   }
   for (TapArea& area : areas) {
-    area.frame = clip(area.frame, list.size);
+    area.frame = intersect(area.frame, {0, 0, list.size.width, list.size.height});
   }
   return areas;
 }

@@ -53,7 +53,7 @@ HttpAnswer malformed(const beast::error_code& error) {
   return {
       .status = tooLong ? 413 : 400,
       .headers = {{"Content-Type", "application/json"}, {"Cache-Control", "no-store"}},
-      .body = "{\"error\":\"the request is no HTTP that is taken here: " + error.message() + "\"}"};
+      .body = R"({"error":"the request is no HTTP that is taken here: )" + error.message() + "\"}"};
 }
 
 std::string reasonOf(int status) {
@@ -182,7 +182,7 @@ struct HttpServer::Impl {
     std::string head =
         "HTTP/1.1 " + std::to_string(answer.status) + ' ' + reasonOf(answer.status) + "\r\n";
     for (const auto& [name, value] : answer.headers) {
-      head += name + ": " + value + "\r\n";
+      head.append(name).append(": ").append(value).append("\r\n");
     }
     if (answer.events && method != http::verb::head) {
       head += "Connection: close\r\n\r\n";

@@ -74,6 +74,10 @@ std::optional<StoredWidget> storedWidget(const Dictionary& members) {
 
 }  // namespace
 
+fs::path timelineFolder(const fs::path& container) {
+  return container / "Library" / "Widgets";
+}
+
 fs::path timelineFile(const fs::path& container, const std::string& kind) {
   std::string name;
   for (const char letter : kind) {
@@ -85,13 +89,13 @@ fs::path timelineFile(const fs::path& container, const std::string& kind) {
       name += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
     }
   }
-  return container / "Library" / "Widgets" / (name + ".timeline");
+  return timelineFolder(container) / (name + ".timeline");
 }
 
 std::expected<void, std::string> storeWidget(const fs::path& file, const StoredWidget& widget) {
   Array counted;
   for (const Date at : widget.schedule.counted) {
-    counted.push_back(at);
+    counted.emplace_back(at);
   }
   const auto bytes =
       encodeCBOR(Dictionary{{"device", widget.device},

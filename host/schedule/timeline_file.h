@@ -21,7 +21,10 @@ struct StoredWidget {
   friend bool operator==(const StoredWidget&, const StoredWidget&) = default;
 };
 
-/// `<container>/Library/Widgets/<kind>.timeline`, letters of the kind that no file name should have
+/// `<container>/Library/Widgets`
+std::filesystem::path timelineFolder(const std::filesystem::path& container);
+
+/// `<kind>.timeline` in there, letters of the kind that no file name should have
 /// as %XX.
 std::filesystem::path timelineFile(const std::filesystem::path& container, const std::string& kind);
 

@@ -90,24 +90,6 @@ double excess(const Rect& frame, Size widget) {
                    frame.y + frame.height - widget.height});
 }
 
-Rect intersection(const Rect& one, const Rect& other) {
-  const double left = std::max(one.x, other.x);
-  const double top = std::max(one.y, other.y);
-  return {left,
-          top,
-          std::min(one.x + one.width, other.x + other.width) - left,
-          std::min(one.y + one.height, other.y + other.height) - top};
-}
-
-Rect hull(const Rect& one, const Rect& other) {
-  const double left = std::min(one.x, other.x);
-  const double top = std::min(one.y, other.y);
-  return {left,
-          top,
-          std::max(one.x + one.width, other.x + other.width) - left,
-          std::max(one.y + one.height, other.y + other.height) - top};
-}
-
 void checkText(const DisplayItem& item, Size widget, std::vector<Finding>& findings) {
   const TextItem& text = *textOf(item);
   const std::string shown = inQuotes(text.text.text);
@@ -129,7 +111,7 @@ void checkText(const DisplayItem& item, Size widget, std::vector<Finding>& findi
 void checkOverlaps(const DisplayList& list, std::vector<Finding>& findings) {
   for (auto one = list.items.begin(); one != list.items.end(); ++one) {
     for (auto other = std::next(one); textOf(*one) && other != list.items.end(); ++other) {
-      const Rect shared = intersection(one->frame, other->frame);
+      const Rect shared = intersect(one->frame, other->frame);
       if (textOf(*other) && shared.width > kTolerance && shared.height > kTolerance) {
         findings.push_back({Check::textsOverlap,
                             inQuotes(textOf(*one)->text.text) + " and " +
@@ -145,7 +127,7 @@ std::map<std::string, Rect> tapAreas(const DisplayList& list) {
   for (const DisplayItem& item : list.items) {
     if (item.link) {
       const auto known = areas.find(*item.link);
-      areas[*item.link] = known == areas.end() ? item.frame : hull(known->second, item.frame);
+      areas[*item.link] = known == areas.end() ? item.frame : unite(known->second, item.frame);
     }
   }
   return areas;
@@ -203,7 +185,7 @@ std::uint32_t opaque(std::uint32_t pixel, ColorScheme scheme) {
 /// The part of the widget under an item's frame, in whole points so that its pixels stay where
 /// they are, with the pictures and fills that are drawn before it.
 DisplayList beneath(const DisplayList& list, const DisplayItem& item) {
-  const Rect seen = intersection(item.frame, {0, 0, list.size.width, list.size.height});
+  const Rect seen = intersect(item.frame, {0, 0, list.size.width, list.size.height});
   const double left = std::floor(seen.x);
   const double top = std::floor(seen.y);
   DisplayList part = {
@@ -279,7 +261,7 @@ std::vector<Finding> checkContrast(const DisplayList& list,
   std::vector<Finding> findings;
   for (const DisplayItem& item : list.items) {
     const TextItem* text = textOf(item);
-    const Rect seen = intersection(item.frame, {0, 0, list.size.width, list.size.height});
+    const Rect seen = intersect(item.frame, {0, 0, list.size.width, list.size.height});
     if (!text || seen.width <= 0 || seen.height <= 0) {
       continue;
     }

@@ -1,15 +1,10 @@
 #include "host/sheet/output_folder.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <system_error>
 
 #include "host/command_error.h"
+#include "host/folder_lock.h"
 #include "platform/foundation/files.h"
 
 namespace host {
@@ -81,30 +76,25 @@ OutputFolder::OutputFolder(fs::path folder, const Layout& layout)
     throw CommandError(folder_.string() +
                        " can't be made: " + (error ? error.message() : "it is not a folder"));
   }
-  lock_ = ::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (lock_ < 0 || ::flock(lock_, LOCK_EX | LOCK_NB) != 0) {
-    const std::string why =
-        errno == EWOULDBLOCK ? "another run is writing it" : std::strerror(errno);
-    ::close(lock_);
-    throw CommandError(folder_.string() + " can't be written: " + why);
+  auto lock = lockFolder(folder_, WhenHeld::giveUp);
+  if (!lock) {
+    const bool held = lock.error() == std::errc::operation_would_block;
+    throw CommandError(folder_.string() + " can't be written: " +
+                       (held ? "another run is writing it" : lock.error().message()));
   }
+  lock_ = *std::move(lock);
   try {
     checkContents(folder_, layout_);
     fs::remove_all(aside_);
     fs::create_directory(aside_);
   } catch (const fs::filesystem_error& failure) {
-    ::close(lock_);
     throw CommandError(folder_.string() + " can't be written: " + failure.code().message());
-  } catch (...) {
-    ::close(lock_);
-    throw;
   }
 }
 
 OutputFolder::~OutputFolder() {
   std::error_code ignored;
   fs::remove_all(aside_, ignored);
-  ::close(lock_);
 }
 
 void OutputFolder::write(const fs::path& file, std::string_view bytes) {

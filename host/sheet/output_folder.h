@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "host/file_descriptor.h"
+
 namespace host {
 
 /// A folder that appears as a whole: everything is written aside, and takes its place in one go at
@@ -39,7 +41,7 @@ class OutputFolder {
   std::filesystem::path folder_;
   std::filesystem::path aside_;
   Layout layout_;
-  int lock_ = -1;
+  FileDescriptor lock_;
 };
 
 }  // namespace host

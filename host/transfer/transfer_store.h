@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/transfer/file_descriptor.h"
+#include "host/file_descriptor.h"
 #include "host/transfer/transfer_task.h"
 
 namespace host {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <optional>
@@ -29,6 +30,26 @@ struct Rect {
   Size size() const { return {width, height}; }
   friend bool operator==(const Rect&, const Rect&) = default;
 };
+
+/// The least rectangle around both.
+inline Rect unite(const Rect& one, const Rect& other) {
+  const double left = std::min(one.x, other.x);
+  const double top = std::min(one.y, other.y);
+  return {left,
+          top,
+          std::max(one.x + one.width, other.x + other.width) - left,
+          std::max(one.y + one.height, other.y + other.height) - top};
+}
+
+/// What lies in both: nothing wide or high where they do not meet.
+inline Rect intersect(const Rect& one, const Rect& other) {
+  const double left = std::max(one.x, other.x);
+  const double top = std::max(one.y, other.y);
+  return {left,
+          top,
+          std::max(std::min(one.x + one.width, other.x + other.width) - left, 0.0),
+          std::max(std::min(one.y + one.height, other.y + other.height) - top, 0.0)};
+}
 
 /// What a parent offers a child: a length, infinity, or none for the child's ideal length.
 struct ProposedSize {

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include <nlohmann/json.hpp>
 
 #include "host/extension_process.h"
@@ -48,6 +50,20 @@ TEST(Moods, GoInDayByDayAndKeepTheOtherDays) {
   EXPECT_EQ(timeline["entries"][0]["moodDays"][6]["date"], "2025-03-05T06:00:00.000Z");
   EXPECT_EQ(timeline["entries"][0]["moodDays"][6]["dayLabel"], "Hoy");
   EXPECT_EQ(timeline["log"].size(), 11u);
+}
+
+TEST(Moods, WrittenAtOnceAreAllThere) {
+  const Phone phone;
+  {
+    std::vector<std::jthread> writers;
+    for (const char* day : {"27", "28", "29", "30", "31"}) {
+      writers.emplace_back([&phone, day] {
+        printed(phone, {"app", "mood", "well", "--day", std::string("2025-03-") + day});
+      });
+    }
+  }
+  EXPECT_EQ(moods(phone, {"--now", "2025-04-01T18:30:00Z", "--time-zone", "America/Mexico_City"}),
+            (Words{"emptyDay", "well", "well", "well", "well", "well", "emptyDay"}));
 }
 
 // A phone that counts years in another way, or writes other digits, finds the days it wrote itself.

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "host/transfer/file_descriptor.h"
+#include "host/file_descriptor.h"
 #include "host/transfer/transfer_engine.h"
 
 using CURL = void;
