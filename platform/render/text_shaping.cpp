@@ -47,29 +47,50 @@ std::unique_ptr<PangoFontDescription, FreeDescription> description(const TextSty
   return font;
 }
 
-/// The typeface's own line height. Pango's metrics would set a whole sample sentence to answer
-/// this.
-int naturalLine(PangoContext* context, const PangoFontDescription* description) {
+/// The typeface's own line about the baseline, without width. Pango's metrics would set a whole
+/// sample sentence to answer this.
+PangoRectangle naturalLine(PangoContext* context, const PangoFontDescription* description) {
   const std::unique_ptr<PangoFont, Unref> font(pango_context_load_font(context, description));
   hb_font_extents_t extents = {};
   if (!font || !hb_font_get_h_extents(pango_font_get_hb_font(font.get()), &extents)) {
-    return 0;
+    return {};
   }
-  return extents.ascender - extents.descender;
+  return {
+      .x = 0, .y = -extents.ascender, .width = 0, .height = extents.ascender - extents.descender};
+}
+
+/// A tone of skin colours the figure before it. Where symbols have one colour it is nothing, while
+/// the typeface has a swatch for it.
+void hideSkinTones(const std::string& text, const PangoRectangle& line, PangoAttrList* list) {
+  constexpr std::string_view kCommonBytes = "\xF0\x9F\x8F";  // U+1F3FB to U+1F3FF.
+  for (std::size_t at = text.find(kCommonBytes); at != text.npos;
+       at = text.find(kCommonBytes, at + 1)) {
+    const std::size_t end = at + kCommonBytes.size() + 1;
+    if (end <= text.size() && text[end - 1] >= '\xBB' && text[end - 1] <= '\xBF') {
+      constexpr PangoRectangle kNothing = {};
+      PangoAttribute* hidden = pango_attr_shape_new(&kNothing, &line);
+      hidden->start_index = static_cast<guint>(at);
+      hidden->end_index = static_cast<guint>(end);
+      pango_attr_list_insert(list, hidden);
+    }
+  }
 }
 
 std::unique_ptr<PangoAttrList, FreeAttributes> attributes(PangoContext* context,
                                                           const PangoFontDescription* font,
-                                                          const TextStyle& style) {
+                                                          const TextStyle& style,
+                                                          const std::string& text) {
   std::unique_ptr<PangoAttrList, FreeAttributes> list(pango_attr_list_new());
   pango_attr_list_insert(list.get(), pango_attr_insert_hyphens_new(FALSE));
   if (tracking(style) != 0) {
     pango_attr_list_insert(list.get(), pango_attr_letter_spacing_new(tracking(style)));
   }
   const auto tallest = static_cast<int>(style.size * kTallestLine * PANGO_SCALE);
-  if (naturalLine(context, font) > tallest) {
+  const PangoRectangle line = naturalLine(context, font);
+  if (line.height > tallest) {
     pango_attr_list_insert(list.get(), pango_attr_line_height_new_absolute(tallest));
   }
+  hideSkinTones(text, line, list.get());
   return list;
 }
 
@@ -116,7 +137,7 @@ Handle<PangoLayout> shapeText(PangoContext* context,
   Handle<PangoLayout> layout(pango_layout_new(context));
   const auto font = description(style);
   pango_layout_set_font_description(layout.get(), font.get());
-  pango_layout_set_attributes(layout.get(), attributes(context, font.get(), style).get());
+  pango_layout_set_attributes(layout.get(), attributes(context, font.get(), style, text).get());
   pango_layout_set_wrap(layout.get(), PANGO_WRAP_WORD_CHAR);
   // Pango counts the tracking after a line's last cluster when it breaks, and leaves it out later.
   pango_layout_set_width(layout.get(),

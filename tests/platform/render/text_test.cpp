@@ -76,7 +76,7 @@ const Sample kSamples[] = {
     {"paragraphs", {.text = "uno\n\ndos y tres\n"}},
     {"spaces", {.text = "  a   b  "}},
     {"longWord", {.text = "anticonstitucionalmente"}},
-    {"emoji", {.text = "hoy \U0001F60A\U0001F468\u200D\U0001F469\u200D\U0001F467 bien"}},
+    {"emoji", {.text = "hoy \U0001F60A\U0001F468\u200D\U0001F469\u200D\U0001F467\U0001F3FD bien"}},
     {"arabic", {.text = "\u0645\u0631\u062D\u0628\u0627 \u0628\u0643\u0645 hola"}},
     {"combining", {.text = "e\u0301\u0302\u0303\u0304 a\u0308 \u0301"}},
     {"japanese", {.text = "\u4ECA\u65E5\u306F\u3044\u3044\u5929\u6C17\u3067\u3059\u306D"}},
@@ -206,6 +206,17 @@ TEST_F(TextTest, TrackingCountsBetweenClustersAndNotAfterTheLast) {
       lines(loose, wide(50)).size.width,
       std::max(width({.text = "aaa", .tracking = 4}), width({.text = "bbb", .tracking = 4})),
       2 * kUnit);
+}
+
+TEST_F(TextTest, TonesOfSkinTakeNoRoom) {
+  for (const char* family : {"", "Sentient Variable"}) {
+    const Font font = Font::custom(family, 24);
+    const Size plain = lines({.text = "\U0001F44B hola", .font = font}).size;
+    for (const char* tone : {"\U0001F3FB", "\U0001F3FF"}) {
+      const std::string toned = "\U0001F44B" + std::string(tone) + " hola";
+      EXPECT_EQ(lines({.text = toned, .font = font}).size, plain) << family;
+    }
+  }
 }
 
 TEST_F(TextTest, SizesAreExactAndScale) {
