@@ -96,8 +96,10 @@ FileDescriptor hold(const HostSettings& settings) {
   auto lock = lockFolder(folder, WhenHeld::giveUp);
   if (!lock) {
     const bool held = lock.error() == std::errc::operation_would_block;
-    throw CommandError(folder.string() + (held ? " belongs to a home screen that is running already"
-                                               : " can't be used: " + lock.error().message()));
+    throw CommandError(folder.string() +
+                       (held ? " belongs to a home screen that is running: end that, or "
+                               "give another --container"
+                             : " can't be used: " + lock.error().message()));
   }
   return *std::move(lock);
 }

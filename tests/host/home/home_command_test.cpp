@@ -27,7 +27,7 @@ TEST(HomeCommand, NamesWhatItCantServe) {
   const std::string port = address.substr(17, address.size() - 18);
   const Ran second = phone.glancery({"home", "--port", "0"});
   EXPECT_EQ(second.status, 1);
-  EXPECT_THAT(second.err, HasSubstr("belongs to a home screen that is running already"));
+  EXPECT_THAT(second.err, HasSubstr("belongs to a home screen that is running"));
   const Ran taken = Phone().glancery({"home", "--port", port});
   EXPECT_EQ(taken.status, 1);
   EXPECT_THAT(taken.err, HasSubstr("the port " + port + " of 127.0.0.1 can't be served"));
