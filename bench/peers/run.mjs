@@ -5,7 +5,7 @@
 // command, from its start with nothing in memory to its last file.
 
 import { execFileSync } from 'node:child_process';
-import { mkdtempSync, rmSync, statSync } from 'node:fs';
+import { existsSync, mkdtempSync, rmSync, statSync } from 'node:fs';
 import { availableParallelism, tmpdir } from 'node:os';
 import { dirname, join, resolve } from 'node:path';
 import { fileURLToPath } from 'node:url';
@@ -128,7 +128,10 @@ async function compare({ build, rounds, scenes: given }, directory) {
   }
 }
 
-const directory = mkdtempSync(join(tmpdir(), 'glancery-peers-'));
+// The peers keep their pictures in memory, and so does what the sheet's files are written to: disks
+// are no part of this.
+const memory = '/dev/shm';
+const directory = mkdtempSync(join(existsSync(memory) ? memory : tmpdir(), 'glancery-peers-'));
 try {
   const given = options();
   if (given.cores) {

@@ -67,8 +67,9 @@ export function printTable({ rows, ours, scenes, drawn, rounds, cores }) {
   console.log(
     'of cores: what a picture takes of all of them together. cold: a process for one picture. MiB:\n' +
       'the peak, ours with the extension. off ours: mean difference of the pixels. The sheet is the\n' +
-      'whole command; peers draw ready display lists, each in one warm process, as many at a time as\n' +
-      'there are cores, in what threads they have. PNG by node: at the level of ours.',
+      'whole command, its files kept in memory; peers draw ready display lists and write none, each in\n' +
+      'one warm process, as many at a time as there are cores, in what threads they have. PNG by node:\n' +
+      'at the level of ours.',
   );
   if (!ours) {
     console.log('This glancery has no command sheet to compare with.');

@@ -69,19 +69,16 @@ std::uint8_t distanceSymbol(int distance) {
 }
 
 /// How many pixels are equal, `most` at most.
-int equalPixels(const std::uint32_t* one, const std::uint32_t* other, int most) {
+inline int equalPixels(const std::uint32_t* one, const std::uint32_t* other, int most) {
   int count = 0;
-  for (std::array<std::uint64_t, 4> a, b; count + 8 <= most; count += 8) {
-    std::memcpy(a.data(), one + count, sizeof a);
-    std::memcpy(b.data(), other + count, sizeof b);
-    if (((a[0] ^ b[0]) | (a[1] ^ b[1]) | (a[2] ^ b[2]) | (a[3] ^ b[3])) != 0) {
-      break;
+  for (std::uint64_t a = 0, b = 0; count + 2 <= most; count += 2) {
+    std::memcpy(&a, one + count, sizeof a);
+    std::memcpy(&b, other + count, sizeof b);
+    if (a != b) {
+      return count + std::countr_zero(a ^ b) / 32;
     }
   }
-  while (count < most && one[count] == other[count]) {
-    ++count;
-  }
-  return count;
+  return count < most && one[count] == other[count] ? count + 1 : count;
 }
 
 std::uint32_t hashOf(std::uint32_t first, std::uint32_t second) {
