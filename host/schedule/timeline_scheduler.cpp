@@ -1,6 +1,7 @@
 #include "host/schedule/timeline_scheduler.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace host {
 
@@ -42,10 +43,10 @@ std::vector<TimelineScheduler::Due> TimelineScheduler::advance(Date now) {
     armAll();
   }
   std::vector<Id> moved;
-  while (!due_.empty() && due_.begin()->first <= now) {
-    moved.push_back(due_.begin()->second);
+  while (!due_.empty() && due_.front().first <= now) {
+    moved.push_back(due_.front().second);
     widgets_[moved.back()].due.reset();
-    due_.erase(due_.begin());
+    dropOvertaken();
   }
   if (setBack) {
     // What was shown already may be to come again.
@@ -102,7 +103,7 @@ void TimelineScheduler::retry(Id widget) {
 }
 
 std::optional<Date> TimelineScheduler::next() const {
-  return due_.empty() ? std::nullopt : std::optional(due_.begin()->first);
+  return due_.empty() ? std::nullopt : std::optional(due_.front().first);
 }
 
 void TimelineScheduler::setBudget(const RefreshBudget& budget) {
@@ -123,12 +124,32 @@ void TimelineScheduler::arm(Id widget) {
       due = reload->at;
     }
   }
-  if (placed.due) {
-    due_.erase({*placed.due, widget});
+  if (placed.due == due) {
+    return;
   }
   placed.due = due;
   if (due) {
-    due_.insert({*due, widget});
+    due_.emplace_back(*due, widget);
+    std::ranges::push_heap(due_, std::greater());
+  }
+  dropOvertaken();
+}
+
+/// Has the first moment of the heap be one that still holds, and at least about half of all.
+void TimelineScheduler::dropOvertaken() {
+  while (!due_.empty() && widgets_[due_.front().second].due != due_.front().first) {
+    std::ranges::pop_heap(due_, std::greater());
+    due_.pop_back();
+  }
+  constexpr std::size_t kFew = 64;
+  if (due_.size() > 2 * widgets_.size() + kFew) {
+    due_.clear();
+    for (Id widget = 0; widget < widgets_.size(); ++widget) {
+      if (widgets_[widget].due) {
+        due_.emplace_back(*widgets_[widget].due, widget);
+      }
+    }
+    std::ranges::make_heap(due_, std::greater());
   }
 }
 

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <optional>
-#include <set>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -15,8 +14,8 @@ namespace host {
 /// Every placed widget in time: which of them has something to do at a moment.
 ///
 /// Pure: it reads no clock, and the caller says what it is told. Every call but `advance` over a
-/// clock that was set back, `wantAll` and `setBudget` costs O(log n) for each widget that it
-/// touches. Used by one thread.
+/// clock that was set back, `wantAll` and `setBudget` costs O(log n), amortized, for each
+/// widget that it touches. Used by one thread.
 class TimelineScheduler {
  public:
   using Id = std::size_t;
@@ -71,12 +70,15 @@ class TimelineScheduler {
 
   void arm(Id widget);
   void armAll();
+  void dropOvertaken();
   Due dueOf(Id widget);
 
   RefreshBudget budget_;
   std::vector<Placed> widgets_;
   std::unordered_map<std::string, std::vector<Id>> byKind_;
-  std::set<std::pair<platform::Date, Id>> due_;
+  /// A heap with the earliest on top. A widget's moment that was overtaken by another stays in it
+  /// until it comes up.
+  std::vector<std::pair<platform::Date, Id>> due_;
   platform::Date now_ = platform::Date::distantPast();
 };
 

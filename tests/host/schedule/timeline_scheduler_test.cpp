@@ -261,6 +261,12 @@ TEST(Scheduler, FindsWhatIsDueAmongMany) {
                     WidgetSchedule({.fetched = start}, {{start}, wanted.back()}));
   }
   scheduler.advance(start);  // Shows the first entries.
+  // Plans that are overtaken by others, earlier and later ones.
+  for (std::size_t change = 0; change < 3 * wanted.size(); ++change) {
+    const std::size_t widget = change % wanted.size();
+    wanted[widget] = start.addingTimeInterval(1 + static_cast<double>(random() % 86'400));
+    scheduler.fetched(widget, {{start}, wanted[widget]}, {}, start);
+  }
   std::vector<bool> seen(wanted.size());
   for (Date last = start; scheduler.next();) {
     const Date now = *scheduler.next();
