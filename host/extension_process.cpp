@@ -203,6 +203,9 @@ std::expected<ExtensionMessage, ExtensionFailure> ExtensionProcess::awaitAnswer(
       }
       nextLook = now + kMemoryInterval;
     }
+    if (limits_.leaving.stop_requested()) {
+      return std::unexpected(end(Kind::abandoned, ""));
+    }
     if (now >= deadline) {
       return std::unexpected(end(Kind::hung, std::to_string(limits_.answer.count())));
     }
@@ -322,6 +325,9 @@ ExtensionFailure ExtensionProcess::end(ExtensionFailure::Kind kind, std::string 
       break;
     case Kind::hung:
       reason = "the extension was ended: it gave no answer within " + reason + " ms";
+      break;
+    case Kind::abandoned:
+      reason = "the extension was ended: nobody waits for its answer any longer";
       break;
     case Kind::nonsense:
       reason = "the extension was ended: it sent a malformed message: " + reason;

@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -23,11 +24,13 @@ struct ExtensionLimits {
   std::chrono::milliseconds answer = std::chrono::seconds(10);
   /// Peak resident memory in bytes; 0 for none.
   std::size_t memory = std::size_t{GLANCERY_EXTENSION_MEMORY_MIB} << 20;
+  /// Whoever requests it, from any thread, waits for no answer any longer.
+  std::stop_token leaving = {};
 };
 
 /// Why an extension is no longer there, or never was.
 struct ExtensionFailure {
-  enum class Kind { notStarted, crashed, hung, memory, nonsense };
+  enum class Kind { notStarted, crashed, hung, abandoned, memory, nonsense };
   Kind kind;
   /// A whole sentence for people.
   std::string reason;

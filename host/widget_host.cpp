@@ -21,10 +21,12 @@ ConfigureRequest configuration(const HostSettings& settings) {
 
 WidgetHost::WidgetHost(HostSettings settings,
                        std::function<void(const std::string&)> report,
-                       TransferSettings transfers)
+                       TransferSettings transfers,
+                       ExtensionLimits limits)
     : settings_(std::move(settings)),
       report_(std::move(report)),
-      transferSettings_(std::move(transfers)) {
+      transferSettings_(std::move(transfers)),
+      limits_(std::move(limits)) {
   startExtension();
 }
 
@@ -50,7 +52,7 @@ void WidgetHost::startExtension() {
   openSessions_.clear();
   auto started = ExtensionProcess::start(
       settings_.extension,
-      {},
+      limits_,
       {.download = [this](const StartDownload& start) { return takeDownload(start); },
        .reload = [this](const std::string& kind) { reloadRequests_.insert(kind); }});
   if (!started) {

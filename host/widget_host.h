@@ -32,10 +32,11 @@ struct GalleryItem {
 /// What goes wrong ends the command with a `CommandError`.
 class WidgetHost {
  public:
-  /// `report` hears what went wrong and was seen to.
+  /// `report` hears what went wrong and was seen to; `limits` hold for every launch.
   explicit WidgetHost(HostSettings settings,
                       std::function<void(const std::string&)> report = complain,
-                      TransferSettings transfers = {});
+                      TransferSettings transfers = {},
+                      ExtensionLimits limits = {});
 
   const HostSettings& settings() const { return settings_; }
   /// Plays another phone from now on, with the same bundle; the running extension is told what is
@@ -122,6 +123,7 @@ class WidgetHost {
   HostSettings settings_;
   std::function<void(const std::string&)> report_;
   TransferSettings transferSettings_;
+  ExtensionLimits limits_;
   std::unique_ptr<ExtensionProcess> extension_;
   int launches_ = 0;
   std::vector<std::string> earlierLog_;

@@ -2,6 +2,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <thread>
 
 #include <CLI/CLI.hpp>
@@ -119,7 +120,8 @@ void home(const HomeOptions& options) {
   const ApiBeside api(apiFor(settings));
   // Who asks from now on is answered as soon as the phone has its first pictures.
   std::cout << "http://127.0.0.1:" << server->port() << '/' << std::endl;
-  HomePhone phone(options.device, budget);
+  std::stop_source leaving;
+  HomePhone phone(options.device, budget, leaving.get_token());
   HomeLoop loop(phone, [&](HomeView view) {
     server->post([&, view = std::make_shared<HomeView>(std::move(view))] {
       page->show(std::move(*view));
@@ -133,6 +135,7 @@ void home(const HomeOptions& options) {
       programFolder() / "system" / "Fonts" / "Inter-roman.var.ttf");
   loop.start();
   server->serve();
+  leaving.request_stop();
 }
 
 }  // namespace

@@ -63,12 +63,13 @@ std::chrono::seconds pauseAfterFailures(int failures) {
   return std::chrono::seconds(std::min(1 << std::clamp(failures - 1, 0, 9), kLongest));
 }
 
-HomePhone::HomePhone(DeviceOptions options, RefreshBudget budget)
+HomePhone::HomePhone(DeviceOptions options, RefreshBudget budget, std::stop_token leaving)
     : options_(std::move(options)),
       host_(settle(options_),
             [this](const std::string& line) { note(line); },
             // What others leave is looked for when there is a reason to.
-            {.adoptEvery = std::numeric_limits<double>::infinity()}),
+            {.adoptEvery = std::numeric_limits<double>::infinity()},
+            {.leaving = std::move(leaving)}),
       scheduler_(budget),
       hostApp_(readHostApp()) {
   // Relative ones would mean others if the folder of the start were gone.

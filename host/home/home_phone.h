@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <deque>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -41,7 +42,8 @@ std::chrono::seconds pauseAfterFailures(int failures);
 /// thread.
 class HomePhone {
  public:
-  HomePhone(DeviceOptions options, RefreshBudget budget);
+  /// Once `leaving` is requested, from any thread, no answer of the extension is waited for.
+  HomePhone(DeviceOptions options, RefreshBudget budget, std::stop_token leaving = {});
 
   // What it waits for.
   /// By the device's clock; nothing while that stands.

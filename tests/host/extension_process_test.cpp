@@ -23,8 +23,8 @@ constexpr std::size_t kMemory = 0;
 #else
 constexpr std::size_t kMemory = std::size_t{30} << 20;
 #endif
-constexpr ExtensionLimits kLimits = {.answer = 1000ms, .memory = kMemory};
-constexpr ExtensionLimits kGenerous = {.answer = 10s, .memory = kMemory};
+const ExtensionLimits kLimits = {.answer = 1000ms, .memory = kMemory};
+const ExtensionLimits kGenerous = {.answer = 10s, .memory = kMemory};
 
 /// Starts the misbehaving extension in a folder of that name.
 std::unique_ptr<ExtensionProcess> startThatDoes(const world::Folder& folder,

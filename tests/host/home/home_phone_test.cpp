@@ -1,8 +1,10 @@
 #include "host/home/home_phone.h"
 
 #include <gmock/gmock.h>
+#include <poll.h>
 #include <signal.h>
 
+#include <stop_token>
 #include <thread>
 
 #include "host/command_error.h"
@@ -40,15 +42,23 @@ class Home : public testing::Test {
     fs::remove(bundle() / "Glancery");
     fs::create_symlink(program, bundle() / "Glancery");
   }
-  std::unique_ptr<HomePhone> phone(const char* now = kNow) const {
+  std::unique_ptr<HomePhone> phone(const char* now = kNow, std::stop_token leaving = {}) const {
     auto started =
         std::make_unique<HomePhone>(DeviceOptions{.extension = bundle(),
                                                   .container = folder_.path() / "container",
                                                   .now = now,
                                                   .timeZone = "UTC",
                                                   .info = {"ApiBaseUrl=http://127.0.0.1:9"}},
-                                    RefreshBudget());
+                                    RefreshBudget(),
+                                    std::move(leaving));
     return started;
+  }
+
+  /// Not noticed by the phone yet.
+  static void killExtension(const HomePhone& phone) {
+    EXPECT_EQ(::kill(phone.host().extension().pid(), SIGKILL), 0);
+    pollfd gone = {phone.extensionDescriptor(), POLLIN, 0};
+    EXPECT_EQ(::poll(&gone, 1, -1), 1);
   }
 
   static const PlacedWidget& streak(const HomePhone& phone) { return phone.widgets().at(1); }
@@ -119,7 +129,7 @@ TEST_F(Home, KeepsTheLastPictureOfAnExtensionThatFails) {
   const auto home = phone();
   const auto shown = streak(*home).version;
   const auto bundled = fs::read_symlink(bundle() / "Glancery");
-  ASSERT_EQ(::kill(home->host().extension().pid(), SIGKILL), 0);
+  killExtension(*home);
   useProgram("/bin/false");
   perform(*home, R"({"action": "streak", "count": 2})");
   for (int failures = 1; failures <= 2; ++failures) {
@@ -140,14 +150,26 @@ TEST_F(Home, KeepsTheLastPictureOfAnExtensionThatFails) {
   EXPECT_THAT(stateJSON(*home), Not(HasSubstr(R"("running":false,"launches")")));
 }
 
+TEST_F(Home, WaitsForNoAnswerOnceItIsToEnd) {
+  std::stop_source leaving;
+  const auto home = phone(kNow, leaving.get_token());
+  ASSERT_EQ(::kill(home->host().extension().pid(), SIGSTOP), 0);
+  const std::jthread user([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    leaving.request_stop();
+  });
+  perform(*home, R"({"action": "reload", "kind": "StreakWidget"})");
+  EXPECT_THAT(streak(*home).problem.value_or(""), HasSubstr("nobody waits"));
+}
+
 TEST_F(Home, IsTheOtherPhoneEvenIfTheExtensionEndsOverTheChange) {
   const auto home = phone();
   const std::string spanish = streak(*home).item.displayName;
-  ASSERT_EQ(::kill(home->host().extension().pid(), SIGKILL), 0);
+  killExtension(*home);
   perform(*home, R"({"action": "device", "locale": "fr_FR"})");
   EXPECT_EQ(reasonOf(*home, 1), "the device's settings changed");
   EXPECT_NE(streak(*home).item.displayName, spanish);
-  ASSERT_EQ(::kill(home->host().extension().pid(), SIGKILL), 0);
+  killExtension(*home);
   perform(*home, R"({"action": "travel", "to": "next-midnight"})");
   EXPECT_EQ(reasonOf(*home, 1), "the timeline's policy");
 }
@@ -195,7 +217,7 @@ TEST_F(Home, DeliversWhatAnEarlierHostHasLeft) {
   EXPECT_TRUE(listTransfers(container).tasks.empty());
   // An extension that can't take it now gets it later.
   leave();
-  ASSERT_EQ(::kill(home->host().extension().pid(), SIGKILL), 0);
+  killExtension(*home);
   const auto bundled = fs::read_symlink(bundle() / "Glancery");
   useProgram("/bin/false");
   home->adoptDownloads();
