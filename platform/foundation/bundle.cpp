@@ -79,6 +79,10 @@ const std::filesystem::path& NSBundle::bundlePath() const {
   return contents_->folder;
 }
 
+const Dictionary& NSBundle::infoOverrides() const {
+  return contents_->infoOverrides;
+}
+
 std::optional<Dictionary> NSBundle::infoDictionary() const {
   std::call_once(contents_->infoOnce, [this] {
     contents_->info = readInfo(contents_->folder / "Info.plist", contents_->infoOverrides);

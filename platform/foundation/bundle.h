@@ -27,6 +27,7 @@ class NSBundle {
   static void setMainBundle(NSBundle bundle);
 
   const std::filesystem::path& bundlePath() const;
+  const Dictionary& infoOverrides() const;
 
   /// `Info.plist` with the overrides; nothing if there is no such file or it can't be read.
   std::optional<Dictionary> infoDictionary() const;

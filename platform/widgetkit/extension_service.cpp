@@ -16,7 +16,11 @@ namespace {
 void configure(const ConfigureRequest& request) {
   setCurrentDevice(request.device);
   setSharedContainer(request.container);
-  NSBundle::setMainBundle(NSBundle(NSBundle::mainBundle().bundlePath(), request.infoOverrides));
+  // What the bundle has read stays with it: another clock or language changes no file.
+  const NSBundle bundle = NSBundle::mainBundle();
+  if (bundle.infoOverrides() != request.infoOverrides) {
+    NSBundle::setMainBundle(NSBundle(bundle.bundlePath(), request.infoOverrides));
+  }
 }
 
 /// People and tests read dates as texts, however deep they lie.
