@@ -185,8 +185,9 @@ addEventListener('resize', fit);
 export function showPhone(state) {
   const lang = webLocale(state.device.locale);
   const before = new Map([...tiles].map(([kind, {alt}]) => [kind, alt]));
-  showScreen(state);
+  // The browser decodes the pictures while it lays the screen out.
   place(state.widgets.map((widget) => showWidget(widget, lang)));
+  showScreen(state);
   announceChanges(before, state.widgets, lang);
   const names = kAppNames[lang.split('-')[0]] ?? kAppNames.en;
   for (const label of document.querySelectorAll('[data-app]')) setText(label, names[label.dataset.app]);
