@@ -24,8 +24,7 @@ struct StoredWidget {
 /// `<container>/Library/Widgets`
 std::filesystem::path timelineFolder(const std::filesystem::path& container);
 
-/// `<kind>.timeline` in there, letters of the kind that no file name should have
-/// as %XX.
+/// `<kind>.timeline` in there, letters of the kind that no file name should have as %XX.
 std::filesystem::path timelineFile(const std::filesystem::path& container, const std::string& kind);
 
 /// Replaces the file in one step; the error says what could not be written. Not synced: what is

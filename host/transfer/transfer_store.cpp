@@ -1,7 +1,6 @@
 #include "host/transfer/transfer_store.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 
@@ -11,6 +10,7 @@
 #include <set>
 #include <system_error>
 
+#include "host/folder_lock.h"
 #include "host/transfer/transfer_folder.h"
 #include "platform/foundation/require.h"
 
@@ -195,12 +195,12 @@ std::expected<TransferStore::Held*, std::string> TransferStore::ownFolder() {
 }
 
 bool TransferStore::hold(const fs::path& folder) {
-  Held held = {folder,
-               folder.filename().string(),
-               FileDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))};
-  if (!held.lock || ::flock(held.lock.get(), LOCK_EX | LOCK_NB) != 0) {
-    return errno != EWOULDBLOCK && giveUp(folder, failure("lock", folder).error());
+  auto lock = lockFolder(folder, WhenHeld::giveUp);
+  if (!lock) {
+    return lock.error() != std::errc::operation_would_block &&
+           giveUp(folder, failure("lock", folder, lock.error().value()).error());
   }
+  Held held = {folder, folder.filename().string(), *std::move(lock)};
   Journal journal = readFolder(folder);
   if (auto opened = open(held); !opened) {
     return giveUp(folder, opened.error());

@@ -4,7 +4,8 @@ import {showPanels, tickPanels} from '/panels.js';
 import {addLog, clearLog, showReport, tickReport} from '/report.js';
 import {announce, byId, forgetErrors, moment, setText} from '/tools.js';
 
-let state = null;
+// The page comes with the state of the moment at which it was asked for.
+let state = complete(JSON.parse(byId('first-state').content.textContent));
 let receivedAt = 0;
 let connected = false;
 
@@ -40,19 +41,19 @@ function complete(given) {
 const kJump = 5_000;
 
 function receive(given) {
-  const expected = state && now();
-  const first = state === null;
+  clearTimeout(beside);
+  const expected = now();
   state = complete(given);
   receivedAt = performance.now();
   inEach([showPhone, showPanels, showReport], state, now());
   tick();
-  if (!first && Math.abs(now() - expected) > kJump) {
+  if (Math.abs(now() - expected) > kJump) {
     announce(`The device’s clock is at ${moment(state.instant, 0, state.device.timeZone)}`);
   }
 }
 
 function setConnected(is) {
-  if (!is && connected && state) {
+  if (!is && connected) {
     state.instant = new Date(now()).toISOString();
   }
   if (is) forgetErrors();
@@ -78,11 +79,9 @@ function connect() {
   events.addEventListener('log', (event) => addLog(JSON.parse(event.data).lines ?? [], state));
 }
 
-// The page comes with the state of the moment at which it was asked for. The phone shows it at once,
-// what stands beside it a moment later.
+// The phone shows the first state at once, what stands beside it a moment later.
 const kBreath = 30;
-state = complete(JSON.parse(byId('first-state').content.textContent));
 inEach([showPhone, tickPhone], state, now());
-setTimeout(() => receive(state), kBreath);
+const beside = setTimeout(() => receive(state), kBreath);
 connect();
-setInterval(() => state && tick(), 500);
+setInterval(tick, 500);
