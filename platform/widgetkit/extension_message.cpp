@@ -1,5 +1,4 @@
 #include "platform/widgetkit/extension_protocol.h"
-
 #include "platform/widgetkit/message_coding.h"
 
 namespace platform {

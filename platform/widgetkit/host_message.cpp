@@ -1,7 +1,6 @@
-#include "platform/widgetkit/extension_protocol.h"
-
 #include <array>
 
+#include "platform/widgetkit/extension_protocol.h"
 #include "platform/widgetkit/message_coding.h"
 
 namespace platform {
@@ -93,7 +92,9 @@ Dictionary encodeContent(const DownloadStarted& started) {
   return {{"type", "downloadStarted"}, {"refusal", encodeError(started.refusal)}};
 }
 
-std::optional<NSError> takeError(const Dictionary& from, std::string_view member, MessageReader& reader) {
+std::optional<NSError> takeError(const Dictionary& from,
+                                 std::string_view member,
+                                 MessageReader& reader) {
   const Value* value = from.find(member);
   if (value && value->isNull()) {
     return std::nullopt;
