@@ -50,6 +50,7 @@ void WidgetHost::startExtension() {
     earlierLog_ = log();
   }
   openSessions_.clear();
+  announcedSessions_.clear();
   auto started = ExtensionProcess::start(
       settings_.extension,
       limits_,

@@ -114,6 +114,7 @@ class WidgetHost {
   /// A body that ends one launch after the other is held back, and a failure told instead: what
   /// comes behind it must get through.
   void deliverFinished();
+  void finishDelivery(const std::set<std::string>& sessions);
   bool wasTaken(const TransferTask& task);
   void deliver(const TransferTask& task, bool withBody);
   void forget(const TransferTask& task);
@@ -131,6 +132,8 @@ class WidgetHost {
   std::unique_ptr<TransferService> transfers_;
   /// Sessions whose results this launch of the extension expects.
   std::set<std::string> openSessions_;
+  /// Those of them whose events this launch was told of, and not yet of their end.
+  std::set<std::string> announcedSessions_;
   std::set<std::string> reloadRequests_;
   /// A launch ended that may have had a reload to ask for.
   bool reloadsLost_ = false;

@@ -136,9 +136,7 @@ void WidgetHost::deliverFinished() {
         forget(task);
       }
       given.clear();
-      for (const std::string& session : sessions) {
-        ask<Done>(FinishEvents{session});
-      }
+      finishDelivery(sessions);
       return;
     } catch (const ExtensionEnded& ended) {
       // What it was given and did not confirm is given to the next launch once more.
@@ -154,6 +152,18 @@ void WidgetHost::deliverFinished() {
   }
 }
 
+// Only a session that was announced to this launch is told that its events are over. Either way the
+// extension has asked for its reloads when this returns.
+void WidgetHost::finishDelivery(const std::set<std::string>& sessions) {
+  for (const std::string& session : sessions) {
+    if (announcedSessions_.erase(session) > 0) {
+      ask<Done>(FinishEvents{session});
+    } else {
+      ask<Done>(AwaitMainQueue());
+    }
+  }
+}
+
 // The receiver removes the file when it is done with it.
 bool WidgetHost::wasTaken(const TransferTask& task) {
   std::error_code ignored;
@@ -163,6 +173,7 @@ bool WidgetHost::wasTaken(const TransferTask& task) {
 void WidgetHost::deliver(const TransferTask& task, bool withBody) {
   // A launch that did not start the download is told first what it was woken for.
   if (openSessions_.insert(task.request.session).second) {
+    announcedSessions_.insert(task.request.session);
     ask<Done>(BackgroundEvents{task.request.session});
   }
   FinishedDownload download = finishedDownload(task, transfers().bodyOf(task.id));

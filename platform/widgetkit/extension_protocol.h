@@ -63,11 +63,16 @@ struct DeliverDownload {
   friend bool operator==(const DeliverDownload&, const DeliverDownload&) = default;
 };
 
-/// Every waiting result of the session was delivered; answered once all that followed from them on
-/// the main queue is done.
+/// Every result that `BackgroundEvents` announced was delivered; answered once all that followed
+/// from them on the main queue is done.
 struct FinishEvents {
   std::string session;
   friend bool operator==(const FinishEvents&, const FinishEvents&) = default;
+};
+
+/// Answered once everything that waits on the main queue by now is done.
+struct AwaitMainQueue {
+  friend bool operator==(AwaitMainQueue, AwaitMainQueue) = default;
 };
 
 /// The answer to a `StartDownload`, under the number that the extension gave it: the task is on the
@@ -85,6 +90,7 @@ struct HostMessage {
                                BackgroundEvents,
                                DeliverDownload,
                                FinishEvents,
+                               AwaitMainQueue,
                                DownloadStarted>;
   std::int64_t id = 0;
   Content content;

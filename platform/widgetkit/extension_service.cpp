@@ -87,7 +87,10 @@ void ExtensionService::perform(std::int64_t id, const DescribeRequest&) {
 
 void ExtensionService::perform(std::int64_t id, const LocaleChanged&) {
   NSNotificationCenter::defaultCenter().post(NSCurrentLocaleDidChangeNotification);
-  // Behind the observers, which wait on the same queue.
+  perform(id, AwaitMainQueue());  // The observers wait there.
+}
+
+void ExtensionService::perform(std::int64_t id, const AwaitMainQueue&) {
   DispatchQueue::main().async([this, id] { answer_({id, Done()}); });
 }
 
@@ -123,23 +126,25 @@ void ExtensionService::perform(std::int64_t id, const FinishEvents& finish) {
     answer_({id, Failure{"no session has the identifier \"" + finish.session + "\""}});
     return;
   }
-  session->finishEvents([this, id, identifier = finish.session] {
+  const auto announced = events_.extract(finish.session);
+  if (!announced) {
+    answer_({id, Failure{"no events of the session \"" + finish.session + "\" were announced"}});
+    return;
+  }
+  session->finishEvents([this, id, events = announced.mapped()] {
     // Behind the reloads and completion steps that the deliveries left on the main queue.
-    DispatchQueue::main().async([this, id, identifier] { finishWhenCompleted(id, identifier); });
+    DispatchQueue::main().async([this, id, events] {
+      if (events->completed) {
+        answer_({id, Done()});
+      } else {
+        events->finishing = id;
+      }
+    });
   });
 }
 
 void ExtensionService::perform(std::int64_t id, const DownloadStarted&) {
   answer_({id, Failure{"nobody waits for the start of download " + std::to_string(id)}});
-}
-
-void ExtensionService::finishWhenCompleted(std::int64_t id, const std::string& session) {
-  const auto announced = events_.extract(session);
-  if (announced && !announced.mapped()->completed) {
-    announced.mapped()->finishing = id;
-    return;
-  }
-  answer_({id, Done()});
 }
 
 void ExtensionService::perform(std::int64_t id, const ProvideRequest& request) {

@@ -40,8 +40,8 @@ class ExtensionService {
   void perform(std::int64_t id, const BackgroundEvents& events);
   void perform(std::int64_t id, const DeliverDownload& deliver);
   void perform(std::int64_t id, const FinishEvents& finish);
+  void perform(std::int64_t id, const AwaitMainQueue& request);
   void perform(std::int64_t id, const DownloadStarted& started);
-  void finishWhenCompleted(std::int64_t id, const std::string& session);
 
   std::vector<WidgetConfiguration> widgets_;
   Answer answer_;

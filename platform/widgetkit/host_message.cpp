@@ -71,6 +71,10 @@ Dictionary encodeContent(const FinishEvents& events) {
   return {{"type", "finishEvents"}, {"session", events.session}};
 }
 
+Dictionary encodeContent(const AwaitMainQueue&) {
+  return {{"type", "awaitMainQueue"}};
+}
+
 Value encodeError(const std::optional<NSError>& error) {
   return error.transform([](const NSError& what) {
     return Dictionary{
@@ -136,6 +140,9 @@ HostMessage::Content decodeHostContent(std::string_view type,
   }
   if (type == "finishEvents") {
     return FinishEvents{reader.take<std::string>(from, "session")};
+  }
+  if (type == "awaitMainQueue") {
+    return AwaitMainQueue();
   }
   if (type == "deliverDownload") {
     return DeliverDownload{takeDownload(from, reader)};

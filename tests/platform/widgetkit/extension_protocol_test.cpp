@@ -31,6 +31,7 @@ const HostMessage kHostMessages[] = {
          {.session = "s", .url = "http://a/", .error = NSError{NSURLErrorDomain, -1005, "lost"}}}},
     {10, DownloadStarted()},
     {11, DownloadStarted{NSError{NSURLErrorDomain, -1, "the disk is full"}}},
+    {12, AwaitMainQueue()},
 };
 
 ArchivedEntry entry() {

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <string>
 
 #include "platform/dispatch/dispatch_queue.h"
@@ -109,17 +110,19 @@ TEST_F(Service, ResultsNeedASessionAndEventsAWidget) {
   EXPECT_EQ(refused(DownloadStarted()), "nobody waits for the start of download 5");
 }
 
-/// A delegate that does nothing, for a session of its own.
-struct IdleDelegate : NSURLSessionDownloadDelegate {
+/// Counts how often it is told that all events were delivered.
+struct CountingDelegate : NSURLSessionDownloadDelegate {
   void didFinishDownloadingToURL(NSURLSession&, NSURLSessionDownloadTask&, const URL&) override {}
   void didCompleteWithError(NSURLSession&,
                             NSURLSessionDownloadTask&,
                             const std::optional<NSError>&) override {}
-  void didFinishEventsForBackgroundURLSession(NSURLSession&) override {}
+  void didFinishEventsForBackgroundURLSession(NSURLSession&) override { ++finished; }
+
+  std::atomic<int> finished = 0;
 };
 
 TEST(ExtensionServiceEvents, AreFinishedOnceTheWidgetsCompletionWasCalled) {
-  static IdleDelegate& delegate = *new IdleDelegate();
+  static CountingDelegate& delegate = *new CountingDelegate();
   NSURLSession& session =
       NSURLSession::sessionWithConfiguration({.identifier = "events"}, delegate, nullptr);
   std::function<void()> completion;
@@ -133,7 +136,8 @@ TEST(ExtensionServiceEvents, AreFinishedOnceTheWidgetsCompletionWasCalled) {
   ASSERT_EQ(::pipe(wake.data()), 0);
   const auto drain = [&] {
     // Behind what the delegate queue has put onto the main queue.
-    session.finishEvents(
+    session.deliver(
+        {.session = "events", .url = "http://a/", .error = NSError{NSURLErrorDomain, -1, ""}},
         [&] { DispatchQueue::main().async([&] { EXPECT_EQ(::write(wake[1], "x", 1), 1); }); });
     runMainQueueUntilReadable(wake[0]);
     char byte = 0;
@@ -145,10 +149,15 @@ TEST(ExtensionServiceEvents, AreFinishedOnceTheWidgetsCompletionWasCalled) {
   EXPECT_EQ(done, (std::vector<std::int64_t>{1}));
   completion();
   EXPECT_EQ(done, (std::vector<std::int64_t>{1, 2}));
-  // A running extension is not told of events first, and has no completion to call.
-  service.handle({3, FinishEvents{"events"}});
+  EXPECT_EQ(delegate.finished, 1);
+  // What was not announced is not finished, and yet waited for.
+  DispatchQueue::main().async([&] { done.push_back(0); });
+  service.handle({3, AwaitMainQueue()});
   drain();
-  EXPECT_EQ(done, (std::vector<std::int64_t>{1, 2, 3}));
+  service.handle({4, FinishEvents{"events"}});
+  drain();
+  EXPECT_EQ(done, (std::vector<std::int64_t>{1, 2, 0, 3, 4}));
+  EXPECT_EQ(delegate.finished, 1);
 }
 
 TEST_F(Service, SettingsComeIntoForce) {
