@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "platform/foundation/number_text.h"
 #include "platform/foundation/suite_file.h"
 
 namespace platform {
@@ -71,26 +70,6 @@ std::optional<Data> NSUserDefaults::dataForKey(std::string_view key) const {
   const auto value = objectForKey(key);
   const auto* data = value ? value->as<Data>() : nullptr;
   return data ? std::optional(*data) : std::nullopt;
-}
-
-std::optional<std::string> NSUserDefaults::stringForKey(std::string_view key) const {
-  const auto value = objectForKey(key);
-  if (!value) {
-    return std::nullopt;
-  }
-  if (const auto* text = value->as<std::string>()) {
-    return *text;
-  }
-  if (const auto* integer = value->as<std::int64_t>()) {
-    return std::to_string(*integer);
-  }
-  if (const auto* real = value->as<double>()) {
-    return shortestText(*real);
-  }
-  if (const auto* boolean = value->as<bool>()) {
-    return *boolean ? "1" : "0";
-  }
-  return std::nullopt;
 }
 
 std::int64_t NSUserDefaults::integerForKey(std::string_view key) const {

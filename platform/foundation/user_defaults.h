@@ -40,8 +40,6 @@ class NSUserDefaults {
   /// The stored value, or nothing. Strings, numbers, booleans, data, dates, arrays, dictionaries.
   std::optional<Value> objectForKey(std::string_view key) const;
   std::optional<Data> dataForKey(std::string_view key) const;
-  /// The string, or a number's or boolean's text ("7", "5.7", "1").
-  std::optional<std::string> stringForKey(std::string_view key) const;
   /// The integer; a number cut toward zero, a boolean as 1 or 0, the leading digits of a string;
   /// otherwise 0.
   std::int64_t integerForKey(std::string_view key) const;

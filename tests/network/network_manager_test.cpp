@@ -106,6 +106,7 @@ struct Configured {
 const Configured kConfigured[] = {
     {"noUser", {{"ApiBaseUrl", "http://a"}, {"ApiKey", "k"}}, Value(), kNoUid, ""},
     {"emptyUser", {{"ApiBaseUrl", "http://a"}, {"ApiKey", "k"}}, "", kNoUid, ""},
+    {"userWhoIsNoString", {{"ApiBaseUrl", "http://a"}, {"ApiKey", "k"}}, false, kNoUid, ""},
     {"noAddress", {{"ApiKey", "k"}}, "u-1", kNoConfiguration, ""},
     {"emptyAddress", {{"ApiBaseUrl", ""}, {"ApiKey", "k"}}, "u-1", kNoConfiguration, ""},
     {"addressOfAnotherType", {{"ApiBaseUrl", 5}, {"ApiKey", "k"}}, "u-1", kNoConfiguration, ""},

@@ -185,9 +185,10 @@ TEST(AffirmationProvider, LogsAFetchInTheRequestThatStartedIt) {
 }
 
 TEST(AffirmationProvider, WithoutAUserNothingIsFetched) {
-  for (const bool unreachable : {false, true}) {
+  for (const auto& [uid, unreachable] :
+       {std::pair(Value(""), false), {Value(""), true}, {Value(7), false}}) {
     const ClientWorld world;
-    ClientWorld::suite().setObject("", kSharedUidKey);
+    ClientWorld::suite().setObject(uid, kSharedUidKey);
     if (unreachable) {
       world.breakSuite();
     }

@@ -62,7 +62,10 @@ std::vector<bool> signedIn(const Value& uid) {
 TEST(CheckinProvider, KnowsAfreshWhetherAUserIsSignedIn) {
   EXPECT_THAT(signedIn(Value()), ElementsAre(false, false, false));
   EXPECT_THAT(signedIn(""), ElementsAre(false, false, false));
-  EXPECT_THAT(signedIn(Data{"u-1"}), ElementsAre(false, false, false));
+  for (const Value& noString :
+       {Value(7), Value(false), Value(true), Value(1.5), Value(Data{"u"})}) {
+    EXPECT_THAT(signedIn(noString), ElementsAre(false, false, false));
+  }
   EXPECT_THAT(signedIn("u-1"), ElementsAre(false, true, true));
   EXPECT_THAT(signedIn(" "), ElementsAre(false, true, true));
   const Container container;
