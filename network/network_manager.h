@@ -31,9 +31,6 @@ class NetworkManager final : public platform::NSURLSessionDownloadDelegate {
   /// Starts a new download, whatever others are under way.
   void fetchAffirmation();
 
-  /// What the platform wants called once the events it woke the extension for are dealt with.
-  std::function<void()> backgroundCompletionHandler = {};
-
   void didFinishDownloadingToURL(platform::NSURLSession& session,
                                  platform::NSURLSessionDownloadTask& task,
                                  const platform::URL& location) override;
@@ -64,6 +61,12 @@ class NetworkManager final : public platform::NSURLSessionDownloadDelegate {
   void completeBackgroundEvents();
 
   platform::NSURLSession* urlSession_ = nullptr;
+
+ public:
+  /// What the platform wants called once the events it woke the extension for are dealt with.
+  std::function<void()> backgroundCompletionHandler = {};
+
+ private:
   std::string userDefaultsSuiteName_;
   std::string userDefaultsUidKey_;
   std::string affirmationDataKey_;

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <concepts>
+#include <cstdio>
+#include <functional>
 #include <optional>
 #include <ranges>
 #include <utility>
@@ -10,15 +13,19 @@
 
 namespace platform {
 
-/// The views that a collection's elements give, in order.
-template <std::ranges::input_range Range, class Content>
-std::vector<View> ForEach(const Range& elements, const Content& content) {
+/// The views that a collection's elements give, in order. `id` tells the elements apart: a member,
+/// a function of an element, or `std::identity`. Two equal ones are a mistake of the caller's,
+/// which standard error hears of; both elements are shown.
+template <std::ranges::forward_range Range, class Identity, class Content>
+std::vector<View> ForEach(const Range& elements, const Identity& id, const Content& content) {
   std::vector<View> views;
-  if constexpr (std::ranges::sized_range<Range>) {
-    views.reserve(std::ranges::size(elements));
-  }
-  for (const auto& element : elements) {
-    views.push_back(content(element));
+  for (auto element = std::ranges::begin(elements); element != std::ranges::end(elements);
+       ++element) {
+    const auto before = std::ranges::subrange(std::ranges::begin(elements), element);
+    if (std::ranges::find(before, std::invoke(id, *element), id) != element) {
+      std::fprintf(stderr, "ForEach: element %zu has the id of an earlier one.\n", views.size());
+    }
+    views.push_back(content(*element));
   }
   return views;
 }

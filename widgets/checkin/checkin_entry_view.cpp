@@ -1,5 +1,6 @@
 #include "widgets/checkin/checkin_entry_view.h"
 
+#include <functional>
 #include <string>
 
 #include "platform/foundation/require.h"
@@ -33,9 +34,10 @@ View face(Emotion emotion, bool hasUid) {
 }
 
 View emotionRow(double width, bool hasUid) {
-  return HStack(
-      {.spacing = width < 300 ? 8 : 24},
-      ForEach(allCases<Emotion>(), [&](Emotion emotion) { return face(emotion, hasUid); }));
+  return HStack({.spacing = width < 300 ? 8 : 24},
+                ForEach(allCases<Emotion>(), std::identity(), [&](Emotion emotion) {
+                  return face(emotion, hasUid);
+                }));
 }
 
 View dateLine(Date date, bool dark) {

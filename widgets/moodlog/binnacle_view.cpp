@@ -46,6 +46,7 @@ View days(std::span<const MoodDay> all, CellSizes sizes, bool dark) {
   }
   return HStack({.spacing = 10},
                 ForEach(all.last(std::min(all.size(), kShownDays)),
+                        &MoodDay::id,
                         [&](const MoodDay& day) { return dayCell(day, sizes, dark); }));
 }
 

@@ -85,16 +85,30 @@ TEST(ViewArchiver, SemanticColoursAndAlignmentAreResolved) {
 
 TEST(Stacks, TakeOptionalAndListedChildren) {
   const std::vector<int> numbers = {1, 2, 3};
-  const ArchivedView stack = archived(HStack(
-      {.spacing = 6},
-      Text("a"),
-      std::optional<View>(),
-      std::optional<View>(Text("b")),
-      ForEach(numbers, [](int number) { return Text(LocalizedStringKey("%lld", {number})); })));
+  const ArchivedView stack = archived(HStack({.spacing = 6},
+                                             Text("a"),
+                                             std::optional<View>(),
+                                             std::optional<View>(Text("b")),
+                                             ForEach(numbers, std::identity(), [](int number) {
+                                               return Text(LocalizedStringKey("%lld", {number}));
+                                             })));
   ASSERT_EQ(stack.children.size(), 5u);
   EXPECT_EQ(std::get<ArchivedText>(stack.children[4].element).text, "3");
   EXPECT_EQ(std::get<StackLayout>(stack.element),
             (StackLayout{.axis = Axis::horizontal, .spacing = 6}));
+}
+
+TEST(ForEach, TellsOfElementsWithTheSameId) {
+  const std::pair<int, const char*> rows[] = {{1, "a"}, {2, "b"}, {1, "c"}};
+  const auto label = [](const auto& row) { return Text::verbatim(row.second); };
+  const auto complaints = [&](const auto& id) {
+    ::testing::internal::CaptureStderr();
+    EXPECT_EQ(ForEach(rows, id, label).size(), 3u);
+    return ::testing::internal::GetCapturedStderr();
+  };
+  EXPECT_EQ(complaints(&std::pair<int, const char*>::second), "");
+  EXPECT_EQ(complaints(&std::pair<int, const char*>::first),
+            "ForEach: element 2 has the id of an earlier one.\n");
 }
 
 }  // namespace
