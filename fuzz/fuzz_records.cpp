@@ -41,7 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const auto object = NSJSONSerialization::JSONObjectWithData(input);
   if (!object) {
-    fuzz::expect(!object.error().localizedDescription.empty(), "JSON is refused with a reason");
+    fuzz::expect(!object.error().debugDescription.empty(), "JSON is refused with a reason");
     store(Data{});
     fuzz::expect(records == fuzz::readSharedRecords(), "no record at all says the same as damage");
     return 0;

@@ -26,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const auto value = NSPropertyListSerialization::propertyListWithData(input);
   if (!value) {
-    fuzz::expect(!value.error().localizedDescription.empty(), "a list is refused with a reason");
+    fuzz::expect(!value.error().debugDescription.empty(), "a list is refused with a reason");
     return 0;
   }
   const auto written = NSPropertyListSerialization::dataWithPropertyList(*value);

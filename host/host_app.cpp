@@ -19,7 +19,7 @@ constexpr const char* kMoodsKey = "moodsDataKey";
 Data serialized(const Dictionary& record, const std::string& what) {
   auto data = NSJSONSerialization::dataWithJSONObject(record);
   if (!data) {
-    throw CommandError(what + " can't be written: " + data.error().localizedDescription);
+    throw CommandError(what + " can't be written: " + data.error().debugDescription);
   }
   return *std::move(data);
 }
@@ -59,7 +59,7 @@ Dictionary storedMoods(const NSUserDefaults& suite) {
   }
   const auto object = NSJSONSerialization::JSONObjectWithData(*data);
   if (!object) {
-    throw unreadableMoods(object.error().localizedDescription);
+    throw unreadableMoods(object.error().debugDescription);
   }
   const Dictionary* moods = object->dictionaryOfStrings();
   if (!moods) {

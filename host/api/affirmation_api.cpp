@@ -49,7 +49,7 @@ struct Asked {
 std::expected<Asked, std::string> askedIn(const std::string& body) {
   const auto json = NSJSONSerialization::JSONObjectWithData(Data{body});
   if (!json) {
-    return std::unexpected("the body is no JSON: " + json.error().localizedDescription);
+    return std::unexpected("the body is no JSON: " + json.error().debugDescription);
   }
   const Dictionary* members = json->dictionary();
   if (!members) {

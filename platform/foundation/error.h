@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <ostream>
 #include <string>
-#include <string_view>
+#include <utility>
 
 namespace platform {
 
@@ -11,15 +11,22 @@ namespace platform {
 struct NSError {
   std::string domain;
   std::int64_t code = 0;
-  /// A sentence for people; for bad input it says what and where.
+  /// A sentence for people.
   std::string localizedDescription;
+  /// What is wrong with bad input, and where; empty where there is nothing to add.
+  std::string debugDescription = {};
 
   friend bool operator==(const NSError&, const NSError&) = default;
 
-  /// The printed form: `Error Domain=<domain> Code=<code> "<localizedDescription>"`.
+  /// The printed form: `Error Domain=<domain> Code=<code> "<localizedDescription>"`, and
+  /// ` UserInfo={NSDebugDescription=<debugDescription>}` if there is one.
   friend std::ostream& operator<<(std::ostream& out, const NSError& error) {
-    return out << "Error Domain=" << error.domain << " Code=" << error.code << " \""
-               << error.localizedDescription << '"';
+    out << "Error Domain=" << error.domain << " Code=" << error.code << " \""
+        << error.localizedDescription << '"';
+    if (!error.debugDescription.empty()) {
+      out << " UserInfo={NSDebugDescription=" << error.debugDescription << '}';
+    }
+    return out;
   }
 };
 
@@ -30,17 +37,17 @@ inline constexpr std::int64_t NSPropertyListReadCorruptError = 3840;
 inline constexpr std::int64_t NSPropertyListWriteInvalidError = 3852;
 
 /// The two errors of serialisation, in the platform's words; `detail` says what is wrong and where.
-inline NSError readCorruptError(std::string_view detail) {
+inline NSError readCorruptError(std::string detail) {
   return {NSCocoaErrorDomain,
           NSPropertyListReadCorruptError,
-          "The data couldn’t be read because it isn’t in the correct format. (" +
-              std::string(detail) + ")"};
+          "The data couldn’t be read because it isn’t in the correct format.",
+          std::move(detail)};
 }
-inline NSError writeInvalidError(std::string_view detail) {
+inline NSError writeInvalidError(std::string detail) {
   return {NSCocoaErrorDomain,
           NSPropertyListWriteInvalidError,
-          "The data couldn’t be written because it can’t be put into the format. (" +
-              std::string(detail) + ")"};
+          "The data couldn’t be written because it can’t be put into the format.",
+          std::move(detail)};
 }
 
 }  // namespace platform

@@ -62,6 +62,28 @@ std::string_view shortEscape(char c) {
   }
 }
 
+/// "unexpected '}' at line 1, column 6" of the parser's "parse error at line 1, column 6: syntax
+/// error while parsing value - unexpected '}'; expected a literal". Its other messages stay.
+std::string inPlainWords(std::string_view message) {
+  constexpr std::string_view kBeforePlace = "parse error at ";
+  constexpr std::string_view kBeforeReason = " - ";
+  const auto place = message.find(':');
+  const auto reason = message.find(kBeforeReason);
+  if (!message.starts_with(kBeforePlace) || reason == message.npos) {
+    return std::string(message);
+  }
+  const auto rest = message.substr(reason + kBeforeReason.size());
+  std::string text(rest.substr(0, rest.find(';')));
+  constexpr std::string_view kToken = " literal";
+  if (text == "invalid literal") {
+    text = "unexpected text";
+  } else if (text.ends_with(kToken)) {
+    text.erase(text.size() - kToken.size());
+  }
+  return text + " at " +
+         std::string(message.substr(kBeforePlace.size(), place - kBeforePlace.size()));
+}
+
 class Writer {
  public:
   using Written = std::expected<void, ValueFault>;
@@ -171,11 +193,11 @@ std::expected<Value, NSError> NSJSONSerialization::JSONObjectWithData(const Data
   }
   ValueBuilder builder(kMaxDepth);
   if (!nlohmann::json::sax_parse(data.bytes, &builder)) {
-    std::string why = builder.failure();
+    std::string why = inPlainWords(builder.failure());
     if (builder.isTooDeep()) {
       why += " at byte " + std::to_string(offsetBeyondDepth(data.bytes, kMaxDepth));
     }
-    return std::unexpected(readCorruptError(why));
+    return std::unexpected(readCorruptError(std::move(why)));
   }
   return builder.take();
 }

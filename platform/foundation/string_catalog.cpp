@@ -59,7 +59,7 @@ std::optional<std::string> resolve(const Dictionary* localization,
 std::expected<StringCatalog, std::string> StringCatalog::parse(const Data& json) {
   const auto root = NSJSONSerialization::JSONObjectWithData(json);
   if (!root) {
-    return std::unexpected(root.error().localizedDescription);
+    return std::unexpected(root.error().debugDescription);
   }
   const Dictionary* strings = member(root->dictionary(), "strings");
   const auto source = root->dictionary() ? root->dictionary()->string("sourceLanguage")

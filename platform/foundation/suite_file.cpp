@@ -216,7 +216,7 @@ SuiteContents SuiteFile::read() const {
   }
   auto value = NSPropertyListSerialization::propertyListWithData(*bytes);
   if (!value) {
-    return {.state = damaged, .reason = value.error().localizedDescription};
+    return {.state = damaged, .reason = value.error().debugDescription};
   }
   if (!value->dictionary()) {
     return {.state = damaged, .reason = "the property list is no dictionary"};
@@ -251,7 +251,7 @@ Done SuiteFile::change(const Edit& edit) const {
   }
   const auto bytes = NSPropertyListSerialization::dataWithPropertyList(members);
   if (!bytes) {
-    return std::unexpected(bytes.error().localizedDescription);
+    return std::unexpected(bytes.error().debugDescription);
   }
   const Path next = beside(path_, ".new");
   if (auto written = writeNew(next, *bytes); !written) {

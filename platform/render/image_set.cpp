@@ -72,7 +72,7 @@ Result readImageSet(const fs::path& folder) {
   }
   const auto json = NSJSONSerialization::JSONObjectWithData({std::move(*bytes)});
   if (!json) {
-    return failure(json.error().localizedDescription);
+    return failure(json.error().debugDescription);
   }
   const Dictionary* set = json->dictionary();
   const Value* images = set ? set->find("images") : nullptr;

@@ -62,7 +62,7 @@ TEST(ConfigurationIntent, ComesBackFromAnArchiveOrTheErrorSaysWhyNot) {
   EXPECT_EQ((*restored)->suggestedInvocationPhrase(), "Mi semana");
 
   const std::pair<Data, const char*> kBad[] = {
-      {Data{"no archive"}, "correct format"},
+      {Data{"no archive"}, "No property list"},
       {archiveOf("ConfigurationIntent", "text"), "no keyed archive"},
       {archived(ConfigurationIntentResponse()), "the class ConfigurationIntentResponse"},
       {archiveOf("ConfigurationIntent", Dictionary{{"suggestedInvocationPhrase", 5}}),
@@ -71,7 +71,7 @@ TEST(ConfigurationIntent, ComesBackFromAnArchiveOrTheErrorSaysWhyNot) {
   for (const auto& [data, why] : kBad) {
     const auto bad = NSKeyedUnarchiver::unarchivedObject<ConfigurationIntent>(data);
     ASSERT_FALSE(bad) << why;
-    EXPECT_THAT(bad.error().localizedDescription, HasSubstr(why));
+    EXPECT_THAT(bad.error().debugDescription, HasSubstr(why));
   }
   NSCoder wrong(Dictionary{{"userActivity.activityType", 5}});
   EXPECT_EQ(ConfigurationIntentResponse::initWithCoder(wrong), nullptr);

@@ -208,7 +208,9 @@ const std::string kRaw = "[NetworkManager BG] Raw temp file content: ";
 const std::string kBadStatus =
     "[NetworkManager BG] Download task completed with non-success status: ";
 const std::string kErrorBody = "[NetworkManager BG] Error response body: ";
-const std::string kNotJSON = "[NetworkManager - Glancery BG Parsing] JSON parsing error: The data";
+const std::string kNotJSON =
+    "[NetworkManager - Glancery BG Parsing] JSON parsing error: The data couldn’t be read because "
+    "it isn’t in the correct format.";
 
 Dictionary record(const char* text, const char* color) {
   return {{"text", text}, {"color", color}};

@@ -126,8 +126,7 @@ StoredAffirmation AffirmationProvider::readStoredAffirmation() const {
   }
   const auto object = NSJSONSerialization::JSONObjectWithData(*data);
   if (!object) {
-    log("[AffirmationProvider] Error deserializing affirmation data: ",
-        object.error().localizedDescription);
+    log("[AffirmationProvider] Error deserializing affirmation data: ", object.error());
     return {};
   }
   const Dictionary* fields = object->dictionaryOfStrings();

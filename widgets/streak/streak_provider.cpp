@@ -177,7 +177,7 @@ StreakRecord StreakProvider::readStreakData() const {
   }
   const auto object = NSJSONSerialization::JSONObjectWithData(*data);
   if (!object) {
-    log("[StreakProvider] Error deserializing streak data: ", object.error().localizedDescription);
+    log("[StreakProvider] Error deserializing streak data: ", object.error());
     return {};
   }
   const Dictionary* fields = object->dictionary();

@@ -29,7 +29,7 @@ std::expected<std::string, NSError> write(const Value& value) {
 
 std::string errorOf(std::string_view bytes) {
   const auto value = read(bytes);
-  return value ? "it was read" : value.error().localizedDescription;
+  return value ? "it was read" : value.error().debugDescription;
 }
 
 Value nested(int depth) {
@@ -157,7 +157,7 @@ TEST(PropertyList, ErrorsNameTheKeyThatCannotBeWritten) {
   for (const auto& row : cases) {
     const auto bytes = write(row.value);
     ASSERT_FALSE(bytes) << row.says;
-    EXPECT_THAT(bytes.error().localizedDescription, HasSubstr(row.says));
+    EXPECT_THAT(bytes.error().debugDescription, HasSubstr(row.says));
   }
 }
 

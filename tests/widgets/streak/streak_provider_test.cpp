@@ -351,9 +351,10 @@ TEST(StreakRecord, EveryTruncationIsMissingAndExplained) {
     suite().setObject(Data{record.substr(0, length)}, "streakData");
     const CapturedLog log;
     EXPECT_EQ(streakProvider().readStreakData(), StreakRecord{}) << length;
-    EXPECT_THAT(log.lines(),
-                ElementsAre(::testing::StartsWith(
-                    "[StreakProvider] Error deserializing streak data: The data")))
+    EXPECT_THAT(
+        log.lines(),
+        ElementsAre(::testing::StartsWith("[StreakProvider] Error deserializing streak data: Error "
+                                          "Domain=NSCocoaErrorDomain Code=3840 \"The data")))
         << length;
   }
 }
