@@ -72,7 +72,8 @@ struct NSURLSessionConfiguration {
 class NSURLSessionDownloadTask {
  public:
   /// Hands the request to the host and returns once the host has it on its disk; only the main
-  /// thread may. A host that refuses ends the task with the reason, by way of the delegate.
+  /// thread may. A host that refuses ends the task with the reason, by way of the delegate; without
+  /// a host the process ends.
   void resume();
 
   const NSURLResponse* response() const { return response_.get(); }

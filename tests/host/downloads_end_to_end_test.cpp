@@ -4,11 +4,14 @@
 #include <sys/prctl.h>
 
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <future>
+#include <thread>
 
 #include <nlohmann/json.hpp>
 
+#include "host/extension_process.h"
 #include "tests/host/child.h"
 #include "tests/host/command_line.h"
 #include "tests/host/transfer/scripted_server.h"
@@ -244,6 +247,65 @@ const Stage kStages[] = {
 INSTANTIATE_TEST_SUITE_P(When, HostKilled, ::testing::ValuesIn(kStages), [](const auto& row) {
   return std::string(row.param.name);
 });
+
+/// A fetch time without a download would cost the user that day's affirmation.
+void expectATaskForTheFetchTime(const Phone& phone) {
+  while (::waitpid(-1, nullptr, 0) > 0) {  // The extension follows its host.
+  }
+  const bool fetched = phone.glancery({"store", "get", "affirmationLastFetchTime"}).status == 0;
+  const Json downloads = Json::parse(phone.glancery({"downloads", "--json"}).out)["downloads"];
+  EXPECT_TRUE(!fetched || downloads.size() == 1) << downloads;
+}
+
+TEST_F(Downloads, AHostThatDiesOverTheRequestLeavesNoFetchTime) {
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    ::signal(SIGPIPE, SIG_IGN);  // The extension inherits it: its log does not end it.
+    auto started = host::ExtensionProcess::start(
+        GLANCERY_BUILD "/Glancery.appex",
+        {.memory = 0},
+        {.download = [](const auto&) -> std::expected<void, platform::NSError> {
+          ::raise(SIGKILL);
+          return {};
+        }});
+    host::ExtensionProcess& extension = **started;
+    (void)extension.ask(platform::ConfigureRequest{
+        .device = {},
+        .container = phone.container().string(),
+        .infoOverrides = {{"ApiBaseUrl", "http://127.0.0.1:9"}, {"ApiKey", "k-1"}}});
+    (void)extension.ask(
+        platform::ProvideRequest{.kind = "AffirmationWidget",
+                                 .context = {platform::WidgetFamily::systemMedium, {306, 126}}});
+    ::_exit(0);
+  }
+  int status = 0;
+  ::waitpid(pid, &status, 0);
+  EXPECT_EQ(WTERMSIG(status), SIGKILL) << "it was never asked for a download";
+  expectATaskForTheFetchTime(phone);
+}
+
+TEST_F(Downloads, AHostThatIsKilledAtAnyTimeLeavesNoFetchTimeWithoutATask) {
+  using Clock = std::chrono::steady_clock;
+  constexpr int kKills = 25;
+  const LoopbackSocket nobody;
+  Clock::duration whole = {};
+  for (int i = 0; i <= kKills; ++i) {
+    const Phone other;
+    EXPECT_EQ(other.glancery({"app", "sign-in", "u-1"}).status, 0);
+    Words words = asked({GLANCERY_BUILD "/glancery", "timeline", "AffirmationWidget"}, nobody.port);
+    words.insert(words.end(), {"--container", other.container().string()});
+    const auto start = Clock::now();
+    Child host(words);
+    if (i == 0) {  // The first one shows how long it takes.
+      EXPECT_EQ(host.end(0), 0);
+      whole = Clock::now() - start;
+    } else {
+      std::this_thread::sleep_until(start + whole * i / kKills);
+      host.end(SIGKILL);
+    }
+    expectATaskForTheFetchTime(other);
+  }
+}
 
 struct Moment {
   const char* name;
