@@ -77,6 +77,7 @@ TEST(BinnacleView, FollowsTheSchemeAndSoDoesTheEmptyDayAlone) {
 }
 
 TEST(BinnacleView, ShowsTheLastSevenDaysAndLoadsWithoutAny) {
+  ::testing::internal::CaptureStderr();
   EXPECT_THAT(textStyles(laidOut(view(std::vector(9, bad)), kMedium)),
               ElementsAre("11 500 #674B28FF D2",
                           "11 500 #674B28FF D3",
@@ -85,6 +86,7 @@ TEST(BinnacleView, ShowsTheLastSevenDaysAndLoadsWithoutAny) {
                           "11 500 #674B28FF D6",
                           "11 500 #674B28FF D7",
                           "11 500 #674B28FF D8"));
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "") << "days of one mood differ by their ids";
   EXPECT_EQ(laidOut(view({bad, well}), kMedium).items.size(), 5u);
   EXPECT_THAT(textStyles(laidOut(view({}), kMedium)),
               ElementsAre("12 400 #3C3C4399 Cargando ánimo..."));
