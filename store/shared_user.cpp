@@ -9,8 +9,7 @@ using namespace platform;
 
 std::optional<std::string> signedInUid(const std::string& suiteName, const std::string& key) {
   const auto suite = NSUserDefaults::initWithSuiteName(suiteName);
-  // Not by way of the platform's string accessor: that takes a number for its text, and a number
-  // names nobody.
+  // The platform's string accessor would return a number as text; an identifier is always a string.
   const auto object = suite ? suite->objectForKey(key) : std::nullopt;
   const auto* uid = object ? object->as<std::string>() : nullptr;
   return uid && !uid->empty() ? std::optional(*uid) : std::nullopt;

@@ -14,8 +14,8 @@
 namespace platform {
 
 /// The views that a collection's elements give, in order. `id` tells the elements apart: a member,
-/// a function of an element, or `std::identity`. Two equal ones are a mistake of the caller's,
-/// which standard error hears of; both elements are shown.
+/// a function of an element, or `std::identity`. Equal ids are reported on standard
+/// error; their elements are all shown.
 template <std::ranges::forward_range Range, class Identity, class Content>
 std::vector<View> ForEach(const Range& elements, const Identity& id, const Content& content) {
   std::vector<View> views;

@@ -49,8 +49,9 @@ class HostLine {
   }
 
   /// Hands a request over and waits until the host has it on its disk. The main queue stands still
-  /// meanwhile, and other messages wait their turn. Does not return if the host closes the line:
-  /// the caller would go on to store that it has asked, and nobody might have heard it.
+  /// meanwhile, and other messages wait their turn. Ends the process if the host closes the
+  /// line: the caller would otherwise store that the download was started, although it may not have
+  /// been.
   std::expected<void, NSError> start(const std::string& session, const NSURLRequest& request) {
     if (std::this_thread::get_id() != mainThread_) {
       fatalError("NSURLSessionDownloadTask: resume is implemented for the main thread alone");
