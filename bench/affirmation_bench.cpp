@@ -7,6 +7,7 @@
 #include "network/network_manager.h"
 #include "platform/foundation/require.h"
 #include "platform/foundation/user_defaults.h"
+#include "store/shared_store.h"
 
 // What the affirmation costs the extension: a request from the call to the host's answer, and a
 // server's answer until it is stored.
@@ -16,13 +17,14 @@ namespace {
 
 using namespace platform;
 
-constexpr const char* kSuite = "group.com.quiloapp.sharedData";
+constexpr const char* kSuite = glancery::kAppGroupIdentifier;
 
 /// The whole way of a request but for the host's disk: the extension is told of a locale change,
 /// and its host takes the download at once.
 void handOver(benchmark::State& state) {
   const DemoPhone phone;
-  require(NSUserDefaults::initWithSuiteName(kSuite), kSuite).setObject("u-1", "sharedUid");
+  require(NSUserDefaults::initWithSuiteName(kSuite), kSuite)
+      .setObject("u-1", glancery::kSharedUidKey);
   int taken = 0;
   const auto extension = valueOf(host::ExtensionProcess::start(
       kExtension, {}, {.download = [&](const StartDownload&) -> std::expected<void, NSError> {
@@ -52,7 +54,8 @@ void storeAnswer(benchmark::State& state) {
     const auto answer = client.parseAffirmationResponse(body);
     client.saveAffirmation(*answer.text, *answer.color);
   }
-  if (!require(NSUserDefaults::initWithSuiteName(kSuite), kSuite).dataForKey("affirmationData")) {
+  if (!require(NSUserDefaults::initWithSuiteName(kSuite), kSuite)
+           .dataForKey(glancery::kAffirmationDataKey)) {
     giveUp("no affirmation was stored");
   }
   setSharedContainer(phone.container());

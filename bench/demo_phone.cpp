@@ -5,6 +5,7 @@
 
 #include "platform/foundation/require.h"
 #include "platform/foundation/user_defaults.h"
+#include "store/shared_store.h"
 
 namespace bench {
 
@@ -17,10 +18,10 @@ DemoPhone::DemoPhone() {
   }
   container_ = name;
   setSharedContainer(container_);
-  auto suite = require(NSUserDefaults::initWithSuiteName("group.com.quiloapp.sharedData"),
-                       "the shared suite");
-  suite.setObject(Data{R"({"count":5,"timestamp":1772730000.25})"}, "streakData");
-  suite.setObject("demo", "sharedUid");
+  auto suite =
+      require(NSUserDefaults::initWithSuiteName(glancery::kAppGroupIdentifier), "the shared suite");
+  suite.setObject(Data{R"({"count":5,"timestamp":1772730000.25})"}, glancery::kStreakDataKey);
+  suite.setObject("demo", glancery::kSharedUidKey);
 }
 
 DemoPhone::~DemoPhone() {
@@ -40,8 +41,9 @@ ConfigureRequest DemoPhone::configure() const {
 ProvideRequest DemoPhone::streakTimeline() {
   const Size content = {kSmallWidget.width - kContentMargins.leading - kContentMargins.trailing,
                         kSmallWidget.height - kContentMargins.top - kContentMargins.bottom};
-  return {
-      ProvideRequest::What::timeline, "StreakWidget", {WidgetFamily::systemSmall, content, false}};
+  return {ProvideRequest::What::timeline,
+          glancery::kStreakKind,
+          {WidgetFamily::systemSmall, content, false}};
 }
 
 void giveUp(const std::string& reason) {

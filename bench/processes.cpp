@@ -11,6 +11,7 @@
 #include "bench/program_run.h"
 #include "bench/spread.h"
 #include "host/extension_process.h"
+#include "store/shared_store.h"
 
 // Whole processes, one after the other in every round, so that whatever else the machine does meets
 // all of them alike. Beside them run `node -e 0` and a C++ program that does nothing: against those
@@ -66,9 +67,9 @@ std::vector<Case> cases(const DemoPhone& phone) {
       {"an empty C++ program", program({kBuild / "bench" / "bench_empty"})},
       {"extension: spawn to streak timeline", [&] { return coldExtension(phone); }, 15, 5, 12},
       {"glancery render StreakWidget, PNG at 3x",
-       glancery({"render", "StreakWidget", "-o", phone.container() / "streak.png"}),
+       glancery({"render", glancery::kStreakKind, "-o", phone.container() / "streak.png"}),
        3},
-      {"glancery timeline StreakWidget", glancery({"timeline", "StreakWidget"})},
+      {"glancery timeline StreakWidget", glancery({"timeline", glancery::kStreakKind})},
       {"glancery gallery", glancery({"gallery"})},
       {"glancery app streak 5", glancery({"app", "streak", "5"})},
       {"glancery --help", program({kBuild / "glancery", "--help"})},

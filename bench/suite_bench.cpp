@@ -3,19 +3,20 @@
 #include "bench/demo_phone.h"
 #include "platform/foundation/json_serialization.h"
 #include "platform/foundation/user_defaults.h"
+#include "store/shared_store.h"
 
 namespace bench {
 namespace {
 
 using namespace platform;
 
-constexpr const char* kSuite = "group.com.quiloapp.sharedData";
+constexpr const char* kSuite = glancery::kAppGroupIdentifier;
 
 void openAndRead(benchmark::State& state) {
   const DemoPhone phone;
   for (auto _ : state) {
     const auto suite = NSUserDefaults::initWithSuiteName(kSuite);
-    benchmark::DoNotOptimize(suite->dataForKey("streakData"));
+    benchmark::DoNotOptimize(suite->dataForKey(glancery::kStreakDataKey));
   }
 }
 BENCHMARK(openAndRead)->Name("suite: open, read a key");
@@ -25,9 +26,10 @@ void openAndSet(benchmark::State& state) {
   std::int64_t value = 0;
   for (auto _ : state) {
     auto suite = NSUserDefaults::initWithSuiteName(kSuite);
-    suite->setInteger(++value, "streakImageIndex");
+    suite->setInteger(++value, glancery::kSuccessImageIndexKey);
   }
-  if (NSUserDefaults::initWithSuiteName(kSuite)->integerForKey("streakImageIndex") != value) {
+  if (NSUserDefaults::initWithSuiteName(kSuite)->integerForKey(glancery::kSuccessImageIndexKey) !=
+      value) {
     giveUp("the suite does not hold what was set");
   }
 }

@@ -13,6 +13,7 @@
 #include "platform/foundation/user_defaults.h"
 #include "platform/widgetkit/extension_service.h"
 #include "platform/widgetkit/widget_bundle.h"
+#include "store/shared_store.h"
 
 // The mood log reads its whole record for every timeline, and the host app never shortens it: ten
 // years of moods must not cost more than three times what a week costs.
@@ -28,14 +29,13 @@ constexpr std::size_t kMemory = std::size_t{12} << 20;
 constexpr Size kMediumContent = {338 - 32, 158 - 32};
 
 const ProvideRequest kTimeline = {ProvideRequest::What::timeline,
-                                  "Binnacle",
+                                  glancery::kBinnacleKind,
                                   {WidgetFamily::systemMedium, kMediumContent, false}};
 
 /// A phone whose user has recorded a mood on each of so many days, up to today.
 class MoodPhone : public DemoPhone {
  public:
   explicit MoodPhone(int days) {
-    constexpr const char* kMoods[] = {"veryBad", "bad", "neutral", "well", "veryWell"};
     setCurrentDevice(configure().device);
     NSDateFormatter keys;
     keys.setDateFormat("yyyy-MM-dd");
@@ -43,11 +43,11 @@ class MoodPhone : public DemoPhone {
     Dictionary moods;
     for (int day = 0; day < days; ++day) {
       moods.set(keys.stringFromDate(*calendar.dateByAddingDays(-day, Date::now())),
-                kMoods[day % 5]);
+                glancery::kMoodNames[day % 5]);
     }
-    auto suite = require(NSUserDefaults::initWithSuiteName("group.com.quiloapp.sharedData"),
+    auto suite = require(NSUserDefaults::initWithSuiteName(glancery::kAppGroupIdentifier),
                          "the shared suite");
-    suite.setObject(*NSJSONSerialization::dataWithJSONObject(moods), "moodsDataKey");
+    suite.setObject(*NSJSONSerialization::dataWithJSONObject(moods), glancery::kMoodsDataKey);
   }
 };
 
@@ -56,7 +56,7 @@ void requireMoods(const ExtensionMessage::Content& answer) {
   const auto* timeline = std::get_if<ArchivedTimeline>(&answer);
   const Value* days = timeline ? &timeline->entries.at(0).fields.at(1).second : nullptr;
   const auto mood = days ? days->array()->back().dictionary()->string("mood") : std::nullopt;
-  if (mood != "veryBad") {
+  if (mood != glancery::kMoodNames.front()) {
     giveUp("the mood log does not show today's mood");
   }
 }

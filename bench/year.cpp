@@ -75,7 +75,7 @@ Year live(const DemoPhone& demo) {
       if (next == evening) {
         recorded = true;
         recordStreak(day + 1, next);
-        recordNamedMood(std::string(kMoodNames[static_cast<std::size_t>(day) % 5]), {});
+        recordNamedMood(std::string(glancery::kMoodNames[static_cast<std::size_t>(day) % 5]), {});
         phone.suiteChanged();
         phone.advance();
       }

@@ -10,11 +10,10 @@
 
 namespace host {
 
+using namespace glancery;
 using namespace platform;
 
 namespace {
-
-constexpr const char* kMoodsKey = "moodsDataKey";
 
 Data serialized(const Dictionary& record, const std::string& what) {
   auto data = NSJSONSerialization::dataWithJSONObject(record);
@@ -44,12 +43,12 @@ Date momentOf(const std::optional<std::string>& day) {
 }
 
 CommandError unreadableMoods(const std::string& why) {
-  return CommandError("the moods under the key \"" + std::string(kMoodsKey) +
+  return CommandError("the moods under the key \"" + std::string(kMoodsDataKey) +
                       "\" can't be read and were left alone: " + why);
 }
 
 Dictionary storedMoods(const NSUserDefaults& suite) {
-  const auto stored = suite.objectForKey(kMoodsKey);
+  const auto stored = suite.objectForKey(kMoodsDataKey);
   if (!stored) {
     return {};
   }
@@ -71,9 +70,9 @@ Dictionary storedMoods(const NSUserDefaults& suite) {
 }  // namespace
 
 NSUserDefaults openSharedSuite() {
-  auto suite = NSUserDefaults::initWithSuiteName(kSharedSuite);
+  auto suite = NSUserDefaults::initWithSuiteName(kAppGroupIdentifier);
   if (!suite) {
-    throw CommandError("the suite " + std::string(kSharedSuite) + " in " +
+    throw CommandError("the suite " + std::string(kAppGroupIdentifier) + " in " +
                        sharedContainer().string() + " can't be opened");
   }
   return *std::move(suite);
@@ -81,7 +80,7 @@ NSUserDefaults openSharedSuite() {
 
 void synchronize(NSUserDefaults& suite) {
   if (!suite.synchronize()) {
-    throw CommandError("the suite " + std::string(kSharedSuite) + " in " +
+    throw CommandError("the suite " + std::string(kAppGroupIdentifier) + " in " +
                        sharedContainer().string() + " can't be written");
   }
 }
@@ -91,13 +90,13 @@ void signIn(const std::string& uid) {
     throw wrongValue("UID", uid, "give the user's identifier; sign-out removes it");
   }
   auto suite = openSharedSuite();
-  suite.setObject(uid, "sharedUid");
+  suite.setObject(uid, kSharedUidKey);
   synchronize(suite);
 }
 
 void signOut() {
   auto suite = openSharedSuite();
-  suite.removeObjectForKey("sharedUid");
+  suite.removeObjectForKey(kSharedUidKey);
   synchronize(suite);
 }
 
@@ -105,7 +104,7 @@ void recordStreak(std::int64_t count, Date lastActive) {
   const Data record = serialized(
       {{"count", count}, {"timestamp", lastActive.timeIntervalSince1970()}}, "the streak");
   auto suite = openSharedSuite();
-  suite.setObject(record, "streakData");
+  suite.setObject(record, kStreakDataKey);
   synchronize(suite);
 }
 
@@ -139,7 +138,7 @@ void recordNamedMood(const std::string& mood, const std::optional<std::string>& 
   }
   Dictionary moods = storedMoods(suite);
   moods.set(keys.stringFromDate(moment), mood);
-  suite.setObject(serialized(moods, "the moods"), kMoodsKey);
+  suite.setObject(serialized(moods, "the moods"), kMoodsDataKey);
   synchronize(suite);
 }
 

@@ -8,12 +8,9 @@
 
 #include "platform/foundation/date.h"
 #include "platform/foundation/user_defaults.h"
+#include "store/shared_store.h"
 
 namespace host {
-
-/// The suite that host app and extension share. The two are built apart on a phone and agree on
-/// this name and the keys below, as their app group says.
-inline constexpr const char* kSharedSuite = "group.com.quiloapp.sharedData";
 
 /// What the host app keeps in the suite, and the widget that it has reloaded when it changes that;
 /// none: all of them.
@@ -21,19 +18,16 @@ struct HostAppKey {
   std::string_view key;
   std::string_view kind;
 };
-inline constexpr std::array kHostAppKeys = {HostAppKey{"sharedUid", ""},
-                                            HostAppKey{"streakData", "StreakWidget"},
-                                            HostAppKey{"moodsDataKey", "Binnacle"}};
+inline constexpr std::array kHostAppKeys = {
+    HostAppKey{glancery::kSharedUidKey, ""},
+    HostAppKey{glancery::kStreakDataKey, glancery::kStreakKind},
+    HostAppKey{glancery::kMoodsDataKey, glancery::kBinnacleKind}};
 
 /// Plays the host app: writes into the shared suite what it would write. Each returns once the data
 /// is on the disk; a `CommandError` says what could not be done or names what can't be right.
 void signIn(const std::string& uid);
 void signOut();
 void recordStreak(std::int64_t count, platform::Date lastActive);
-
-/// The moods that the app offers, from worst to best.
-inline constexpr std::array<std::string_view, 5> kMoodNames = {
-    "veryBad", "bad", "neutral", "well", "veryWell"};
 
 /// Records the mood of a day, "2026-03-05" in the common calendar and the device's zone, today
 /// where none is given, under its name in the device's calendar and digits, and keeps the other

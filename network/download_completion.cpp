@@ -142,7 +142,7 @@ void NetworkManager::saveAffirmation(const std::string& text, const std::string&
   suite->synchronize();
   DispatchQueue::main().async([] {
     log("[NetworkManager BG Saving] Reloading timelines for AffirmationWidget.");
-    WidgetCenter::shared().reloadTimelines("AffirmationWidget");
+    WidgetCenter::shared().reloadTimelines(kAffirmationKind);
   });
 }
 

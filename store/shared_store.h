@@ -1,6 +1,11 @@
 #pragma once
 
-/// What host app and extension share through the app group: the suite's name and its keys.
+#include <array>
+#include <string_view>
+
+/// The names that host app, widget host and extension agree on: the app group's suite and its keys,
+/// the widgets' kinds, the moods. Installed versions have stored data under them, so a name that is
+/// changed here loses what users have.
 ///
 /// Each access opens the suite afresh, so that it sees what the other process last wrote.
 namespace glancery {
@@ -35,5 +40,17 @@ inline constexpr const char* kAffirmationDataKey = "affirmationData";
 inline constexpr const char* kAffirmationLastFetchKey = "affirmationLastFetchTime";
 /// Where older versions kept the colour; nobody reads it any more.
 inline constexpr const char* kObsoleteAffirmationColorKey = "affirmationColor";
+
+// The kinds by which the widgets are asked for, reloaded and placed.
+
+inline constexpr const char* kCheckinKind = "Checkin";
+inline constexpr const char* kStreakKind = "StreakWidget";
+inline constexpr const char* kAffirmationKind = "AffirmationWidget";
+inline constexpr const char* kBinnacleKind = "Binnacle";
+
+/// The moods from worst to best, as they are stored for a day, name their pictures and end the
+/// faces' deep links.
+inline constexpr std::array<std::string_view, 5> kMoodNames = {
+    "veryBad", "bad", "neutral", "well", "veryWell"};
 
 }  // namespace glancery

@@ -96,23 +96,23 @@ std::optional<Dictionary> recordOf(const Dictionary& hostApp, const char* key) {
 Json appOf(const HomePhone& phone) {
   const Dictionary& hostApp = phone.hostApp();
   Json streak;
-  if (const auto record = recordOf(hostApp, "streakData")) {
+  if (const auto record = recordOf(hostApp, glancery::kStreakDataKey)) {
     const auto count = record->integer("count");
     const auto last = record->number("timestamp").transform(Date::since1970);
     streak = {{"count", count ? Json(*count) : Json()}, {"lastActive", dateOrNull(last)}};
   }
   Json moods = Json::object();
-  if (const auto record = recordOf(hostApp, "moodsDataKey")) {
+  if (const auto record = recordOf(hostApp, glancery::kMoodsDataKey)) {
     for (const auto& [day, mood] : *record) {
       if (const auto* name = mood.as<std::string>()) {
         moods[day] = *name;
       }
     }
   }
-  return {{"uid", textOrNull(hostApp.string("sharedUid"))},
+  return {{"uid", textOrNull(hostApp.string(glancery::kSharedUidKey))},
           {"streak", streak},
           {"moods", moods},
-          {"moodNames", kMoodNames}};
+          {"moodNames", glancery::kMoodNames}};
 }
 
 Json areasOf(const PlacedWidget& widget, const NSBundle& bundle) {

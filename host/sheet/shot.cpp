@@ -5,6 +5,7 @@
 
 #include "host/sheet/phones.h"
 #include "host/sheet/states/states.h"
+#include "store/shared_store.h"
 
 namespace host {
 
@@ -31,10 +32,10 @@ bool Shot::isOfTheUsualPhone() const {
 
 std::span<const SheetWidget> sheetWidgets() {
   static const std::array kWidgets = {
-      SheetWidget{"Checkin", checkinStates()},
-      SheetWidget{"StreakWidget", streakStates()},
-      SheetWidget{"AffirmationWidget", affirmationStates()},
-      SheetWidget{"Binnacle", moodLogStates()},
+      SheetWidget{glancery::kCheckinKind, checkinStates()},
+      SheetWidget{glancery::kStreakKind, streakStates()},
+      SheetWidget{glancery::kAffirmationKind, affirmationStates()},
+      SheetWidget{glancery::kBinnacleKind, moodLogStates()},
   };
   return kWidgets;
 }

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "store/shared_store.h"
 #include "tests/world.h"
 
 extern char** environ;
@@ -61,7 +62,8 @@ class Phone {
   std::filesystem::path container() const { return folder_.path() / "container"; }
   std::filesystem::path file(const std::string& name) const { return folder_.path() / name; }
   std::filesystem::path suiteFile() const {
-    return container() / "Library" / "Preferences" / "group.com.quiloapp.sharedData.plist";
+    return container() / "Library" / "Preferences" /
+           (glancery::kAppGroupIdentifier + std::string(".plist"));
   }
 
  private:

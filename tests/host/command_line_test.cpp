@@ -5,6 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "store/shared_store.h"
+
 namespace {
 
 using namespace world;
@@ -68,8 +70,8 @@ TEST(CommandLine, AStreakGoesInAndItsTimelineComesOut) {
             "streakBg_success2");
 
   const Json suite = json(phone.glancery({"store", "dump"}));
-  EXPECT_EQ(suite["streakImageIndex"], 1);
-  EXPECT_EQ(suite["successIndexLastUpdateDate"], "2024-03-05T16:00:00.000Z");
+  EXPECT_EQ(suite[glancery::kSuccessImageIndexKey], 1);
+  EXPECT_EQ(suite[glancery::kSuccessIndexLastUpdateDateKey], "2024-03-05T16:00:00.000Z");
   const Ran plist = run("/usr/bin/plistutil", {"-i", phone.suiteFile().string()});
   EXPECT_EQ(plist.status, 0);
   EXPECT_THAT(plist.out, HasSubstr("<date>2024-03-05T16:00:00Z</date>"));
@@ -134,7 +136,7 @@ TEST(CommandLine, RendersPicturesAndDisplayLists) {
 TEST(CommandLine, APictureThatTheBundleLacksIsSaidAndTheRestDrawn) {
   const Phone phone;
   phone.glancery({"app", "streak", "3", "--last-active", "2024-03-05T10:00:00Z"});
-  phone.glancery({"store", "set", "streakImageIndex", "-3", "--type", "integer"});
+  phone.glancery({"store", "set", glancery::kSuccessImageIndexKey, "-3", "--type", "integer"});
   const Ran ran = phone.glancery({"render",
                                   "StreakWidget",
                                   "-o",
@@ -215,10 +217,10 @@ TEST(CommandLine, StoresEveryTypeOfValue) {
 TEST(CommandLine, SigningInAndOut) {
   const Phone phone;
   EXPECT_EQ(phone.glancery({"app", "sign-in", "u-1"}).status, 0);
-  EXPECT_EQ(phone.glancery({"store", "get", "sharedUid"}).out, "\"u-1\"\n");
+  EXPECT_EQ(phone.glancery({"store", "get", glancery::kSharedUidKey}).out, "\"u-1\"\n");
   EXPECT_EQ(phone.glancery({"app", "sign-out"}).status, 0);
   EXPECT_EQ(phone.glancery({"app", "sign-out"}).status, 0) << "signed out already";
-  EXPECT_EQ(phone.glancery({"store", "get", "sharedUid"}).status, 1);
+  EXPECT_EQ(phone.glancery({"store", "get", glancery::kSharedUidKey}).status, 1);
 }
 
 struct Mistake {
@@ -350,7 +352,12 @@ TEST(CommandLine, ASuiteThatCantBeOpenedStillGivesATimeline) {
 TEST(CommandLine, TheOverflowThatStopsTheExtensionIsReported) {
   const Phone phone;
   phone.glancery({"app", "streak", "3", "--last-active", "2024-03-05T10:00:00Z"});
-  phone.glancery({"store", "set", "streakImageIndex", "9223372036854775807", "--type", "integer"});
+  phone.glancery({"store",
+                  "set",
+                  glancery::kSuccessImageIndexKey,
+                  "9223372036854775807",
+                  "--type",
+                  "integer"});
   const Ran ran = phone.glancery(
       {"timeline", "StreakWidget", "--now", "2024-03-05T21:00:00Z", "--time-zone", "UTC"});
   EXPECT_EQ(ran.status, 1);

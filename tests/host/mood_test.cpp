@@ -7,6 +7,7 @@
 
 #include "host/extension_process.h"
 #include "platform/foundation/json_serialization.h"
+#include "store/shared_store.h"
 #include "tests/host/command_line.h"
 
 namespace {
@@ -85,12 +86,14 @@ TEST(Moods, ARecordThatCantBeReadIsLeftAlone) {
   for (const Words& stored : {Words{"{\"2025-03-04\":", "text-data"},
                               Words{R"({"2025-03-04":5})", "text-data"},
                               Words{"{}", "string"}}) {
-    phone.glancery({"store", "set", "moodsDataKey", stored[0], "--type", stored[1]});
-    const std::string before = phone.glancery({"store", "get", "moodsDataKey"}).out;
+    phone.glancery({"store", "set", glancery::kMoodsDataKey, stored[0], "--type", stored[1]});
+    const std::string before = phone.glancery({"store", "get", glancery::kMoodsDataKey}).out;
     const Ran ran = phone.glancery({"app", "mood", "well"});
     EXPECT_EQ(ran.status, 1);
-    EXPECT_THAT(ran.err, HasSubstr("\"moodsDataKey\" can't be read and were left alone"));
-    EXPECT_EQ(phone.glancery({"store", "get", "moodsDataKey"}).out, before);
+    EXPECT_THAT(ran.err,
+                HasSubstr("\"" + std::string(glancery::kMoodsDataKey) +
+                          "\" can't be read and were left alone"));
+    EXPECT_EQ(phone.glancery({"store", "get", glancery::kMoodsDataKey}).out, before);
   }
 }
 
@@ -135,8 +138,9 @@ TEST(Moods, OfTenYearsFitIntoTheExtensionsMemory) {
   for (int day = 0; day < 3650; ++day) {
     moods.emplace_back(now.addingTimeInterval(-86400.0 * day).iso8601().substr(0, 10), "well");
   }
-  NSUserDefaults::initWithSuiteName("group.com.quiloapp.sharedData")
-      ->setObject(*NSJSONSerialization::dataWithJSONObject(Dictionary(moods)), "moodsDataKey");
+  NSUserDefaults::initWithSuiteName(glancery::kAppGroupIdentifier)
+      ->setObject(*NSJSONSerialization::dataWithJSONObject(Dictionary(moods)),
+                  glancery::kMoodsDataKey);
   const auto extension = host::ExtensionProcess::start(
       std::filesystem::path(GLANCERY_BUILD) / "Glancery.appex", {.memory = std::size_t{12} << 20});
   ASSERT_TRUE(extension) << extension.error().reason;

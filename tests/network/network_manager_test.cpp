@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/foundation/json_serialization.h"
+#include "store/shared_store.h"
 #include "tests/network/client_world.h"
 
 namespace glancery {
@@ -281,7 +282,7 @@ TEST_P(Answers, AreStoredOrExplained) {
   } else {
     EXPECT_EQ(stored, before);
   }
-  EXPECT_EQ(asked().reloads, row.record ? Lines{"AffirmationWidget"} : Lines{});
+  EXPECT_EQ(asked().reloads, row.record ? Lines{kAffirmationKind} : Lines{});
   EXPECT_EQ(ClientWorld::suite().objectForKey(kObsoleteAffirmationColorKey).has_value(),
             !row.record);
   EXPECT_EQ(completed, 1);

@@ -46,7 +46,7 @@ View content(const AffirmationEntry& entry) {
 }  // namespace
 
 Affirmation::Affirmation()
-    : kind("AffirmationWidget"), backgroundSessionIdentifier(kBackgroundSessionIdentifier) {
+    : kind(kAffirmationKind), backgroundSessionIdentifier(kBackgroundSessionIdentifier) {
   NSNotificationCenter::defaultCenter().addObserverForName(
       NSCurrentLocaleDidChangeNotification,
       NSOperationQueue::mainQueue(),

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "platform/foundation/raw_representable.h"
+#include "store/shared_store.h"
 
 namespace glancery {
 
@@ -15,5 +16,5 @@ enum class Emotion : std::uint8_t { veryBad, bad, neutral, well, veryWell };
 }  // namespace glancery
 
 template <>
-inline constexpr std::array<std::string_view, 5> platform::kRawValues<glancery::Emotion> = {
-    "veryBad", "bad", "neutral", "well", "veryWell"};
+inline constexpr std::array<std::string_view, 5> platform::kRawValues<glancery::Emotion> =
+    glancery::kMoodNames;

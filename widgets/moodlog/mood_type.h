@@ -1,10 +1,12 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <string_view>
 
 #include "platform/foundation/raw_representable.h"
+#include "store/shared_store.h"
 
 namespace glancery {
 
@@ -15,5 +17,8 @@ enum class MoodType : std::uint8_t { veryBad, bad, neutral, well, veryWell, empt
 }  // namespace glancery
 
 template <>
-inline constexpr std::array<std::string_view, 6> platform::kRawValues<glancery::MoodType> = {
-    "veryBad", "bad", "neutral", "well", "veryWell", "emptyDay"};
+inline constexpr std::array<std::string_view, 6> platform::kRawValues<glancery::MoodType> = [] {
+  std::array<std::string_view, 6> names = {};
+  *std::ranges::copy(glancery::kMoodNames, names.begin()).out = "emptyDay";
+  return names;
+}();

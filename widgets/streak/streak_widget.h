@@ -5,12 +5,13 @@
 #include "platform/foundation/require.h"
 #include "platform/foundation/url.h"
 #include "platform/widgetkit/widget_configuration.h"
+#include "store/shared_store.h"
 
 namespace glancery {
 
 /// Declares the streak widget: days in a row, small.
 struct Streak {
-  std::string kind = "StreakWidget";
+  std::string kind = kStreakKind;
   platform::URL widgetURL =
       platform::require(platform::URL::fromString("quiloapp://streak"), "the streak's deep link");
 

@@ -5,9 +5,11 @@
 #include "host/sheet/phones.h"
 #include "host/sheet/states/states.h"
 #include "platform/foundation/locale.h"
+#include "store/shared_store.h"
 
 namespace host {
 
+using namespace glancery;
 using namespace platform;
 using enum ProvideRequest::What;
 
@@ -58,12 +60,12 @@ const Sentences& sentences() {
 
 /// A signed-in user whose fetch of today is over: nothing more is downloaded.
 Dictionary signedIn() {
-  return {{"sharedUid", "u-1"}, {"affirmationLastFetchTime", at("06:00")}};
+  return {{kSharedUidKey, "u-1"}, {kAffirmationLastFetchKey, at("06:00")}};
 }
 
 Dictionary holding(std::string_view text, std::string_view color) {
   Dictionary suite = signedIn();
-  suite.set("affirmationData", record({{"text", text}, {"color", color}}));
+  suite.set(kAffirmationDataKey, record({{"text", text}, {"color", color}}));
   return suite;
 }
 
@@ -125,7 +127,7 @@ std::vector<SheetState> affirmationStates() {
        .suite =
            [] {
              Dictionary suite = signedIn();
-             suite.set("affirmationData", record({{"text", "Hola"}, {"color", 3}}));
+             suite.set(kAffirmationDataKey, record({{"text", "Hola"}, {"color", 3}}));
              return suite;
            },
        .phones = {kUsual}},

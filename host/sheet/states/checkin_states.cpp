@@ -1,15 +1,17 @@
 #include "host/sheet/phones.h"
 #include "host/sheet/states/states.h"
+#include "store/shared_store.h"
 
 namespace host {
 
+using namespace glancery;
 using namespace platform;
 using enum ProvideRequest::What;
 
 namespace {
 
 Dictionary signedIn() {
-  return {{"sharedUid", "u-1"}};
+  return {{kSharedUidKey, "u-1"}};
 }
 
 }  // namespace

@@ -5,9 +5,11 @@
 #include "platform/foundation/calendar.h"
 #include "platform/foundation/date_formatter.h"
 #include "platform/foundation/require.h"
+#include "store/shared_store.h"
 
 namespace host {
 
+using namespace glancery;
 using namespace platform;
 using enum ProvideRequest::What;
 
@@ -16,7 +18,6 @@ namespace {
 /// A week from six days ago to today, a letter a day: the five moods from worst to best as 1 to 5,
 /// a word that is no mood as "?", a day without one as ".".
 Dictionary week(std::string_view moods) {
-  constexpr std::string_view kNames[] = {"veryBad", "bad", "neutral", "well", "veryWell"};
   NSDateFormatter keys;
   keys.setDateFormat("yyyy-MM-dd");
   Dictionary days;
@@ -26,7 +27,7 @@ Dictionary week(std::string_view moods) {
     if (moods[index] == '?') {
       days.set(keys.stringFromDate(day), "VeryWell");
     } else if (moods[index] != '.') {
-      days.set(keys.stringFromDate(day), kNames[moods[index] - '1']);
+      days.set(keys.stringFromDate(day), kMoodNames[moods[index] - '1']);
     }
   }
   return days;
@@ -35,7 +36,7 @@ Dictionary week(std::string_view moods) {
 /// A signed-in user with that week on record.
 std::function<Dictionary()> recorded(std::string_view moods) {
   return [moods] {
-    return Dictionary{{"sharedUid", "u-1"}, {"moodsDataKey", record(week(moods))}};
+    return Dictionary{{kSharedUidKey, "u-1"}, {kMoodsDataKey, record(week(moods))}};
   };
 }
 
@@ -61,21 +62,21 @@ std::vector<SheetState> moodLogStates() {
        .now = now,
        .suite =
            [] {
-             return Dictionary{{"sharedUid", "u-1"}};
+             return Dictionary{{kSharedUidKey, "u-1"}};
            },
        .phones = {kBothSchemes}},
       {.name = "unreadable-record",
        .now = now,
        .suite =
            [] {
-             return Dictionary{{"sharedUid", "u-1"}, {"moodsDataKey", Data{"[\"well\"]"}}};
+             return Dictionary{{kSharedUidKey, "u-1"}, {kMoodsDataKey, Data{"[\"well\"]"}}};
            },
        .phones = {kBothSchemes}},
       {.name = "signed-out",
        .now = now,
        .suite =
            [] {
-             return Dictionary{{"moodsDataKey", record(week("1532445"))}};
+             return Dictionary{{kMoodsDataKey, record(week("1532445"))}};
            },
        .phones = {kBothSchemes}},
       {.name = "placeholder", .now = now, .phones = samples, .what = placeholder},

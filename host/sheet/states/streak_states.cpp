@@ -3,9 +3,11 @@
 
 #include "host/sheet/phones.h"
 #include "host/sheet/states/states.h"
+#include "store/shared_store.h"
 
 namespace host {
 
+using namespace glancery;
 using namespace platform;
 using enum ProvideRequest::What;
 
@@ -34,7 +36,7 @@ constexpr Phones kEveryText = {kTranslations, kEveryScreen, kUsual.schemes, kEve
 constexpr Phones kArtwork = {kUsual.locales, kUsual.screens, kEveryScheme, kUsual.systems};
 
 Dictionary streak(std::int64_t count, Date lastActive) {
-  return {{"streakData",
+  return {{kStreakDataKey,
            record({{"count", count}, {"timestamp", lastActive.timeIntervalSince1970()}})}};
 }
 
@@ -59,7 +61,7 @@ SheetState activeToday(std::int64_t count, std::int64_t image, std::vector<Phone
           .suite =
               [count, image] {
                 Dictionary suite = streak(count, at("09:00"));
-                suite.set("streakImageIndex", image - 1);
+                suite.set(kSuccessImageIndexKey, image - 1);
                 return suite;
               },
           .phones = std::move(phones)};
@@ -71,7 +73,7 @@ SheetState broken(std::int64_t image) {
           .suite =
               [image] {
                 Dictionary suite = streak(7, at("2026-03-01", "18:00"));
-                suite.set("failImageIndex", image - 1);
+                suite.set(kFailImageIndexKey, image - 1);
                 return suite;
               },
           .phones = {kEveryText, kArtwork}};
@@ -105,7 +107,7 @@ std::vector<SheetState> streakStates() {
                     .now = at("09:30"),
                     .suite =
                         [] {
-                          return Dictionary{{"streakData", Data{"{\"count\": 7,"}}};
+                          return Dictionary{{kStreakDataKey, Data{"{\"count\": 7,"}}};
                         },
                     .phones = {kUsual}});
   states.push_back(

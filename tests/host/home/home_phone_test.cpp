@@ -13,6 +13,7 @@
 #include "host/host_app.h"
 #include "host/transfer/transfer_listing.h"
 #include "platform/foundation/suite_file.h"
+#include "store/shared_store.h"
 #include "tests/world.h"
 
 namespace host {
@@ -87,7 +88,7 @@ TEST_F(Home, ShowsTheHostAppsChangesAndWhatIsDueAtMidnight) {
   const std::string before = streak(*home).version;
   perform(*home, R"({"action": "streak", "count": 12, "lastActive": "2026-03-05T08:00:00Z"})");
   EXPECT_NE(streak(*home).version, before);
-  EXPECT_EQ(reasonOf(*home, 1), "the host app changed streakData");
+  EXPECT_EQ(reasonOf(*home, 1), std::string("the host app changed ") + glancery::kStreakDataKey);
   EXPECT_EQ(reasonOf(*home, 3), "first request") << "the mood log has nothing to do with it";
   EXPECT_THAT(stateJSON(*home),
               AllOf(HasSubstr(R"("count":12)"), HasSubstr(R"("alt":"Tu racha — 12)")));
@@ -176,13 +177,13 @@ TEST_F(Home, IsTheOtherPhoneEvenIfTheExtensionEndsOverTheChange) {
 
 TEST_F(Home, BearsAContainerThatCantBeUsed) {
   const auto home = phone();
-  const auto suite = SuiteFile::pathOf(sharedContainer(), kSharedSuite);
+  const auto suite = SuiteFile::pathOf(sharedContainer(), glancery::kAppGroupIdentifier);
   fs::create_directories(suite);
   home->suiteChanged();
   EXPECT_TRUE(says(*home, "can't be opened"));
   fs::remove(suite);
   perform(*home, R"({"action": "streak", "count": 2})");
-  EXPECT_EQ(reasonOf(*home, 1), "the host app changed streakData");
+  EXPECT_EQ(reasonOf(*home, 1), std::string("the host app changed ") + glancery::kStreakDataKey);
 
   HomePhone following({.extension = bundle(), .container = sharedContainer()}, RefreshBudget());
   fs::remove_all(sharedContainer());

@@ -37,7 +37,7 @@ TEST(Emotion, StandsForItsExactName) {
 std::vector<bool> signedIn(const Value& uid) {
   const Container container;
   if (!uid.isNull()) {
-    NSUserDefaults::initWithSuiteName(kAppGroupIdentifier)->setObject(uid, "sharedUid");
+    NSUserDefaults::initWithSuiteName(kAppGroupIdentifier)->setObject(uid, kSharedUidKey);
   }
   const Date now = instant("2025-03-05T18:30:00Z");
   phoneAt(now);

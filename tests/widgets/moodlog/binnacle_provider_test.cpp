@@ -23,7 +23,7 @@ using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::StartsWith;
 
-constexpr const char* kSuite = "group.com.quiloapp.sharedData";
+constexpr const char* kSuite = kAppGroupIdentifier;
 constexpr const char* kNow = "2025-03-05T18:30:00Z";
 
 NSUserDefaults suite() {
@@ -31,7 +31,7 @@ NSUserDefaults suite() {
 }
 
 void store(const Value& record) {
-  suite().setObject(record, "moodsDataKey");
+  suite().setObject(record, kMoodsDataKey);
 }
 
 Value bytes(std::string_view text) {
@@ -103,7 +103,7 @@ const std::string kFallback = "[BinnacleProvider] Debug: Generating empty mood d
 const std::string kCast =
     "[BinnacleProvider] Failed to cast deserialized mood data to [String: String].";
 const std::string kMissing =
-    "[BinnacleProvider] No serialized mood data found for key moodsDataKey";
+    std::string("[BinnacleProvider] No serialized mood data found for key ") + kMoodsDataKey;
 
 /// The lines of the seven days; those in `said` carry a text and a mood.
 std::vector<std::string> days(const std::string& found,
@@ -277,7 +277,7 @@ TEST(BinnacleProvider, AsksAgainAtTheNextStartOfADay) {
 TEST(BinnacleProvider, SamplesIgnoreTheStoredMoods) {
   const Container container;
   store(bytes(R"({"2025-03-05":"veryBad"})"));
-  suite().setObject("u-1", "sharedUid");
+  suite().setObject("u-1", kSharedUidKey);
   phoneAt(instant(kNow));
   const auto configuration = std::make_shared<ConfigurationIntent>();
   const CapturedLog log;

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/widgetkit/extension_service.h"
+#include "store/shared_store.h"
 #include "tests/widgets/view_dump.h"
 #include "tests/world.h"
 #include "widgets/moodlog/binnacle_widget.h"
@@ -99,12 +100,12 @@ TEST(BinnacleWidget, LinksForAUserAndPrintsItsDays) {
   ExtensionService service({Binnacle().body()},
                            [&](ExtensionMessage message) { answer = std::move(message); });
   const auto ask = [&](ProvideRequest::What what) {
-    service.handle({1, ProvideRequest{what, "Binnacle", {WidgetFamily::systemMedium, kMedium}}});
+    service.handle({1, ProvideRequest{what, kBinnacleKind, {WidgetFamily::systemMedium, kMedium}}});
     return std::get<ArchivedTimeline>(answer.content).entries.at(0);
   };
   const ArchivedView::Element link = ArchivedWidgetURL{"quiloapp://binnacle"};
   EXPECT_NE(ask(ProvideRequest::What::snapshot).light.element, link);
-  NSUserDefaults::initWithSuiteName("group.com.quiloapp.sharedData")->setObject("u", "sharedUid");
+  NSUserDefaults::initWithSuiteName(kAppGroupIdentifier)->setObject("u", kSharedUidKey);
   const ArchivedEntry entry = ask(ProvideRequest::What::snapshot);
   EXPECT_EQ(entry.light.element, link);
   EXPECT_NE(ask(ProvideRequest::What::placeholder).light.element, link);

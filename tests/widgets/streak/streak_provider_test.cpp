@@ -8,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "store/shared_store.h"
 #include "tests/vectors.h"
 #include "tests/widgets/streak/streak_world.h"
 #include "tests/world.h"
@@ -36,22 +37,22 @@ void store(const StoredStreak& streak) {
     const double seconds = instant(streak.lastActive).timeIntervalSince1970();
     defaults.setObject(Data{R"({"count":)" + std::to_string(streak.count) + R"(,"timestamp":)" +
                             std::to_string(seconds) + "}"},
-                       "streakData");
+                       kStreakDataKey);
   }
   const auto put = [&](const auto& value, std::string_view key) {
     if (value) {
       defaults.setInteger(*value, key);
     }
   };
-  put(streak.success, "streakImageIndex");
-  put(streak.fail, "streakFailImageIndex");
+  put(streak.success, kSuccessImageIndexKey);
+  put(streak.fail, kFailImageIndexKey);
   const auto putDate = [&](std::string_view date, std::string_view key) {
     if (!date.empty()) {
       defaults.setObject(instant(date), key);
     }
   };
-  putDate(streak.successMoved, "successIndexLastUpdateDate");
-  putDate(streak.failMoved, "failIndexLastUpdateDate");
+  putDate(streak.successMoved, kSuccessIndexLastUpdateDateKey);
+  putDate(streak.failMoved, kFailIndexLastUpdateDateKey);
 }
 
 // Days and hours
@@ -119,8 +120,8 @@ TEST_P(StreakEvaluation, ShowsAndStores) {
   EXPECT_EQ(entry.displayStreakCount, row.count);
   EXPECT_EQ(entry.failMessageKey.value_or(entry.timeBasedMessageKey.value_or("")), row.message);
   EXPECT_EQ(entry.flameImageName, row.flame);
-  EXPECT_EQ(suite().integerForKey("streakImageIndex"), row.success);
-  EXPECT_EQ(suite().integerForKey("streakFailImageIndex"), row.fail);
+  EXPECT_EQ(suite().integerForKey(kSuccessImageIndexKey), row.success);
+  EXPECT_EQ(suite().integerForKey(kFailImageIndexKey), row.fail);
 }
 
 INSTANTIATE_TEST_SUITE_P(Days, StreakEvaluation, ::testing::ValuesIn(kCases), [](const auto& row) {
@@ -145,11 +146,11 @@ TEST(StreakVectors, EntriesPoliciesAndWritesAreThePlatforms) {
     SCOPED_TRACE(row.dump());
     const Container container;
     auto defaults = suite();
-    defaults.setObject(Data{row["record"].get<std::string>()}, "streakData");
-    defaults.setInteger(row["success"].get<std::int64_t>(), "streakImageIndex");
-    defaults.setInteger(row["fail"].get<std::int64_t>(), "streakFailImageIndex");
-    for (const auto& [member, key] : {std::pair("successDate", "successIndexLastUpdateDate"),
-                                      std::pair("failDate", "failIndexLastUpdateDate")}) {
+    defaults.setObject(Data{row["record"].get<std::string>()}, kStreakDataKey);
+    defaults.setInteger(row["success"].get<std::int64_t>(), kSuccessImageIndexKey);
+    defaults.setInteger(row["fail"].get<std::int64_t>(), kFailImageIndexKey);
+    for (const auto& [member, key] : {std::pair("successDate", kSuccessIndexLastUpdateDateKey),
+                                      std::pair("failDate", kFailIndexLastUpdateDateKey)}) {
       if (row[member].is_string()) {
         defaults.setObject(instant(row[member].get<std::string>()), key);
       }
@@ -283,7 +284,8 @@ Value bytes(std::string_view text) {
 }
 
 const Date kNovember = Date::since1970(1700000000);
-const std::string kMissing = "[StreakProvider] No serialized streak data found for key streakData";
+const std::string kMissing =
+    std::string("[StreakProvider] No serialized streak data found for key ") + kStreakDataKey;
 const std::string kCast = "[StreakProvider] Failed to cast deserialized object to [String: Any]";
 
 const RecordCase kRecords[] = {
@@ -332,7 +334,7 @@ class StreakRecords : public ::testing::TestWithParam<RecordCase> {};
 TEST_P(StreakRecords, AreReadOrExplained) {
   const Container container;
   if (!GetParam().stored.isNull()) {
-    suite().setObject(GetParam().stored, "streakData");
+    suite().setObject(GetParam().stored, kStreakDataKey);
   }
   const CapturedLog log;
   EXPECT_EQ(streakProvider().readStreakData(), GetParam().expected);
@@ -348,7 +350,7 @@ TEST(StreakRecord, EveryTruncationIsMissingAndExplained) {
   const Container container;
   const std::string record = R"({"count":5,"timestamp":1700000000.5,"note":"añ\ud83d\ude00"})";
   for (std::size_t length = 0; length < record.size(); ++length) {
-    suite().setObject(Data{record.substr(0, length)}, "streakData");
+    suite().setObject(Data{record.substr(0, length)}, kStreakDataKey);
     const CapturedLog log;
     EXPECT_EQ(streakProvider().readStreakData(), StreakRecord{}) << length;
     EXPECT_THAT(
@@ -379,11 +381,11 @@ TEST(StreakProvider, AnUnreachableSuiteIsTheInitialStateAndWritesNothing) {
 TEST(StreakProvider, DatesOfAnotherTypeAreAbsent) {
   const Container container;
   store({.lastActive = "2024-03-05T09:00Z", .success = 1});
-  suite().setObject("2024-03-05T09:30:00Z", "successIndexLastUpdateDate");
+  suite().setObject("2024-03-05T09:30:00Z", kSuccessIndexLastUpdateDateKey);
   phoneAt(instant("2024-03-05T10:00Z"));
   evaluate();
-  EXPECT_EQ(suite().integerForKey("streakImageIndex"), 2);
-  EXPECT_EQ(suite().objectForKey("successIndexLastUpdateDate"),
+  EXPECT_EQ(suite().integerForKey(kSuccessImageIndexKey), 2);
+  EXPECT_EQ(suite().objectForKey(kSuccessIndexLastUpdateDateKey),
             Value(instant("2024-03-05T10:00Z")));
 }
 

@@ -5,6 +5,7 @@
 
 #include "platform/foundation/user_defaults.h"
 #include "platform/foundation/value.h"
+#include "store/shared_store.h"
 #include "tests/world.h"
 #include "widgets/streak/streak_provider.h"
 
@@ -17,11 +18,11 @@ inline const std::string kSuite = "group.test";
 
 inline glancery::StreakProvider streakProvider() {
   return {.userDefaultsSuiteName = kSuite,
-          .streakDataKey = "streakData",
-          .successImageIndexKey = "streakImageIndex",
-          .failImageIndexKey = "streakFailImageIndex",
-          .successIndexLastUpdateDateKey = "successIndexLastUpdateDate",
-          .failIndexLastUpdateDateKey = "failIndexLastUpdateDate"};
+          .streakDataKey = glancery::kStreakDataKey,
+          .successImageIndexKey = glancery::kSuccessImageIndexKey,
+          .failImageIndexKey = glancery::kFailImageIndexKey,
+          .successIndexLastUpdateDateKey = glancery::kSuccessIndexLastUpdateDateKey,
+          .failIndexLastUpdateDateKey = glancery::kFailIndexLastUpdateDateKey};
 }
 
 inline platform::NSUserDefaults suite() {
