@@ -149,4 +149,14 @@ std::vector<std::string> WidgetHost::log() const {
   return lines;
 }
 
+std::size_t shownEntry(const ArchivedTimeline& timeline, Date now) {
+  std::size_t shown = 0;
+  for (std::size_t index = 0; index < timeline.entries.size(); ++index) {
+    if (timeline.entries[index].date <= now) {
+      shown = index;
+    }
+  }
+  return shown;
+}
+
 }  // namespace host

@@ -141,4 +141,8 @@ class WidgetHost {
   std::unique_ptr<platform::Renderer> renderer_;
 };
 
+/// The place of the entry that a widget shows at `now`: the last whose date has come, or the first
+/// while none has.
+std::size_t shownEntry(const platform::ArchivedTimeline& timeline, platform::Date now);
+
 }  // namespace host

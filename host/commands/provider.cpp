@@ -99,16 +99,6 @@ ProvideRequest::What requestNamed(const std::string& name) {
   return static_cast<ProvideRequest::What>(found - std::begin(kRequestNames));
 }
 
-std::size_t shownEntry(const ArchivedTimeline& timeline, Date now) {
-  std::size_t shown = 0;
-  for (std::size_t index = 0; index < timeline.entries.size(); ++index) {
-    if (timeline.entries[index].date <= now) {
-      shown = index;
-    }
-  }
-  return shown;
-}
-
 void addProviderCommands(CLI::App& app) {
   for (const char* name : kRequestNames) {
     const auto what = requestNamed(name);

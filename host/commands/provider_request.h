@@ -12,8 +12,4 @@ inline constexpr const char* kRequestNames[] = {"placeholder", "snapshot", "time
 /// The request of that name; a `CommandError` names another word.
 platform::ProvideRequest::What requestNamed(const std::string& name);
 
-/// The place of the entry that a widget shows at `now`: the last whose date has come, or the first
-/// while none has.
-std::size_t shownEntry(const platform::ArchivedTimeline& timeline, platform::Date now);
-
 }  // namespace host

@@ -7,7 +7,6 @@
 
 #include "host/command_error.h"
 #include "host/commands/commands.h"
-#include "host/commands/provider_request.h"
 #include "host/widget_host.h"
 
 namespace host {

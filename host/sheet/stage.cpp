@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "host/command_error.h"
-#include "host/commands/provider_request.h"
 #include "host/host_app.h"
 #include "platform/foundation/require.h"
 
