@@ -14,6 +14,7 @@
 
 #include "host/command_error.h"
 #include "host/commands/commands.h"
+#include "host/sheet/accepted_findings.h"
 #include "host/sheet/goldens.h"
 #include "host/sheet/output_folder.h"
 #include "host/sheet/progress.h"
@@ -33,6 +34,7 @@ struct SheetOptions {
   std::string output = {};
   std::string goldens = {};
   bool accept = false;
+  std::string acceptedFindings = {};
   std::string only = {};
   bool quick = false;
   std::string extension = {};
@@ -60,6 +62,19 @@ std::vector<Shot> chosenShots(const SheetOptions& options) {
 bool showSameEntry(const Shot& one, const Shot& other) {
   return one.state == other.state && one.locale == other.locale && one.screen == other.screen &&
          one.system == other.system;
+}
+
+void markFindings(const SheetOptions& options, std::vector<SheetPicture>& pictures) {
+  fs::path file = options.acceptedFindings;
+  if (file.empty() && !options.goldens.empty()) {
+    file = fs::path(options.goldens) / kAcceptedFindingsFile;
+    if (!fs::exists(file)) {
+      return;
+    }
+  }
+  if (!file.empty()) {
+    markAccepted(file, pictures);
+  }
 }
 
 using Take = std::function<void(const Shot& shot, const Print& print, Renderer& renderer)>;
@@ -108,6 +123,7 @@ void makeSheet(const SheetOptions& options, std::vector<SheetPicture>& pictures)
         folder.write(shot.name() + ".png", print.png);
         folder.write(shot.name() + ".json", print.list);
       });
+  markFindings(options, pictures);
   folder.write("index.html", sheetPage(pictures));
   folder.write("sheet.json", sheetJSON(pictures));
   folder.publish();
@@ -204,6 +220,7 @@ std::vector<Difference> verify(const SheetOptions& options, std::vector<SheetPic
   const Goldens goldens(options.goldens);
   OutputFolder folder(report, {.what = "report", .files = kReportFiles, .folders = kReportFolders});
   std::vector<Difference> differences = compareAll(options, shots, goldens, folder, pictures);
+  markFindings(options, pictures);
   folder.write("report.html", reportPage(pictures, differences));
   folder.write("report.json", reportJSON(pictures, differences));
   folder.publish();
@@ -242,6 +259,14 @@ void sheet(const SheetOptions& options) {
   }
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
   printSummary(pictures, elapsed.count());
+  const std::size_t found = options.goldens.empty() ? 0 : countFindings(pictures);
+  if (found > 0 && (differences.empty() || options.accept)) {
+    throw CommandError(std::to_string(found) + " new " + (found == 1 ? "finding" : "findings") +
+                           ": mend what is at fault, or accept it with a reason in " +
+                           kAcceptedFindingsFile + "; see " +
+                           (reportFolder(options) / "report.html").string(),
+                       kDiffers);
+  }
   if (differences.empty()) {
     return;
   }
@@ -272,6 +297,10 @@ void addSheetCommand(CLI::App& app) {
                       "goes to -o, or to GOLDENS-report");
   command->add_flag(
       "--accept", options->accept, "Makes the present pictures the goldens, where they differ");
+  command->add_option("--accepted-findings",
+                      options->acceptedFindings,
+                      "File of findings that may stay, each with its reason (default: "
+                      "accepted-findings.json in GOLDENS)");
   command->add_option("--only", options->only, "One widget alone, as gallery lists it");
   command->add_flag("--quick", options->quick, "Every state on the usual phone alone");
   command->add_option("--extension",
@@ -279,7 +308,8 @@ void addSheetCommand(CLI::App& app) {
                       "Folder of the extension (default: Glancery.appex beside this program)");
   command->footer(
       "The last line on standard output counts: N pictures, M findings, S s, P pictures/s.\n"
-      "Findings are listed and fail nothing. Exit status 3: something differs from the goldens.");
+      "M counts what nobody has accepted. Exit status 3: with --verify, something differs from the "
+      "goldens, or there is a finding that nobody has accepted.");
   command->callback([options] { sheet(*options); });
 }
 

@@ -33,6 +33,8 @@ struct Finding {
   Check check;
   /// A sentence for people, with the text or picture in question and the figure.
   std::string says;
+  /// Why it may stay; empty of a finding that nobody has accepted.
+  std::string accepted = {};
   friend bool operator==(const Finding&, const Finding&) = default;
 };
 

@@ -17,6 +17,9 @@ Json jsonOf(std::span<const Finding> findings) {
   Json array = Json::array();
   for (const Finding& finding : findings) {
     array.push_back({{"check", nameOf(finding.check)}, {"says", finding.says}});
+    if (!finding.accepted.empty()) {
+      array.back()["accepted"] = finding.accepted;
+    }
   }
   return array;
 }
@@ -100,7 +103,7 @@ std::span<const std::string_view> sheetFolders() {
 std::size_t countFindings(std::span<const SheetPicture> pictures) {
   std::size_t count = 0;
   for (const SheetPicture& picture : pictures) {
-    count += picture.findings.size();
+    count += std::ranges::count(picture.findings, std::string(), &Finding::accepted);
   }
   return count;
 }

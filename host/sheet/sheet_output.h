@@ -32,6 +32,7 @@ struct SheetPicture {
   std::vector<Finding> findings = {};
 };
 
+/// Those that nobody has accepted.
 std::size_t countFindings(std::span<const SheetPicture> pictures);
 
 /// {"glancery": "sheet", "pictures": [...]}: the pictures in their order, with all that tells them

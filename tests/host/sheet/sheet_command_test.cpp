@@ -24,7 +24,12 @@ using Words = std::vector<std::string>;
 
 /// Pictures of one widget on the usual phone: every kind of file, in a moment.
 Ran sheet(Words more) {
-  Words words = {"sheet", "--quick", "--only", "Checkin"};
+  Words words = {"sheet",
+                 "--quick",
+                 "--only",
+                 "Checkin",
+                 "--accepted-findings",
+                 GLANCERY_TEST_DATA "/accepted_findings.json"};
   words.insert(words.end(), more.begin(), more.end());
   return run(std::string(GLANCERY_BUILD) + "/glancery", words);
 }
@@ -219,6 +224,28 @@ TEST_F(Goldens, TooManyAreDifferencesUntilTheyAreGone) {
   EXPECT_EQ(verify({"--accept"}).status, 0);
   EXPECT_FALSE(fs::exists(goldens_ / "Checkin/dance.png"));
   EXPECT_TRUE(fs::exists(goldens_ / "Binnacle/dance.png"));
+}
+
+TEST_F(Goldens, FailOnAFindingThatNobodyHasAccepted) {
+  const auto plain = [&] {
+    return run(GLANCERY_BUILD "/glancery",
+               {"sheet", "--quick", "--only", "Checkin", "--verify", goldens_.string()});
+  };
+  const fs::path accepted = goldens_ / "accepted-findings.json";
+  const std::string all = readWhole(GLANCERY_TEST_DATA "/accepted_findings.json");
+  writeWhole(accepted, all);
+  EXPECT_EQ(plain().status, 0);
+  EXPECT_EQ(report()["findings"][0]["findings"][0]["accepted"], Json::parse(all)[0]["reason"]);
+
+  writeWhole(accepted, Json::array({Json::parse(all)[0]}).dump());
+  const Ran fresh = plain();
+  EXPECT_EQ(fresh.status, 3);
+  EXPECT_THAT(fresh.err, HasSubstr("new findings: mend what is at fault, or accept it"));
+
+  writeWhole(accepted, R"([{"widget": "Checkin", "check": "low-contrast"}])");
+  const Ran noReason = plain();
+  EXPECT_EQ(noReason.status, 1);
+  EXPECT_THAT(noReason.err, HasSubstr("entry 1 is no accepted finding"));
 }
 
 TEST_F(Goldens, AreMadeByAcceptingThem) {
