@@ -18,6 +18,9 @@ struct ToJson {
   Json operator()(Null) const { return nullptr; }
   Json operator()(Date date) const { return date.iso8601(); }
   Json operator()(const Data& data) const { return {{"data", encodeBase64(data.bytes)}}; }
+  Json operator()(const UnsupportedObject& object) const {
+    return {{"unsupported", encodeBase64(object.bytes)}};
+  }
   Json operator()(const Array& array) const {
     Json json = Json::array();
     for (const Value& value : array) {

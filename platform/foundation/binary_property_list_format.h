@@ -15,10 +15,12 @@ enum class Kind : unsigned {
   data = 0x4,
   ascii = 0x5,
   utf16 = 0x6,
+  uid = 0x8,
   array = 0xA,
   dictionary = 0xD,
 };
 
+inline constexpr unsigned kNull = 0x00;
 inline constexpr unsigned kFalse = 0x08;
 inline constexpr unsigned kTrue = 0x09;
 /// A length in the low half that says: the length follows as an integer object.

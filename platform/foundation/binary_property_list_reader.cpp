@@ -93,6 +93,13 @@ class Reader {
     /// Elements of a container, characters of a string, bytes of data.
     std::uint64_t length;
     std::string_view rest;
+    /// Where the object begins.
+    const char* start;
+
+    /// The object as it stands; `size` bytes follow what has been taken apart.
+    UnsupportedObject unsupported(std::size_t size) const {
+      return {std::string(start, rest.data() + size)};
+    }
   };
 
   static std::unexpected<std::string> fault(std::uint64_t number, std::string_view what) {
@@ -101,7 +108,7 @@ class Reader {
 
   static Header headerAt(std::string_view bytes) {
     const unsigned first = static_cast<unsigned char>(bytes[0]);
-    return {Kind{first >> 4}, first & 0xF, first & 0xF, bytes.substr(1)};
+    return {Kind{first >> 4}, first & 0xF, first & 0xF, bytes.substr(1), bytes.data()};
   }
 
   std::optional<Header> header(std::uint64_t number) const {
@@ -112,7 +119,7 @@ class Reader {
     auto rest = bytes_.substr(offset, heapEnd_ - offset);
     Header header = headerAt(rest);
     rest = header.rest;
-    const bool counted = header.kind >= Kind::data;
+    const bool counted = header.kind >= Kind::data && header.kind != Kind::uid;
     if (counted && header.low == kLongLength) {
       if (rest.empty() || headerAt(rest).kind != Kind::integer) {
         return std::nullopt;
@@ -153,6 +160,9 @@ class Reader {
         if (header->low == kFalse || header->low == kTrue) {
           return header->low == kTrue;
         }
+        if (header->low == kNull) {
+          return header->unsupported(0);
+        }
         return fault(number, "is of no known type");
       case Kind::integer:
         return integer(number, *header);
@@ -163,6 +173,11 @@ class Reader {
       case Kind::ascii:
       case Kind::utf16:
         return text(number, *header);
+      case Kind::uid:
+        if (header->rest.size() < header->low + 1) {
+          return fault(number, "is a UID cut short");
+        }
+        return header->unsupported(header->low + 1);
       case Kind::array:
       case Kind::dictionary:
         if (depth == kMaxPropertyListDepth) {
@@ -206,7 +221,7 @@ class Reader {
       return value;
     }
     if (!std::isfinite(value)) {
-      return fault(number, "is a date that is no instant");
+      return header.unsupported(size);
     }
     return dateFromReference(value);
   }
@@ -227,10 +242,10 @@ class Reader {
       if (auto text = utf8FromUTF16(*bytes)) {
         return *std::move(text);
       }
-      return fault(number, "is a string that is not UTF-16");
+      return header.unsupported(bytes->size());
     }
     if (!isUTF8(*bytes)) {
-      return fault(number, "is a string that is not UTF-8");
+      return header.unsupported(bytes->size());
     }
     return *bytes;
   }

@@ -138,6 +138,8 @@ class Writer {
       return text ? Added(addScalar(*std::move(text))) : fault("a string that is not UTF-8");
     } else if constexpr (std::is_same_v<T, Data>) {
       return addScalar(encodedHeader(Kind::data, value.bytes.size()) + value.bytes);
+    } else if constexpr (std::is_same_v<T, UnsupportedObject>) {
+      return addScalar(value.bytes);
     } else if constexpr (std::is_same_v<T, Date>) {
       const double seconds = value.timeIntervalSince1970() - kReferenceDate;
       return std::isfinite(seconds) ? Added(addScalar(encodedReal(Kind::date, seconds)))

@@ -90,6 +90,8 @@ Fault writeAny(CBORWriter& out, const T& value, int depth) {
       return ValueFault{"a string that is not UTF-8"};
     }
     out.text(value);
+  } else if constexpr (std::is_same_v<T, UnsupportedObject>) {
+    return ValueFault{"an object of an unsupported type"};
   } else {
     if (depth == kMaxCBORDepth) {
       return ValueFault{"nested deeper than " + std::to_string(kMaxCBORDepth) + " levels"};

@@ -33,7 +33,8 @@ struct Descriptor {
 }  // namespace
 
 std::expected<std::string, std::error_code> readFile(const std::filesystem::path& file) {
-  const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+  // A FIFO in the place of a file must not block.
+  const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status = {};
   if (descriptor.number < 0 || ::fstat(descriptor.number, &status) != 0) {
     return std::unexpected(lastError());

@@ -113,6 +113,8 @@ class Writer {
       return fault("data");
     } else if constexpr (std::is_same_v<T, Date>) {
       return fault("a date");
+    } else if constexpr (std::is_same_v<T, UnsupportedObject>) {
+      return fault("an object of an unsupported type");
     } else if (depth == NSJSONSerialization::kMaxDepth) {
       return fault("nesting beyond " + std::to_string(depth) + " levels");
     } else if constexpr (std::is_same_v<T, Array>) {

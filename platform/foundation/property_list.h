@@ -9,11 +9,16 @@
 
 namespace platform {
 
+/// Reads a property list as `NSPropertyListSerialization` does; the error says only what is wrong
+/// and where.
+std::expected<Value, std::string> readPropertyList(std::string_view bytes);
+
 /// Property lists: the platform's files of typed values, binary or XML.
 ///
 /// Values are strings, integers, reals, booleans, data, dates, arrays and dictionaries, nested up
-/// to 512 levels. A date given to the millisecond comes back equal; any other, from 1900 to 2100,
-/// to within a microsecond. Safe from any thread.
+/// to 512 levels. What else a binary list may hold is an `UnsupportedObject`, what else an XML list
+/// may hold is a string of the element's XML text. A date given to the millisecond comes back
+/// equal; any other, from 1900 to 2100, to within a microsecond. Safe from any thread.
 struct NSPropertyListSerialization {
   /// Reads either form, from bytes that nobody has checked; the error says that the bytes are no
   /// property list, and why. Integers beyond 64 bits become doubles.

@@ -10,7 +10,10 @@
 #include <memory>
 #include <system_error>
 #include <utility>
+#include <vector>
 
+#include "platform/foundation/binary_property_list.h"
+#include "platform/foundation/files.h"
 #include "platform/foundation/property_list.h"
 
 namespace platform {
@@ -56,49 +59,7 @@ class FileDescriptor {
   int descriptor_;
 };
 
-/// All bytes of the file, or the system's error. A file in place never changes, but its size is
-/// only believed as far as it can be read.
-std::expected<std::string, int> readWhole(const Path& path) {
-  const FileDescriptor file(path, O_RDONLY);
-  struct stat status {};
-  if (!file || ::fstat(file.get(), &status) != 0) {
-    return std::unexpected(errno);
-  }
-  if (!S_ISREG(status.st_mode)) {
-    return std::unexpected(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
-  }
-  std::string bytes(static_cast<std::size_t>(status.st_size) + 1, '\0');
-  std::size_t size = 0;
-  while (true) {
-    const ssize_t got = ::read(file.get(), bytes.data() + size, bytes.size() - size);
-    if (got < 0 && errno == EINTR) {
-      continue;
-    }
-    if (got < 0) {
-      return std::unexpected(errno);
-    }
-    if (got == 0) {
-      bytes.resize(size);
-      return bytes;
-    }
-    size += static_cast<std::size_t>(got);
-    if (size == bytes.size()) {
-      bytes.resize(2 * size);
-    }
-  }
-}
-
-/// A file of that name that was not there before, with exactly these bytes.
-Done writeNew(const Path& path, std::string_view bytes) {
-  // A writer that was killed leaves its file behind. Cutting that one to length could cut the file
-  // of a reader: it is the old suite if the kill came after the exchange.
-  if (::unlink(path.c_str()) != 0 && errno != ENOENT) {
-    return failure("remove", path, errno);
-  }
-  FileDescriptor file(path, O_WRONLY | O_CREAT | O_EXCL);
-  if (!file) {
-    return failure("create", path, errno);
-  }
+Done writeAll(FileDescriptor& file, const Path& path, std::string_view bytes, mode_t mode) {
   while (!bytes.empty()) {
     const ssize_t written = ::write(file.get(), bytes.data(), bytes.size());
     if (written < 0 && errno == EINTR) {
@@ -109,10 +70,28 @@ Done writeNew(const Path& path, std::string_view bytes) {
     }
     bytes.remove_prefix(static_cast<std::size_t>(written));
   }
-  if (!file.close()) {
+  if (::fchmod(file.get(), mode) != 0 || !file.close()) {
     return failure("write", path, errno);
   }
   return {};
+}
+
+/// A file of that name that was not there before, with exactly these bytes and this mode.
+Done writeNew(const Path& path, std::string_view bytes, mode_t mode) {
+  // A writer that was killed leaves its file behind. Cutting that one to length could cut the file
+  // of a reader: it is the old suite if the kill came after the exchange.
+  if (::unlink(path.c_str()) != 0 && errno != ENOENT) {
+    return failure("remove", path, errno);
+  }
+  FileDescriptor file(path, O_WRONLY | O_CREAT | O_EXCL);
+  if (!file) {
+    return failure("create", path, errno);
+  }
+  auto written = writeAll(file, path, bytes, mode);
+  if (!written) {
+    ::unlink(path.c_str());  // What it holds would keep a full disk full.
+  }
+  return written;
 }
 
 /// `rename` onto an existing file makes ext4 flush it, which takes most of a millisecond; an
@@ -139,17 +118,15 @@ bool renameToFreeName(const Path& from, const Path& to) {
 }
 
 /// Moves a damaged file to the first free of its names.
-Done setAside(const Path& file, std::string_view reason) {
+Done setAside(const Path& file, const std::string& reason) {
   for (int number = 1;; ++number) {
     const std::string suffix = number == 1 ? ".damaged" : ".damaged-" + std::to_string(number);
     const Path aside = beside(file, suffix);
     if (renameToFreeName(file, aside)) {
       std::fprintf(stderr,
-                   "NSUserDefaults: %s is damaged and set aside as %s: %.*s\n",
-                   file.c_str(),
+                   "NSUserDefaults: set aside as %s: %s\n",
                    aside.filename().c_str(),
-                   static_cast<int>(reason.size()),
-                   reason.data());
+                   reason.c_str());
       return {};
     }
     if (errno != EEXIST) {
@@ -192,43 +169,66 @@ Path SuiteFile::container() const {
   return path_.parent_path().parent_path().parent_path();
 }
 
-bool SuiteFile::canBeOpened() const {
+Path SuiteFile::target() const {
+  constexpr int kMaxLinks = 40;
+  Path path = path_;
+  std::error_code isNoLink;
+  for (int links = 0; links < kMaxLinks; ++links) {
+    const Path next = std::filesystem::read_symlink(path, isNoLink);
+    if (isNoLink) {
+      break;
+    }
+    path = path.parent_path() / next;
+  }
+  return path;
+}
+
+Done SuiteFile::canBeOpened() const {
   if (path_.empty()) {
-    return false;
+    return std::unexpected("there is no container, or no file can have the suite's name");
   }
   struct stat status {};
   if (::stat(path_.c_str(), &status) == 0) {
-    return S_ISREG(status.st_mode) && ::access(path_.c_str(), R_OK) == 0;
+    if (!S_ISREG(status.st_mode)) {
+      return std::unexpected("can't open " + path_.string() + ": not a regular file");
+    }
+    return ::access(path_.c_str(), R_OK) == 0 ? Done() : failure("open", path_, errno);
   }
-  const bool unwritten = errno == ENOENT;
+  if (errno != ENOENT) {
+    return failure("open", path_, errno);
+  }
   const Path folder = container();
-  return unwritten && ::stat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-         ::access(folder.c_str(), X_OK) == 0;
+  if (::stat(folder.c_str(), &status) != 0 || ::access(folder.c_str(), X_OK) != 0) {
+    return failure("open", folder, errno);
+  }
+  return S_ISDIR(status.st_mode) ? Done() : failure("open", folder, ENOTDIR);
 }
 
 SuiteContents SuiteFile::read() const {
   using enum SuiteContents::State;
-  const auto bytes = readWhole(path_);
+  const auto bytes = readFile(path_);
   if (!bytes) {
-    const bool absent = bytes.error() == ENOENT;
-    return {.state = absent ? missing : unreadable,
-            .reason = std::generic_category().message(bytes.error())};
+    if (bytes.error() == std::errc::no_such_file_or_directory) {
+      return {};
+    }
+    return {.state = unreadable,
+            .reason = "can't read " + path_.string() + ": " + bytes.error().message()};
   }
-  auto value = NSPropertyListSerialization::propertyListWithData(*bytes);
-  if (!value) {
-    return {.state = damaged, .reason = value.error().debugDescription};
+  auto value = readPropertyList(*bytes);
+  if (value && value->dictionary()) {
+    return {.state = whole, .value = *std::move(value)};
   }
-  if (!value->dictionary()) {
-    return {.state = damaged, .reason = "the property list is no dictionary"};
-  }
-  return {.state = whole, .value = *std::move(value)};
+  return {.state = damaged,
+          .reason = path_.string() + " is damaged: " +
+                    (value ? "the property list is not a dictionary" : value.error())};
 }
 
 Done SuiteFile::change(const Edit& edit) const {
-  const Path lockFile = beside(path_, ".lock");
+  const Path file = target();
+  const Path lockFile = beside(file, ".lock");
   auto lock = std::make_unique<Lock>(lockFile);
   if (lock->error() == ENOENT) {
-    const Path preferences = path_.parent_path();
+    const Path preferences = file.parent_path();
     for (const Path& folder : {preferences.parent_path(), preferences}) {
       if (const int error = createFolder(folder); error != 0) {
         return failure("create", folder, error);
@@ -242,45 +242,51 @@ Done SuiteFile::change(const Edit& edit) const {
 
   const SuiteContents contents = read();
   if (contents.state == SuiteContents::State::unreadable) {
-    return std::unexpected("can't read " + path_.string() + ": " + contents.reason);
+    return std::unexpected(contents.reason);
   }
   const bool damaged = contents.state == SuiteContents::State::damaged;
   Dictionary members = contents.dictionary();
   if (!edit(members) && !damaged) {
     return {};
   }
-  const auto bytes = NSPropertyListSerialization::dataWithPropertyList(members);
+  const auto bytes = writeBinaryPropertyList(members);
   if (!bytes) {
-    return std::unexpected(bytes.error().debugDescription);
+    return std::unexpected(bytes.error().sentence());
   }
-  const Path next = beside(path_, ".new");
-  if (auto written = writeNew(next, *bytes); !written) {
+  struct stat old {};
+  const mode_t mode = ::stat(file.c_str(), &old) == 0 ? old.st_mode & 07777 : 0600;
+  const Path next = beside(file, ".new");
+  if (auto written = writeNew(next, *bytes, mode); !written) {
     return written;
   }
   if (damaged) {
-    if (auto aside = setAside(path_, contents.reason); !aside) {
+    if (auto aside = setAside(file, contents.reason); !aside) {
       return aside;
     }
   }
-  return moveIntoPlace(next, path_);
+  return moveIntoPlace(next, file);
 }
 
 Done SuiteFile::synchronize() const {
-  const Path preferences = path_.parent_path();
+  const Path file = target();
   // Held so that no other writer puts a file in place whose bytes are not on the disk yet.
-  const Lock lock(beside(path_, ".lock"));
+  const Lock lock(beside(file, ".lock"));
   if (lock.error() == ENOENT) {
     return {};  // No folder: nothing has been written.
   }
   if (lock.error() != 0) {
-    return failure("lock", beside(path_, ".lock"), lock.error());
+    return failure("lock", beside(file, ".lock"), lock.error());
   }
-  for (const Path& path : {path_, preferences, preferences.parent_path(), container()}) {
-    const FileDescriptor file(path, O_RDONLY);
-    if (!file && errno == ENOENT) {
+  std::vector<Path> paths = {file, file.parent_path()};
+  if (file == path_) {  // Else the folders lead to a link, which no write changes.
+    paths.insert(paths.end(), {file.parent_path().parent_path(), container()});
+  }
+  for (const Path& path : paths) {
+    const FileDescriptor opened(path, O_RDONLY);
+    if (!opened && errno == ENOENT) {
       continue;
     }
-    if (!file || ::fsync(file.get()) != 0) {
+    if (!opened || ::fsync(opened.get()) != 0) {
       return failure("synchronize", path, errno);
     }
   }

@@ -24,7 +24,7 @@ struct SuiteContents {
   State state = State::missing;
   /// A dictionary, empty unless the file is whole.
   Value value = Dictionary();
-  /// What is damaged or why it is unreadable.
+  /// A sentence that names the file and what is damaged or why it is unreadable; else empty.
   std::string reason = {};
 
   const Dictionary& dictionary() const { return *value.dictionary(); }
@@ -35,7 +35,8 @@ struct SuiteContents {
 /// A writer holds the lock on `<suite>.plist.lock` while it reads, changes and replaces; the lock
 /// goes with the process, however that ends. The new file is written whole as `<suite>.plist.new`
 /// and then changes places with the old one in one step, so that a reader, which takes no lock,
-/// sees one or the other. A file once in place is never written to again.
+/// sees one or the other. A file once in place is never written to again. The new file has the old
+/// one's mode. Where the suite is a symbolic link, all of this happens where the link leads.
 class SuiteFile {
  public:
   explicit SuiteFile(std::filesystem::path path) : path_(std::move(path)) {}
@@ -45,8 +46,12 @@ class SuiteFile {
   static std::filesystem::path pathOf(const std::filesystem::path& container,
                                       std::string_view suiteName);
 
-  /// Whether there is a file to read, or a container to write one into.
-  bool canBeOpened() const;
+  /// Whether there is a file to read, or a container to write one into; if not, a sentence says
+  /// why.
+  std::expected<void, std::string> canBeOpened() const;
+
+  /// The file itself: where the path leads if it is a symbolic link, even if nothing is there yet.
+  std::filesystem::path target() const;
 
   SuiteContents read() const;
 
@@ -61,7 +66,6 @@ class SuiteFile {
 
  private:
   std::filesystem::path container() const;
-
   std::filesystem::path path_;
 };
 

@@ -109,11 +109,7 @@ void NSUserDefaults::setInteger(std::int64_t value, std::string_view key) {
 }
 
 void NSUserDefaults::removeObjectForKey(std::string_view key) {
-  const auto edit = [key](Dictionary& suite) {
-    const bool present = suite.find(key) != nullptr;
-    suite.remove(key);
-    return present;
-  };
+  const auto edit = [key](Dictionary& suite) { return suite.remove(key); };
   report(SuiteFile(file_).change(edit), "\"" + std::string(key) + "\" is not removed");
 }
 

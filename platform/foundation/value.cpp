@@ -47,11 +47,13 @@ void Dictionary::set(std::string key, Value value) {
   }
 }
 
-void Dictionary::remove(std::string_view key) {
+bool Dictionary::remove(std::string_view key) {
   const auto found = lowerBound(members_, key);
-  if (found != members_.end() && found->first == key) {
+  const bool present = found != members_.end() && found->first == key;
+  if (present) {
     members_.erase(found);
   }
+  return present;
 }
 
 std::optional<std::int64_t> Dictionary::integer(std::string_view key) const {

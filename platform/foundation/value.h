@@ -20,6 +20,13 @@ struct Data {
   friend bool operator==(const Data&, const Data&) = default;
 };
 
+/// What a property list holds beyond the types here, such as a UID or a string with half a
+/// surrogate pair: its object in the binary form, kept so that rewriting the list loses nothing.
+struct UnsupportedObject {
+  std::string bytes;
+  friend bool operator==(const UnsupportedObject&, const UnsupportedObject&) = default;
+};
+
 /// JSON's null, the platform's null object.
 struct Null {
   friend bool operator==(Null, Null) = default;
@@ -46,7 +53,8 @@ class Dictionary {
   const Value* find(std::string_view key) const;
   /// Replaces what stood under `key`.
   void set(std::string key, Value value);
-  void remove(std::string_view key);
+  /// Whether there was a value under `key`.
+  bool remove(std::string_view key);
 
   /// An integer, a boolean (1 or 0), or a floating-point number without a fraction that fits.
   std::optional<std::int64_t> integer(std::string_view key) const;
@@ -70,8 +78,16 @@ class Dictionary {
 /// they were written; integers beyond 64 bits are held as doubles.
 class Value {
  public:
-  using Storage =
-      std::variant<Null, bool, std::int64_t, double, std::string, Data, Date, Array, Dictionary>;
+  using Storage = std::variant<Null,
+                               bool,
+                               std::int64_t,
+                               double,
+                               std::string,
+                               Data,
+                               Date,
+                               UnsupportedObject,
+                               Array,
+                               Dictionary>;
 
   Value() = default;
   Value(Null) {}
@@ -84,6 +100,7 @@ class Value {
   Value(const char* value) : storage_(std::string(value)) {}
   Value(Data value) : storage_(std::move(value)) {}
   Value(Date value) : storage_(value) {}
+  Value(UnsupportedObject value) : storage_(std::move(value)) {}
   Value(Array value) : storage_(std::move(value)) {}
   Value(Dictionary value) : storage_(std::move(value)) {}
   /// An absent value is null.

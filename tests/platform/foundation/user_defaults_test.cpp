@@ -254,7 +254,7 @@ TEST_F(UserDefaults, OtherPropertyListsAreSetAside) {
   put(file(), *NSPropertyListSerialization::dataWithPropertyList(Array{1}));
   ::testing::internal::CaptureStderr();
   suite().removeObjectForKey("absent");
-  EXPECT_THAT(::testing::internal::GetCapturedStderr(), HasSubstr("is no dictionary"));
+  EXPECT_THAT(::testing::internal::GetCapturedStderr(), HasSubstr("is not a dictionary"));
   EXPECT_THAT(filesSetAside(), ElementsAre(".damaged"));
 }
 
