@@ -8,7 +8,8 @@ namespace bench {
 /// What one process took.
 struct Measured {
   double milliseconds = 0;
-  /// The largest resident set, of the process or of one that it started and waited for.
+  /// The largest resident set, of the process or of one that it started and waited for; of a
+  /// running extension its dirty memory.
   double mebibytes = 0;
 };
 

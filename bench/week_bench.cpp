@@ -25,7 +25,6 @@ using namespace platform;
 
 constexpr int kWeek = 7;
 constexpr int kTenYears = 3650;
-constexpr std::size_t kMemory = std::size_t{12} << 20;
 constexpr Size kMediumContent = {338 - 32, 158 - 32};
 
 const ProvideRequest kTimeline = {ProvideRequest::What::timeline,
@@ -78,7 +77,7 @@ BENCHMARK(timelineInProcess)->Name("mood log timeline, ten years: in process")->
 
 void timelineOverSocket(benchmark::State& state) {
   const MoodPhone phone(static_cast<int>(state.range()));
-  const auto extension = valueOf(host::ExtensionProcess::start(kExtension, {.memory = kMemory}));
+  const auto extension = valueOf(host::ExtensionProcess::start(kExtension));
   valueOf(extension->ask(phone.configure()));
   for (auto _ : state) {
     requireMoods(valueOf(extension->ask(kTimeline)));

@@ -11,13 +11,12 @@
 
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <utility>
 
-#include "platform/foundation/files.h"
+#include "host/dirty_memory.h"
 
 namespace host {
 
@@ -26,8 +25,10 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// How often a waiting host looks at the extension's memory.
+/// How often a waiting host looks at the extension's dirty memory.
 constexpr auto kMemoryInterval = 50ms;
+/// How many times its limit of dirty memory an extension may reserve.
+constexpr std::size_t kReservable = 2;
 /// How long a process may take to leave once its socket is closed.
 constexpr auto kFarewell = 1000ms;
 /// What a pipe holds.
@@ -92,9 +93,9 @@ std::expected<std::unique_ptr<ExtensionProcess>, ExtensionFailure> ExtensionProc
     return notStarted(error);
   }
   if (limits.memory > 0) {
-    // A net under the measured limit: between two looks the extension can't take the machine's
-    // memory.
-    const rlimit data = {2 * limits.memory, 2 * limits.memory};
+    // Between two looks at its dirty memory the extension can't take the machine's memory. What is
+    // reserved, stacks of threads for example, is more than what is ever written to.
+    const rlimit data = {kReservable * limits.memory, kReservable * limits.memory};
     ::prlimit(pid, RLIMIT_DATA, &data, nullptr);
   }
   std::unique_ptr<ExtensionProcess> process(new ExtensionProcess);
@@ -146,8 +147,8 @@ std::expected<ExtensionMessage::Content, ExtensionFailure> ExtensionProcess::ask
   if (!answer) {
     return std::unexpected(answer.error());
   }
-  if (const std::size_t peak = peakMemory(); exceedsMemory(peak)) {
-    return std::unexpected(end(ExtensionFailure::Kind::memory, mebibytes(peak)));
+  if (auto failure = endIfTooLarge()) {
+    return std::unexpected(*std::move(failure));
   }
   if (answer->id != id) {
     return std::unexpected(end(ExtensionFailure::Kind::nonsense,
@@ -198,8 +199,8 @@ std::expected<ExtensionMessage, ExtensionFailure> ExtensionProcess::awaitAnswer(
     // A line of the log wakes this wait as well; a look costs more than most lines.
     const auto now = std::chrono::steady_clock::now();
     if (now >= nextLook) {
-      if (const std::size_t peak = peakMemory(); exceedsMemory(peak)) {
-        return std::unexpected(end(Kind::memory, mebibytes(peak)));
+      if (auto failure = endIfTooLarge()) {
+        return std::unexpected(*std::move(failure));
       }
       nextLook = now + kMemoryInterval;
     }
@@ -279,21 +280,12 @@ void ExtensionProcess::drainOutput() {
   }
 }
 
-std::size_t ExtensionProcess::peakMemory() const {
-  const auto status = readFile("/proc/" + std::to_string(pid_) + "/status");
-  constexpr std::string_view kField = "VmHWM:";
-  const std::size_t field = status ? status->find(kField) : std::string::npos;
-  if (field == std::string::npos) {
-    return 0;
+std::optional<ExtensionFailure> ExtensionProcess::endIfTooLarge() {
+  const std::size_t dirty = limits_.memory > 0 ? dirtyMemoryOf(pid_) : 0;
+  if (dirty <= limits_.memory) {
+    return std::nullopt;
   }
-  const std::size_t digits = status->find_first_of("0123456789", field);
-  std::size_t kibibytes = 0;
-  std::from_chars(status->data() + digits, status->data() + status->size(), kibibytes);
-  return kibibytes * 1024;
-}
-
-bool ExtensionProcess::exceedsMemory(std::size_t peak) const {
-  return limits_.memory > 0 && peak > limits_.memory;
+  return end(ExtensionFailure::Kind::memory, "used " + mebibytes(dirty));
 }
 
 ExtensionFailure ExtensionProcess::end(ExtensionFailure::Kind kind, std::string reason) {
@@ -316,11 +308,11 @@ ExtensionFailure ExtensionProcess::end(ExtensionFailure::Kind kind, std::string 
   const bool outOfMemory = lastWords.find("bad_alloc") != std::string::npos;
   if (kind == Kind::crashed && outOfMemory) {
     kind = Kind::memory;
-    reason = mebibytes(limits_.memory) + " and more";
+    reason = "asked for more than " + mebibytes(kReservable * limits_.memory);
   }
   switch (kind) {
     case Kind::memory:
-      reason = "the extension was ended: it used " + reason + " of memory where " +
+      reason = "the extension was ended: it " + reason + " of dirty memory where " +
                mebibytes(limits_.memory) + " are allowed";
       break;
     case Kind::hung:

@@ -22,7 +22,8 @@ namespace host {
 /// What an extension may use before the host ends it.
 struct ExtensionLimits {
   std::chrono::milliseconds answer = std::chrono::seconds(10);
-  /// Peak resident memory in bytes; 0 for none.
+  /// Dirty memory in bytes, as `dirtyMemoryOf` counts it; 0 for no limit. It is looked at while an
+  /// answer is awaited; at no time can the extension reserve more than twice as much.
   std::size_t memory = std::size_t{GLANCERY_EXTENSION_MEMORY_MIB} << 20;
   /// Whoever requests it, from any thread, waits for no answer any longer.
   std::stop_token leaving = {};
@@ -78,8 +79,6 @@ class ExtensionProcess {
   /// Finds out what became of a process that left between two requests, if it did.
   void noticeExit();
   pid_t pid() const { return pid_; }
-  /// The largest resident memory so far, in bytes; 0 once the process is gone.
-  std::size_t peakMemory() const;
 
  private:
   using Deadline = std::chrono::steady_clock::time_point;
@@ -104,7 +103,8 @@ class ExtensionProcess {
   /// Whether the message was a request of the extension's own, which is then seen to.
   bool serve(const platform::ExtensionMessage& message);
   void drainOutput();
-  bool exceedsMemory(std::size_t peak) const;
+  /// Ends the process if it has more dirty memory now than it may have.
+  std::optional<ExtensionFailure> endIfTooLarge();
   /// Ends the process if it still runs, and finds out what became of it.
   ExtensionFailure end(ExtensionFailure::Kind kind, std::string reason);
 

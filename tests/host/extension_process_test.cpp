@@ -7,6 +7,7 @@
 #include <csignal>
 #include <thread>
 
+#include "host/dirty_memory.h"
 #include "tests/world.h"
 
 namespace host {
@@ -76,10 +77,25 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     Memory,
     Misbehaviour,
-    ::testing::Values(Case{"hoard", Kind::memory, "MiB of memory where 30.0 MiB"},
-                      Case{"devour", Kind::memory, "where 30.0 MiB"}),
+    ::testing::Values(Case{"hoard", Kind::memory, "MiB of dirty memory where 30.0 MiB are allowed"},
+                      Case{"devour", Kind::memory, "of dirty memory where 30.0 MiB are allowed"}),
     [](const auto& row) { return std::string(row.param.how); });
 #endif
+
+TEST(ExtensionProcess, MayMapFilesOfAnySize) {
+  const world::Folder folder;
+  const auto extension = startThatDoes(folder, "browse");
+  const auto answer = extension->ask(DescribeRequest());
+  EXPECT_TRUE(answer) << answer.error().reason;
+}
+
+TEST(DirtyMemory, IsWhatIsTheProcessesOwnInMemoryOrSwappedOut) {
+  EXPECT_EQ(dirtyMemoryIn("Name:\tGlancery\nVmHWM:\t   9000 kB\nRssAnon:\t    1300 kB\n"
+                          "RssFile:\t    7000 kB\nRssShmem:\t      70 kB\nVmSwap:\t     200 kB\n"),
+            1500u * 1024);
+  EXPECT_EQ(dirtyMemoryIn("Name:\tGlancery\nState:\tZ (zombie)\n"), 0u);
+  EXPECT_EQ(dirtyMemoryOf(-1), 0u);
+}
 
 TEST(ExtensionProcess, ALogLargerThanAPipeIsCollectedWhole) {
   const world::Folder folder;

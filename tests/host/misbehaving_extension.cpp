@@ -1,5 +1,6 @@
 // An extension that does what its folder is called, for the tests of the host that has to bear it.
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -26,6 +27,16 @@ void takeMemory(std::size_t mebibytes) {
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
 }
 
+/// Reads a large file through a mapping, so that its pages are in memory but clean.
+void browse(std::size_t mebibytes) {
+  const int file = ::fileno(std::tmpfile());
+  const std::size_t size = mebibytes << 20;
+  if (::ftruncate(file, static_cast<off_t>(size)) != 0 ||
+      ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, file, 0) == MAP_FAILED) {
+    std::exit(1);
+  }
+}
+
 void misbehave(const std::string& how, MessageChannel& channel, std::int64_t id) {
   if (how == "crash") {
     std::fputs("about to fall\n", stderr);
@@ -42,6 +53,9 @@ void misbehave(const std::string& how, MessageChannel& channel, std::int64_t id)
   }
   if (how == "devour") {
     takeMemory(4096);
+  }
+  if (how == "browse") {
+    browse(64);
   }
   if (how == "babble") {
     (void)::write(kHostSocket, "\0\0\0\4nope", 8);
