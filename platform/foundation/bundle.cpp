@@ -1,12 +1,14 @@
 #include "platform/foundation/bundle.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <map>
 #include <mutex>
+#include <utility>
 
 #include "platform/foundation/device.h"
 #include "platform/foundation/files.h"
 #include "platform/foundation/property_list.h"
-#include "platform/foundation/require.h"
 #include "platform/foundation/string_catalog.h"
 
 namespace platform {
@@ -17,7 +19,7 @@ struct NSBundle::Contents {
   std::once_flag infoOnce;
   std::optional<Dictionary> info;
   std::once_flag stringsOnce;
-  StringCatalog strings;
+  std::shared_ptr<const StringCatalog> strings;
 };
 
 namespace {
@@ -41,17 +43,33 @@ std::optional<Dictionary> readInfo(const std::filesystem::path& file, const Dict
   return info;
 }
 
-StringCatalog readStrings(const std::filesystem::path& file) {
+/// What this process knows of a catalogue's file.
+struct KnownCatalog {
+  std::shared_ptr<const StringCatalog> lastGood = std::make_shared<StringCatalog>();
+  /// Why it can't be read now; empty if it can.
+  std::string complaint;
+};
+
+std::expected<StringCatalog, std::string> parseCatalog(const std::filesystem::path& file) {
   const auto bytes = readFile(file);
   if (!bytes && bytes.error() == std::errc::no_such_file_or_directory) {
-    return {};
+    return StringCatalog();
   }
-  const auto catalog =
-      bytes ? StringCatalog::parse(Data{*bytes}) : std::unexpected(bytes.error().message());
-  if (!catalog) {
-    fatalError(file.string() + ": " + catalog.error());
+  return bytes ? StringCatalog::parse(Data{*bytes}) : std::unexpected(bytes.error().message());
+}
+
+std::shared_ptr<const StringCatalog> readStrings(const std::filesystem::path& file) {
+  static std::mutex mutex;
+  static std::map<std::filesystem::path, KnownCatalog> known;
+  auto catalog = parseCatalog(file);
+  const std::scoped_lock lock(mutex);
+  KnownCatalog& of = known[file];
+  if (catalog) {
+    of = {std::make_shared<StringCatalog>(*std::move(catalog)), {}};
+  } else if (std::exchange(of.complaint, catalog.error()) != catalog.error()) {
+    std::fprintf(stderr, "%s can't be read: %s\n", file.c_str(), catalog.error().c_str());
   }
-  return *catalog;
+  return of.lastGood;
 }
 
 }  // namespace
@@ -94,7 +112,7 @@ const StringCatalog& NSBundle::strings() const {
   std::call_once(contents_->stringsOnce, [this] {
     contents_->strings = readStrings(contents_->folder / "Localizable.xcstrings");
   });
-  return contents_->strings;
+  return *contents_->strings;
 }
 
 std::string NSBundle::localization() const {

@@ -32,9 +32,9 @@ class NSBundle {
   /// `Info.plist` with the overrides; nothing if there is no such file or it can't be read.
   std::optional<Dictionary> infoDictionary() const;
 
-  /// The string catalogue `Localizable.xcstrings`; empty if there is none. A catalogue that can't
-  /// be read stops the process with the reason: no user should see bare keys because of a slip in a
-  /// file.
+  /// The string catalogue `Localizable.xcstrings`; empty if there is none. In place of one that
+  /// can't be read stands the last one that this process read from the same file, else an empty
+  /// one; a line on standard error names the file and says what is wrong, once until that changes.
   const StringCatalog& strings() const;
 
   /// The text of `key` in the user's language: the first of the device's languages that the

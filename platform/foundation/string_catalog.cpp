@@ -37,7 +37,8 @@ const Dictionary* formOrOther(const Dictionary& forms, std::string_view form) {
 std::optional<std::string> resolve(const Dictionary* localization,
                                    std::string_view language,
                                    const std::vector<std::int64_t>& arguments) {
-  if (!localization) {
+  // The unit beside substitutions is text with gaps that only they fill.
+  if (!localization || localization->find("substitutions")) {
     return std::nullopt;
   }
   if (const Dictionary* unit = member(localization, "stringUnit")) {
@@ -72,14 +73,8 @@ std::expected<StringCatalog, std::string> StringCatalog::parse(const Data& json)
   catalog.strings_ = *strings;
   std::set<std::string> languages = {*source};
   for (const auto& [key, entry] : *strings) {
-    if (!entry.dictionary()) {
-      return std::unexpected("the string \"" + key + "\" is not an object");
-    }
     if (const Dictionary* localizations = member(entry.dictionary(), "localizations")) {
       for (const auto& [language, localization] : *localizations) {
-        if (member(localization.dictionary(), "substitutions")) {
-          return std::unexpected("substitutions are not implemented (string \"" + key + "\")");
-        }
         languages.insert(language);
       }
     }

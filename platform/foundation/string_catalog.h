@@ -14,7 +14,8 @@ namespace platform {
 /// A string catalogue (`.xcstrings`): texts by key and language.
 ///
 /// Plain texts, device variations (a phone's, else "other") and plural variations (chosen by the
-/// first argument) are read; a catalogue with substitutions is refused with the key.
+/// first argument) are read. An entry in another form, one with substitutions for example, has no
+/// text; the others do.
 class StringCatalog {
  public:
   StringCatalog() = default;
