@@ -48,6 +48,9 @@ NSURLSession& NSURLSession::sessionWithConfiguration(const NSURLSessionConfigura
   if (configuration.identifier.empty()) {
     fatalError("a background session needs an identifier");
   }
+  if (!configuration.sessionSendsLaunchEvents) {
+    fatalError("a session whose results wait for the next launch is not implemented");
+  }
   const std::scoped_lock lock(sessionsMutex);
   NSURLSession*& session = sessions()[configuration.identifier];
   if (session) {
@@ -72,6 +75,9 @@ const NSURLSessionConfiguration& NSURLSession::configuration() const {
 
 std::shared_ptr<NSURLSessionDownloadTask> NSURLSession::downloadTaskWithRequest(
     NSURLRequest request) {
+  if (!configuration().sharedContainerIdentifier.starts_with("group.")) {
+    fatalError("a task in an invalid session: its shared container names no app group (-995)");
+  }
   return std::shared_ptr<NSURLSessionDownloadTask>(
       new NSURLSessionDownloadTask(*this, std::move(request)));
 }

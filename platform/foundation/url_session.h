@@ -55,7 +55,11 @@ class NSURLSessionDownloadDelegate {
 
 struct NSURLSessionConfiguration {
   std::string identifier;
+  /// The app group in whose container the session keeps its downloads. Without one, an extension's
+  /// session is invalid, and making a task in it stops the process.
   std::string sharedContainerIdentifier = {};
+  /// Whether results launch the extension. A session without is not implemented: making it stops
+  /// the process.
   bool sessionSendsLaunchEvents = true;
 
   static NSURLSessionConfiguration backgroundSessionConfigurationWithIdentifier(

@@ -9,14 +9,18 @@
 #include "platform/foundation/url_session.h"
 #include "platform/foundation/user_defaults.h"
 #include "platform/widgetkit/widget_center.h"
-#include "store/shared_store.h"
 #include "tests/world.h"
 
 // The process's one client, with a host that writes down what it is asked for.
 
 namespace world {
 
-/// What the client asked of its host since the last `reset`.
+// What host app and extension have agreed on stands here in full: a test that took it from the
+// product would agree with any slip in it.
+inline constexpr const char* kAppGroup = "group.com.quiloapp.sharedData";
+inline constexpr const char* kSession = "com.quiloapp.fetchAffirmationTask";
+
+/// What the client asked of its host since the last `ClientWorld` was made.
 struct Asked {
   std::vector<platform::NSURLRequest> downloads = {};
   std::vector<std::string> reloads = {};
@@ -40,6 +44,16 @@ inline void runMainQueue() {
   platform::runMainQueueUntilReadable(always);
 }
 
+/// What the client logs when it is made, at its first use in this process.
+inline const std::vector<std::string>& logOfFirstUse() {
+  static const auto lines = [] {
+    const CapturedLog log;
+    glancery::NetworkManager::shared();
+    return log.lines();
+  }();
+  return lines;
+}
+
 /// A container, a signed-in user, a configured bundle, and the client with nothing left over.
 class ClientWorld {
  public:
@@ -50,7 +64,7 @@ class ClientWorld {
     NSBundle::setMainBundle(NSBundle(bundle_.path(), std::move(info)));
     setBackgroundTransferStarter([](const std::string& session,
                                     const NSURLRequest& request) -> std::expected<void, NSError> {
-      EXPECT_EQ(session, glancery::kBackgroundSessionIdentifier);
+      EXPECT_EQ(session, kSession);
       asked().downloads.push_back(request);
       if (asked().refusal) {
         return std::unexpected(*asked().refusal);
@@ -59,26 +73,25 @@ class ClientWorld {
     });
     WidgetCenter::shared().setHost(
         [](const std::string& kind) { asked().reloads.push_back(kind); });
+    logOfFirstUse();
     {
       const CapturedLog silent;
       glancery::NetworkManager::shared().backgroundCompletionHandler = nullptr;
       runMainQueue();
     }
     asked() = {};
-    suite().setObject("u-1", glancery::kSharedUidKey);
+    suite().setObject("u-1", "sharedUid");
     phoneAt(instant("2024-03-05T10:00Z"), "America/Mexico_City");
   }
 
   static platform::NSUserDefaults suite() {
-    return platform::require(
-        platform::NSUserDefaults::initWithSuiteName(glancery::kAppGroupIdentifier), "the suite");
+    return platform::require(platform::NSUserDefaults::initWithSuiteName(kAppGroup), "the suite");
   }
   std::filesystem::path folder() const { return container_.path(); }
 
   /// Makes the suite one that can't be opened.
   void breakSuite() const {
-    const auto file = folder() / "Library" / "Preferences" /
-                      (std::string(glancery::kAppGroupIdentifier) + ".plist");
+    const auto file = folder() / "Library" / "Preferences" / (std::string(kAppGroup) + ".plist");
     std::filesystem::remove_all(file);
     std::filesystem::create_directories(file);
   }

@@ -121,6 +121,19 @@ struct CountingDelegate : NSURLSessionDownloadDelegate {
   std::atomic<int> finished = 0;
 };
 
+TEST(BackgroundSessionDeathTest, NeedsASharedContainerAndLaunches) {
+  IdleDelegate delegate;
+  NSURLSessionConfiguration configuration = {.identifier = "unshared"};
+  const auto makeTask = [&] {
+    NSURLSession::sessionWithConfiguration(configuration, delegate, nullptr)
+        .downloadTaskWithRequest(NSURLRequest(*URL::fromString("http://a/")));
+  };
+  EXPECT_DEATH(makeTask(), "invalid session");
+  configuration.setSharedContainerIdentifier("group.test");
+  configuration.setSessionSendsLaunchEvents(false);
+  EXPECT_DEATH(makeTask(), "wait for the next launch");
+}
+
 TEST(ExtensionServiceEvents, AreFinishedOnceTheWidgetsCompletionWasCalled) {
   static CountingDelegate& delegate = *new CountingDelegate();
   NSURLSession& session =

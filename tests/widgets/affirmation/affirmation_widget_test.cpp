@@ -3,12 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
+
 #include "platform/foundation/notification_center.h"
 #include "platform/render/layout.h"
 #include "platform/swiftui/view_archiver.h"
 #include "tests/network/client_world.h"
 #include "tests/platform/render/layout_fixture.h"
-#include "widgets/affirmation/affirmation_provider.h"
 #include "widgets/affirmation/affirmation_widget_entry_view.h"
 
 namespace glancery {
@@ -16,36 +18,52 @@ namespace {
 
 using namespace platform;
 using namespace world;
-using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+using ::testing::StartsWith;
 
 constexpr const char* kPlaceholder = "Yo sé que cualquiera sería afortunado de tener mi amistad.";
 constexpr const char* kNoUidKey = "AFFIRMATION_PLACEHOLDER_NO_UID";
 
-AffirmationProvider affirmationProvider() {
-  return {.placeholderAffirmation = kPlaceholder,
-          .defaultColorName = "blush",
-          .userDefaultsSuiteName = kAppGroupIdentifier,
-          .affirmationDataKey = kAffirmationDataKey,
-          .affirmationLastFetchKey = kAffirmationLastFetchKey,
-          .userDefaultsUidKey = kSharedUidKey};
+const std::string kLog = "[AffirmationProvider] ";
+const std::string kProvided =
+    kLog + "Provided timeline with 2 entries. Next update at 2024-03-06 06:00:00 +0000.";
+using Lines = std::vector<std::string>;
+
+/// The widget's own provider. Every record of the widget hears of locale changes ever after, so
+/// that one serves all tests.
+const AnyTimelineProvider& provider() {
+  static const WidgetConfiguration& widget = *new WidgetConfiguration(Affirmation().body());
+  return *widget.provider;
+}
+
+Mirror fields(Date date, std::string_view affirmation, std::string_view color, bool hasUid) {
+  return {{"date", date},
+          {"affirmation", std::string(affirmation)},
+          {"colorName", std::string(color)},
+          {"hasUid", hasUid}};
 }
 
 struct Evaluation {
-  std::vector<AffirmationEntry> entries;
+  std::vector<Mirror> entries;
   std::optional<Date> after;
-  std::vector<std::string> log;
+  /// The provider's own lines.
+  Lines log;
 };
 
 Evaluation evaluate() {
-  NetworkManager::shared();
   Evaluation evaluation;
   const CapturedLog log;
-  affirmationProvider().getTimeline({}, [&](const Timeline<AffirmationEntry>& timeline) {
-    evaluation.entries = timeline.entries;
+  provider().getTimeline({}, [&](const WidgetTimeline& timeline) {
+    for (const WidgetEntry& entry : timeline.entries) {
+      evaluation.entries.push_back(entry.fields);
+      EXPECT_EQ(Value(entry.date), entry.fields.front().second);
+    }
     evaluation.after = timeline.policy.date;
   });
-  evaluation.log = log.lines();
+  std::ranges::copy_if(log.lines(), std::back_inserter(evaluation.log), [](const auto& line) {
+    return line.starts_with(kLog);
+  });
   return evaluation;
 }
 
@@ -55,6 +73,7 @@ struct Policy {
   const char* now;
   const char* zone;
   bool fetches;
+  Lines says;
   friend void PrintTo(const Policy& row, std::ostream* out) { *out << row.name; }
 };
 
@@ -62,19 +81,53 @@ Value at(std::string_view iso) {
   return instant(iso);
 }
 
+const Lines kFirstTime = {kLog + "No last fetch time found in UserDefaults.",
+                          kLog + "DECISION: Fetching new affirmation (first time)."};
+
+Lines otherDay(const std::string& last) {
+  return {kLog + "Found last fetch time: " + last + " +0000. Is same day as now? false",
+          kLog + "DECISION: Fetching new affirmation (last fetch was different day)."};
+}
+
+Lines sameDay(const std::string& last) {
+  return {kLog + "Found last fetch time: " + last + " +0000. Is same day as now? true",
+          kLog + "DECISION: Skipping fetch (last fetch was today)."};
+}
+
 const Policy kPolicies[] = {
-    {"firstTime", Value(), "2024-03-05T10:00Z", "UTC", true},
-    {"textIsNoDate", "2024-03-05T09:00:00Z", "2024-03-05T10:00Z", "UTC", true},
-    {"numberIsNoDate", 1709632800, "2024-03-05T10:00Z", "UTC", true},
-    {"twoMinutesOverMidnight", at("2024-03-04T23:59Z"), "2024-03-05T00:01Z", "UTC", true},
-    {"almostAWholeDay", at("2024-03-05T00:00:01Z"), "2024-03-05T23:59Z", "UTC", false},
+    {"firstTime", Value(), "2024-03-05T10:00Z", "UTC", true, kFirstTime},
+    {"textIsNoDate", "2024-03-05T09:00:00Z", "2024-03-05T10:00Z", "UTC", true, kFirstTime},
+    {"numberIsNoDate", 1709632800, "2024-03-05T10:00Z", "UTC", true, kFirstTime},
+    {"twoMinutesOverMidnight",
+     at("2024-03-04T23:59Z"),
+     "2024-03-05T00:01Z",
+     "UTC",
+     true,
+     otherDay("2024-03-04 23:59:00")},
+    {"almostAWholeDay",
+     at("2024-03-05T00:00:01Z"),
+     "2024-03-05T23:59Z",
+     "UTC",
+     false,
+     sameDay("2024-03-05 00:00:01")},
     {"theDayIsTheDevices",
      at("2024-03-05T05:59Z"),
      "2024-03-05T06:00Z",
      "America/Mexico_City",
-     true},
-    {"sameDayThere", at("2024-03-05T06:00Z"), "2024-03-06T05:59Z", "America/Mexico_City", false},
-    {"aFetchOfTomorrow", at("2024-03-06T10:00Z"), "2024-03-05T10:00Z", "UTC", true},
+     true,
+     otherDay("2024-03-05 05:59:00")},
+    {"sameDayThere",
+     at("2024-03-05T06:00Z"),
+     "2024-03-06T05:59Z",
+     "America/Mexico_City",
+     false,
+     sameDay("2024-03-05 06:00:00")},
+    {"aFetchOfTomorrow",
+     at("2024-03-06T10:00Z"),
+     "2024-03-05T10:00Z",
+     "UTC",
+     true,
+     otherDay("2024-03-06 10:00:00")},
 };
 
 class FetchPolicy : public ::testing::TestWithParam<Policy> {};
@@ -83,12 +136,13 @@ TEST_P(FetchPolicy, AsksOnceACalendarDay) {
   const Policy& row = GetParam();
   const ClientWorld world;
   if (!row.lastFetch.isNull()) {
-    ClientWorld::suite().setObject(row.lastFetch, kAffirmationLastFetchKey);
+    ClientWorld::suite().setObject(row.lastFetch, "affirmationLastFetchTime");
   }
   phoneAt(instant(row.now), row.zone);
-  evaluate();
+  const Lines log = evaluate().log;
+  EXPECT_THAT(Lines(log.begin() + 1, log.begin() + 3), ElementsAreArray(row.says));
   EXPECT_EQ(asked().downloads.size(), row.fetches ? 1u : 0u);
-  EXPECT_EQ(ClientWorld::suite().objectForKey(kAffirmationLastFetchKey),
+  EXPECT_EQ(ClientWorld::suite().objectForKey("affirmationLastFetchTime"),
             row.fetches ? Value(instant(row.now)) : row.lastFetch);
   evaluate();
   EXPECT_EQ(asked().downloads.size(), row.fetches ? 1u : 0u) << "the second look of the day";
@@ -103,11 +157,13 @@ struct Record {
   std::optional<std::string> stored;
   std::string text;
   std::string color;
-  std::string says;
+  ::testing::Matcher<std::string> says;
   friend void PrintTo(const Record& row, std::ostream* out) { *out << row.name; }
 };
 
-const std::string kRead = "[AffirmationProvider] Deserialized affirmation: ";
+const std::string kRead = kLog + "Deserialized affirmation: ";
+const std::string kCast =
+    kLog + "Failed to cast deserialized affirmation object to [String: String]";
 const Record kRecords[] = {
     {"good", R"({"text":"Hola","color":"sky"})", "Hola", "sky", kRead + "Text='Hola', Color='sky'"},
     {"emptyTextFallsBackEmptyColourDoesNot",
@@ -116,46 +172,45 @@ const Record kRecords[] = {
      "",
      kRead + "Text='', Color=''"},
     {"emptyObject", "{}", kPlaceholder, "blush", kRead + "Text='nil', Color='nil'"},
-    {"numberAmongThem",
-     R"({"text":"Hola","color":3})",
-     kPlaceholder,
-     "blush",
-     "[AffirmationProvider] Failed to cast deserialized affirmation object to [String: String]"},
-    {"array",
-     "[]",
-     kPlaceholder,
-     "blush",
-     "[AffirmationProvider] Failed to cast deserialized affirmation object to [String: String]"},
+    {"numberAmongThem", R"({"text":"Hola","color":3})", kPlaceholder, "blush", kCast},
+    {"array", "[]", kPlaceholder, "blush", kCast},
     {"damaged",
      R"({"text":"Hola)",
      kPlaceholder,
      "blush",
-     "[AffirmationProvider] Error deserializing affirmation data: Error Domain=NSCocoaErrorDomain "
-     "Code=3840 \"The data couldn’t be read because it isn’t in the correct format.\" "
+     kLog + "Error deserializing affirmation data: Error Domain=NSCocoaErrorDomain "
+         "Code=3840 \"The data couldn’t be read because it isn’t in the correct format.\" "
      "UserInfo={NSDebugDescription=invalid string: missing closing quote at line 1, column 14}"},
     {"absent",
      {},
      kPlaceholder,
      "blush",
-     "[AffirmationProvider] No serialized affirmation data found for key affirmationData"},
+     kLog + "No serialized affirmation data found for key affirmationData"},
 };
 
 class AffirmationRecords : public ::testing::TestWithParam<Record> {};
 
 TEST_P(AffirmationRecords, AreShownOrExplained) {
+  const Record& row = GetParam();
   const ClientWorld world;
-  if (GetParam().stored) {
-    ClientWorld::suite().setObject(Data{*GetParam().stored}, kAffirmationDataKey);
+  if (row.stored) {
+    ClientWorld::suite().setObject(Data{*row.stored}, "affirmationData");
   }
   const Evaluation evaluation = evaluate();
+  const Date now = instant("2024-03-05T10:00Z");
   const Date tomorrow = instant("2024-03-06T06:00Z");
-  const AffirmationEntry now = {
-      instant("2024-03-05T10:00Z"), GetParam().text, GetParam().color, true};
-  AffirmationEntry later = now;
-  later.date = tomorrow;
-  EXPECT_THAT(evaluation.entries, ElementsAre(now, later));
+  EXPECT_THAT(evaluation.entries,
+              ElementsAre(fields(now, row.text, row.color, true),
+                          fields(tomorrow, row.text, row.color, true)));
   EXPECT_EQ(evaluation.after, tomorrow);
-  EXPECT_THAT(evaluation.log, Contains(::testing::StartsWith(GetParam().says)));
+  EXPECT_THAT(evaluation.log,
+              ElementsAre(kLog + "Found UID: u-1. Checking fetch condition.",
+                          kFirstTime[0],
+                          kFirstTime[1],
+                          kLog + "---> Initiating NetworkManager.shared.fetchAffirmation()",
+                          kLog + "Saved current time 2024-03-05 10:00:00 +0000 as last fetch time.",
+                          row.says,
+                          kProvided));
 }
 
 INSTANTIATE_TEST_SUITE_P(Stored,
@@ -163,59 +218,47 @@ INSTANTIATE_TEST_SUITE_P(Stored,
                          ::testing::ValuesIn(kRecords),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST(AffirmationProvider, LogsAFetchInTheRequestThatStartedIt) {
-  const ClientWorld world;
-  ClientWorld::suite().setObject(instant("2024-03-04T10:00Z"), kAffirmationLastFetchKey);
-  const auto log = evaluate().log;
-  ASSERT_EQ(log.size(), 15u);
-  EXPECT_EQ(log[0], "[AffirmationProvider] Found UID: u-1. Checking fetch condition.");
-  EXPECT_EQ(
-      log[1],
-      "[AffirmationProvider] Found last fetch time: 2024-03-04 10:00:00 +0000. Is same day as "
-      "now? false");
-  EXPECT_EQ(log[2],
-            "[AffirmationProvider] DECISION: Fetching new affirmation (last fetch was different "
-            "day).");
-  EXPECT_EQ(log[3],
-            "[AffirmationProvider] ---> Initiating NetworkManager.shared.fetchAffirmation()");
-  EXPECT_EQ(log[12],
-            "[AffirmationProvider] Saved current time 2024-03-05 10:00:00 +0000 as last fetch "
-            "time.");
-  EXPECT_EQ(log[14],
-            "[AffirmationProvider] Provided timeline with 2 entries. Next update at 2024-03-06 "
-            "06:00:00 +0000.");
-}
-
 TEST(AffirmationProvider, WithoutAUserNothingIsFetched) {
   for (const auto& [uid, unreachable] :
        {std::pair(Value(""), false), {Value(""), true}, {Value(7), false}}) {
     const ClientWorld world;
-    ClientWorld::suite().setObject(uid, kSharedUidKey);
+    ClientWorld::suite().setObject(uid, "sharedUid");
+    ClientWorld::suite().setObject(Data{R"({"text":"Hola","color":"sky"})"}, "affirmationData");
     if (unreachable) {
       world.breakSuite();
     }
     const Evaluation evaluation = evaluate();
-    EXPECT_EQ(evaluation.log.front(),
-              "[AffirmationProvider] UID missing or empty. Displaying placeholder affirmation.");
-    ASSERT_EQ(evaluation.entries.size(), 2u);
-    EXPECT_EQ(evaluation.entries[1],
-              (AffirmationEntry{instant("2024-03-06T06:00Z"), kNoUidKey, "blush", false}));
+    EXPECT_THAT(
+        evaluation.log,
+        ElementsAre(kLog + "UID missing or empty. Displaying placeholder affirmation.", kProvided));
+    EXPECT_THAT(evaluation.entries,
+                ElementsAre(fields(instant("2024-03-05T10:00Z"), kNoUidKey, "blush", false),
+                            fields(instant("2024-03-06T06:00Z"), kNoUidKey, "blush", false)));
+    EXPECT_EQ(evaluation.after, instant("2024-03-06T06:00Z"));
     EXPECT_TRUE(asked().downloads.empty());
+    if (!unreachable) {
+      EXPECT_EQ(ClientWorld::suite().objectForKey("affirmationLastFetchTime"), std::nullopt);
+    }
   }
 }
 
 TEST(AffirmationProvider, SamplesAreThePlaceholderWhateverIsStored) {
   const ClientWorld world;
-  ClientWorld::suite().setObject(Data{R"({"text":"Hola","color":"sky"})"}, kAffirmationDataKey);
-  const AffirmationEntry expected = {instant("2024-03-05T10:00Z"), kPlaceholder, "blush", false};
+  ClientWorld::suite().setObject(Data{R"({"text":"Hola","color":"sky"})"}, "affirmationData");
+  const Mirror expected = fields(instant("2024-03-05T10:00Z"), kPlaceholder, "blush", false);
   const CapturedLog log;
-  EXPECT_EQ(affirmationProvider().placeholder({}), expected);
+  EXPECT_EQ(provider().placeholder({}).fields, expected);
   EXPECT_TRUE(log.lines().empty());
-  affirmationProvider().getSnapshot(
-      {}, [&](const AffirmationEntry& entry) { EXPECT_EQ(entry, expected); });
-  EXPECT_THAT(log.lines(),
-              ElementsAre("[AffirmationProvider] Providing snapshot with forced placeholder "
-                          "data."));
+  std::vector<Mirror> snapshots;
+  provider().getSnapshot({}, [&](const WidgetEntry& entry) { snapshots.push_back(entry.fields); });
+  EXPECT_THAT(snapshots, ElementsAre(expected));
+  EXPECT_THAT(log.lines(), ElementsAre(kLog + "Providing snapshot with forced placeholder data."));
+}
+
+TEST(AffirmationProviderDeathTest, StopsWhereTheCalendarEnds) {
+  const ClientWorld world;
+  phoneAt(Date::distantFuture());
+  EXPECT_DEATH(evaluate(), "the day after today");
 }
 
 // The view
@@ -280,27 +323,40 @@ TEST(AffirmationView, TheNarrowerWidgetHasTheLargerMargin) {
   }
 }
 
+/// The first entry of the widget's own timeline, as a host on that system gets it.
+ArchivedView shownByWidget(OperatingSystemVersion version) {
+  Device device = currentDevice();
+  device.systemVersion = version;
+  setCurrentDevice(device);
+  ArchivedView view;
+  const CapturedLog silent;
+  provider().getTimeline({}, [&](const WidgetTimeline& timeline) {
+    view = archiveView(timeline.entries[0].view, {306, 126}, {}, NSBundle::mainBundle());
+  });
+  return view;
+}
+
 TEST(AffirmationWidget, LinksOnlyForAUserAndBacksItselfByVersion) {
   const ClientWorld world;
-  const auto content = [](OperatingSystemVersion version) {
-    Device device = currentDevice();
-    device.systemVersion = version;
-    setCurrentDevice(device);
-    ArchivedView view;
-    Affirmation().body().provider->getTimeline({}, [&](const WidgetTimeline& timeline) {
-      view = archiveView(timeline.entries[0].view, {306, 126}, {}, NSBundle::mainBundle());
-    });
-    return view;
-  };
-  const CapturedLog silent;
-  const ArchivedView from = content({17, 0});
-  EXPECT_TRUE(std::holds_alternative<ContainerBackgroundModifier>(from.element));
+  const ArchivedView from = shownByWidget({17, 0});
+  ASSERT_TRUE(std::holds_alternative<ContainerBackgroundModifier>(from.element));
   EXPECT_EQ(from.children.at(0).element,
             ArchivedView::Element(ArchivedWidgetURL{"quiloapp://affirmation"}));
-  EXPECT_TRUE(std::holds_alternative<BackgroundModifier>(content({16, 4}).element));
-  ClientWorld::suite().removeObjectForKey(kSharedUidKey);
-  EXPECT_TRUE(
-      std::holds_alternative<ArchivedGeometryReader>(content({17, 0}).children.at(0).element));
+  EXPECT_EQ(from.children.at(1).element,
+            ArchivedView::Element(ArchivedImage{"affirmationRed", true}));
+  EXPECT_TRUE(std::holds_alternative<BackgroundModifier>(shownByWidget({16, 4}).element));
+  ClientWorld::suite().removeObjectForKey("sharedUid");
+  EXPECT_TRUE(std::holds_alternative<ArchivedGeometryReader>(
+      shownByWidget({17, 0}).children.at(0).element));
+}
+
+// The provider's own sentence, as it stands for users without an affirmation, is never shown.
+TEST(AffirmationWidget, NeverShowsItsPlaceholder) {
+  const ClientWorld world;
+  const ArchivedView shown = shownByWidget({16, 4});
+  test::FixedAdvanceMeasurer text;
+  const DisplayList list = layOut(shown, {306, 126}, {}, {text, [](auto) { return Size(); }});
+  EXPECT_EQ(std::get<TextItem>(list.items.back().content).text.text, kNoUidKey);
 }
 
 // The lifecycle
@@ -321,20 +377,20 @@ TEST(AffirmationWidget, EveryRecordHearsOfALocaleChange) {
     EXPECT_EQ(static_cast<std::size_t>(said), asked().downloads.size());
     return said;
   };
-  ClientWorld::suite().setObject(instant("2024-03-05T09:00Z"), kAffirmationLastFetchKey);
+  ClientWorld::suite().setObject(instant("2024-03-05T09:00Z"), "affirmationLastFetchTime");
   const auto before = heard();
   const Affirmation first;
   const Affirmation second;
   const Affirmation third;
   EXPECT_EQ(heard(), before + 3);
-  EXPECT_EQ(ClientWorld::suite().objectForKey(kAffirmationLastFetchKey),
+  EXPECT_EQ(ClientWorld::suite().objectForKey("affirmationLastFetchTime"),
             Value(instant("2024-03-05T09:00Z")));
 }
 
 TEST(AffirmationWidget, TakesTheEventsOfItsSession) {
   const ClientWorld world;
   const WidgetConfiguration configuration = Affirmation().body();
-  EXPECT_EQ(configuration.backgroundSessionIdentifier, kBackgroundSessionIdentifier);
+  EXPECT_EQ(configuration.backgroundSessionIdentifier, kSession);
   const CapturedLog log;
   int completed = 0;
   configuration.backgroundEventsHandler("session", [&] { ++completed; });
