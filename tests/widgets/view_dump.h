@@ -1,33 +1,61 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/foundation/bundle.h"
 #include "platform/render/layout.h"
 #include "platform/swiftui/view_archiver.h"
 #include "tests/platform/render/layout_fixture.h"
+#include "tests/world.h"
 
-// Views of the medium family laid out as a host does, with the tests' own typeface.
+// Views laid out as a host does, with the tests' own typeface.
 
 namespace world {
 
 inline constexpr platform::EdgeInsets kNoMargins = {};
 inline constexpr platform::EdgeInsets kMargins = {16, 16, 16, 16};
 
-inline platform::DisplayList laidOut(const platform::View& view,
-                                     platform::Size widget,
-                                     platform::EdgeInsets margins = kNoMargins,
-                                     platform::ColorScheme scheme = platform::ColorScheme::light) {
+/// Twice as large as any face or mood is drawn.
+inline std::optional<platform::Size> largePictures(std::string_view) {
+  return platform::Size{80, 80};
+}
+
+inline platform::DisplayList laidOut(
+    const platform::View& view,
+    platform::Size widget,
+    platform::EdgeInsets margins = kNoMargins,
+    platform::ColorScheme scheme = platform::ColorScheme::light,
+    std::optional<platform::Size> (*imageSize)(std::string_view) = largePictures) {
   const platform::Size content = {widget.width - margins.leading - margins.trailing,
                                   widget.height - margins.top - margins.bottom};
   platform::test::FixedAdvanceMeasurer text;
   const auto archived = platform::archiveView(
       view, content, {.colorScheme = scheme}, platform::NSBundle::mainBundle());
-  return platform::layOut(archived, widget, margins, {text, [](std::string_view) {
-                                                        return platform::Size{40, 40};
-                                                      }});
+  return platform::layOut(archived, widget, margins, {text, imageSize});
 }
+
+/// While it lives, the main bundle translates `key`: a text that is looked up shows as
+/// "translated".
+class Translated {
+ public:
+  explicit Translated(const std::string& key) {
+    writeWhole(folder_.path() / "Localizable.xcstrings",
+               R"({"sourceLanguage": "es", "version": "1.0", "strings": {")" + key +
+                   R"(": {"localizations": {"es": {"stringUnit": {"state": "translated",)" +
+                   R"("value": "translated"}}}}}})");
+    platform::NSBundle::setMainBundle(platform::NSBundle(folder_.path()));
+  }
+  ~Translated() { platform::NSBundle::setMainBundle(before_); }
+  Translated(const Translated&) = delete;
+  Translated& operator=(const Translated&) = delete;
+
+ private:
+  Folder folder_;
+  platform::NSBundle before_ = platform::NSBundle::mainBundle();
+};
 
 /// The font and colour of each text, "14 700 #873A00FF CHECKIN_TITLE".
 inline std::vector<std::string> textStyles(const platform::DisplayList& list) {

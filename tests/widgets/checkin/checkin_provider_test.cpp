@@ -6,7 +6,6 @@
 #include <set>
 #include <unordered_set>
 
-#include "store/shared_store.h"
 #include "tests/vectors.h"
 #include "tests/world.h"
 #include "widgets/checkin/checkin_date.h"
@@ -32,6 +31,8 @@ TEST(Emotion, StandsForItsExactName) {
   const std::unordered_set<Emotion, RawValueHash> different = {bad, well, bad};
   EXPECT_EQ(different.size(), 2u);
 }
+
+constexpr const char* kSuite = "group.com.quiloapp.sharedData";
 
 /// What the three requests answer while the suite holds `uid`.
 std::vector<bool> signedIn(const Value& uid) {
@@ -70,7 +71,7 @@ TEST(CheckinProvider, KnowsAfreshWhetherAUserIsSignedIn) {
   EXPECT_THAT(signedIn(" "), ElementsAre(false, true, true));
   const Container container;
   std::filesystem::create_directories(container.path() / "Library" / "Preferences" /
-                                      (std::string(kAppGroupIdentifier) + ".plist"));
+                                      (std::string(kSuite) + ".plist"));
   CheckinProvider().getSnapshot(
       nullptr, {}, [](const CheckinSimpleEntry& entry) { EXPECT_FALSE(entry.hasUid); });
 }

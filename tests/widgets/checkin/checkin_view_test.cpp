@@ -43,6 +43,8 @@ constexpr const char* kLinked =
 TEST(CheckinView, StandsInTheMiddleOnBothSystems) {
   phone({16, 4});
   EXPECT_EQ(displayListText(laidOut(view(true), kMedium)), kLinked);
+  // Its background is the content's own here, and the widget's from the next version on.
+  EXPECT_EQ(laidOut(view(true), kMedium, kMargins).items.at(0).frame, (Rect{16, 16, 306, 126}));
   phone({17, 0});
   EXPECT_EQ(displayListText(laidOut(view(true), kMedium, kMargins)), kLinked);
 }
@@ -54,6 +56,12 @@ TEST(CheckinView, WithoutAUserHasTheSameFacesAndNoLinks) {
   }
   EXPECT_EQ(laidOut(view(false), kMedium), list);
   EXPECT_EQ(list.widgetURL, std::nullopt);
+}
+
+TEST(CheckinView, ShowsItsDateAsItIs) {
+  phone({17, 0});
+  const Translated bundle("05 de marzo, 2025");
+  EXPECT_EQ(textStyles(laidOut(view(true), kMedium)).back(), "12 500 #936A39FF 05 de marzo, 2025");
 }
 
 TEST(CheckinView, MovesItsFacesTogetherBelow300Points) {

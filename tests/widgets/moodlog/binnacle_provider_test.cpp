@@ -8,7 +8,6 @@
 
 #include "platform/foundation/json_serialization.h"
 #include "platform/foundation/time_zone.h"
-#include "store/shared_store.h"
 #include "tests/vectors.h"
 #include "tests/world.h"
 
@@ -270,6 +269,12 @@ TEST(BinnacleProvider, AsksAgainAtTheNextStartOfADay) {
     phoneAt(instant(row["now"].get<std::string>()), row["zone"]);
     EXPECT_EQ(evaluate().after->iso8601(), row["tomorrow"]) << row;
   }
+}
+
+TEST(BinnacleProviderDeathTest, StopsWhereTheCalendarEnds) {
+  const Container container;
+  phoneAt(Date::distantFuture());
+  EXPECT_DEATH(evaluate(), "the day after now");
 }
 
 // Samples

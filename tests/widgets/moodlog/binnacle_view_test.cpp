@@ -45,6 +45,8 @@ constexpr const char* kShown =
 TEST(BinnacleView, IsAWeekInTheMiddleOnBothSystems) {
   setCurrentDevice({.systemVersion = {16, 4}});
   EXPECT_EQ(displayListText(laidOut(view(kWeek), kMedium)), kShown);
+  // Its background is the content's own here, and the widget's from the next version on.
+  EXPECT_EQ(laidOut(view(kWeek), kMedium, kMargins).items.at(0).frame, (Rect{16, 16, 306, 126}));
   setCurrentDevice({.systemVersion = {17, 0}});
   EXPECT_EQ(displayListText(laidOut(view(kWeek), kMedium, kMargins)), kShown);
 }
@@ -91,6 +93,11 @@ TEST(BinnacleView, ShowsTheLastSevenDaysAndLoadsWithoutAny) {
   EXPECT_EQ(laidOut(view({bad, well}), kMedium).items.size(), 5u);
   EXPECT_THAT(textStyles(laidOut(view({}), kMedium)),
               ElementsAre("12 400 #3C3C4399 Cargando ánimo..."));
+}
+
+TEST(BinnacleView, ShowsItsLabelsAsTheyAre) {
+  const Translated bundle("D0");
+  EXPECT_THAT(textStyles(laidOut(view({bad}), kMedium)), ElementsAre("11 500 #674B28FF D0"));
 }
 
 TEST(BinnacleWidget, LinksForAUserAndPrintsItsDays) {

@@ -12,6 +12,7 @@
 #include "tests/vectors.h"
 #include "tests/widgets/streak/streak_world.h"
 #include "tests/world.h"
+#include "widgets/streak/streak_widget.h"
 
 namespace glancery {
 namespace {
@@ -261,6 +262,18 @@ TEST(StreakProvider, LogsTheEveningAfterAnActiveDay) {
                   "2024-03-05 22:00:00 +0000"));
 }
 
+TEST(StreakProvider, LogsTheInitialState) {
+  const Container container;
+  phoneAt(instant("2024-03-05T07:15Z"));
+  EXPECT_THAT(
+      evaluate().log,
+      ElementsAre("[StreakProvider] No serialized streak data found for key streakData",
+                  "[StreakProvider] Initial State.",
+                  "[StreakProvider] Timeline generated. Entry: Count=0, Bg=streakBg_dawn, "
+                  "Type=failMessage, ShowTimeText=true, Flame=flame. Next update: 2024-03-05 "
+                  "08:00:00 +0000"));
+}
+
 // The record
 
 const std::string kNoDate =
@@ -376,6 +389,42 @@ TEST(StreakProvider, AnUnreachableSuiteIsTheInitialStateAndWritesNothing) {
   EXPECT_EQ(evaluation.entry.displayType, StreakDisplayType::failMessage);
   EXPECT_EQ(evaluation.log.front(), "[StreakProvider] Error: Could not access shared UserDefaults");
   EXPECT_TRUE(std::filesystem::is_empty(file));
+}
+
+// The host app and older versions of the extension know the suite and its keys by these names.
+TEST(StreakWidget, KeepsItsPlaceUnderTheSharedKeys) {
+  const Container container;
+  const auto shared = *NSUserDefaults::initWithSuiteName("group.com.quiloapp.sharedData");
+  const auto shown = [&](std::string_view now) {
+    phoneAt(instant(now));
+    std::string background;
+    const CapturedLog silent;
+    Streak().body().provider->getTimeline({}, [&](const WidgetTimeline& timeline) {
+      background = *timeline.entries.at(0).fields.at(2).second.as<std::string>();
+    });
+    return background;
+  };
+  auto app = shared;
+  app.setObject(Data{R"({"count":5,"timestamp":1709629200})"}, "streakData");  // 2024-03-05 09:00
+  EXPECT_EQ(shown("2024-03-05T10:00Z"), "streakBg_success1");
+  EXPECT_EQ(shown("2024-03-05T11:00Z"), "streakBg_success2");
+  EXPECT_EQ(shown("2024-03-08T10:00Z"), "streakBg_fail1");
+  EXPECT_EQ(shown("2024-03-08T11:00Z"), "streakBg_fail2");
+  Dictionary kept = shared.dictionaryRepresentation();
+  kept.remove("streakData");
+  EXPECT_EQ(kept,
+            (Dictionary{{"streakImageIndex", 0},
+                        {"successIndexLastUpdateDate", instant("2024-03-05T10:00Z")},
+                        {"streakFailImageIndex", 1},
+                        {"failIndexLastUpdateDate", instant("2024-03-08T10:00Z")}}));
+}
+
+TEST(StreakProviderDeathTest, StopsWhereTheCalendarEnds) {
+  const Container container;
+  phoneAt(Date::distantPast());
+  EXPECT_DEATH(evaluate(), "the day before today");
+  phoneAt(Date::distantFuture(), "Etc/GMT+2");  // 22:00 there: no later refresh on that day.
+  EXPECT_DEATH(evaluate(), "the day after now");
 }
 
 TEST(StreakProvider, DatesOfAnotherTypeAreAbsent) {

@@ -2,50 +2,20 @@
 
 #include <string>
 
-#include "platform/foundation/bundle.h"
-#include "platform/render/layout.h"
-#include "platform/swiftui/view_archiver.h"
-#include "tests/platform/render/layout_fixture.h"
-#include "tests/world.h"
+#include "tests/widgets/streak/streak_shown.h"
 #include "widgets/streak/streak_widget.h"
-#include "widgets/streak/streak_widget_entry_view.h"
 
 namespace glancery {
 namespace {
 
 using namespace platform;
 
+using namespace world;
+
 constexpr Size kWidget = {158, 158};
-constexpr EdgeInsets kMargins = {16, 16, 16, 16};
 
 StreakEntry entry(std::int64_t count) {
-  return {.displayStreakCount = count,
-          .backgroundImageName = "streakBg_night",
-          .flameImageName = "flame"};
-}
-
-std::optional<Size> imageSize(std::string_view name) {
-  return name == "flame" ? Size{18, 30} : Size{176, 176};
-}
-
-std::string laidOut(const View& view, EdgeInsets margins) {
-  const Size content = {kWidget.width - margins.leading - margins.trailing,
-                        kWidget.height - margins.top - margins.bottom};
-  test::FixedAdvanceMeasurer text;
-  const ArchivedView archived = archiveView(view, content, {}, NSBundle::mainBundle());
-  return displayListText(layOut(archived, kWidget, margins, {text, imageSize}));
-}
-
-TEST(StreakView, CoversTheContentMarginsOnlyWhenAsked) {
-  // 19 points outward from a margin of 16 leave 3 beyond every edge, which the host clips.
-  EXPECT_EQ(laidOut(StreakWidgetEntryView{entry(7), true}, kMargins),
-            "Image \"streakBg_night\" -3,-3 164x164\n"
-            "Image \"flame\" 58,67 18x30\n"
-            "Text \"7\" 82,60.4 18x43.2\n");
-  EXPECT_EQ(laidOut(StreakWidgetEntryView{entry(7), false}, {}),
-            "Image \"streakBg_night\" 0,0 158x158\n"
-            "Image \"flame\" 58,67 18x30\n"
-            "Text \"7\" 82,60.4 18x43.2\n");
+  return {.displayStreakCount = count, .backgroundImageName = "square", .flameImageName = "flame"};
 }
 
 struct MessageCase {
@@ -79,7 +49,7 @@ TEST_P(StreakMessage, StandsBesideTheCounter) {
   shown.timeBasedMessageKey = row.timeKey;
   shown.displayType = row.type;
   shown.failMessageKey = row.failKey;
-  const std::string dump = laidOut(StreakWidgetEntryView{shown, true}, kMargins);
+  const std::string dump = displayListText(laidOut({shown, true}, kWidget, kMargins));
   EXPECT_NE(dump.find("Text \"0\""), std::string::npos) << dump;
   EXPECT_EQ(dump.find("Text \"T\"") != std::string::npos, row.expected == "T") << dump;
   EXPECT_EQ(dump.find("Text \"F\"") != std::string::npos, row.expected == "F") << dump;
@@ -94,14 +64,12 @@ TEST(StreakView, TheMessageIsSmallTightAndPulledUp) {
   StreakEntry shown = entry(7);
   shown.showTimeBasedText = true;
   shown.timeBasedMessageKey = "Go on";
-  test::FixedAdvanceMeasurer text;
-  const ArchivedView archived =
-      archiveView(StreakWidgetEntryView{shown, false}, kWidget, {}, NSBundle::mainBundle());
-  const DisplayList list = layOut(archived, kWidget, {}, {text, imageSize});
+  const DisplayList list = laidOut({shown, false}, kWidget);
   const auto style = [&](std::size_t item) {
     return std::get<TextItem>(list.items.at(item).content).text;
   };
   EXPECT_EQ(style(2).font, Font::system(36, Weight::bold));
+  EXPECT_EQ(style(2).color, Color::white);
   EXPECT_EQ(style(3).font, Font::system(14, Weight::semibold));
   EXPECT_EQ(style(3).tracking, -0.48);
   EXPECT_EQ(style(3).color, Color::white);
@@ -111,6 +79,13 @@ TEST(StreakView, TheMessageIsSmallTightAndPulledUp) {
   };
   EXPECT_DOUBLE_EQ(middle(1), middle(2));
   EXPECT_DOUBLE_EQ(middle(3), middle(1) - 2);
+}
+
+TEST(StreakView, ItsPictureReachesIntoTheSafeArea) {
+  const ArchivedView view =
+      archiveView(StreakWidgetEntryView{entry(7), false}, kWidget, {}, NSBundle::mainBundle());
+  const ArchivedView& stack = view.children.at(0);
+  EXPECT_EQ(stack.children.at(0).element, ArchivedView::Element(IgnoresSafeAreaModifier{}));
 }
 
 /// The content of the widget's own configuration, as a host on that system gets it.

@@ -1,32 +1,23 @@
 #include <gtest/gtest.h>
 
-#include "tests/platform/render/layout_fixture.h"
+#include "tests/widgets/streak/streak_shown.h"
 
-namespace platform::test {
+namespace glancery {
 namespace {
 
-// The streak widget's own view: a picture that fills, pulled out beyond the widget by negative
-// padding on systems with content margins, and a row in the middle. The row must stand in the same
-// place with and without margins.
+using namespace platform;
+using namespace world;
 
-ArchivedView message() {
-  return padding({.top = -4},
-                 node(ArchivedText{.text = "Keep it going",
-                                   .font = Font::system(14, Weight::semibold),
-                                   .tracking = -0.48,
-                                   .color = Color::white}));
+// A picture that fills, pulled out beyond the widget by negative padding on systems with content
+// margins, and a row in the middle. The row must stand in the same place with and without margins.
+
+StreakEntry entryWith(const std::string& picture) {
+  return {.displayStreakCount = 12,
+          .backgroundImageName = picture,
+          .timeBasedMessageKey = "Keep it going",
+          .showTimeBasedText = true,
+          .flameImageName = "flame"};
 }
-
-ArchivedView streak(double negativePadding, const std::string& picture = "square") {
-  const ArchivedView flame = frame(FixedFrame{.height = 30}, fit(resizable("flame")));
-  const ArchivedView row = hstack({.spacing = 6}, {flame, text("12", 36), message()});
-  return padding(negativePadding,
-                 zstack({node(IgnoresSafeAreaModifier{}, {filling(resizable(picture))}),
-                         frame({.maxWidth = infinity, .maxHeight = infinity},
-                               padding({.top = 6}, vstack({}, {row})))}));
-}
-
-constexpr EdgeInsets kMargins{16, 16, 16, 16};
 
 struct StreakCase {
   double size;
@@ -91,9 +82,9 @@ class StreakLayout : public ::testing::TestWithParam<StreakCase> {};
 TEST_P(StreakLayout, PullsOutThePictureAndNotTheRow) {
   const auto& [size, withMargins, withoutMargins] = GetParam();
   const Size widget{size, size};
-  EXPECT_EQ(displayListText(laidOut(streak(-19), {.widget = widget, .margins = kMargins})),
-            withMargins);
-  EXPECT_EQ(displayListText(laidOut(streak(0), {.widget = widget})), withoutMargins);
+  const StreakEntry shown = entryWith("square");
+  EXPECT_EQ(displayListText(laidOut({shown, true}, widget, kMargins)), withMargins);
+  EXPECT_EQ(displayListText(laidOut({shown, false}, widget)), withoutMargins);
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, StreakLayout, ::testing::ValuesIn(kCases), [](const auto& row) {
@@ -103,13 +94,12 @@ INSTANTIATE_TEST_SUITE_P(Sizes, StreakLayout, ::testing::ValuesIn(kCases), [](co
 // A picture of another shape overflows, and the row gets the picture's width to spread in: the
 // message of the 141 point widget stays on one line, still in the middle.
 TEST(StreakLayoutShape, WidePictureWidensTheRowsRoom) {
-  EXPECT_EQ(
-      displayListText(laidOut(streak(-19, "wide"), {.widget = {141, 141}, .margins = kMargins})),
-      "Image \"wide\" -223.5,-3 588x147\n"
-      "Image \"flame\" -5.12,58.5 18x30\n"
-      "Text \"12\" 18.88,51.9 36x43.2\n"
-      "Text \"Keep it going\" 60.88,63.1 85.24x16.8\n");
+  EXPECT_EQ(displayListText(laidOut({entryWith("wide"), true}, {141, 141}, kMargins)),
+            "Image \"wide\" -223.5,-3 588x147\n"
+            "Image \"flame\" -5.12,58.5 18x30\n"
+            "Text \"12\" 18.88,51.9 36x43.2\n"
+            "Text \"Keep it going\" 60.88,63.1 85.24x16.8\n");
 }
 
 }  // namespace
-}  // namespace platform::test
+}  // namespace glancery

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "tests/platform/render/layout_fixture.h"
+#include "tests/widgets/view_dump.h"
+#include "widgets/streak/streak_widget_entry_view.h"
+
+namespace world {
+
+/// The streak widget's view laid out as a host does. Its flame is twice as large as it is drawn.
+inline platform::DisplayList laidOut(const glancery::StreakWidgetEntryView& view,
+                                     platform::Size widget,
+                                     platform::EdgeInsets margins = kNoMargins) {
+  return laidOut(view, widget, margins, platform::ColorScheme::light, [](std::string_view name) {
+    return name == "flame" ? platform::Size{36, 60} : platform::test::naturalSize(name);
+  });
+}
+
+}  // namespace world
