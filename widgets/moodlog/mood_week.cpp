@@ -26,12 +26,11 @@ constexpr std::array kSampleMoods = {MoodType::well,
                                      MoodType::veryWell};
 static_assert(kSampleMoods.size() == kDays);
 
-/// These languages abbreviate weekdays with a point, "lun.", which the row has no room for.
-bool cutsWeekdays(const std::optional<std::string>& languageCode) {
-  return languageCode == "es" || languageCode == "fr";
-}
-
 }  // namespace
+
+std::string cutWeekday(const std::string& weekday, const std::optional<std::string>& languageCode) {
+  return languageCode == "es" || languageCode == "fr" ? prefix(weekday, kShortWeekday) : weekday;
+}
 
 DayLabels::DayLabels(Calendar calendar) : calendar_(std::move(calendar)) {
   weekday_.setLocale(Locale::current());
@@ -45,8 +44,7 @@ std::string DayLabels::label(Date day) const {
   if (calendar_.isDateInYesterday(day)) {
     return NSBundle::mainBundle().localizedString("YESTERDAY_LABEL");
   }
-  const std::string weekday = capitalized(weekday_.stringFromDate(day));
-  return cutsWeekdays(Locale::current().languageCode()) ? prefix(weekday, kShortWeekday) : weekday;
+  return cutWeekday(capitalized(weekday_.stringFromDate(day)), Locale::current().languageCode());
 }
 
 std::vector<MoodDay> emptyWeek() {

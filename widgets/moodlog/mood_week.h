@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,10 @@ class DayLabels {
   /// Serves all days: a formatter of its own for each would cost more than the rest of a week.
   platform::NSDateFormatter weekday_;
 };
+
+/// The first three letters where the language abbreviates weekdays with a point, "lun.", which the
+/// row has no room for: Spanish, depending on the age of the locale data, and French.
+std::string cutWeekday(const std::string& weekday, const std::optional<std::string>& languageCode);
 
 /// The last seven days of the current calendar, from six days ago to today, none with a mood.
 std::vector<MoodDay> emptyWeek();

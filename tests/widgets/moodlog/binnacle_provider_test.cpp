@@ -10,6 +10,7 @@
 #include "platform/foundation/time_zone.h"
 #include "tests/vectors.h"
 #include "tests/world.h"
+#include "widgets/moodlog/mood_week.h"
 
 namespace glancery {
 namespace {
@@ -241,6 +242,14 @@ TEST(BinnacleProvider, TheWeekIsThePlatforms) {
     }
     EXPECT_EQ(ids.size(), 7u);
   }
+}
+
+TEST(DayLabels, AreCutInTwoLanguages) {
+  EXPECT_EQ(cutWeekday("Miér.", "es"), "Mié");
+  EXPECT_EQ(cutWeekday("Mié", "es"), "Mié");
+  EXPECT_EQ(cutWeekday("Mer.", "fr"), "Mer");
+  EXPECT_EQ(cutWeekday("Seg.", "pt"), "Seg.");
+  EXPECT_EQ(cutWeekday("Mon.", std::nullopt), "Mon.");
 }
 
 TEST(BinnacleProvider, AtMidnightEveryDayMovesOnePlaceToTheLeft) {
