@@ -144,7 +144,7 @@ TEST(Trimming, WorksFromBothEnds) {
 
 TEST(UTF8, IsToldFromOtherBytes) {
   for (const std::string_view text :
-       {"", "a", "ñ", "\u0800", "\uFFFD", "\U00010000", "\U0010FFFF"}) {
+       {"", "a", "ñ", "\u0800", "\uD7FF", "\uFFFD", "\U00010000", "\U0010FFFF"}) {
     EXPECT_TRUE(isUTF8(text)) << text;
   }
   for (const std::string_view text : {"\x80",              // no lead

@@ -359,21 +359,21 @@ struct Counter {
       }
     });
     ::close(ends[1]);
+    EXPECT_EQ(::read(acknowledged, &told, sizeof told), sizeof told) << "it counts at all";
   }
 
   /// Ends the process in the middle of whatever it does; the last number it has told.
-  std::int64_t kill(std::int64_t last) {
+  std::int64_t kill() {
     ::kill(process, SIGKILL);
     EXPECT_TRUE(WIFSIGNALED(statusOf(process)));
-    std::int64_t number = 0;
-    while (::read(acknowledged, &number, sizeof number) == sizeof number) {
-      last = number;
+    while (::read(acknowledged, &told, sizeof told) == sizeof told) {
     }
     ::close(acknowledged);
-    return last;
+    return told;
   }
 
   std::string key;
+  std::int64_t told = 0;
   int acknowledged = -1;
   pid_t process = -1;
 };
@@ -389,26 +389,21 @@ TEST_F(UserDefaults, KillsLoseNoAcknowledgedWrite) {
     return false;
   });
   std::mt19937 random(5);
-  std::int64_t a = 0;
-  std::int64_t b = 0;
   for (int round = 0; round < 120; ++round) {
     Counter first("a");
     Counter second("b");
     ::usleep(static_cast<useconds_t>(random() % 5000));
-    a = first.kill(a);
+    const std::int64_t a = first.kill();
     ::usleep(static_cast<useconds_t>(random() % 2000));
-    b = second.kill(b);
+    const std::int64_t b = second.kill();
     const auto seen = suite().dictionaryRepresentation();
     // The write under way when the kill came may have made it.
     ASSERT_THAT(seen.integer("a").value_or(0), ::testing::AnyOf(a, a + 1));
     ASSERT_THAT(seen.integer("b").value_or(0), ::testing::AnyOf(b, b + 1));
     ASSERT_EQ(seen.string("sharedUid"), "uid");
-    a = seen.integer("a").value_or(0);
-    b = seen.integer("b").value_or(0);
   }
   suite().setInteger(1, "stop");
   EXPECT_EQ(statusOf(reader), 0) << "a reader met a file that was not whole";
-  EXPECT_GT(a + b, 120) << "the counters got to count";
   EXPECT_THAT(filesSetAside(), IsEmpty());
 }
 

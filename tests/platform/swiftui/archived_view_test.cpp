@@ -154,13 +154,6 @@ const std::string kWeightFault =
 
 const MemberCase kMembers[] = {
     {"textCutInACharacter", ArchivedText{}, "text", "Zo\xC3", kUTF8Fault},
-    {"textOverlong", ArchivedText{}, "text", "\xC0\xAF", kUTF8Fault},
-    {"textOverlongOfThree", ArchivedText{}, "text", "\xE0\x80\xAF", kUTF8Fault},
-    {"textOverlongOfFour", ArchivedText{}, "text", "\xF0\x80\x80\xAF", kUTF8Fault},
-    {"textSurrogate", ArchivedText{}, "text", "\xED\xA0\x80", kUTF8Fault},
-    {"textBeyondUnicode", ArchivedText{}, "text", "\xF4\x90\x80\x80", kUTF8Fault},
-    {"textStrayContinuation", ArchivedText{}, "text", "\x80", kUTF8Fault},
-    {"textLastCharacter", ArchivedText{}, "text", "\xF4\x8F\xBF\xBF\xED\x9F\xBF\xE0\xA0\x80", ""},
     {"wholeNumbersAreLengths", ArchivedText{}, "size", 14, ""},
     {"sizeZero", ArchivedText{}, "size", 0.0, "view / (text): \"size\" must be a positive number"},
     {"sizeBoolean",
