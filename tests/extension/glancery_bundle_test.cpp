@@ -1,9 +1,15 @@
 #include "extension/glancery_bundle.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
 
 #include "platform/foundation/bundle.h"
 #include "platform/foundation/string_catalog.h"
+#include "platform/widgetkit/extension_protocol.h"
 #include "platform/widgetkit/widget_bundle.h"
 
 namespace glancery {
@@ -37,6 +43,22 @@ TEST(GlanceryBundle, DeclaresItsWidgetsInGalleryOrder) {
     EXPECT_EQ(widgets[index].displayNameKey, expected.nameKey);
     EXPECT_EQ(widgets[index].descriptionKey, expected.descriptionKey);
   }
+}
+
+TEST(GlanceryBundle, EndsWellWhenItsHostHasNothingMoreToAsk) {
+  std::array<int, 2> ends = {};
+  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+  const pid_t extension = ::fork();
+  if (extension == 0) {
+    ::dup2(ends[1], kHostSocket);
+    ::execl(GLANCERY_BUILD "/Glancery.appex/Glancery", "Glancery", nullptr);
+    ::_exit(127);
+  }
+  ::close(ends[0]);
+  ::close(ends[1]);
+  int status = -1;
+  ASSERT_EQ(::waitpid(extension, &status, 0), extension);
+  EXPECT_EQ(status, 0);
 }
 
 /// Every key that the widgets show or a gallery looks up.

@@ -89,6 +89,8 @@ TEST(ConfigurationIntentHandling, OffersWhatAHandlerOverrides) {
   ASSERT_TRUE(response);
   EXPECT_EQ(response->get()->code(), ready);
   EXPECT_FALSE(handler.handle(ConfigurationIntent()));
+  ConfigurationIntentHandling offersNothing;
+  EXPECT_FALSE(offersNothing.confirm(ConfigurationIntent()));
 }
 
 }  // namespace

@@ -467,6 +467,29 @@ TEST(DownloadCompletion, AnErrorEndsATaskWithoutALocation) {
   EXPECT_THAT(deliver(world, {}, std::nullopt, lost), ElementsAre(_, kNilLocation));
 }
 
+TEST(DownloadCompletion, ABadAnswerWithoutAFileHasNoBody) {
+  const ClientWorld world;
+  EXPECT_THAT(deliver(world, 500, std::nullopt),
+              ElementsAre(_,
+                          kStatus + "500",
+                          kBadStatus + "500",
+                          StartsWith("[NetworkManager BG] Error removing temp file at "),
+                          _));
+}
+
+TEST(DownloadCompletion, TextThatIsNoUTF8IsNotSaved) {
+  const ClientWorld world;
+  const CapturedLog log;
+  NetworkManager::shared().saveAffirmation("\xFF", "sky");
+  runMainQueue();
+  EXPECT_THAT(log.lines(),
+              ElementsAre(StartsWith(kPreparing),
+                          StartsWith("[NetworkManager BG Saving] Error serializing affirmation "
+                                     "data: The data")));
+  EXPECT_EQ(ClientWorld::suite().dataForKey("affirmationData"), std::nullopt);
+  EXPECT_THAT(asked().reloads, IsEmpty());
+}
+
 TEST(DownloadCompletion, ASuiteThatCantBeOpenedSavesNothing) {
   const ClientWorld world;
   world.breakSuite();

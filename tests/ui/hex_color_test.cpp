@@ -26,7 +26,9 @@ const Case kCases[] = {
     {"D3810D", bytes(211, 129, 13)},
     {"F0A", bytes(255, 0, 170)},
     {"#f0a", bytes(255, 0, 170)},
+    {"123", bytes(17, 34, 51)},
     {"80FF0000", bytes(255, 0, 0, 128)},
+    {"12345678", bytes(0x34, 0x56, 0x78, 0x12)},
     // The count is that of the characters, whatever the scanner accepted among them.
     {"ZZZZZZ", bytes(0, 0, 0)},
     {"C0212Z", bytes(12, 2, 18)},

@@ -15,7 +15,6 @@ struct AffirmationEntry {
   std::optional<std::string> colorName = {};
   /// Whether a user is signed in; only then does the widget open the app's affirmation.
   bool hasUid = false;
-  friend bool operator==(const AffirmationEntry&, const AffirmationEntry&) = default;
 };
 
 platform::Mirror mirror(const AffirmationEntry& entry);

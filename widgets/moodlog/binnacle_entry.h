@@ -18,7 +18,6 @@ struct BinnacleEntry {
   std::shared_ptr<ConfigurationIntent> configuration = {};
   /// Whether a user is signed in; without one a tap leads nowhere.
   bool hasUid = false;
-  friend bool operator==(const BinnacleEntry&, const BinnacleEntry&) = default;
 };
 
 platform::Mirror mirror(const BinnacleEntry& entry);

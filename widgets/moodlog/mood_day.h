@@ -14,7 +14,6 @@ struct MoodDay {
   platform::Date date = platform::Date::since1970(0);
   std::string dayLabel = {};
   MoodType mood = MoodType::emptyDay;
-  friend bool operator==(const MoodDay&, const MoodDay&) = default;
 };
 
 }  // namespace glancery

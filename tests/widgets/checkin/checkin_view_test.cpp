@@ -4,6 +4,7 @@
 #include "tests/widgets/view_dump.h"
 #include "tests/world.h"
 #include "widgets/checkin/checkin_entry_view.h"
+#include "widgets/checkin/checkin_widget.h"
 
 namespace glancery {
 namespace {
@@ -15,9 +16,12 @@ using ::testing::ElementsAre;
 constexpr Size kMedium = {338, 158};
 
 CheckinEntryView view(bool hasUid) {
-  return {.entry = {.date = instant("2025-03-05T18:30:00Z"),
-                    .configuration = std::make_shared<ConfigurationIntent>(),
-                    .hasUid = hasUid}};
+  CheckinEntryView shown = {.entry = {.date = instant("2025-03-05T18:30:00Z"),
+                                      .configuration = std::make_shared<ConfigurationIntent>()}};
+  if (hasUid) {
+    shown.entry.hasUid = true;
+  }
+  return shown;
 }
 
 void phone(OperatingSystemVersion version) {
@@ -56,6 +60,15 @@ TEST(CheckinView, WithoutAUserHasTheSameFacesAndNoLinks) {
   }
   EXPECT_EQ(laidOut(view(false), kMedium), list);
   EXPECT_EQ(list.widgetURL, std::nullopt);
+}
+
+TEST(CheckinWidget, PrintsItsEntry) {
+  const Container container;
+  phoneAt(instant("2025-03-05T18:30:00Z"));
+  EXPECT_EQ(Checkin().body().provider->placeholder({}).fields,
+            (Mirror{{"date", instant("2025-03-05T18:30:00Z")},
+                    {"configuration", "ConfigurationIntent"},
+                    {"hasUid", false}}));
 }
 
 TEST(CheckinView, ShowsItsDateAsItIs) {

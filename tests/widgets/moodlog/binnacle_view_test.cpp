@@ -95,6 +95,15 @@ TEST(BinnacleView, ShowsTheLastSevenDaysAndLoadsWithoutAny) {
               ElementsAre("12 400 #3C3C4399 Cargando ánimo..."));
 }
 
+TEST(BinnacleView, StacksAsItIsDesigned) {
+  setCurrentDevice({.systemVersion = {17, 0}});
+  const ArchivedView archived = archiveView(view(kWeek), {306, 126}, {}, NSBundle::mainBundle());
+  const ArchivedView& frame = archived.children.at(0).children.at(0);
+  EXPECT_EQ(frame.element,
+            ArchivedView::Element(FlexibleFrame{.maxWidth = infinity, .maxHeight = infinity}));
+  EXPECT_EQ(frame.children.at(0).element, ArchivedView::Element(StackLayout{.spacing = 5}));
+}
+
 TEST(BinnacleView, ShowsItsLabelsAsTheyAre) {
   const Translated bundle("D0");
   EXPECT_THAT(textStyles(laidOut(view({bad}), kMedium)), ElementsAre("11 500 #674B28FF D0"));
@@ -124,6 +133,7 @@ TEST(BinnacleWidget, LinksForAUserAndPrintsItsDays) {
   EXPECT_THAT(names, ElementsAre("date", "moodDays", "configuration", "hasUid"));
   EXPECT_EQ(entry.fields[2].second, Value("ConfigurationIntent"));
   const Dictionary* today = entry.fields[1].second.array()->back().dictionary();
+  EXPECT_EQ(today->string("id").value_or("").size(), 36u);
   EXPECT_EQ(today->string("date"), "2025-03-05T00:00:00.000Z");
   EXPECT_EQ(today->string("mood"), "well");
   EXPECT_EQ(today->string("dayLabel"), "TODAY_LABEL");

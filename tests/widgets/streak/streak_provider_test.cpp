@@ -167,7 +167,7 @@ TEST(StreakVectors, EntriesPoliciesAndWritesAreThePlatforms) {
     EXPECT_EQ(iso(evaluation.after), row["want"]["after"].get<std::string>());
     EXPECT_EQ(stored(), expected);
     for (const auto& [name, value] : mirror(evaluation.entry)) {
-      const auto& want = row["want"]["entry"][name];
+      const auto& want = row["want"]["entry"].at(name);
       const Value shown = value.as<Date>() ? Value(value.as<Date>()->iso8601()) : value;
       EXPECT_EQ(shown,
                 want.is_null()      ? Value()
@@ -334,12 +334,12 @@ const RecordCase kRecords[] = {
      bytes(R"({"count":9223372036854775808,"timestamp":1700000000})"),
      {0, kNovember},
      {readLine(0, "2023-11-14 22:13:20 +0000")}},
-    {"emptyObject", bytes("{}"), {}, {kNoDate, readLine(0, "nil")}},
-    {"array", bytes("[5,1700000000]"), {}, {kCast}},
-    {"scalar", bytes("5"), {}, {kCast}},
-    {"absent", Value(), {}, {kMissing}},
-    {"textInsteadOfData", Value(R"({"count":5})"), {}, {kMissing}},
-    {"numberInsteadOfData", Value(5), {}, {kMissing}},
+    {"emptyObject", bytes("{}"), {0, {}}, {kNoDate, readLine(0, "nil")}},
+    {"array", bytes("[5,1700000000]"), {0, {}}, {kCast}},
+    {"scalar", bytes("5"), {0, {}}, {kCast}},
+    {"absent", Value(), {0, {}}, {kMissing}},
+    {"textInsteadOfData", Value(R"({"count":5})"), {0, {}}, {kMissing}},
+    {"numberInsteadOfData", Value(5), {0, {}}, {kMissing}},
 };
 
 class StreakRecords : public ::testing::TestWithParam<RecordCase> {};
@@ -365,7 +365,7 @@ TEST(StreakRecord, EveryTruncationIsMissingAndExplained) {
   for (std::size_t length = 0; length < record.size(); ++length) {
     suite().setObject(Data{record.substr(0, length)}, kStreakDataKey);
     const CapturedLog log;
-    EXPECT_EQ(streakProvider().readStreakData(), StreakRecord{}) << length;
+    EXPECT_EQ(streakProvider().readStreakData(), (StreakRecord{0, {}})) << length;
     EXPECT_THAT(
         log.lines(),
         ElementsAre(::testing::StartsWith("[StreakProvider] Error deserializing streak data: Error "

@@ -15,7 +15,22 @@ using namespace world;
 constexpr Size kWidget = {158, 158};
 
 StreakEntry entry(std::int64_t count) {
-  return {.displayStreakCount = count, .backgroundImageName = "square", .flameImageName = "flame"};
+  return {.displayStreakCount = count,
+          .backgroundImageName = "square",
+          .timeBasedMessageKey = "hidden",
+          .flameImageName = "flame"};
+}
+
+TEST(StreakView, ShowsFlameAndNumberAloneAndCoversTheContentMarginsOnlyWhenAsked) {
+  // 19 points outward from a margin of 16 leave 3 beyond every edge, which the host clips.
+  EXPECT_EQ(displayListText(laidOut({entry(7), true}, kWidget, kMargins)),
+            "Image \"square\" -3,-3 164x164\n"
+            "Image \"flame\" 58,67 18x30\n"
+            "Text \"7\" 82,60.4 18x43.2\n");
+  EXPECT_EQ(displayListText(laidOut({entry(7)}, kWidget)),
+            "Image \"square\" 0,0 158x158\n"
+            "Image \"flame\" 58,67 18x30\n"
+            "Text \"7\" 82,60.4 18x43.2\n");
 }
 
 struct MessageCase {
@@ -64,7 +79,7 @@ TEST(StreakView, TheMessageIsSmallTightAndPulledUp) {
   StreakEntry shown = entry(7);
   shown.showTimeBasedText = true;
   shown.timeBasedMessageKey = "Go on";
-  const DisplayList list = laidOut({shown, false}, kWidget);
+  const DisplayList list = laidOut({shown}, kWidget);
   const auto style = [&](std::size_t item) {
     return std::get<TextItem>(list.items.at(item).content).text;
   };
