@@ -220,6 +220,13 @@ INSTANTIATE_TEST_SUITE_P(Bundles,
                          ::testing::ValuesIn(kConfigured),
                          [](const auto& row) { return std::string(row.param.name); });
 
+TEST(AffirmationRequest, IsNotMadeWithoutAnInfoDictionary) {
+  const ClientWorld world;
+  NSBundle::setMainBundle(NSBundle(std::filesystem::path("/nonexistent")));
+  EXPECT_THAT(fetch(), ElementsAre(kStart, kUid, kNoConfiguration, kNilLocation));
+  EXPECT_THAT(asked().downloads, IsEmpty());
+}
+
 // Answers
 
 /// Delivers a result as the host would, until the delegate has dealt with it; `meanwhile` runs on
