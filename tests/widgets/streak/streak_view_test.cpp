@@ -59,7 +59,7 @@ class StreakMessage : public ::testing::TestWithParam<MessageCase> {};
 
 TEST_P(StreakMessage, StandsBesideTheCounter) {
   const MessageCase& row = GetParam();
-  StreakEntry shown = entry(0);
+  StreakEntry shown = {.backgroundImageName = "square", .flameImageName = "flame"};
   shown.showTimeBasedText = row.showTimeBasedText;
   shown.timeBasedMessageKey = row.timeKey;
   shown.displayType = row.type;
