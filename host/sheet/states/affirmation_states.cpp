@@ -40,13 +40,13 @@ const std::map<std::string, Sentences, std::less<>> kSentences = {
       "against who I was yesterday."}},
     {"pt",
      {"Hoje respiro.",
-      "Minha calma vale mais do que a minha pressa, e hoje cuido dela.",
+      "Minha calma vale mais que a pressa, e hoje cuido dela.",
       "Reconheço tudo o que avancei, mesmo quando ninguém viu; confio no meu ritmo, agradeço o que "
       "tenho e deixo que o resto chegue na sua hora, sem me comparar com ninguém além de quem fui "
       "ontem."}},
     {"fr",
      {"Je respire.",
-      "Mon calme vaut plus que ma hâte, et aujourd’hui j’en prends soin.",
+      "Mon calme vaut plus que ma hâte, et j’en prends soin.",
       "Je reconnais tout le chemin parcouru, même quand personne ne regardait ; je fais confiance "
       "à "
       "mon rythme, je remercie pour ce que j’ai et je laisse le reste venir à son heure, sans me "

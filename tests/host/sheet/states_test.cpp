@@ -74,4 +74,16 @@ TEST(States, OfDifferentNamesShowDifferentThings) {
           std::pair(kBinnacleKind, Names{"empty-week", "no-record", "unreadable-record"})));
 }
 
+TEST(States, ShowNothingThatIsAtFaultWithoutAReason) {
+  const Folder folder;
+  const Ran ran = run(GLANCERY_BUILD "/glancery",
+                      {"sheet",
+                       "-o",
+                       folder.path(),
+                       "--accepted-findings",
+                       GLANCERY_TEST_DATA "/accepted_findings.json"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_THAT(ran.out, ::testing::HasSubstr(" pictures, 0 findings, "));
+}
+
 }  // namespace
