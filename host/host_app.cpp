@@ -3,10 +3,10 @@
 #include <algorithm>
 
 #include "host/command_error.h"
-#include "host/folder_lock.h"
 #include "platform/foundation/date_formatter.h"
 #include "platform/foundation/json_serialization.h"
 #include "platform/foundation/time_zone.h"
+#include "platform/foundation/user_defaults.h"
 
 namespace host {
 
@@ -47,8 +47,8 @@ CommandError unreadableMoods(const std::string& why) {
                       "\" can't be read and were left alone: " + why);
 }
 
-Dictionary storedMoods(const NSUserDefaults& suite) {
-  const auto stored = suite.objectForKey(kMoodsDataKey);
+Dictionary storedMoods(const Dictionary& suite) {
+  const Value* stored = suite.find(kMoodsDataKey);
   if (!stored) {
     return {};
   }
@@ -67,45 +67,61 @@ Dictionary storedMoods(const NSUserDefaults& suite) {
   return *moods;
 }
 
-}  // namespace
-
-NSUserDefaults openSharedSuite() {
-  auto suite = NSUserDefaults::initWithSuiteName(kAppGroupIdentifier);
-  if (!suite) {
-    throw CommandError("the suite " + std::string(kAppGroupIdentifier) + " in " +
-                       sharedContainer().string() + " can't be opened");
+SuiteFile openSharedSuite() {
+  SuiteFile file(SuiteFile::pathOf(sharedContainer(), kAppGroupIdentifier));
+  if (const auto opened = file.canBeOpened(); !opened) {
+    throw CommandError(opened.error());
   }
-  return *std::move(suite);
+  return file;
 }
 
-void synchronize(NSUserDefaults& suite) {
-  if (!suite.synchronize()) {
-    throw CommandError("the suite " + std::string(kAppGroupIdentifier) + " in " +
-                       sharedContainer().string() + " can't be written");
+void requireStored(const std::expected<void, std::string>& stored) {
+  if (!stored) {
+    throw CommandError("the suite is not stored: " + stored.error());
   }
+}
+
+void save(std::string_view key, const Value& value) {
+  saveSharedSuite([&](Dictionary& suite) {
+    suite.set(std::string(key), value);
+    return true;
+  });
+}
+
+}  // namespace
+
+Dictionary readSharedSuite() {
+  const SuiteContents contents = openSharedSuite().read();
+  if (!contents.reason.empty()) {
+    throw CommandError(contents.reason);
+  }
+  return contents.dictionary();
+}
+
+void changeSharedSuite(const SuiteFile::Edit& edit) {
+  requireStored(openSharedSuite().change(edit));
+}
+
+void saveSharedSuite(const SuiteFile::Edit& edit) {
+  changeSharedSuite(edit);
+  requireStored(openSharedSuite().synchronize());
 }
 
 void signIn(const std::string& uid) {
   if (uid.empty()) {
     throw wrongValue("UID", uid, "give the user's identifier; sign-out removes it");
   }
-  auto suite = openSharedSuite();
-  suite.setObject(uid, kSharedUidKey);
-  synchronize(suite);
+  save(kSharedUidKey, uid);
 }
 
 void signOut() {
-  auto suite = openSharedSuite();
-  suite.removeObjectForKey(kSharedUidKey);
-  synchronize(suite);
+  saveSharedSuite([](Dictionary& suite) { return suite.remove(kSharedUidKey); });
 }
 
 void recordStreak(std::int64_t count, Date lastActive) {
-  const Data record = serialized(
-      {{"count", count}, {"timestamp", lastActive.timeIntervalSince1970()}}, "the streak");
-  auto suite = openSharedSuite();
-  suite.setObject(record, kStreakDataKey);
-  synchronize(suite);
+  save(kStreakDataKey,
+       serialized({{"count", count}, {"timestamp", lastActive.timeIntervalSince1970()}},
+                  "the streak"));
 }
 
 Date instantOf(const std::string& text, const std::string& what) {
@@ -130,16 +146,12 @@ void recordNamedMood(const std::string& mood, const std::optional<std::string>& 
   const Date moment = momentOf(day);
   NSDateFormatter keys;
   keys.setDateFormat("yyyy-MM-dd");
-  auto suite = openSharedSuite();
-  // What is read, changed and written must not be another's in between.
-  const auto alone = lockFolder(sharedContainer(), WhenHeld::wait);
-  if (!alone) {
-    throw CommandError(sharedContainer().string() + " can't be locked: " + alone.error().message());
-  }
-  Dictionary moods = storedMoods(suite);
-  moods.set(keys.stringFromDate(moment), mood);
-  suite.setObject(serialized(moods, "the moods"), kMoodsDataKey);
-  synchronize(suite);
+  saveSharedSuite([&](Dictionary& suite) {
+    Dictionary moods = storedMoods(suite);
+    moods.set(keys.stringFromDate(moment), mood);
+    suite.set(kMoodsDataKey, serialized(moods, "the moods"));
+    return true;
+  });
 }
 
 }  // namespace host

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "platform/foundation/date.h"
-#include "platform/foundation/user_defaults.h"
+#include "platform/foundation/suite_file.h"
 #include "store/shared_store.h"
 
 namespace host {
@@ -37,10 +37,15 @@ void recordNamedMood(const std::string& mood, const std::optional<std::string>& 
 /// The instant of an ISO 8601 text, now for an empty one; `what` names it in the error.
 platform::Date instantOf(const std::string& text, const std::string& what);
 
-/// The shared suite, or a `CommandError` that says it can't be opened.
-platform::NSUserDefaults openSharedSuite();
+/// The whole shared suite, empty if nobody has written one. A `CommandError` says that it can't be
+/// opened or read, or what is damaged in it.
+platform::Dictionary readSharedSuite();
 
-/// Waits until what was written is on the disk.
-void synchronize(platform::NSUserDefaults& suite);
+/// Lets `edit` change the shared suite while no other process writes to it. A `CommandError` says
+/// why the result could not be stored; the suite then holds what it held before.
+void changeSharedSuite(const platform::SuiteFile::Edit& edit);
+
+/// Changes the shared suite and returns once the result is on the disk.
+void saveSharedSuite(const platform::SuiteFile::Edit& edit);
 
 }  // namespace host

@@ -95,41 +95,44 @@ Value valueOf(const StoreOptions& options) {
   throw wrongValue("--type", options.type, "give one of " + typeNames());
 }
 
-void requireKey(const NSUserDefaults& suite, const std::string& key) {
-  const Dictionary all = suite.dictionaryRepresentation();
-  if (all.find(key)) {
-    return;
-  }
+CommandError unknownKey(const Dictionary& all, const std::string& key) {
   std::string keys;
   for (const auto& [known, value] : all) {
     keys += (keys.empty() ? "" : ", ") + known;
   }
-  throw CommandError("no value under the key \"" + key + "\": the suite holds " +
-                     (keys.empty() ? "nothing" : keys));
+  return CommandError("no value under the key \"" + key + "\": the suite holds " +
+                      (keys.empty() ? "nothing" : keys));
 }
 
 void get(const StoreOptions& options) {
-  const auto suite = openSharedSuite();
-  requireKey(suite, options.key);
-  std::cout << valueJSON(*suite.objectForKey(options.key)) << '\n';
+  const Dictionary suite = readSharedSuite();
+  const Value* value = suite.find(options.key);
+  if (!value) {
+    throw unknownKey(suite, options.key);
+  }
+  std::cout << valueJSON(*value) << '\n';
 }
 
 void set(const StoreOptions& options) {
   const Value value = valueOf(options);
-  auto suite = openSharedSuite();
-  suite.setObject(value, options.key);
-  synchronize(suite);
+  saveSharedSuite([&](Dictionary& suite) {
+    suite.set(options.key, value);
+    return true;
+  });
 }
 
 void remove(const StoreOptions& options) {
-  auto suite = openSharedSuite();
-  requireKey(suite, options.key);
-  suite.removeObjectForKey(options.key);
-  synchronize(suite);
+  readSharedSuite();  // A damaged suite is reported, and not set aside: there is nothing to delete.
+  saveSharedSuite([&](Dictionary& suite) {
+    if (!suite.remove(options.key)) {
+      throw unknownKey(suite, options.key);
+    }
+    return true;
+  });
 }
 
 void dump(const StoreOptions&) {
-  std::cout << valueJSON(openSharedSuite().dictionaryRepresentation()) << '\n';
+  std::cout << valueJSON(readSharedSuite()) << '\n';
 }
 
 /// Adds one of the group's commands; those with a key take it as their first word.

@@ -32,10 +32,10 @@ TimelinePlan planOf(const ArchivedTimeline& timeline) {
 }
 
 Dictionary readHostApp() {
-  const auto suite = openSharedSuite();
+  const Dictionary suite = readSharedSuite();
   Dictionary values;
   for (const auto& [key, kind] : kHostAppKeys) {
-    if (const auto value = suite.objectForKey(key)) {
+    if (const Value* value = suite.find(key)) {
       values.set(std::string(key), *value);
     }
   }

@@ -25,19 +25,11 @@ fs::path scratchFolder() {
 
 /// Leaves exactly those members in the suite, and writes only what is not there already.
 void fillSuite(const Dictionary& wanted) {
-  NSUserDefaults suite = openSharedSuite();
-  const Dictionary present = suite.dictionaryRepresentation();
-  for (const auto& [key, value] : present) {
-    if (!wanted.find(key)) {
-      suite.removeObjectForKey(key);
-    }
-  }
-  for (const auto& [key, value] : wanted) {
-    const Value* known = present.find(key);
-    if (!known || *known != value) {
-      suite.setObject(value, key);
-    }
-  }
+  changeSharedSuite([&](Dictionary& suite) {
+    const bool differs = suite != wanted;
+    suite = wanted;
+    return differs;
+  });
 }
 
 }  // namespace

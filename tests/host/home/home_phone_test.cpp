@@ -180,7 +180,7 @@ TEST_F(Home, BearsAContainerThatCantBeUsed) {
   const auto suite = SuiteFile::pathOf(sharedContainer(), glancery::kAppGroupIdentifier);
   fs::create_directories(suite);
   home->suiteChanged();
-  EXPECT_TRUE(says(*home, "can't be opened"));
+  EXPECT_TRUE(says(*home, "can't open"));
   fs::remove(suite);
   perform(*home, R"({"action": "streak", "count": 2})");
   EXPECT_EQ(reasonOf(*home, 1), std::string("the host app changed ") + glancery::kStreakDataKey);
@@ -190,6 +190,27 @@ TEST_F(Home, BearsAContainerThatCantBeUsed) {
   world::writeWhole(sharedContainer(), "a file");
   following.systemZoneChanged();
   EXPECT_TRUE(says(following, "can't be used"));
+}
+
+TEST_F(Home, ReportsActionsThatCannotBeStored) {
+  const auto home = phone();
+  perform(*home, R"({"action": "sign-in", "uid": "u-1"})");
+  const auto suite = SuiteFile::pathOf(sharedContainer(), kSharedSuite);
+  const std::string before = world::readWhole(suite);
+  fs::create_directory(suite.string() + ".new");
+  for (const char* action : {R"({"action": "sign-in", "uid": "u-2"})",
+                             R"({"action": "sign-out"})",
+                             R"({"action": "streak", "count": 2})",
+                             R"({"action": "mood", "mood": "well"})"}) {
+    try {
+      performAction(*home, action);
+      ADD_FAILURE() << action;
+    } catch (const CommandError& error) {
+      EXPECT_EQ(error.status(), kNotDone);
+      EXPECT_THAT(error.what(), HasSubstr("Is a directory")) << action;
+    }
+  }
+  EXPECT_EQ(world::readWhole(suite), before);
 }
 
 TEST_F(Home, OutlivesTheFolderItWasStartedIn) {
