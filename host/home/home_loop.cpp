@@ -82,7 +82,9 @@ struct HomeLoop::Impl {
   }
 
   static std::filesystem::path suiteFolder() {
-    return SuiteFile(SuiteFile::pathOf(sharedContainer(), glancery::kAppGroupIdentifier)).target().parent_path();
+    return SuiteFile(SuiteFile::pathOf(sharedContainer(), glancery::kAppGroupIdentifier))
+        .target()
+        .parent_path();
   }
 
   /// Changes nothing where the folder is watched already.

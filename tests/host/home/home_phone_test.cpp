@@ -195,7 +195,7 @@ TEST_F(Home, BearsAContainerThatCantBeUsed) {
 TEST_F(Home, ReportsActionsThatCannotBeStored) {
   const auto home = phone();
   perform(*home, R"({"action": "sign-in", "uid": "u-1"})");
-  const auto suite = SuiteFile::pathOf(sharedContainer(), kSharedSuite);
+  const auto suite = SuiteFile::pathOf(sharedContainer(), glancery::kAppGroupIdentifier);
   const std::string before = world::readWhole(suite);
   fs::create_directory(suite.string() + ".new");
   for (const char* action : {R"({"action": "sign-in", "uid": "u-2"})",

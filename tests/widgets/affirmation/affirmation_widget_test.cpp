@@ -179,8 +179,9 @@ const Record kRecords[] = {
      kPlaceholder,
      "blush",
      kLog + "Error deserializing affirmation data: Error Domain=NSCocoaErrorDomain "
-         "Code=3840 \"The data couldn’t be read because it isn’t in the correct format.\" "
-     "UserInfo={NSDebugDescription=invalid string: missing closing quote at line 1, column 14}"},
+            "Code=3840 \"The data couldn’t be read because it isn’t in the correct format.\" "
+            "UserInfo={NSDebugDescription=invalid string: missing closing quote at line 1, column "
+            "14}"},
     {"absent",
      {},
      kPlaceholder,
