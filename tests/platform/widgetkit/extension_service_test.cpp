@@ -123,7 +123,7 @@ struct CountingDelegate : NSURLSessionDownloadDelegate {
 
 TEST(BackgroundSessionDeathTest, NeedsASharedContainerAndLaunches) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");  // Sessions have threads.
-  IdleDelegate delegate;
+  CountingDelegate delegate;
   NSURLSessionConfiguration configuration = {.identifier = "unshared"};
   const auto makeTask = [&] {
     NSURLSession::sessionWithConfiguration(configuration, delegate, nullptr)
