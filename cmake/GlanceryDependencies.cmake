@@ -28,6 +28,12 @@ find_library(ICU_DATA_STATIC libicudata.a REQUIRED)
 target_link_libraries(glancery_icu INTERFACE
   ${ICU_I18N_STATIC} ${ICU_UC_STATIC} ${ICU_DATA_STATIC} ${CMAKE_DL_LIBS} Threads::Threads)
 
+# SQLite is linked statically: a program that transfers nothing then loads nothing for it.
+add_library(glancery_sqlite INTERFACE)
+find_library(SQLITE_STATIC libsqlite3.a REQUIRED)
+target_link_libraries(glancery_sqlite INTERFACE
+  ${SQLITE_STATIC} m ${CMAKE_DL_LIBS} Threads::Threads)
+
 if(GLANCERY_TESTS)
   find_package(GTest REQUIRED)
   pkg_check_modules(LIBPLIST REQUIRED IMPORTED_TARGET libplist-2.0)

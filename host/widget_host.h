@@ -75,12 +75,14 @@ class WidgetHost {
                        std::chrono::seconds longest,
                        const std::function<void()>& reloaded);
 
-  /// For hosts that stay: takes leftovers of others over, and is told when to look for more.
+  /// For hosts that stay: takes over the downloads of hosts that have ended, now and later.
   void adoptDownloads() { transfers().adopt(); }
   /// Readable when `stepDownloads` has something to do.
   int downloadsDescriptor() { return transfers().descriptor(); }
-  /// Does what can be done without waiting, and delivers every result.
+  /// Does what can be done without waiting.
   void stepDownloads();
+  /// Delivers every result. One that no widget takes is set aside with the reason, and reported.
+  void deliverDownloads();
   std::size_t pendingDownloads() { return transfers().pending(); }
   /// Why the pending ones have not ended yet, as the last attempt of one says.
   std::string downloadsWaitFor() const;
@@ -115,8 +117,9 @@ class WidgetHost {
   /// comes behind it must get through.
   void deliverFinished();
   void finishDelivery(const std::set<std::string>& sessions);
+  /// False if no widget takes the result: it was set aside.
+  bool deliver(const TransferTask& task, bool withBody);
   bool wasTaken(const TransferTask& task);
-  void deliver(const TransferTask& task, bool withBody);
   void forget(const TransferTask& task);
   void waitForTransfers(std::chrono::steady_clock::time_point deadline);
   void reportTransfers();

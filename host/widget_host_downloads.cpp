@@ -3,9 +3,9 @@
 #include <utility>
 
 #include "host/command_error.h"
-#include "host/transfer/transfer_error.h"
-#include "host/transfer/transfer_listing.h"
+#include "host/transfer/transfer_store.h"
 #include "host/widget_host.h"
+#include "platform/foundation/url_error.h"
 
 // The half of the host that downloads for its extension: the phone keeps the transfers, whatever
 // becomes of the extension, and wakes it when there are results.
@@ -20,19 +20,6 @@ namespace {
 constexpr int kLaunches = 3;
 /// How long one wait for the network may last before the time left is looked at.
 constexpr auto kLongestStep = std::chrono::milliseconds(250);
-
-FinishedDownload finishedDownload(const TransferTask& task, const std::filesystem::path& body) {
-  FinishedDownload download{.session = task.request.session, .url = task.request.url};
-  if (task.outcome->answer) {
-    download.status = task.outcome->answer->status;
-  }
-  if (task.outcome->error) {
-    download.error = task.outcome->error;
-  } else {
-    download.file = body.string();
-  }
-  return download;
-}
 
 std::string stillWaiting(std::size_t pending, const std::string& why) {
   return (pending == 1 ? "a download is still waiting: "
@@ -100,8 +87,9 @@ void WidgetHost::waitForTransfers(std::chrono::steady_clock::time_point deadline
 std::string WidgetHost::downloadsWaitFor() const {
   const auto tasks = listTransfers(settings_.container).tasks;
   const auto tried = std::ranges::find_if(
-      tasks, [](const TransferTask& task) { return !task.outcome && task.wait.attempts > 0; });
-  return tried == tasks.end() ? "there is no answer yet" : tried->wait.error.localizedDescription;
+      tasks, [](const TransferTask& task) { return task.ended == 0 && task.outcome.error; });
+  return tried == tasks.end() ? "there is no answer yet"
+                              : tried->outcome.error->localizedDescription;
 }
 
 void WidgetHost::reportTransfers() {
@@ -113,6 +101,9 @@ void WidgetHost::reportTransfers() {
 void WidgetHost::stepDownloads() {
   transfers().step();
   reportTransfers();
+}
+
+void WidgetHost::deliverDownloads() {
   if (!transfers().finished().empty()) {
     ensureExtension();
     deliverFinished();
@@ -120,22 +111,23 @@ void WidgetHost::stepDownloads() {
 }
 
 void WidgetHost::deliverFinished() {
-  std::map<std::string, int> ends;
-  for (std::string given;;) {
+  std::map<std::int64_t, int> ends;
+  for (std::int64_t given = 0;;) {
     std::set<std::string> sessions;
     try {
       while (!transfers().finished().empty()) {
-        const TransferTask task = *transfers().finished().front();
+        const TransferTask task = transfers().finished().front();
         given = task.id;
-        if (ends[given] > 0 && wasTaken(task)) {
-          forget(task);
+        const bool taken = ends[given] > 0 && wasTaken(task);
+        if (!taken && !deliver(task, ends[given] < kLaunches)) {
           continue;
         }
-        deliver(task, ends[given] < kLaunches);
-        sessions.insert(task.request.session);
+        if (!taken) {
+          sessions.insert(task.request.session);
+        }
         forget(task);
       }
-      given.clear();
+      given = 0;
       finishDelivery(sessions);
       return;
     } catch (const ExtensionEnded& ended) {
@@ -164,25 +156,46 @@ void WidgetHost::finishDelivery(const std::set<std::string>& sessions) {
   }
 }
 
-// The receiver removes the file when it is done with it.
-bool WidgetHost::wasTaken(const TransferTask& task) {
-  std::error_code ignored;
-  return !task.outcome->error && !std::filesystem::exists(transfers().bodyOf(task.id), ignored);
-}
-
-void WidgetHost::deliver(const TransferTask& task, bool withBody) {
-  // A launch that did not start the download is told first what it was woken for.
-  if (openSessions_.insert(task.request.session).second) {
-    announcedSessions_.insert(task.request.session);
-    ask<Done>(BackgroundEvents{task.request.session});
-  }
-  FinishedDownload download = finishedDownload(task, transfers().bodyOf(task.id));
-  if (!withBody && !download.error) {
-    report_("the extension ends over the download " + task.id + ": it is told of a failure");
-    download.file.clear();
+bool WidgetHost::deliver(const TransferTask& task, bool withBody) {
+  const auto& [error, status, size] = task.outcome;
+  FinishedDownload download = {.session = task.request.session,
+                               .url = task.request.url,
+                               .status = status,
+                               .error = error};
+  if (!error && withBody) {
+    const auto file = transfers().handOver(task.id);
+    if (!file) {
+      throw CommandError(file.error());
+    }
+    download.file = *file;
+  } else if (!error) {
+    report_("the extension ended over the download " + std::to_string(task.id) +
+            " again and again: it receives an error instead");
     download.error = urlError(URLErrorCode::unknown);
   }
-  ask<Done>(DeliverDownload{std::move(download)});
+  try {
+    // A launch that did not start the download is told first what it was woken for.
+    if (openSessions_.insert(download.session).second) {
+      announcedSessions_.insert(download.session);
+      ask<Done>(BackgroundEvents{download.session});
+    }
+    ask<Done>(DeliverDownload{std::move(download)});
+  } catch (const ExtensionEnded&) {
+    throw;
+  } catch (const CommandError& refused) {
+    openSessions_.erase(task.request.session);
+    announcedSessions_.erase(task.request.session);
+    transfers().markUndelivered(task.id, refused.what());
+    report_("the download " + std::to_string(task.id) + " can't be delivered: " + refused.what() +
+            " (see glancery downloads)");
+    return false;
+  }
+  return true;
+}
+
+// The receiver removes the file when it is done with it.
+bool WidgetHost::wasTaken(const TransferTask& task) {
+  return !task.outcome.error && transfers().wasTaken(task.id);
 }
 
 void WidgetHost::forget(const TransferTask& task) {

@@ -1,6 +1,5 @@
 #include <iostream>
 #include <memory>
-#include <thread>
 
 #include <CLI/CLI.hpp>
 
@@ -8,24 +7,21 @@
 #include "host/commands/commands.h"
 #include "host/device_options.h"
 #include "host/json_output.h"
-#include "host/transfer/transfer_cancellation.h"
-#include "host/transfer/transfer_folder.h"
-#include "host/transfer/transfer_listing.h"
 #include "host/transfer/transfer_service.h"
+#include "host/transfer/transfer_store.h"
 #include "platform/foundation/user_defaults.h"
 #include "platform/foundation/utf8.h"
 
 namespace host {
 
 using namespace platform;
-using namespace std::chrono_literals;
 
 namespace {
 
 struct DownloadsOptions {
   DeviceOptions device = {};
   bool json = false;
-  std::string id = {};
+  std::int64_t id = 0;
 };
 
 const char* nameOf(TransferState state) {
@@ -33,52 +29,48 @@ const char* nameOf(TransferState state) {
   return kNames[std::to_underlying(state)];
 }
 
-/// Why a task has failed, or waits for another attempt.
-const NSError* errorOf(const TransferTask& task) {
-  if (task.outcome) {
-    return task.outcome->error ? &*task.outcome->error : nullptr;
-  }
-  return task.wait.attempts > 0 ? &task.wait.error : nullptr;
-}
-
 std::string isoDate(double seconds) {
   return Date::since1970(seconds).iso8601();
 }
 
 Value described(const TransferTask& task) {
-  const NSError* error = errorOf(task);
-  const bool answered = task.outcome && task.outcome->answer;
-  const bool waits = !task.outcome && task.wait.attempts > 0;
+  const auto& [error, status, size] = task.outcome;
+  const bool waits = task.ended == 0 && task.attempts > 0;
   return Dictionary{
       {"id", task.id},
       {"session", excerpt(task.request.session)},
       {"method", task.request.method},
       {"url", excerpt(task.request.url, 2000)},
       {"state", nameOf(task.state())},
+      {"hosted", task.hosted},
       {"created", isoDate(task.created)},
-      {"attempts", task.wait.attempts},
-      {"nextAttempt", waits ? Value(isoDate(task.wait.next)) : Value()},
-      {"status", answered ? Value(task.outcome->answer->status) : Value()},
-      {"bytes", answered ? Value(static_cast<std::int64_t>(task.outcome->answer->size)) : Value()},
+      {"attempts", task.attempts},
+      {"nextAttempt", waits ? Value(isoDate(task.next)) : Value()},
+      {"status", status ? Value(*status) : Value()},
+      {"bytes", status ? Value(static_cast<std::int64_t>(size)) : Value()},
       {"error",
        error ? Value(Dictionary{{"domain", error->domain},
                                 {"code", error->code},
                                 {"description", error->localizedDescription}})
-             : Value()}};
+             : Value()},
+      {"undelivered", task.undelivered.empty() ? Value() : Value(excerpt(task.undelivered))}};
 }
 
 std::string sentence(const TransferTask& task) {
-  const NSError* error = errorOf(task);
+  const auto& [error, status, size] = task.outcome;
   const std::string why =
       error ? error->localizedDescription + " (" + std::to_string(error->code) + ")" : "";
-  if (!task.outcome) {
-    return error ? std::to_string(task.wait.attempts) + " attempts in vain, the last one: " + why +
-                       " Next at " + isoDate(task.wait.next)
-                 : "to be tried at once";
+  if (task.ended == 0) {
+    return error ? std::to_string(task.attempts) + " attempts failed, last error: " + why +
+                       " Next attempt at " + isoDate(task.next)
+                 : task.hosted ? "a host is sending it"
+                               : "the next host that runs will send it";
   }
-  return error ? why
-               : "status " + std::to_string(task.outcome->answer->status) + ", " +
-                     std::to_string(task.outcome->answer->size) + " bytes, not delivered yet";
+  return (error ? why
+                : "status " + std::to_string(status.value_or(0)) + ", " + std::to_string(size) +
+                      " bytes") +
+         (task.undelivered.empty() ? ", not delivered yet"
+                                   : ", can't be delivered: " + excerpt(task.undelivered));
 }
 
 void list(const DownloadsOptions& options) {
@@ -88,11 +80,7 @@ void list(const DownloadsOptions& options) {
     for (const TransferTask& task : listing.tasks) {
       downloads.push_back(described(task));
     }
-    Array damaged;
-    for (const DamagedJournal& record : listing.damaged) {
-      damaged.push_back(
-          Dictionary{{"file", record.file.string()}, {"reason", excerpt(record.reason)}});
-    }
+    const Array damaged(listing.damaged.begin(), listing.damaged.end());
     std::cout << valueJSON(Dictionary{{"downloads", downloads}, {"damaged", damaged}}) << '\n';
     return;
   }
@@ -101,61 +89,41 @@ void list(const DownloadsOptions& options) {
               << "\n  " << task.request.method << ' ' << excerpt(task.request.url, 2000) << "\n  "
               << sentence(task) << '\n';
   }
-  for (const DamagedJournal& record : listing.damaged) {
-    std::cout << "damaged: " << record.file.string() << ": " << record.reason << '\n';
+  for (const std::string& damage : listing.damaged) {
+    std::cout << "damaged: " << damage << '\n';
   }
   if (listing.tasks.empty() && listing.damaged.empty()) {
     std::cout << "no downloads\n";
   }
 }
 
-TransferTask taskNamed(const std::string& id) {
+TransferTask taskNamed(std::int64_t id) {
   const TransferListing listing = listTransfers(sharedContainer());
-  std::string pending;
+  std::string known;
   for (const TransferTask& task : listing.tasks) {
     if (task.id == id) {
       return task;
     }
-    if (!task.outcome) {
-      pending += (pending.empty() ? "" : ", ") + task.id;
-    }
+    known += (known.empty() ? "" : ", ") + std::to_string(task.id);
   }
-  throw CommandError("no download \"" + id +
-                     "\": " + (pending.empty() ? "none is pending" : "pending are " + pending));
+  throw CommandError("no download " + std::to_string(id) + ": " +
+                     (known.empty() ? "there is none" : "there are " + known));
 }
-
-/// A running host looks for requests every second; this long it may take to heed one.
-constexpr auto kHeedWithin = 5s;
 
 void cancel(const DownloadsOptions& options) {
   const TransferTask task = taskNamed(options.id);
-  if (task.outcome) {
-    throw CommandError("the download \"" + task.id + "\" has ended (" + sentence(task) +
-                       "): there is nothing to cancel");
+  if (task.ended != 0 && task.undelivered.empty()) {
+    throw CommandError("the download " + std::to_string(task.id) + " has ended (" +
+                       sentence(task) + "): there is nothing to cancel");
   }
   TransferService service(sharedContainer());
-  service.adopt();
+  const auto cancelled = service.cancel(task);
   for (const std::string& report : service.takeReports()) {
-    std::cerr << "glancery: " << report << '\n';
+    complain(report);
   }
-  if (service.cancel(task.id)) {
-    return;
+  if (!cancelled) {
+    throw CommandError(cancelled.error());
   }
-  const auto transfers = transfersFolder(sharedContainer());
-  if (const auto asked = requestCancellation(transfers, task.id); !asked) {
-    throw CommandError(asked.error());
-  }
-  const auto deadline = std::chrono::steady_clock::now() + kHeedWithin;
-  while (std::chrono::steady_clock::now() < deadline) {
-    std::this_thread::sleep_for(50ms);
-    const auto tasks = listTransfers(sharedContainer()).tasks;
-    const auto found = std::ranges::find(tasks, task.id, &TransferTask::id);
-    if (found == tasks.end() || found->outcome) {
-      return;
-    }
-  }
-  dropCancellation(transfers, task.id);
-  throw CommandError("the host that runs the download \"" + task.id + "\" does not answer");
 }
 
 }  // namespace
@@ -167,7 +135,7 @@ void addDownloadsCommand(CLI::App& app) {
   options->device.addSuiteOptions(*group);
   group->add_flag("--json", options->json, "Print JSON");
   CLI::App* cancelCommand =
-      group->add_subcommand("cancel", "Ends a pending download; the extension is told so");
+      group->add_subcommand("cancel", "Ends a pending download, or clears one that can't be delivered");
   cancelCommand->add_option("ID", options->id, "The download, as the list names it")->required();
   options->device.addSuiteOptions(*cancelCommand);
   cancelCommand->callback([options] {

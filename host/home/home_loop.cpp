@@ -32,8 +32,8 @@ namespace asio = boost::asio;
 using asio::posix::stream_descriptor;
 using Error = boost::system::error_code;
 
-/// How long after a foreign change of the suite its writer may still be about to leave downloads.
-constexpr auto kLeftovers = std::chrono::seconds(2);
+/// How long after a change of the suite its folder is looked for again.
+constexpr auto kFolderDelay = std::chrono::seconds(2);
 
 /// How long after the last change the phone gives back what it draws with.
 constexpr auto kQuiet = std::chrono::seconds(10);
@@ -123,10 +123,10 @@ struct HomeLoop::Impl {
     context.run();
   }
 
-  /// When the writer has left what it leaves; or has removed the folder, and with it the watch.
+  /// The folder may have been removed, and with it the watch.
   void lookAgain() {
-    leftovers.expires_after(kLeftovers);
-    leftovers.async_wait([this](Error error) {
+    folderDelay.expires_after(kFolderDelay);
+    folderDelay.async_wait([this](Error error) {
       if (error) {
         return;
       }
@@ -134,7 +134,6 @@ struct HomeLoop::Impl {
         lookAgain();
       }
       phone.suiteChanged();
-      phone.adoptDownloads();
       settle();
     });
   }
@@ -233,7 +232,7 @@ struct HomeLoop::Impl {
   stream_descriptor downloads{context};
   stream_descriptor extension{context};
   asio::steady_timer pause{context};
-  asio::steady_timer leftovers{context};
+  asio::steady_timer folderDelay{context};
   asio::steady_timer quiet{context};
   int launches = 0;
   std::string shown;

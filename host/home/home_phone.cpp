@@ -67,8 +67,7 @@ HomePhone::HomePhone(DeviceOptions options, RefreshBudget budget, std::stop_toke
     : options_(std::move(options)),
       host_(settle(options_),
             [this](const std::string& line) { note(line); },
-            // What others leave is looked for when there is a reason to.
-            {.adoptEvery = std::numeric_limits<double>::infinity()},
+            {},
             {.leaving = std::move(leaving)}),
       scheduler_(budget),
       hostApp_(readHostApp()) {
@@ -78,7 +77,9 @@ HomePhone::HomePhone(DeviceOptions options, RefreshBudget budget, std::stop_toke
   for (const GalleryItem& item : host_.gallery()) {
     place(item);
   }
-  adoptDownloads();
+  host_.adoptDownloads();
+  // Results that an earlier host did not deliver wake nobody.
+  stepDownloads();
   advance();
 }
 
@@ -252,16 +253,14 @@ void HomePhone::extensionLeft() {
   }
 }
 
-void HomePhone::adoptDownloads() {
-  host_.adoptDownloads();
-  // Results that an earlier host did not deliver wake nobody.
-  stepDownloads();
-}
-
 void HomePhone::stepDownloads() {
+  host_.stepDownloads();
+  if (deliverAt_ && *deliverAt_ > steady_clock::now()) {
+    return;
+  }
   deliverAt_.reset();
   try {
-    host_.stepDownloads();
+    host_.deliverDownloads();
     failedDeliveries_ = 0;
   } catch (const CommandError& error) {
     deliverAt_ = steady_clock::now() + pauseAfterFailures(++failedDeliveries_);

@@ -57,9 +57,8 @@ class HomePhone {
   /// Everything that is due now. More may be due afterwards: see `next`.
   void advance();
   void extensionLeft();
+  /// Does what downloads can do now, and delivers results, unless a failed delivery pauses that.
   void stepDownloads();
-  /// Takes over what others have left, and delivers what of it has ended.
-  void adoptDownloads();
   /// Nothing has been drawn for a while: gives memory back.
   void rest();
   /// Something in the suite is another than before: the host app's part is looked at. A widget

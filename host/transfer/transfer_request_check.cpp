@@ -1,5 +1,7 @@
 #include "host/transfer/transfer_request_check.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <cmath>
 #include <string_view>
@@ -29,23 +31,28 @@ std::unexpected<std::string> fault(const std::string& what, const std::string& v
 std::expected<void, std::string> checkRequest(const TransferRequest& request) {
   constexpr std::string_view kBreaks("\r\n\0", 3);
   if (!isToken(request.method)) {
-    return fault("method is no token:", request.method);
+    return fault("method is not a token:", request.method);
   }
   if (request.url.find('\0') != request.url.npos) {
-    return fault("address holds a NUL:", request.url);
+    return fault("URL holds a NUL:", request.url);
   }
   for (const auto& [name, value] : request.headers) {
     if (!isToken(name)) {
-      return fault("header name is no token:", name);
+      return fault("header name is not a token:", name);
     }
     if (value.find_first_of(kBreaks) != value.npos) {
       return fault("header " + name + " holds a line break or a NUL:", value);
     }
   }
   if (!std::isfinite(request.timeout) || request.timeout <= 0) {
-    return fault("time-out is no positive number:", std::to_string(request.timeout));
+    return fault("timeout is not a positive number:", std::to_string(request.timeout));
   }
   return {};
+}
+
+bool isTransferable(std::string_view url) {
+  const std::string scheme(url.substr(0, url.find("//")));
+  return ::strcasecmp(scheme.c_str(), "http:") == 0 || ::strcasecmp(scheme.c_str(), "https:") == 0;
 }
 
 }  // namespace host

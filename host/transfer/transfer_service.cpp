@@ -1,28 +1,59 @@
 #include "host/transfer/transfer_service.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/epoll.h>
+#include <sys/eventfd.h>
 #include <sys/timerfd.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <limits>
 #include <system_error>
+#include <utility>
 
-#include "host/transfer/transfer_cancellation.h"
-#include "host/transfer/transfer_error.h"
-#include "host/transfer/transfer_folder.h"
 #include "host/transfer/transfer_request_check.h"
-#include "host/transfer/transfer_url.h"
+#include "platform/foundation/url_error.h"
 
 namespace host {
 
 namespace {
 
+using platform::urlError;
+using enum platform::URLErrorCode;
+
+constexpr std::size_t kParallel = 8;
+constexpr double kResourceLimit = 7.0 * 24 * 60 * 60;
 constexpr double kLongestPause = 15 * 60;
-/// How often cancellations of other processes, the resource limit and the clock are looked at.
-constexpr double kLookEvery = 1;
-/// The longest sleep.
+constexpr double kNever = std::numeric_limits<double>::infinity();
+/// The longest sleep; the timer's own range is shorter than that of an instant.
 constexpr double kLongestSleep = 60 * 60;
+/// How long after a failure the disk is tried again.
+constexpr double kDiskRetryDelay = 1;
+/// A host that ends closes its files before it releases its locks.
+constexpr double kLockReleaseDelay = 0.05;
+/// How often a request that must not be repeated at will is sent: once, and twice again.
+constexpr int kMostSends = 3;
+/// Reserved for a body before the request is sent.
+constexpr off_t kReservedBytes = 64 << 10;
+
+/// By RFC 9110, section 9.2.2.
+bool isIdempotent(const std::string& method) {
+  return method != "POST" && method != "PATCH" && method != "CONNECT";
+}
+
+platform::NSError cannotWrite(const std::string& why) {
+  platform::NSError error = urlError(cannotWriteToFile);
+  error.localizedDescription += ": " + why;
+  return error;
+}
+
+void watch(const FileDescriptor& epoll, int descriptor) {
+  epoll_event event = {.events = EPOLLIN, .data = {}};
+  ::epoll_ctl(epoll.get(), EPOLL_CTL_ADD, descriptor, &event);
+}
 
 }  // namespace
 
@@ -36,78 +67,62 @@ double pauseAfter(int attempts) {
 
 TransferService::TransferService(const std::filesystem::path& container, TransferSettings settings)
     : settings_(std::move(settings)),
-      transfers_(transfersFolder(container)),
       store_(container),
       epoll_(::epoll_create1(EPOLL_CLOEXEC)),
-      timer_(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
-  epoll_event event = {.events = EPOLLIN, .data = {}};
-  ::epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, timer_.get(), &event);
-  armTimer(lastAdoption_ + settings_.adoptEvery);
+      timer_(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)),
+      arrived_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+  watch(epoll_, timer_.get());
+  watch(epoll_, arrived_.get());
+  watch(epoll_, store_.hosts().descriptor());
 }
 
 TransferService::~TransferService() = default;
 
-std::expected<std::string, std::string> TransferService::add(const TransferRequest& request) {
-  auto ids = add(std::span(&request, 1));
-  if (!ids) {
-    return std::unexpected(ids.error());
-  }
-  return std::move(ids->front());
-}
-
-std::expected<std::vector<std::string>, std::string> TransferService::add(
-    std::span<const TransferRequest> requests) {
-  for (const TransferRequest& request : requests) {
-    if (auto checked = checkRequest(request); !checked) {
-      return std::unexpected(checked.error());
-    }
+std::expected<std::int64_t, std::string> TransferService::add(const TransferRequest& request) {
+  if (auto checked = checkRequest(request); !checked) {
+    return std::unexpected(checked.error());
   }
   const double now = settings_.clock();
-  auto added = store_.add(requests, now);
-  if (!added) {
-    return std::unexpected(added.error());
+  const auto id = store_.add(request, now);
+  if (id) {
+    tasks_[*id] = {.id = *id, .request = request, .created = now};
+    armTimer(now);
   }
-  std::vector<std::string> ids;
-  for (TransferTask& task : *added) {
-    ids.push_back(task.id);
-    take(std::move(task));
-  }
-  armTimer(now);
-  return ids;
-}
-
-bool TransferService::cancel(const std::string& id) {
-  const auto found = tasks_.find(id);
-  if (found == tasks_.end() || found->second.outcome) {
-    return false;
-  }
-  finish(found->second, {.error = urlError(URLErrorCode::cancelled)});
-  keepOutcomes();
-  return true;
+  return id;
 }
 
 void TransferService::adopt() {
-  const double now = settings_.clock();
-  lastAdoption_ = now;
-  for (TransferTask& task : store_.adopt()) {
-    // The clock may have been set back since.
-    task.wait.next = std::min(task.wait.next, now + pauseAfter(task.wait.attempts));
-    take(std::move(task));
-  }
-  armTimer(now);
+  refresh();
+  armTimer(settings_.clock());
 }
 
-void TransferService::take(TransferTask task) {
-  if (task.outcome) {
-    lastOrder_ = std::max(lastOrder_, task.outcome->order);
-    // Two hosts may have counted alike.
-    while (!finished_.emplace(task.outcome->order, task.id).second) {
-      ++task.outcome->order;
-    }
-  } else {
-    waiting_.emplace(task.wait.next, task.id);
+std::expected<bool, std::string> TransferService::cancel(const TransferTask& task) {
+  TransferTask cancelledTask = {.id = task.id, .outcome = {.error = urlError(cancelled)}};
+  const auto done = task.ended == 0 ? store_.end(cancelledTask) : store_.remove(task.id);
+  adopt();
+  return done;
+}
+
+/// Reads this host's tasks again: hosts may have ended, tasks may have been cancelled, and all may
+/// have been removed.
+void TransferService::refresh() {
+  const double now = settings_.clock();
+  refreshAt_ = kNever;
+  auto claimed = store_.claim();
+  if (!note(claimed)) {
+    refreshAt_ = now + kDiskRetryDelay;
+    return;
   }
-  tasks_.insert_or_assign(task.id, std::move(task));
+  tasks_.clear();
+  for (TransferTask& task : *claimed) {
+    tasks_[task.id] = std::move(task);
+  }
+  const auto isOver = [this](std::int64_t id) {
+    const TransferTask* task = find(id);
+    return !task || task->ended != 0;
+  };
+  std::erase_if(running_, [&](const auto& attempt) { return isOver(attempt.first); });
+  std::erase_if(unwritten_, [&](const auto& end) { return isOver(end.first); });
 }
 
 void TransferService::step(std::chrono::milliseconds longest) {
@@ -115,160 +130,152 @@ void TransferService::step(std::chrono::milliseconds longest) {
   if (longest.count() != 0) {
     ::poll(&wanted, 1, static_cast<int>(longest.count()));
   }
-  std::uint64_t expirations = 0;
-  (void)!::read(timer_.get(), &expirations, sizeof expirations);
+  std::uint64_t ignored = 0;
+  (void)!::read(timer_.get(), &ignored, sizeof ignored);
+  (void)!::read(arrived_.get(), &ignored, sizeof ignored);
   const double now = settings_.clock();
-  if (std::abs(now - lastAdoption_) >= settings_.adoptEvery) {
-    adopt();
+  const bool notified = store_.hosts().takeChange();
+  if (notified || refreshAt_ <= now || store_.hasMoved()) {
+    refresh();
+    if (notified) {
+      refreshAt_ = std::min(refreshAt_, now + kLockReleaseDelay);
+    }
   }
-  if (std::abs(now - lastLook_) >= kLookEvery) {
-    lookAround(now);
+  std::unique_lock lock(mutex_);
+  auto arrivals = std::exchange(arrivals_, {});
+  lock.unlock();
+  for (auto& [id, end] : arrivals) {
+    if (running_.erase(id) > 0) {
+      handle(id, std::move(end), now);
+    }
   }
-  stepEngine(now);
-  while (startDue(now) && stepEngine(now)) {
+  for (const auto& [id, outcome] : std::map(unwritten_)) {
+    end(tasks_.at(id), outcome);
   }
-  keepOutcomes();
-  removeBodies();
+  endExpired(now);
+  startDue(now);
   armTimer(now);
 }
 
-bool TransferService::stepEngine(double now) {
-  if (!engine_ || running_.empty()) {
-    return false;
-  }
-  auto ends = engine_->step(now);
-  for (AttemptEnd& end : ends) {
-    handle(std::move(end), now);
-  }
-  keepOutcomes();
-  return !ends.empty();
-}
-
-bool TransferService::startDue(double now) {
-  bool started = false;
-  while (!waiting_.empty() && waiting_.begin()->first <= now &&
-         running_.size() < settings_.parallel) {
-    TransferTask& task = tasks_.at(waiting_.begin()->second);
-    if (!isTransferable(task.request.url)) {
-      finish(task, {.error = urlError(URLErrorCode::unsupportedURL)});
+void TransferService::startDue(double now) {
+  for (auto& [id, task] : tasks_) {
+    // After the clock was set back, the next attempt would be far away.
+    task.next = std::min(task.next, now + pauseAfter(task.attempts));
+    const bool waits = task.ended == 0 && !running_.contains(id) && !unwritten_.contains(id);
+    if (!waits || task.next > now) {
       continue;
     }
-    if (!openEngine()) {
-      break;
+    if (!isTransferable(task.request.url)) {
+      end(task, {.error = urlError(unsupportedURL)});
+    } else if (!isIdempotent(task.request.method) && task.sends >= kMostSends) {
+      end(task, {.error = urlError(networkConnectionLost)});
+    } else if (running_.size() < kParallel && load()) {
+      start(task, now);
     }
-    unschedule(task);
-    running_.insert(task.id);
-    engine_->start(task, store_.bodyOf(task.id), now);
-    started = true;
   }
-  return started;
 }
 
-void TransferService::handle(AttemptEnd end, double now) {
-  using enum AttemptEnd::Kind;
-  TransferTask& task = tasks_.at(end.id);
-  if (end.kind == lost) {
-    retry(task, std::move(*end.error), now);
+/// Sends nothing unless the answer can be stored.
+void TransferService::start(TransferTask& task, double now) {
+  FileDescriptor body(
+      ::open(store_.bodyOf(task.id).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+  if (!body || (::fallocate(body.get(), FALLOC_FL_KEEP_SIZE, 0, kReservedBytes) != 0 &&
+                errno != EOPNOTSUPP)) {
+    postpone(task, cannotWrite(std::generic_category().message(errno)), now);
     return;
   }
-  finish(task, {.answer = std::move(end.answer), .error = std::move(end.error)});
+  ++task.sends;
+  const auto kept = store_.keep(task);
+  if (!kept) {
+    --task.sends;
+    postpone(task, cannotWrite(kept.error()), now);
+  } else if (!*kept) {
+    refreshAt_ = now;
+  } else {
+    running_.emplace(task.id, [this, task, file = std::move(body)](std::stop_token stop) {
+      AttemptEnd end = attempt_(task, file.get(), stop);
+      // Returns what was reserved and not needed.
+      (void)!::ftruncate(file.get(), static_cast<off_t>(end.outcome.size));
+      if (!stop.stop_requested()) {
+        const std::lock_guard lock(mutex_);
+        arrivals_.emplace(task.id, std::move(end));
+        ::eventfd_write(arrived_.get(), 1);
+      }
+    });
+  }
 }
 
-void TransferService::retry(TransferTask& task, platform::NSError why, double now) {
+void TransferService::handle(std::int64_t id, AttemptEnd ended, double now) {
+  TransferTask& task = tasks_.at(id);
+  if (ended.kind != AttemptEnd::Kind::lost) {
+    end(task, std::move(ended.outcome));
+    return;
+  }
+  if (!ended.sent) {
+    --task.sends;
+  } else if (!isIdempotent(task.request.method) && task.sends >= kMostSends) {
+    end(task, {.error = urlError(networkConnectionLost), .status = ended.outcome.status});
+    return;
+  }
+  postpone(task, std::move(*ended.outcome.error), now);
+}
+
+void TransferService::postpone(TransferTask& task, platform::NSError why, double now) {
+  ++task.attempts;
+  task.next = now + pauseAfter(task.attempts);
+  task.outcome = {.error = std::move(why)};
+  note(store_.keep(task));
+}
+
+void TransferService::end(TransferTask& task, TransferOutcome outcome) {
   running_.erase(task.id);
-  ++task.wait.attempts;
-  task.wait.next = now + pauseAfter(task.wait.attempts);
-  task.wait.error = std::move(why);
-  waiting_.emplace(task.wait.next, task.id);
-  note(store_.keepWait(task));
-}
-
-void TransferService::finish(TransferTask& task, TransferOutcome outcome) {
-  if (engine_ && running_.contains(task.id)) {
-    engine_->stop(task.id);
+  if (outcome.error) {
+    removeFiles(task.id);
   }
-  unschedule(task);
-  running_.erase(task.id);
-  const auto microseconds = static_cast<std::int64_t>(settings_.clock() * 1e6);
-  outcome.order = lastOrder_ = std::max(lastOrder_ + 1, microseconds);
-  task.outcome = std::move(outcome);
-  finished_.emplace(task.outcome->order, task.id);
-  if (task.outcome->error) {
-    note(store_.removeBody(task.id));
+  TransferTask ended = task;
+  ended.outcome = outcome;
+  const auto written = store_.end(ended);
+  if (!note(written)) {
+    unwritten_[task.id] = std::move(outcome);
+    return;
   }
-  ended_.push_back(&task);
-}
-
-void TransferService::keepOutcomes() {
-  if (!ended_.empty()) {
-    note(store_.keepOutcomes(std::exchange(ended_, {})));
+  unwritten_.erase(task.id);
+  if (*written) {
+    task = std::move(ended);
+  } else {
+    refreshAt_ = settings_.clock();
   }
 }
 
-void TransferService::unschedule(const TransferTask& task) {
-  waiting_.erase({task.wait.next, task.id});
-}
-
-void TransferService::lookAround(double now) {
-  lastLook_ = now;
-  for (const std::string& id : cancellations(transfers_)) {
-    std::error_code ignored;
-    const bool nobodys = !std::filesystem::exists(folderOf(transfers_, id), ignored);
-    if (cancel(id) || store_.holds(id) || nobodys) {
-      dropCancellation(transfers_, id);
+void TransferService::endExpired(double now) {
+  for (auto& [id, task] : tasks_) {
+    if (task.ended == 0 && !unwritten_.contains(id) && now >= task.created + kResourceLimit) {
+      end(task, {.error = urlError(timedOut)});
     }
   }
-  std::vector<std::string> over;
-  std::vector<std::string> early;
-  for (const auto& [id, task] : tasks_) {
-    if (!task.outcome && now >= task.created + settings_.resourceLimit) {
-      over.push_back(id);
-    }
-  }
-  for (const std::string& id : over) {
-    finish(tasks_.at(id), {.error = urlError(URLErrorCode::timedOut)});
-  }
-  // Where the clock was set back, tasks would wait for a moment that is far away now.
-  for (const auto& [next, id] : waiting_) {
-    if (next > now + kLongestPause) {
-      early.push_back(id);
-    }
-  }
-  for (const std::string& id : early) {
-    TransferTask& task = tasks_.at(id);
-    unschedule(task);
-    task.wait.next = now + pauseAfter(task.wait.attempts);
-    waiting_.emplace(task.wait.next, id);
-  }
 }
 
-bool TransferService::openEngine() {
-  if (engine_ || engineFailed_) {
-    return engine_ != nullptr;
+bool TransferService::load() {
+  if (!attempt_ && !loadFailed_) {
+    const auto loaded = loadTransferAttempt(settings_.library);
+    loadFailed_ = !note(loaded);
+    attempt_ = loaded.value_or(nullptr);
   }
-  auto opened = settings_.engine();
-  if (!opened) {
-    engineFailed_ = true;
-    reports_.push_back(opened.error());
-    return false;
-  }
-  engine_ = *std::move(opened);
-  epoll_event event = {.events = EPOLLIN, .data = {}};
-  ::epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, engine_->descriptor(), &event);
-  return true;
+  return attempt_ != nullptr;
 }
 
-/// Wakes the caller for the next attempt, a silence that lasts too long, or the next look around.
+/// Wakes the caller for the next attempt, a resource limit, or the disk.
 void TransferService::armTimer(double now) {
-  double next = pending() == 0 ? lastAdoption_ + settings_.adoptEvery : lastLook_ + kLookEvery;
-  if (!waiting_.empty() && running_.size() < settings_.parallel && !engineFailed_) {
-    next = std::min(next, waiting_.begin()->first);
-  }
-  if (engine_) {
-    next = std::min(next, engine_->nextTimeout().value_or(next));
+  double next = std::min(refreshAt_, unwritten_.empty() ? kNever : now + kDiskRetryDelay);
+  for (const auto& [id, task] : tasks_) {
+    if (task.ended == 0 && !unwritten_.contains(id)) {
+      next = std::min(next, task.created + kResourceLimit);
+      const bool waits = !running_.contains(id) && running_.size() < kParallel && !loadFailed_;
+      next = waits ? std::min(next, task.next) : next;
+    }
   }
   itimerspec when = {};
-  if (std::isfinite(next)) {
+  if (next != kNever) {
     const double left = std::clamp(next - now, 1e-6, kLongestSleep);
     when.it_value = {.tv_sec = static_cast<time_t>(left),
                      .tv_nsec = static_cast<long>((left - std::floor(left)) * 1e9)};
@@ -276,44 +283,66 @@ void TransferService::armTimer(double now) {
   ::timerfd_settime(timer_.get(), 0, &when, nullptr);
 }
 
-std::vector<const TransferTask*> TransferService::finished() const {
-  std::vector<const TransferTask*> ended;
-  ended.reserve(finished_.size());
-  for (const auto& [order, id] : finished_) {
-    ended.push_back(&tasks_.at(id));
+std::vector<TransferTask> TransferService::finished() const {
+  std::vector<TransferTask> ended;
+  for (const auto& [id, task] : tasks_) {
+    if (task.ended != 0 && !undeliverable_.contains(id)) {
+      ended.push_back(task);
+    }
   }
+  std::ranges::sort(ended, {}, &TransferTask::ended);
   return ended;
 }
 
-const TransferTask* TransferService::find(const std::string& id) const {
+std::size_t TransferService::pending() const {
+  return static_cast<std::size_t>(
+      std::ranges::count_if(tasks_, [](const auto& task) { return task.second.ended == 0; }));
+}
+
+const TransferTask* TransferService::find(std::int64_t id) const {
   const auto found = tasks_.find(id);
   return found == tasks_.end() ? nullptr : &found->second;
 }
 
-std::expected<void, std::string> TransferService::markDelivered(const std::string& id) {
-  const auto found = tasks_.find(id);
-  if (found == tasks_.end() || !found->second.outcome) {
-    return std::unexpected("the download " + id + " has not ended");
+std::expected<std::filesystem::path, std::string> TransferService::handOver(std::int64_t id) const {
+  const std::filesystem::path link = store_.linkOf(id);
+  ::unlink(link.c_str());
+  if (::link(store_.bodyOf(id).c_str(), link.c_str()) != 0) {
+    return std::unexpected("can't link " + link.string() + ": " +
+                           std::generic_category().message(errno));
+  }
+  return link;
+}
+
+bool TransferService::wasTaken(std::int64_t id) const {
+  std::error_code ignored;
+  return !std::filesystem::exists(store_.linkOf(id), ignored);
+}
+
+std::expected<void, std::string> TransferService::markDelivered(std::int64_t id) {
+  const TransferTask* task = find(id);
+  if (!task || task->ended == 0) {
+    return std::unexpected("the download " + std::to_string(id) + " has not ended");
   }
   if (auto removed = store_.remove(id); !removed) {
-    return removed;
+    return std::unexpected(removed.error());
   }
-  finished_.erase(found->second.outcome->order);
-  tasks_.erase(found);
-  delivered_.push_back(id);
-  removeBodies();
+  tasks_.erase(id);
+  removeFiles(id);
   return {};
 }
 
-/// ext4 is slow to make files for some seconds after many were removed, so bodies go when no other
-/// is on its way.
-void TransferService::removeBodies() {
-  if (!running_.empty()) {
-    return;
+void TransferService::markUndelivered(std::int64_t id, const std::string& why) {
+  undeliverable_.insert(id);
+  if (const auto found = tasks_.find(id); found != tasks_.end()) {
+    found->second.undelivered = why;
+    note(store_.keep(found->second));
   }
-  for (const std::string& id : std::exchange(delivered_, {})) {
-    note(store_.removeBody(id));
-  }
+}
+
+void TransferService::removeFiles(std::int64_t id) {
+  ::unlink(store_.bodyOf(id).c_str());
+  ::unlink(store_.linkOf(id).c_str());
 }
 
 std::vector<std::string> TransferService::takeReports() {
@@ -322,10 +351,14 @@ std::vector<std::string> TransferService::takeReports() {
   return reports;
 }
 
-void TransferService::note(const std::expected<void, std::string>& done) {
-  if (!done) {
+/// Whether it was done; a failure is reported, unless it is the last one again.
+template <class T>
+bool TransferService::note(const std::expected<T, std::string>& done) {
+  if (!done && done.error() != lastReport_) {
     reports_.push_back(done.error());
   }
+  lastReport_ = done ? "" : done.error();
+  return done.has_value();
 }
 
 }  // namespace host

@@ -1,336 +1,337 @@
 #include "host/transfer/transfer_store.h"
 
 #include <fcntl.h>
-#include <sys/random.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <map>
 #include <set>
+#include <string_view>
 #include <system_error>
 
-#include "host/folder_lock.h"
-#include "host/transfer/transfer_folder.h"
-#include "platform/foundation/require.h"
+#include "platform/foundation/url_error.h"
 
 namespace host {
 
 namespace {
 
 namespace fs = std::filesystem;
-using Done = std::expected<void, std::string>;
+using Value = platform::SqliteDatabase::Value;
+using Row = platform::SqliteDatabase::Row;
 
-/// A journal shorter than this is not worth writing anew.
-constexpr std::size_t kShortJournal = 64 << 10;
-constexpr const char* kForeign = "the task is of another host";
+constexpr const char* kDatabase = "transfers.db";
+constexpr const char* kSchema = R"sql(CREATE TABLE tasks(
+  id INTEGER PRIMARY KEY AUTOINCREMENT, host INTEGER NOT NULL, created REAL NOT NULL,
+  session BLOB NOT NULL, url BLOB NOT NULL, method BLOB NOT NULL, headers BLOB NOT NULL,
+  body BLOB NOT NULL, timeout REAL NOT NULL,
+  attempts INTEGER NOT NULL DEFAULT 0, next REAL NOT NULL DEFAULT 0,
+  sends INTEGER NOT NULL DEFAULT 0, ended INTEGER NOT NULL DEFAULT 0,
+  error INTEGER, reason BLOB, status INTEGER, size INTEGER NOT NULL DEFAULT 0,
+  undelivered BLOB NOT NULL DEFAULT x''))sql";
+constexpr const char* kAllTasks = "SELECT * FROM tasks ORDER BY ended, id";
 
-std::unexpected<std::string> failure(const char* what, const fs::path& path, int error = errno) {
-  return std::unexpected("can't " + std::string(what) + " " + path.string() + ": " +
-                         std::generic_category().message(error));
+fs::path transfersFolder(const fs::path& container) {
+  return container / "Library" / "Transfers";
 }
 
-std::string_view folderNameOf(std::string_view id) {
-  return id.substr(0, id.find('-'));
+fs::path hostsFile(const fs::path& folder) {
+  return folder / "hosts";
 }
 
-std::string newId(const fs::path& folder) {
-  constexpr std::string_view kLetters = "0123456789abcdefghijkmnpqrstuvwx";
-  unsigned char random[10] = {};
-  if (::getrandom(random, sizeof random, 0) != sizeof random) {
-    platform::fatalError("no random bytes");
+/// Neither names nor values hold line breaks.
+std::string joined(const HeaderFields& headers) {
+  std::string lines;
+  for (const auto& [name, value] : headers) {
+    lines += name + ":" + value + "\n";
   }
-  std::string id = folder.filename().string() + "-";
-  for (const unsigned char byte : random) {
-    id += kLetters[byte % kLetters.size()];
-  }
-  return id;
+  return lines;
 }
 
-bool writeAll(int file, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = ::write(file, bytes.data(), bytes.size());
-    if (written < 0 && errno == EINTR) {
-      continue;
-    }
-    if (written < 0) {
-      return false;
-    }
-    bytes.remove_prefix(static_cast<std::size_t>(written));
+HeaderFields split(std::string_view lines) {
+  HeaderFields headers;
+  for (std::size_t end = 0; (end = lines.find('\n')) != lines.npos; lines.remove_prefix(end + 1)) {
+    const std::string_view line = lines.substr(0, end);
+    const std::size_t colon = std::min(line.find(':'), line.size());
+    headers.emplace_back(line.substr(0, colon), line.substr(std::min(colon + 1, line.size())));
   }
-  return true;
+  return headers;
 }
 
-Done sync(const fs::path& folder) {
-  const FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!descriptor || ::fsync(descriptor.get()) != 0) {
-    return failure("synchronize", folder);
-  }
-  return {};
+/// A value of another type, which only a foreign writer could have left, is 0 or empty.
+template <class T>
+T at(const Row& row, std::size_t column) {
+  const T* value = std::get_if<T>(&row.at(column));
+  return value ? *value : T();
 }
 
-/// Makes a folder that outlives a power cut; one that is there already is fine.
-Done makeFolder(const fs::path& folder) {
-  if (::mkdir(folder.c_str(), 0700) == 0) {
-    return sync(folder.parent_path());
+/// By the order of columns in the schema.
+TransferTask taskOf(const Row& row, const TransferHosts& hosts) {
+  const auto integer = [&](std::size_t column) { return at<std::int64_t>(row, column); };
+  const auto bytes = [&](std::size_t column) { return at<std::string>(row, column); };
+  TransferTask task = {
+      .id = integer(0),
+      .request = {bytes(3), bytes(4), bytes(5), split(bytes(6)), bytes(7), at<double>(row, 8)},
+      .created = at<double>(row, 2),
+      .attempts = static_cast<int>(integer(9)),
+      .next = at<double>(row, 10),
+      .sends = static_cast<int>(integer(11)),
+      .ended = integer(12),
+      .outcome = {.size = static_cast<std::uint64_t>(integer(16))},
+      .undelivered = bytes(17),
+      .hosted = hosts.isAlive(integer(1))};
+  if (integer(13) != 0) {
+    task.outcome.error = platform::NSError{platform::NSURLErrorDomain, integer(13), bytes(14)};
   }
-  return errno == EEXIST ? Done() : failure("create", folder);
+  if (integer(15) != 0) {
+    task.outcome.status = static_cast<int>(integer(15));
+  }
+  return task;
+}
+
+std::vector<fs::path> filesIn(const fs::path& folder) {
+  std::vector<fs::path> files;
+  std::error_code error;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    files.push_back(entry->path());
+  }
+  std::ranges::sort(files);
+  return files;
 }
 
 }  // namespace
 
-TransferStore::TransferStore(const fs::path& container) : transfers_(transfersFolder(container)) {
-}
-
-std::expected<std::vector<TransferTask>, std::string> TransferStore::add(
-    std::span<const TransferRequest> requests, double now) {
-  const auto own = ownFolder();
-  if (!own) {
-    return std::unexpected(own.error());
-  }
-  Held& held = **own;
-  std::vector<TransferTask> tasks;
-  std::string records;
-  for (const TransferRequest& request : requests) {
-    tasks.push_back({.id = newId(held.path), .request = request, .created = now});
-    records += taskRecord(tasks.back());
-  }
-  const std::size_t before = held.length;
-  if (auto written = append(&held, records); !written) {
-    return std::unexpected(written.error());
-  }
-  if (::fdatasync(held.journal.get()) != 0) {
-    const int error = errno;
-    (void)!::ftruncate(held.journal.get(), static_cast<off_t>(before));
-    held.length = before;
-    return failure("synchronize", journalOf(held.path), error);
-  }
-  held.tasks += tasks.size();
-  return tasks;
-}
-
-std::vector<TransferTask> TransferStore::adopt() {
-  for (const fs::path& folder : foldersIn(transfers_)) {
-    const bool known = std::ranges::find(held_, folder, &Held::path) != held_.end();
-    if (!known && !unusable_.contains(folder)) {
-      hold(folder);
+TransferListing listTransfers(const fs::path& container) {
+  const fs::path folder = transfersFolder(container);
+  TransferListing listing;
+  for (const fs::path& file : filesIn(folder)) {
+    if (file.stem() == kDatabase && !file.string().ends_with("-wal")) {
+      listing.damaged.push_back(file.string() + " was damaged and set aside");
     }
   }
-  return std::exchange(found_, {});
-}
-
-fs::path TransferStore::bodyOf(std::string_view id) const {
-  const auto held = std::ranges::find(held_, folderNameOf(id), &Held::name);
-  return held == held_.end() ? host::bodyOf(transfers_, id) : held->path / bodyNameOf(id);
-}
-
-Done TransferStore::keepWait(const TransferTask& task) {
-  return append(holderOf(task.id), waitRecord(task));
-}
-
-Done TransferStore::keepOutcomes(std::span<const TransferTask* const> tasks) {
-  std::map<Held*, std::string> records;
-  for (const TransferTask* task : tasks) {
-    records[holderOf(task->id)] += outcomeRecord(*task);
-  }
-  Done done;
-  for (const auto& [held, bytes] : records) {
-    if (auto written = append(held, bytes); !written) {
-      done = std::move(written);
+  std::error_code ignored;
+  if (fs::exists(folder / kDatabase, ignored)) {
+    try {
+      const TransferHosts hosts(hostsFile(folder));
+      for (const Row& row : platform::SqliteDatabase(folder / kDatabase).run(kAllTasks)) {
+        listing.tasks.push_back(taskOf(row, hosts));
+      }
+    } catch (const platform::SqliteError& failure) {
+      listing.damaged.emplace_back(failure.what());
     }
   }
-  return done;
+  return listing;
 }
 
-Done TransferStore::remove(const std::string& id) {
-  Held* held = holderOf(id);
-  if (auto written = append(held, removalRecord(id)); !written) {
-    return written;
-  }
-  --held->tasks;
-  if (held->tasks == 0 && held->length >= kShortJournal) {
-    (void)!::ftruncate(held->journal.get(), 0);
-    held->length = 0;
-  } else if (held->length >= held->renewAt) {
-    const Journal journal = readFolder(held->path);
-    const auto renewed = journal.damage.empty() ? renew(*held, journal.tasks) : Done();
-    if (!renewed) {
-      reports_.push_back(renewed.error());
-    }
-  }
-  return {};
+TransferStore::TransferStore(const fs::path& container)
+    : folder_(transfersFolder(container)), hosts_(hostsFile(folder_)) {
 }
 
-Done TransferStore::removeBody(const std::string& id) {
-  const Held* held = holderOf(id);
-  if (!held) {
-    return std::unexpected(kForeign);
-  }
-  if (::unlinkat(held->lock.get(), bodyNameOf(id).c_str(), 0) != 0 && errno != ENOENT) {
-    return failure("remove", bodyOf(id));
-  }
-  return {};
+fs::path TransferStore::bodyOf(std::int64_t id) const {
+  return folder_ / (std::to_string(id) + ".body");
 }
 
-std::expected<TransferStore::Held*, std::string> TransferStore::ownFolder() {
-  if (!held_.empty()) {
-    return &held_.front();
-  }
-  for (const fs::path& folder : {transfers_.parent_path(), transfers_}) {
-    if (auto made = makeFolder(folder); !made) {
-      return std::unexpected(made.error());
-    }
-  }
-  constexpr int kMostHosts = 64;
-  for (int number = 1; number <= kMostHosts; ++number) {
-    const fs::path folder = transfers_ / std::to_string(number);
-    if (auto made = makeFolder(folder); !made) {
-      return std::unexpected(made.error());
-    }
-    if (hold(folder)) {
-      return &held_.front();
-    }
-  }
-  return std::unexpected("no folder in " + transfers_.string() + " can be used");
+fs::path TransferStore::linkOf(std::int64_t id) const {
+  return folder_ / (std::to_string(id) + ".tmp");
 }
 
-bool TransferStore::hold(const fs::path& folder) {
-  auto lock = lockFolder(folder, WhenHeld::giveUp);
-  if (!lock) {
-    return lock.error() != std::errc::operation_would_block &&
-           giveUp(folder, failure("lock", folder, lock.error().value()).error());
-  }
-  Held held = {folder, folder.filename().string(), *std::move(lock)};
-  Journal journal = readFolder(folder);
-  if (auto opened = open(held); !opened) {
-    return giveUp(folder, opened.error());
-  }
-  clearBodies(held, journal.tasks);
-  if (!journal.damage.empty() && !setAside(held, journal.damage)) {
-    return giveUp(folder, "");
-  }
-  if (!journal.damage.empty() || journal.length < held.length || held.length >= kShortJournal) {
-    if (auto renewed = renew(held, journal.tasks); !renewed) {
-      return giveUp(folder, renewed.error());
+TransferStore::Result<std::int64_t> TransferStore::add(const TransferRequest& request, double now) {
+  return attempt([&] {
+    open(true);
+    const Rows rows = run(Survives::powerCut,
+                          "INSERT INTO tasks(host, created, session, url, method, headers, body,"
+                          " timeout) VALUES(?, ?, ?, ?, ?, ?, ?, ?) RETURNING id",
+                          {hosts_.id(),
+                           now,
+                           request.session,
+                           request.url,
+                           request.method,
+                           joined(request.headers),
+                           request.body,
+                           request.timeout});
+    return at<std::int64_t>(rows.at(0), 0);
+  });
+}
+
+TransferStore::Result<std::vector<TransferTask>> TransferStore::claim() {
+  return attempt([&] {
+    makeFolders();
+    hosts_.join();
+    hosts_.watch();
+    // Listed first: a file that appears later may be that of a task that is added meanwhile.
+    const auto files = filesIn(folder_);
+    std::vector<TransferTask> all;
+    std::vector<TransferTask> own;
+    for (const Row& row : open(false) ? run(Survives::kill, kAllTasks) : Rows()) {
+      TransferTask& task = all.emplace_back(taskOf(row, hosts_));
+      const bool isOwn = at<std::int64_t>(row, 1) == hosts_.id();
+      if (!isOwn && task.hosted) {
+        continue;
+      }
+      std::error_code none;
+      const bool incomplete = task.state() == TransferState::done &&
+                              (fs::file_size(bodyOf(task.id), none) != task.outcome.size || none);
+      task.hosted = true;
+      task.ended = incomplete ? 0 : task.ended;
+      // Another host may have taken the task over since it was read.
+      if ((isOwn && !incomplete) ||
+          !run(Survives::kill,
+               "UPDATE tasks SET host = ?, ended = ? WHERE id = ? AND host = ? RETURNING id",
+               {hosts_.id(), task.ended, task.id, row.at(1)})
+               .empty()) {
+        own.push_back(task);
+      }
+    }
+    removeStrayFiles(files, all);
+    return own;
+  });
+}
+
+void TransferStore::removeStrayFiles(const std::vector<fs::path>& files,
+                                     const std::vector<TransferTask>& tasks) const {
+  std::set<fs::path> wanted;
+  for (const TransferTask& task : tasks) {
+    if (task.state() != TransferState::failed) {
+      wanted.insert({bodyOf(task.id), linkOf(task.id)});
     }
   }
-  held.tasks = journal.tasks.size();
-  held.renewAt = 16 * kShortJournal + 2 * held.length;
-  std::ranges::move(journal.tasks, std::back_inserter(found_));
-  held_.push_back(std::move(held));
+  for (const fs::path& file : files) {
+    if ((file.extension() == ".body" || file.extension() == ".tmp") && !wanted.contains(file)) {
+      ::unlink(file.c_str());
+    }
+  }
+}
+
+TransferStore::Result<bool> TransferStore::keep(const TransferTask& task) {
+  const auto& error = task.outcome.error;
+  return attempt([&] {
+    return !run(Survives::kill,
+                "UPDATE tasks SET attempts = ?, next = ?, sends = ?, error = ?, reason = ?,"
+                " undelivered = ? WHERE id = ? AND ended = ? AND host = ? RETURNING id",
+                {std::int64_t{task.attempts},
+                 task.next,
+                 std::int64_t{task.sends},
+                 error ? Value(error->code) : Value(),
+                 error ? Value(error->localizedDescription) : Value(),
+                 task.undelivered,
+                 task.id,
+                 task.ended,
+                 hosts_.id()})
+                .empty();
+  });
+}
+
+TransferStore::Result<bool> TransferStore::end(TransferTask& task) {
+  const auto& [error, status, size] = task.outcome;
+  return attempt([&] {
+    const Rows rows = run(Survives::powerCut,
+                          "UPDATE tasks SET ended = 1 + (SELECT max(ended) FROM tasks), error = ?,"
+                          " reason = ?, status = ?, size = ? WHERE id = ? AND ended = 0"
+                          " RETURNING ended",
+                          {error ? Value(error->code) : Value(),
+                           error ? Value(error->localizedDescription) : Value(),
+                           status ? Value(std::int64_t{*status}) : Value(),
+                           static_cast<std::int64_t>(size),
+                           task.id});
+    task.ended = rows.empty() ? 0 : at<std::int64_t>(rows[0], 0);
+    return !rows.empty();
+  });
+}
+
+TransferStore::Result<bool> TransferStore::remove(std::int64_t id) {
+  return attempt([&] {
+    return !run(Survives::powerCut, "DELETE FROM tasks WHERE id = ? RETURNING id", {id}).empty();
+  });
+}
+
+template <class Work>
+auto TransferStore::attempt(Work work) -> Result<decltype(work())> {
+  try {
+    return work();
+  } catch (const std::runtime_error& failure) {
+    return std::unexpected(failure.what());
+  }
+}
+
+TransferStore::Rows TransferStore::run(Survives commit, const char* sql, Values parameters) {
+  if (!open(false)) {
+    return {};
+  }
+  try {
+    database_->run(commit == Survives::powerCut ? "PRAGMA synchronous = FULL"
+                                                : "PRAGMA synchronous = NORMAL");
+    return database_->run(sql, parameters);
+  } catch (const platform::SqliteError& failure) {
+    if (failure.damaged) {
+      const FileDescriptor lock = hosts_.lockDatabase();
+      setAside(failure.what());
+    }
+    throw;
+  }
+}
+
+/// False if there is no database and none is to be created.
+bool TransferStore::open(bool create) {
+  if (hasMoved()) {
+    database_.reset();
+    reports_.push_back((folder_ / kDatabase).string() + " was removed, with the downloads in it");
+  }
+  std::error_code ignored;
+  if (database_ || (!create && !fs::exists(folder_ / kDatabase, ignored))) {
+    return database_.has_value();
+  }
+  makeFolders();
+  hosts_.join();
+  const FileDescriptor lock = hosts_.lockDatabase();
+  try {
+    database_.emplace(folder_ / kDatabase, kSchema);
+  } catch (const platform::SqliteError& failure) {
+    if (!failure.damaged) {
+      throw;
+    }
+    setAside(failure.what());
+    database_.emplace(folder_ / kDatabase, kSchema);
+  }
   return true;
 }
 
-bool TransferStore::giveUp(const fs::path& folder, const std::string& why) {
-  unusable_.insert(folder);
-  if (!why.empty()) {
-    reports_.push_back(why);
-  }
-  return false;
-}
-
-bool TransferStore::holds(std::string_view id) const {
-  return std::ranges::find(held_, folderNameOf(id), &Held::name) != held_.end();
-}
-
-TransferStore::Held* TransferStore::holderOf(std::string_view id) {
-  const auto held = std::ranges::find(held_, folderNameOf(id), &Held::name);
-  return held == held_.end() ? nullptr : &*held;
-}
-
-Done TransferStore::open(Held& held) {
-  const fs::path file = journalOf(held.path);
-  constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC;
-  held.journal = FileDescriptor(::open(file.c_str(), kFlags));
-  if (!held.journal && errno == ENOENT) {
-    held.journal = FileDescriptor(::open(file.c_str(), kFlags | O_CREAT, 0600));
-    if (auto synced = sync(held.path); !synced) {
-      return synced;
-    }
-  }
-  struct stat status = {};
-  if (!held.journal || ::fstat(held.journal.get(), &status) != 0) {
-    return failure("open", file);
-  }
-  held.length = static_cast<std::size_t>(status.st_size);
-  return {};
-}
-
-Done TransferStore::append(Held* held, std::string_view records) {
-  if (!held) {
-    return std::unexpected(kForeign);
-  }
-  if (!writeAll(held->journal.get(), records)) {
-    const int error = errno;
-    // Half a record in the midst of the journal would pass for damage.
-    (void)!::ftruncate(held->journal.get(), static_cast<off_t>(held->length));
-    return failure("write", journalOf(held->path), error);
-  }
-  held->length += records.size();
-  return {};
-}
-
-/// Writes the journal anew with nothing but the living tasks.
-Done TransferStore::renew(Held& held, const std::vector<TransferTask>& tasks) {
-  const fs::path file = journalOf(held.path);
-  const fs::path passing = fs::path(file) += ".new";
-  std::string records;
-  for (const TransferTask& task : tasks) {
-    records += taskRecord(task);
-    records += task.outcome ? outcomeRecord(task) : task.wait.attempts > 0 ? waitRecord(task) : "";
-  }
-  FileDescriptor out(::open(passing.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-  if (!out || !writeAll(out.get(), records) || ::fdatasync(out.get()) != 0 ||
-      ::rename(passing.c_str(), file.c_str()) != 0) {
-    return failure("renew", file);
-  }
-  if (auto synced = sync(held.path); !synced) {
-    return synced;
-  }
-  held.renewAt = 16 * kShortJournal + 2 * records.size();
-  return open(held);
-}
-
-/// Keeps a copy of what is about to be written anew; false where there is none.
-bool TransferStore::setAside(const Held& held, const std::vector<std::string>& damage) {
-  const fs::path file = journalOf(held.path);
-  std::error_code error;
-  fs::path aside = fs::path(file) += ".damaged";
-  for (int number = 2; fs::exists(aside, error); ++number) {
-    aside = fs::path(file) += ".damaged-" + std::to_string(number);
-  }
-  fs::copy_file(file, aside, error);
-  const std::string kept = error ? "can't be set aside: " + error.message()
-                                 : "set aside as " + aside.filename().string();
-  const std::string report = file.string() + " is damaged and " + kept + ": ";
-  for (const std::string& reason : damage) {
-    reports_.push_back(report + reason);
-  }
-  return !error;
-}
-
-/// Removes bodies that no task waits for. Only requests are waited for until they are on the disk,
-/// so after a power cut a body may be shorter than its outcome says: then the task is done again.
-void TransferStore::clearBodies(const Held& held, std::vector<TransferTask>& tasks) const {
-  std::set<fs::path> wanted;
-  for (TransferTask& task : tasks) {
-    if (!task.outcome || task.outcome->error) {
+/// Makes folders that outlive a power cut.
+void TransferStore::makeFolders() {
+  for (const fs::path& folder : {folder_.parent_path(), folder_}) {
+    if (::mkdir(folder.c_str(), 0700) != 0) {
+      if (errno != EEXIST) {
+        throw std::system_error(errno, std::generic_category(), "can't create " + folder.string());
+      }
       continue;
     }
-    std::error_code error;
-    if (fs::file_size(bodyOf(task.id), error) == task.outcome->answer->size && !error) {
-      wanted.insert(bodyOf(task.id));
-    } else {
-      task.outcome.reset();
+    const FileDescriptor parent(
+        ::open(folder.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!parent || ::fsync(parent.get()) != 0) {
+      throw std::system_error(errno, std::generic_category(), "can't synchronize " + folder.parent_path().string());
     }
   }
-  std::error_code error;
-  for (fs::directory_iterator entry(held.path, error), end; !error && entry != end;
-       entry.increment(error)) {
-    if (entry->path().extension() == ".body" && !wanted.contains(entry->path())) {
-      ::unlink(entry->path().c_str());
-    }
+}
+
+/// Renames the database and its log, so that SQLite's own tools can still open them.
+void TransferStore::setAside(const std::string& why) {
+  const bool alreadyDone = hasMoved();
+  database_.reset();
+  if (alreadyDone) {
+    return;
   }
+  const std::string file = folder_ / kDatabase;
+  std::string aside = file + ".damaged";
+  std::error_code ignored;
+  for (int number = 2; fs::exists(aside, ignored); ++number) {
+    aside = file + ".damaged-" + std::to_string(number);
+  }
+  if (::rename(file.c_str(), aside.c_str()) != 0) {
+    throw std::system_error(errno, std::generic_category(), "can't set aside " + file);
+  }
+  ::rename((file + "-wal").c_str(), (aside + "-wal").c_str());
+  ::unlink((file + "-shm").c_str());
+  reports_.push_back(why + "; it was set aside as " + fs::path(aside).filename().string());
 }
 
 }  // namespace host

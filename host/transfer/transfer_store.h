@@ -1,91 +1,88 @@
 #pragma once
 
-#include <cstddef>
+#include <cstdint>
 #include <expected>
 #include <filesystem>
+#include <initializer_list>
 #include <optional>
-#include <set>
-#include <span>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
-#include "host/file_descriptor.h"
+#include "host/transfer/transfer_hosts.h"
 #include "host/transfer/transfer_task.h"
+#include "platform/support/sqlite_database.h"
 
 namespace host {
 
-/// The tasks of one running host, on the disk.
+/// All downloads of a container.
+struct TransferListing {
+  /// Pending tasks in the order in which they were added, then the others in the order of their end.
+  std::vector<TransferTask> tasks = {};
+  /// What is wrong with the database, and which copies were set aside; a sentence each.
+  std::vector<std::string> damaged = {};
+};
+
+/// Reads and changes nothing; other processes may be at work meanwhile.
+TransferListing listTransfers(const std::filesystem::path& container);
+
+/// The tasks of a container, as one host sees and changes them: in `<container>/Library/Transfers`,
+/// an SQLite database and a file for each body.
 ///
-/// A kill at any moment leaves every task that was added, each with what had become of it. Several
-/// hosts may use one container: each keeps its tasks to itself while it lives, and they fall to
-/// whoever adopts them once it is gone. Errors are sentences that name the file.
+/// A kill at any instant leaves every task with all that was acknowledged before. `add`, `end` and
+/// `remove` survive a power cut; the rest only the end of the process. Each task belongs to one
+/// live host. A damaged database is set aside under another name, and an empty one replaces it, as
+/// it does one that was removed. Errors are sentences that name the file.
 ///
-/// Nothing is touched before the first call. Used by one thread.
+/// Opens nothing before there is something to transfer. Used by one thread.
 class TransferStore {
  public:
+  template <class T>
+  using Result = std::expected<T, std::string>;
+
   explicit TransferStore(const std::filesystem::path& container);
 
-  /// Adds tasks, all or none. They are on the disk, synced, when this returns; many at once cost
-  /// little more than one.
-  std::expected<std::vector<TransferTask>, std::string> add(
-      std::span<const TransferRequest> requests, double now);
+  Result<std::int64_t> add(const TransferRequest& request, double now);
+  /// Takes over the tasks of hosts that have ended, removes files that belong to no task, and
+  /// returns all tasks of this host; `hosts` says from then on when to call it again. An ended task
+  /// whose body is incomplete is pending again.
+  Result<std::vector<TransferTask>> claim();
 
-  /// Takes over what hosts that are gone have left, and removes what belongs to no task any more. A
-  /// damaged journal is set aside under another name and reported; what can be read of it goes on.
-  std::vector<TransferTask> adopt();
+  // These return false if another process has ended, taken over or removed the task.
+  /// Keeps what became of a task of this host: `attempts`, `next`, `sends`, the outcome's error and
+  /// `undelivered`.
+  Result<bool> keep(const TransferTask& task);
+  /// Ends a pending task of any host with its `outcome`; sets `ended`.
+  Result<bool> end(TransferTask& task);
+  Result<bool> remove(std::int64_t id);
 
-  /// Whether the task is, or was, one of this host.
-  bool holds(std::string_view id) const;
-  /// Where the body of a task goes.
-  std::filesystem::path bodyOf(std::string_view id) const;
+  std::filesystem::path bodyOf(std::int64_t id) const;
+  /// Another name of the body, which the extension that reads it may remove.
+  std::filesystem::path linkOf(std::int64_t id) const;
 
-  // What became of a task. These are safe against the end of the process, not of the machine's
-  // power: after that a task may be pending as it was when it was added.
-  std::expected<void, std::string> keepWait(const TransferTask& task);
-  /// Several at the cost of little more than one.
-  std::expected<void, std::string> keepOutcomes(std::span<const TransferTask* const> tasks);
-  /// Removes the task, but not its body: one that is left is removed at the next start.
-  std::expected<void, std::string> remove(const std::string& id);
-  std::expected<void, std::string> removeBody(const std::string& id);
-
-  /// What went wrong beside the calls, a sentence each; handed out once.
+  TransferHosts& hosts() { return hosts_; }
+  /// Whether the database was removed or renamed since it was last used.
+  bool hasMoved() const { return database_ && database_->hasMoved(); }
+  /// What went wrong outside the calls, a sentence each; every one is returned once.
   std::vector<std::string> takeReports() { return std::exchange(reports_, {}); }
 
  private:
-  struct Held {
-    std::filesystem::path path;
-    /// The folder's own name, with which the ids of its tasks begin.
-    std::string name;
-    FileDescriptor lock;
-    FileDescriptor journal = {};
-    std::size_t length = 0;
-    /// How many of the journal's tasks there still are.
-    std::size_t tasks = 0;
-    /// The length at which the journal is next written anew without its dead records.
-    std::size_t renewAt = 0;
-  };
-  using Done = std::expected<void, std::string>;
+  using Rows = std::vector<platform::SqliteDatabase::Row>;
+  using Values = std::initializer_list<platform::SqliteDatabase::Value>;
+  enum class Survives { kill, powerCut };
 
-  std::expected<Held*, std::string> ownFolder();
-  /// Takes a folder over; false where another host holds it or it can't be used, which is reported.
-  bool hold(const std::filesystem::path& folder);
-  bool giveUp(const std::filesystem::path& folder, const std::string& why);
-  Held* holderOf(std::string_view id);
-  Done open(Held& held);
-  Done append(Held* held, std::string_view records);
-  Done renew(Held& held, const std::vector<TransferTask>& tasks);
-  bool setAside(const Held& held, const std::vector<std::string>& damage);
-  void clearBodies(const Held& held, std::vector<TransferTask>& tasks) const;
+  bool open(bool create);
+  void makeFolders();
+  void setAside(const std::string& why);
+  Rows run(Survives commit, const char* sql, Values parameters = {});
+  template <class Work>
+  auto attempt(Work work) -> Result<decltype(work())>;
+  void removeStrayFiles(const std::vector<std::filesystem::path>& files,
+                        const std::vector<TransferTask>& tasks) const;
 
-  std::filesystem::path transfers_;
-  /// The first is where new tasks go.
-  std::vector<Held> held_;
-  /// Folders that could not be taken over, which has been said.
-  std::set<std::filesystem::path> unusable_;
-  /// Tasks of folders that were taken over and not handed out yet.
-  std::vector<TransferTask> found_;
+  std::filesystem::path folder_;
+  TransferHosts hosts_;
+  std::optional<platform::SqliteDatabase> database_;
   std::vector<std::string> reports_;
 };
 

@@ -26,50 +26,43 @@ struct TransferRequest {
   friend bool operator==(const TransferRequest&, const TransferRequest&) = default;
 };
 
-/// What a server said, of whatever status; its body is in the task's file.
-struct TransferAnswer {
-  int status = 0;
-  /// Where the body came from in the end, after all redirects.
-  std::string url;
-  HeaderFields headers = {};
-  /// The length of the body in bytes, as it lies in the file.
-  std::uint64_t size = 0;
-  friend bool operator==(const TransferAnswer&, const TransferAnswer&) = default;
-};
-
-/// How a task ended: with an answer, or with an error and, where a server had begun to answer, what
-/// it said so far.
+/// How a task, or one attempt at it, ended.
 struct TransferOutcome {
-  /// Grows with every task that ends.
-  std::int64_t order = 0;
-  std::optional<TransferAnswer> answer = {};
+  /// Set if there is no complete answer.
   std::optional<platform::NSError> error = {};
-};
-
-/// What is known of a task that has been tried in vain.
-struct TransferWait {
-  int attempts = 0;
-  /// The moment of the next attempt, in seconds since 1970.
-  double next = 0;
-  /// Why the last attempt failed.
-  platform::NSError error = {};
+  /// The status of the answer; with an error, of one that was cut off.
+  std::optional<int> status = {};
+  /// The length of the body in bytes.
+  std::uint64_t size = 0;
+  friend bool operator==(const TransferOutcome&, const TransferOutcome&) = default;
 };
 
 enum class TransferState : std::uint8_t { pending, done, failed };
 
-/// One download from its request until its result has been delivered.
+/// One download from its request until its result has been delivered. Instants are seconds since
+/// 1970.
 struct TransferTask {
-  /// Unlike that of any other task, now or later.
-  std::string id = {};
+  /// Unlike that of any other task of the same database, now or later.
+  std::int64_t id = 0;
   TransferRequest request = {};
-  /// Seconds since 1970.
   double created = 0;
-  TransferWait wait = {};
-  std::optional<TransferOutcome> outcome = {};
+  /// Attempts that failed, and the instant of the next one.
+  int attempts = 0;
+  double next = 0;
+  /// How often the request may have reached a server.
+  int sends = 0;
+  /// The task's place in the order of ends; 0 while it is pending.
+  std::int64_t ended = 0;
+  /// The task's end; of a pending task, the last attempt's.
+  TransferOutcome outcome = {};
+  /// Why the result could not be delivered, if that was tried.
+  std::string undelivered = {};
+  /// Whether the host that runs the task is alive.
+  bool hosted = true;
 
   TransferState state() const {
     using enum TransferState;
-    return !outcome ? pending : outcome->error ? failed : done;
+    return ended == 0 ? pending : outcome.error ? failed : done;
   }
 };
 

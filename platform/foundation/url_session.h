@@ -9,6 +9,7 @@
 
 #include "platform/foundation/error.h"
 #include "platform/foundation/url.h"
+#include "platform/foundation/url_error.h"
 #include "platform/foundation/url_request.h"
 
 // Background downloads: the extension hands a request over and may then die; the host carries it
@@ -18,8 +19,6 @@ namespace platform {
 
 class NSURLSession;
 class NSURLSessionDownloadTask;
-
-inline constexpr const char* NSURLErrorDomain = "NSURLErrorDomain";
 
 /// What a server answered; of another kind than HTTP it says nothing more.
 class NSURLResponse {

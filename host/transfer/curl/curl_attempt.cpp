@@ -1,42 +1,54 @@
-#include "host/transfer/curl/curl_attempt.h"
-
 #include <curl/curl.h>
-#include <fcntl.h>
+#include <strings.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string_view>
 #include <system_error>
 
 #include "host/transfer/curl/curl_error.h"
-#include "host/transfer/transfer_error.h"
+#include "host/transfer/transfer_attempt.h"
+#include "host/transfer/transfer_request_check.h"
+#include "platform/foundation/url_error.h"
 
 namespace host {
 
+using enum AttemptEnd::Kind;
 using platform::NSError;
+using platform::urlError;
+using enum platform::URLErrorCode;
 
 namespace {
 
-constexpr std::string_view kBlank = " \t\r\n";
+constexpr int kMostHops = 20;
+/// Of all headers of one answer.
+constexpr std::size_t kMostHeadBytes = 64 << 10;
+
+using HeaderList = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
+using Easy = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
+using Multi = std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)>;
 
 std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view kBlank = " \t\r\n";
   const std::size_t first = text.find_first_not_of(kBlank);
   return first == text.npos ? std::string_view()
                             : text.substr(first, text.find_last_not_of(kBlank) - first + 1);
 }
 
 bool equalIgnoringCase(std::string_view a, std::string_view b) {
-  return std::ranges::equal(a, b, [](char left, char right) {
-    return (left | (left >= 'A' && left <= 'Z' ? 0x20 : 0)) ==
-           (right | (right >= 'A' && right <= 'Z' ? 0x20 : 0));
-  });
+  return a.size() == b.size() && ::strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
-/// The request's headers in curl's words: a header that ends in a semicolon is sent without a
-/// value. What curl would add of its own accord is taken out.
-curl_slist* headerList(const TransferRequest& request) {
-  curl_slist* list = nullptr;
+/// The request's headers in libcurl's notation, in which a trailing semicolon stands for a header
+/// without a value and a trailing colon removes one that libcurl would add.
+HeaderList headerList(const TransferRequest& request) {
+  curl_slist* list = curl_slist_append(nullptr, "Expect:");
   bool typed = false;
   for (const auto& [name, value] : request.headers) {
     const std::string_view text = trimmed(value);
@@ -44,8 +56,8 @@ curl_slist* headerList(const TransferRequest& request) {
     list = curl_slist_append(list, line.c_str());
     typed = typed || equalIgnoringCase(name, "Content-Type");
   }
-  list = curl_slist_append(list, "Expect:");
-  return typed ? list : curl_slist_append(list, "Content-Type:");
+  list = typed ? list : curl_slist_append(list, "Content-Type:");
+  return HeaderList(list, curl_slist_free_all);
 }
 
 std::string proxyExceptions() {
@@ -54,205 +66,226 @@ std::string proxyExceptions() {
   return (known ? std::string(known) + "," : "") + "localhost,127.0.0.1,::1";
 }
 
-template <class T>
-T info(CURL* handle, CURLINFO which) {
-  T value = {};
-  curl_easy_getinfo(handle, which, &value);
-  return value;
+std::string hostOf(const std::string& url) {
+  const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> parsed(curl_url(), curl_url_cleanup);
+  char* host = nullptr;
+  curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0);
+  curl_url_get(parsed.get(), CURLUPART_HOST, &host, 0);
+  const std::string copy = host ? host : "";
+  curl_free(host);
+  return copy;
 }
 
-}  // namespace
-
-CurlAttempt::CurlAttempt(CURL* handle,
-                         const TransferTask& task,
-                         const std::filesystem::path& body,
-                         double now)
-    : lastByte(now),
-      timeout(task.request.timeout),
-      handle_(handle),
-      id_(task.id),
-      url_(task.request.url),
-      requestBody_(task.request.body),
-      headers_(headerList(task.request), curl_slist_free_all),
-      body_(::open(body.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600)) {
-  fileError_ = body_ ? 0 : errno;
-  setUp(task);
+bool isSecure(std::string_view url) {
+  return equalIgnoringCase(url.substr(0, 6), "https:");
 }
 
-CurlAttempt::~CurlAttempt() {
-  curl_easy_reset(handle_);
-}
-
-void CurlAttempt::setUp(const TransferTask& task) {
-  const auto set = [this](CURLoption option, auto value) {
-    curl_easy_setopt(handle_, option, value);
-  };
-  set(CURLOPT_URL, url_.c_str());
-  set(CURLOPT_PRIVATE, this);
-  set(CURLOPT_PATH_AS_IS, 1L);
-  set(CURLOPT_PROTOCOLS_STR, "http,https");
-  set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-  set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
-  set(CURLOPT_NOPROXY, proxyExceptions().c_str());
-  if (const char* authorities = std::getenv("SSL_CERT_FILE")) {
-    set(CURLOPT_CAINFO, authorities);
+/// One attempt: a request, and another one for each redirect that is followed.
+class Attempt {
+ public:
+  Attempt(const TransferTask& task, int body)
+      : easy_(curl_easy_init(), curl_easy_cleanup),
+        request_(task.request),
+        firstHost_(hostOf(task.request.url)),
+        headers_(nullptr, curl_slist_free_all),
+        body_(body) {
+    setUp();
+    setUpRequest();
   }
 
-  const std::string& method = task.request.method;
-  const bool hasBody = !requestBody_.empty();
-  if (method == "HEAD") {
-    set(CURLOPT_NOBODY, 1L);
-  } else if (method == "POST" || hasBody) {
-    set(CURLOPT_POST, 1L);
-    set(CURLOPT_POSTFIELDS, requestBody_.data());
-    set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(requestBody_.size()));
-  }
-  if (method != "GET" && method != "HEAD" && method != "POST") {
-    set(CURLOPT_CUSTOMREQUEST, method.c_str());
-  } else if (method == "GET" && hasBody) {
-    set(CURLOPT_CUSTOMREQUEST, "GET");
-  }
-  set(CURLOPT_HTTPHEADER, headers_.get());
-  // As the platform does: a POST becomes a GET at 301 and 302, every method at 303; else all stays.
-  set(CURLOPT_FOLLOWLOCATION, 1L);
-  if (method != "POST") {
-    set(CURLOPT_POSTREDIR, CURL_REDIR_POST_301 | CURL_REDIR_POST_302);
-  }
-  set(CURLOPT_MAXREDIRS, 20L);
+  CURL* handle() const { return easy_.get(); }
 
-  set(CURLOPT_WRITEFUNCTION, &CurlAttempt::onBody);
-  set(CURLOPT_WRITEDATA, this);
-  set(CURLOPT_HEADERFUNCTION, &CurlAttempt::onHeader);
-  set(CURLOPT_HEADERDATA, this);
-  set(CURLOPT_NOPROGRESS, 0L);
-  set(CURLOPT_XFERINFOFUNCTION, &CurlAttempt::onProgress);
-  set(CURLOPT_XFERINFODATA, this);
-  set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-  // For the bodies behind a status below 200; see `isLastWord`.
-  set(CURLOPT_HTTP09_ALLOWED, 1L);
-}
-
-AttemptEnd CurlAttempt::end(int result) {
-  if (fileError_ != 0) {
-    NSError error = urlError(URLErrorCode::cannotWriteToFile);
-    error.localizedDescription += ": " + std::generic_category().message(fileError_);
-    return {id_, AttemptEnd::Kind::lost, answer(), error};
-  }
-  if (isWhole(result)) {
-    answer_.url = info<const char*>(handle_, CURLINFO_EFFECTIVE_URL);
-    return {id_, AttemptEnd::Kind::answered, answer_, std::nullopt};
-  }
-  const char* effective = info<const char*>(handle_, CURLINFO_EFFECTIVE_URL);
-  const CurlFailure failure =
-      result == CURLE_OK ? failureOf(CURLE_GOT_NOTHING, 0, "")
-                         : failureOf(result,
-                                     static_cast<int>(info<long>(handle_, CURLINFO_OS_ERRNO)),
-                                     effective ? effective : "");
-  return {id_,
-          failure.final ? AttemptEnd::Kind::refused : AttemptEnd::Kind::lost,
-          answer(),
-          failure.error};
-}
-
-AttemptEnd CurlAttempt::timeOut() const {
-  return {id_, AttemptEnd::Kind::lost, answer(), urlError(URLErrorCode::timedOut)};
-}
-
-bool CurlAttempt::receive(std::string_view bytes) {
-  progress_ = true;
-  if (answer_.status == 0) {
-    return false;  // Bytes without a status line are no HTTP.
-  }
-  while (!bytes.empty()) {
-    const ssize_t written = ::write(body_.get(), bytes.data(), bytes.size());
-    if (written < 0 && errno == EINTR) {
-      continue;
+  /// What the end of the current request means; `result` is a CURLcode. Nothing if the handle is set
+  /// up for another request.
+  std::optional<AttemptEnd> finish(int result) {
+    if (fileError_ != 0) {
+      NSError error = urlError(cannotWriteToFile);
+      error.localizedDescription += ": " + std::generic_category().message(fileError_);
+      return ended(lost, error);
     }
-    if (written < 0) {
-      fileError_ = errno;
-      return false;
+    // libcurl says that it has no memory when a single header exceeds its own limit.
+    if (headSize_ > kMostHeadBytes || result == CURLE_OUT_OF_MEMORY) {
+      return ended(refused, urlError(dataLengthExceedsMaximum));
     }
-    answer_.size += static_cast<std::uint64_t>(written);
-    bytes.remove_prefix(static_cast<std::size_t>(written));
+    // libcurl takes a head that was cut off for a complete one.
+    if (result != CURLE_OK || !headEnded_) {
+      const int system = static_cast<int>(info(CURLINFO_OS_ERRNO));
+      const CurlFailure failure = failureOf(result == CURLE_OK ? CURLE_GOT_NOTHING : result, system);
+      return ended(failure.final ? refused : lost, failure.error);
+    }
+    return redirects() ? follow() : ended(answered, std::nullopt);
   }
-  return !endsByCount();
-}
 
-bool CurlAttempt::receiveHeader(std::string_view line) {
-  progress_ = true;
-  if (line.starts_with("HTTP/")) {
-    answer_.status = 0;
-    answer_.headers.clear();
+  AttemptEnd ended(AttemptEnd::Kind kind, std::optional<NSError> error) const {
+    const bool sent = hops_ > 0 || info(CURLINFO_REQUEST_SIZE) > 0;
+    const auto status = status_ >= 200 ? std::optional(status_) : std::nullopt;
+    return {kind, {.error = std::move(error), .status = status, .size = size_}, sent};
+  }
+
+ private:
+  template <class T>
+  void set(CURLoption option, T value) {
+    curl_easy_setopt(handle(), option, value);
+  }
+  long info(CURLINFO which) const {
+    long value = 0;
+    curl_easy_getinfo(handle(), which, &value);
+    return value;
+  }
+
+  void setUp() {
+    set(CURLOPT_PATH_AS_IS, 1L);
+    set(CURLOPT_PROTOCOLS_STR, "http,https");
+    set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+    set(CURLOPT_NOPROXY, proxyExceptions().c_str());
+    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+    if (const char* authorities = std::getenv("SSL_CERT_FILE")) {
+      set(CURLOPT_CAINFO, authorities);
+    }
+    // A resolver that hangs must delay neither a cancellation nor the end of the process.
+    set(CURLOPT_QUICK_EXIT, 1L);
+    set(CURLOPT_NOSIGNAL, 1L);
+    // The time without a byte after which an attempt ends, in whole seconds.
+    const long timeout = std::lround(std::clamp(std::ceil(request_.timeout), 1.0, 1e6));
+    set(CURLOPT_CONNECTTIMEOUT, timeout);
+    set(CURLOPT_LOW_SPEED_LIMIT, 1L);
+    set(CURLOPT_LOW_SPEED_TIME, timeout);
+    set(CURLOPT_WRITEDATA, this);
+    set(CURLOPT_WRITEFUNCTION, +[](char* bytes, std::size_t, std::size_t count, void* self) {
+      return static_cast<Attempt*>(self)->receive({bytes, count}) ? count : count + 1;
+    });
+    set(CURLOPT_HEADERDATA, this);
+    set(CURLOPT_HEADERFUNCTION, +[](char* line, std::size_t, std::size_t count, void* self) {
+      return static_cast<Attempt*>(self)->receiveHeader({line, count}) ? count : count + 1;
+    });
+  }
+
+  void setUpRequest() {
+    const std::string& method = request_.method;
+    const bool sendsBody = method == "POST" || !request_.body.empty();
+    set(CURLOPT_URL, request_.url.c_str());
+    set(CURLOPT_HTTPGET, 1L);
+    if (method == "HEAD") {
+      set(CURLOPT_NOBODY, 1L);
+    } else if (sendsBody) {
+      set(CURLOPT_POST, 1L);
+      set(CURLOPT_POSTFIELDS, request_.body.data());
+      set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request_.body.size()));
+    }
+    const bool isDefault = method == "HEAD" || method == (sendsBody ? "POST" : "GET");
+    set(CURLOPT_CUSTOMREQUEST, isDefault ? nullptr : method.c_str());
+    headers_ = headerList(request_);
+    set(CURLOPT_HTTPHEADER, headers_.get());
+  }
+
+  bool redirects() const {
+    return hasLocation_ && (status_ == 307 || status_ == 308 || (status_ >= 301 && status_ <= 303));
+  }
+
+  std::optional<AttemptEnd> follow() {
+    const char* target = nullptr;
+    curl_easy_getinfo(handle(), CURLINFO_REDIRECT_URL, &target);
+    const std::string url = target ? target : "";
+    const int status = std::exchange(status_, 0);
+    if (!isTransferable(url)) {
+      return ended(refused, urlError(unsupportedURL));
+    }
+    if (isSecure(request_.url) && !isSecure(url)) {
+      return ended(refused, urlError(insecureLoadRefused));
+    }
+    if (++hops_ > kMostHops) {
+      return ended(refused, urlError(httpTooManyRedirects));
+    }
+    // As browsers do.
+    const std::string& method = request_.method;
+    if ((status == 303 && method != "HEAD") || (status < 303 && method == "POST")) {
+      request_.method = "GET";
+      request_.body.clear();
+    }
+    // The headers may hold keys of the application, which are for the first host only.
+    if (!equalIgnoringCase(hostOf(url), firstHost_)) {
+      std::erase_if(request_.headers, [](const auto& header) {
+        return !equalIgnoringCase(header.first, "Content-Type");
+      });
+    }
+    request_.url = url;
     headEnded_ = false;
-    const std::size_t space = std::min(line.find(' '), line.size() - 1);
-    std::from_chars(line.data() + space + 1, line.data() + line.size(), answer_.status);
-    if (answer_.status == 303) {
-      curl_easy_setopt(handle_, CURLOPT_CUSTOMREQUEST, nullptr);
+    setUpRequest();
+    return std::nullopt;
+  }
+
+  bool receive(std::string_view bytes) {
+    while (!bytes.empty() && !redirects()) {
+      const ssize_t written = ::write(body_, bytes.data(), bytes.size());
+      if (written < 0 && errno != EINTR) {
+        fileError_ = errno;
+        return false;
+      }
+      const auto count = static_cast<std::size_t>(std::max<ssize_t>(written, 0));
+      size_ += count;
+      bytes.remove_prefix(count);
     }
     return true;
   }
-  const std::size_t colon = line.find(':');
-  if (colon != line.npos) {
-    answer_.headers.emplace_back(trimmed(line.substr(0, colon)), trimmed(line.substr(colon + 1)));
-  }
-  headEnded_ = headEnded_ || trimmed(line).empty();  // Trailers come behind the body.
-  return !headEnded_ || !endsByCount();
-}
 
-/// A status below 200 announces the real answer, and curl waits for that. Yet servers have been
-/// seen to give one as their last word; curl then takes the body for an answer of the oldest kind,
-/// which has no head. Only the three that are known to announce something are never a last word.
-bool CurlAttempt::isLastWord() const {
-  const bool announces = answer_.status == 100 || answer_.status == 102 || answer_.status == 103;
-  return answer_.status >= 100 && !announces;
-}
-
-std::optional<std::uint64_t> CurlAttempt::announcedSize() const {
-  for (const auto& [name, value] : answer_.headers) {
-    std::uint64_t size = 0;
-    if (equalIgnoringCase(name, "Content-Length") &&
-        std::from_chars(value.data(), value.data() + value.size(), size).ec == std::errc()) {
-      return size;
+  bool receiveHeader(std::string_view line) {
+    if (line.starts_with("HTTP/")) {
+      headSize_ = 0;
+      status_ = 0;
+      hasLocation_ = false;
+      headEnded_ = false;
+      const std::size_t space = std::min(line.find(' '), line.size() - 1);
+      std::from_chars(line.data() + space + 1, line.data() + line.size(), status_);
     }
+    headSize_ += line.size();
+    const std::size_t colon = std::min(line.find(':'), line.size() - 1);
+    hasLocation_ = hasLocation_ || (equalIgnoringCase(line.substr(0, colon), "Location") &&
+                                    !trimmed(line.substr(colon + 1)).empty());
+    headEnded_ = headEnded_ || trimmed(line).empty();
+    return headSize_ <= kMostHeadBytes;
   }
-  return std::nullopt;
-}
 
-/// Whether the answer is one whose end curl does not see, and that end is reached.
-bool CurlAttempt::endsByCount() const {
-  const auto announced = announcedSize();
-  return answer_.status < 200 && isLastWord() && announced && answer_.size >= *announced;
-}
+  Easy easy_;
+  TransferRequest request_;
+  std::string firstHost_;
+  int hops_ = 0;
+  HeaderList headers_;
+  int body_;
+  int fileError_ = 0;
+  int status_ = 0;
+  std::uint64_t size_ = 0;
+  std::size_t headSize_ = 0;
+  bool hasLocation_ = false;
+  bool headEnded_ = false;
+};
 
-bool CurlAttempt::isWhole(int result) const {
-  if (answer_.status >= 200) {
-    return result == CURLE_OK && headEnded_;  // curl takes a head that was cut for a whole one.
-  }
-  const bool closed = result == CURLE_OK || result == CURLE_GOT_NOTHING;
-  return endsByCount() || (closed && isLastWord() && !announcedSize());
-}
-
-std::optional<TransferAnswer> CurlAttempt::answer() const {
-  return answer_.status < 200 ? std::nullopt : std::optional(answer_);
-}
-
-std::size_t CurlAttempt::onBody(char* bytes, std::size_t, std::size_t count, void* self) {
-  const bool wanted = static_cast<CurlAttempt*>(self)->receive({bytes, count});
-  return wanted ? count : count + 1;
-}
-
-std::size_t CurlAttempt::onHeader(char* bytes, std::size_t, std::size_t count, void* self) {
-  const bool wanted = static_cast<CurlAttempt*>(self)->receiveHeader({bytes, count});
-  return wanted ? count : count + 1;
-}
-
-int CurlAttempt::onProgress(
-    void* self, std::int64_t, std::int64_t down, std::int64_t, std::int64_t up) {
-  auto& attempt = *static_cast<CurlAttempt*>(self);
-  if (std::exchange(attempt.moved_, down + up) != down + up) {
-    attempt.progress_ = true;
-  }
-  return 0;
-}
+}  // namespace
 
 }  // namespace host
+
+extern "C" __attribute__((visibility("default"))) host::AttemptEnd glanceryAttemptTransfer(
+    const host::TransferTask& task, int body, std::stop_token stop) {
+  static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
+  host::Attempt attempt(task, body);
+  const host::Multi multi(curl_multi_init(), curl_multi_cleanup);
+  if (ready != CURLE_OK || !multi || !attempt.handle()) {
+    return attempt.ended(host::lost, platform::urlError(platform::URLErrorCode::unknown));
+  }
+  const std::stop_callback wake(stop, [&] { curl_multi_wakeup(multi.get()); });
+  std::optional<host::AttemptEnd> end;
+  while (!end && !stop.stop_requested()) {
+    curl_multi_add_handle(multi.get(), attempt.handle());
+    const CURLMsg* done = nullptr;
+    for (int count = 0; !done && !stop.stop_requested();) {
+      curl_multi_perform(multi.get(), &count);
+      done = curl_multi_info_read(multi.get(), &count);
+      if (!done) {
+        curl_multi_poll(multi.get(), nullptr, 0, 1'000'000, nullptr);
+      }
+    }
+    const int result = done ? done->data.result : CURLE_ABORTED_BY_CALLBACK;
+    curl_multi_remove_handle(multi.get(), attempt.handle());
+    end = attempt.finish(result);
+  }
+  return end.value_or(attempt.ended(host::lost, std::nullopt));
+}

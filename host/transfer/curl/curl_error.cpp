@@ -6,13 +6,14 @@
 #include <cerrno>
 #include <string>
 
-#include "host/transfer/transfer_error.h"
-#include "host/transfer/transfer_url.h"
+#include "platform/foundation/url_error.h"
 
 namespace host {
 
 namespace {
 
+using platform::URLErrorCode;
+using platform::urlError;
 using enum URLErrorCode;
 
 struct Row {
@@ -40,6 +41,8 @@ constexpr std::array kRows = {
     Row{CURLE_URL_MALFORMAT,            badURL,                     true},
     Row{CURLE_TOO_MANY_REDIRECTS,       httpTooManyRedirects,       true},
     Row{CURLE_WEIRD_SERVER_REPLY,       cannotParseResponse,        true},
+    // Of the answer: no URL of another scheme gets here.
+    Row{CURLE_UNSUPPORTED_PROTOCOL,     cannotParseResponse,        true},
     Row{CURLE_BAD_CONTENT_ENCODING,     cannotParseResponse,        true},
     Row{CURLE_WRITE_ERROR,              cannotParseResponse,        true},
 };
@@ -47,16 +50,12 @@ constexpr std::array kRows = {
 
 }  // namespace
 
-CurlFailure failureOf(int result, int systemError, std::string_view url) {
+CurlFailure failureOf(int result, int systemError) {
   if (result == CURLE_COULDNT_CONNECT && (systemError == ENETUNREACH || systemError == ENETDOWN)) {
     return {urlError(notConnectedToInternet), false};
   }
   if (result == CURLE_SSL_CONNECT_ERROR && systemError != 0) {
     return {urlError(networkConnectionLost), false};
-  }
-  if (result == CURLE_UNSUPPORTED_PROTOCOL) {
-    // Of an address, or of the answer from one.
-    return {urlError(isTransferable(url) ? cannotParseResponse : unsupportedURL), true};
   }
   for (const Row& row : kRows) {
     if (row.result == result) {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string_view>
-
 #include "platform/foundation/error.h"
 
 namespace host {
@@ -12,8 +10,7 @@ struct CurlFailure {
   bool final = false;
 };
 
-/// What a CURLcode other than CURLE_OK means, with the system's error behind it and the address
-/// that was asked last.
-CurlFailure failureOf(int result, int systemError, std::string_view url);
+/// What a CURLcode other than CURLE_OK means, given the number of the system's error or 0.
+CurlFailure failureOf(int result, int systemError);
 
 }  // namespace host

@@ -3,9 +3,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/transfer/transfer_error.h"
-#include "host/transfer/transfer_folder.h"
 #include "host/transfer/transfer_store.h"
+#include "platform/foundation/url_error.h"
 #include "tests/host/child.h"
 #include "tests/host/command_line.h"
 #include "tests/host/transfer/scripted_server.h"
@@ -14,31 +13,41 @@ namespace host {
 namespace {
 
 using namespace world;
+using platform::urlError;
+using platform::URLErrorCode;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 using Json = nlohmann::json;
 
 constexpr double kCreated = 1'700'000'000;
 
-/// What hosts that are gone have left: one task of each state.
+/// What a host that has ended left: a task in each state.
 struct Left {
   Left() {
-    std::filesystem::create_directories(transfersFolder(phone.container()) / "2");
+    std::filesystem::create_directories(phone.container());
     TransferStore store(phone.container());
     const TransferRequest request = {.session = "s", .url = "http://x/\xFF", .method = "POST"};
-    tasks = store.add(std::vector(3, request), kCreated).value();
-    tasks[0].wait = {2, kCreated + 60, urlError(URLErrorCode::cannotConnectToHost)};
-    EXPECT_TRUE(store.keepWait(tasks[0]));
-    tasks[1].outcome = {.order = 2, .answer = TransferAnswer{503, "http://x/", {}, 5}};
-    writeWhole(store.bodyOf(tasks[1].id), "hello");
-    tasks[2].outcome = {.order = 1, .error = urlError(URLErrorCode::timedOut)};
-    const TransferTask* const ended[] = {&tasks[1], &tasks[2]};
-    EXPECT_TRUE(store.keepOutcomes(ended));
-    writeWhole(transfersFolder(phone.container()) / "2" / "journal", "damaged");
+    const auto add = [&] {
+      return TransferTask{.id = store.add(request, kCreated).value()};
+    };
+    TransferTask waiting = add();
+    waiting.attempts = 2;
+    waiting.next = kCreated + 60;
+    waiting.outcome.error = urlError(URLErrorCode::cannotConnectToHost);
+    EXPECT_EQ(store.keep(waiting), true);
+    TransferTask done = add();
+    TransferTask failed = add();
+    failed.outcome.error = urlError(URLErrorCode::timedOut);
+    EXPECT_EQ(store.end(failed), true);
+    failed.undelivered = "no widget takes it";
+    EXPECT_EQ(store.keep(failed), true);
+    done.outcome = {.status = 503, .size = 5};
+    EXPECT_EQ(store.end(done), true);
+    writeWhole(store.bodyOf(done.id), "hello");
+    writeWhole(store.bodyOf(9).replace_filename("transfers.db.damaged"), "damaged");
   }
   Json list() const { return Json::parse(phone.glancery({"downloads", "--json"}).out); }
   Phone phone;
-  std::vector<TransferTask> tasks;
 };
 
 TEST(DownloadsCommand, ListsWhatIsPendingDoneAndFailedAndWhy) {
@@ -46,45 +55,54 @@ TEST(DownloadsCommand, ListsWhatIsPendingDoneAndFailedAndWhy) {
   const Json list = left.list();
   ASSERT_EQ(list["downloads"].size(), 3u);
   EXPECT_EQ(list["downloads"][0], Json::parse(R"({
-    "id": ")" + left.tasks[0].id + R"(", "session": "s", "method": "POST", "url": "http://x/�",
-    "state": "pending", "created": "2023-11-14T22:13:20.000Z",
+    "id": 1, "session": "s", "method": "POST", "url": "http://x/�",
+    "state": "pending", "hosted": false, "created": "2023-11-14T22:13:20.000Z",
     "attempts": 2, "nextAttempt": "2023-11-14T22:14:20.000Z", "status": null, "bytes": null,
     "error": {"domain": "NSURLErrorDomain", "code": -1004,
-              "description": "Could not connect to the server."}})"));
+              "description": "Could not connect to the server."}, "undelivered": null})"));
   // The ended ones in the order of their ends.
-  EXPECT_EQ(list["downloads"][1]["id"], left.tasks[2].id);
+  EXPECT_EQ(list["downloads"][1]["id"], 3);
   EXPECT_EQ(list["downloads"][1]["state"], "failed");
   EXPECT_EQ(list["downloads"][1]["error"]["code"], -1001);
+  EXPECT_EQ(list["downloads"][1]["undelivered"], "no widget takes it");
   EXPECT_EQ(list["downloads"][2]["state"], "done");
   EXPECT_EQ(list["downloads"][2]["status"], 503);
   EXPECT_EQ(list["downloads"][2]["bytes"], 5);
   EXPECT_EQ(list["downloads"][2]["nextAttempt"], nullptr);
   ASSERT_EQ(list["damaged"].size(), 1u);
-  EXPECT_THAT(list["damaged"][0]["file"].get<std::string>(), HasSubstr("2/journal"));
+  EXPECT_THAT(list["damaged"][0].get<std::string>(), HasSubstr("transfers.db.damaged"));
 
   const Ran ran = left.phone.glancery({"downloads"});
-  EXPECT_THAT(ran.out, StartsWith(left.tasks[0].id + "  pending  s\n  POST http://x/"));
+  EXPECT_THAT(ran.out, StartsWith("1  pending  s\n  POST http://x/"));
   EXPECT_THAT(ran.out,
-              HasSubstr("2 attempts in vain, the last one: Could not connect to the "
-                        "server. (-1004) Next at 2023-11-14T22:14:20.000Z\n"));
-  EXPECT_THAT(ran.out, HasSubstr("  The request timed out. (-1001)\n"));
+              HasSubstr("2 attempts failed, last error: Could not connect to the server. (-1004) "
+                        "Next attempt at 2023-11-14T22:14:20.000Z\n"));
+  EXPECT_THAT(ran.out,
+              HasSubstr("  The request timed out. (-1001), can't be delivered: no widget takes it\n"));
   EXPECT_THAT(ran.out, HasSubstr("  status 503, 5 bytes, not delivered yet\n"));
   EXPECT_THAT(ran.out, HasSubstr("damaged: "));
   EXPECT_EQ(Phone().glancery({"downloads"}).out, "no downloads\n");
 }
 
-TEST(DownloadsCommand, CancelsWhatNobodyRuns) {
+TEST(DownloadsCommand, CancelsWhatIsPendingAndClearsWhatCannotBeDelivered) {
   const Left left;
-  EXPECT_EQ(left.phone.glancery({"downloads", "cancel", left.tasks[0].id}).status, 0);
+  EXPECT_EQ(left.phone.glancery({"downloads", "cancel", "1"}).status, 0);
   EXPECT_EQ(left.list()["downloads"].back()["error"]["code"], -999);
+  EXPECT_EQ(left.phone.glancery({"downloads", "cancel", "3"}).status, 0);
+  EXPECT_EQ(left.list()["downloads"].size(), 2u);
 
-  const Ran again = left.phone.glancery({"downloads", "cancel", left.tasks[0].id});
-  EXPECT_EQ(again.status, 1);
-  EXPECT_THAT(again.err, HasSubstr(left.tasks[0].id + "\" has ended (cancelled (-999))"));
-  for (const char* unknown : {"1-unknown", "../../etc", ""}) {
-    const Ran ran = left.phone.glancery({"downloads", "cancel", unknown});
-    EXPECT_EQ(ran.status, 1);
-    EXPECT_THAT(ran.err, HasSubstr("no download \"" + std::string(unknown) + '"'));
+  const struct {
+    const char* id;
+    int status;
+    const char* says;
+  } kRows[] = {{"1", 1, "1 has ended (cancelled (-999)"},
+               {"2", 1, "2 has ended (status 503"},
+               {"3", 1, "no download 3: there are 2, 1"},
+               {"../../etc", 2, "../../etc"}};
+  for (const auto& row : kRows) {
+    const Ran ran = left.phone.glancery({"downloads", "cancel", row.id});
+    EXPECT_EQ(ran.status, row.status) << ran.err;
+    EXPECT_THAT(ran.err, HasSubstr(row.says));
   }
 }
 

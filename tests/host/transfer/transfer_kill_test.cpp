@@ -4,7 +4,7 @@
 #include <csignal>
 #include <set>
 
-#include "host/transfer/transfer_listing.h"
+#include "host/transfer/transfer_store.h"
 #include "tests/host/child.h"
 #include "tests/host/transfer/scripted_server.h"
 #include "tests/world.h"

@@ -6,9 +6,9 @@
 #include <sys/resource.h>
 
 #include <atomic>
+#include <csignal>
 #include <fstream>
 
-#include "host/transfer/transfer_cancellation.h"
 #include "tests/host/transfer/transfer_world.h"
 
 namespace host {
@@ -27,18 +27,18 @@ std::string urlOf(const LoopbackSocket& socket) {
 TEST(TransferService, WaitsForAServerWithGrowingPausesThatOutliveTheHost) {
   const LoopbackSocket nobody;
   Transfers transfers;
-  const std::string id = transfers.add({.url = urlOf(nobody)});
+  const auto id = transfers.add({.url = urlOf(nobody)});
   std::vector<double> pauses;
   for (int attempt = 1; attempt <= 12; ++attempt) {
     transfers.stepUntilWaiting(id, attempt);
-    EXPECT_EQ(transfers.task(id).wait.error.code, -1004);
-    pauses.push_back(transfers.task(id).wait.next - transfers.now);
+    EXPECT_EQ(transfers.task(id).outcome.error->code, -1004);
+    pauses.push_back(transfers.task(id).next - transfers.now);
     if (attempt % 3 == 0) {
       transfers.restart();
-      EXPECT_EQ(transfers.task(id).wait.attempts, attempt);
-      EXPECT_EQ(transfers.task(id).wait.next, transfers.now + pauses.back());
+      EXPECT_EQ(transfers.task(id).attempts, attempt);
+      EXPECT_EQ(transfers.task(id).next, transfers.now + pauses.back());
     }
-    transfers.now = transfers.task(id).wait.next;
+    transfers.now = transfers.task(id).next;
   }
   EXPECT_THAT(pauses, ElementsAre(1, 2, 4, 8, 16, 32, 64, 128, 256, 512, 900, 900));
   ScriptedServer server(std::vector{answer("200 OK", "hello")}, nobody.port);
@@ -49,7 +49,7 @@ TEST(TransferService, WaitsForAServerWithGrowingPausesThatOutliveTheHost) {
 TEST(TransferService, DoesNotTryBeforeThePauseIsOverWhereverTheClockIsSet) {
   ScriptedServer server({Reply{""}, Reply{""}, answer("200 OK")});
   Transfers transfers;
-  const std::string id = transfers.add({.url = server.url()});
+  const auto id = transfers.add({.url = server.url()});
   transfers.stepUntilWaiting(id);
   transfers.now += 0.5;
   for (int count = 0; count < 5; ++count) {
@@ -59,54 +59,90 @@ TEST(TransferService, DoesNotTryBeforeThePauseIsOverWhereverTheClockIsSet) {
   // Set back by a day, the clock must not keep the task waiting for one.
   transfers.now -= 86400;
   transfers.service().step();
-  EXPECT_LE(transfers.task(id).wait.next, transfers.now + 1);
+  EXPECT_LE(transfers.task(id).next, transfers.now + 1);
   transfers.restart();
-  EXPECT_LE(transfers.task(id).wait.next, transfers.now + 1);
+  transfers.service().step();
+  EXPECT_LE(transfers.task(id).next, transfers.now + 1);
   transfers.settle();
   EXPECT_EQ(endOf(transfers.task(id)), "200");
 }
 
-TEST(TransferService, SilenceEndsAnAttemptAndEveryByteStartsItAnew) {
+TEST(TransferService, SilenceEndsAnAttempt) {
   ScriptedServer server({Reply{"", hang},
                          Reply{"HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhel", hang},
                          answer("200 OK", "hello")});
   Transfers transfers;
-  const std::string id = transfers.add({.url = server.url()});
-  const auto size = [&] {
-    std::error_code none;
-    const auto bytes = std::filesystem::file_size(transfers.service().bodyOf(id), none);
-    return none ? 0 : bytes;
-  };
-  while (server.requests().empty()) {
-    transfers.service().step(std::chrono::milliseconds(1));
+  const auto id = transfers.add({.url = server.url(), .timeout = 1});
+  for (const int attempt : {1, 2}) {
+    transfers.stepUntilWaiting(id, attempt);
+    EXPECT_EQ(transfers.task(id).outcome.error->code, -1001);
+    transfers.skipPause();
   }
-  transfers.service().step();
-  transfers.now += 59;
-  transfers.service().step();
-  EXPECT_EQ(transfers.task(id).wait.attempts, 0);
-  transfers.now += 1;
-  transfers.service().step();
-  EXPECT_EQ(transfers.task(id).wait.attempts, 1);
-  EXPECT_EQ(transfers.task(id).wait.error.code, -1001);
-  transfers.now += 1;
-
-  while (size() < 3) {
-    transfers.service().step(std::chrono::milliseconds(1));
-  }
-  transfers.now += 60;
-  transfers.service().step();
-  EXPECT_EQ(transfers.task(id).wait.attempts, 2);
   transfers.settle();
   EXPECT_EQ(endOf(transfers.task(id)), "200");
   EXPECT_EQ(transfers.body(id), "hello");
+}
+
+/// A server that takes the whole request and then hangs up is asked three times at most, unless the
+/// method may be repeated.
+TEST(TransferService, SendsAPostThreeTimesAtMost) {
+  for (const auto& [method, sends] : {std::pair("POST", 3u), std::pair("GET", 6u)}) {
+    ScriptedServer server({Reply{""}});
+    Transfers transfers;
+    const auto id = transfers.add({.url = server.url(), .method = method, .body = "{}"});
+    for (const int attempt : {1, 2}) {
+      transfers.stepUntilWaiting(id, attempt);
+      transfers.skipPause();
+    }
+    transfers.restart();
+    while (server.requests().size() < sends) {
+      transfers.service().step(std::chrono::milliseconds(1));
+      transfers.skipPause();
+    }
+    if (sends == 3) {
+      transfers.settle();
+      EXPECT_EQ(endOf(transfers.task(id)), "-1005");
+      EXPECT_EQ(server.requests().size(), 3u);
+    } else {
+      EXPECT_EQ(endOf(transfers.task(id)), "pending");
+    }
+  }
+}
+
+TEST(TransferService, APostThatNeverLeftWaitsForTheNetwork) {
+  const LoopbackSocket unreachable;
+  Transfers transfers;
+  const auto id = transfers.add({.url = urlOf(unreachable), .method = "POST", .body = "{}"});
+  for (int attempt = 1; attempt <= 6; ++attempt) {
+    transfers.stepUntilWaiting(id, attempt);
+    transfers.skipPause();
+  }
+  EXPECT_EQ(endOf(transfers.task(id)), "pending");
+  EXPECT_EQ(transfers.task(id).sends, 0);
+}
+
+/// A host that is killed during an attempt may have sent the request.
+TEST(TransferService, AnAttemptThatAKillInterruptedCountsAsSent) {
+  ScriptedServer server({Reply{"", hang}});
+  Transfers transfers;
+  const auto id = transfers.add({.url = server.url(), .method = "POST", .body = "{}"});
+  for (std::size_t sent = 1; sent <= 3; ++sent) {
+    while (server.requests().size() < sent) {
+      transfers.service().step(std::chrono::milliseconds(1));
+    }
+    transfers.restart();
+  }
+  transfers.settle();
+  EXPECT_EQ(endOf(transfers.task(id)), "-1005");
+  EXPECT_EQ(server.requests().size(), 3u);
 }
 
 TEST(TransferService, TheResourceLimitEndsATask) {
   ScriptedServer server({Reply{"", hang}});
   Transfers transfers;
   const LoopbackSocket nobody;
-  const std::string refused = transfers.add({.url = urlOf(nobody)});
-  const std::string silent = transfers.add({.url = server.url(), .timeout = 1e9});
+  const auto refused = transfers.add({.url = urlOf(nobody)});
+  const auto silent = transfers.add({.url = server.url(), .timeout = 1e9});
   transfers.stepUntilWaiting(refused);
   server.awaitRequests(1);
   transfers.now += 7 * 86400 - 1;
@@ -114,9 +150,9 @@ TEST(TransferService, TheResourceLimitEndsATask) {
   EXPECT_EQ(transfers.service().pending(), 2u);
   transfers.now += 1;
   transfers.service().step();
-  for (const std::string& id : {refused, silent}) {
+  for (const auto id : {refused, silent}) {
     EXPECT_EQ(endOf(transfers.task(id)), "-1001");
-    EXPECT_EQ(transfers.task(id).outcome->error->localizedDescription, "The request timed out.");
+    EXPECT_EQ(transfers.task(id).outcome.error->localizedDescription, "The request timed out.");
   }
 }
 
@@ -140,57 +176,57 @@ const Unreachable kUnreachable[] = {
 TEST(TransferService, RefusesAddressesThatNoTransferCanReach) {
   Transfers transfers;
   for (const Unreachable& row : kUnreachable) {
-    const std::string id = transfers.add({.url = row.url});
+    const auto id = transfers.add({.url = row.url});
     transfers.settle();
     EXPECT_EQ(endOf(transfers.task(id)), row.end) << row.url;
-    EXPECT_EQ(transfers.task(id).outcome->error->localizedDescription, row.text);
+    EXPECT_EQ(transfers.task(id).outcome.error->localizedDescription, row.text);
   }
-  const std::string id = transfers.add({.url = "http://no-such-host.invalid/"});
+  const auto id = transfers.add({.url = "http://no-such-host.invalid/"});
   transfers.stepUntilWaiting(id);
-  EXPECT_EQ(transfers.task(id).wait.error.code, -1003) << "a network may come";
+  EXPECT_EQ(transfers.task(id).outcome.error->code, -1003) << "a network may come";
 }
 
 TEST(TransferService, RefusesRequestsThatNoMessageCanHold) {
   Transfers transfers;
   const std::pair<TransferRequest, std::string> kRows[] = {
-      {{.method = "PO ST"}, "method is no token: \"PO ST\""},
-      {{.method = ""}, "method is no token"},
-      {{.headers = {{"X Y", "a"}}}, "header name is no token: \"X Y\""},
+      {{.method = "PO ST"}, "method is not a token: \"PO ST\""},
+      {{.method = ""}, "method is not a token"},
+      {{.headers = {{"X Y", "a"}}}, "header name is not a token: \"X Y\""},
       {{.headers = {{"X-API-KEY", "a\r\nX-Evil: 1"}}}, "header X-API-KEY holds a line break"},
-      {{.url = std::string("http://a/\0b", 11)}, "address holds a NUL"},
-      {{.timeout = 0}, "time-out is no positive number"},
+      {{.url = std::string("http://a/\0b", 11)}, "URL holds a NUL"},
+      {{.timeout = 0}, "timeout is not a positive number"},
   };
   for (const auto& [request, says] : kRows) {
     const auto id = transfers.service().add(request);
     ASSERT_FALSE(id);
     EXPECT_THAT(id.error(), HasSubstr(says));
   }
-  EXPECT_FALSE(std::filesystem::exists(transfersFolder(transfers.container())));
+  EXPECT_FALSE(std::filesystem::exists(transfers.folder() / "transfers.db"));
 }
 
-TEST(TransferService, CancellingEndsATaskWaitingUnderWayOrFromAnotherProcess) {
+TEST(TransferService, CancellingEndsATaskHereAndInAnotherProcess) {
   ScriptedServer server({Reply{"HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhel", hang}});
   Transfers transfers;
-  const std::string waiting = transfers.add({.url = server.url()});
-  ASSERT_TRUE(transfers.service().cancel(waiting));
-  const std::string running = transfers.add({.url = server.url()});
-  const std::string other = transfers.add({.url = server.url()});
+  const auto waiting = transfers.add({.url = server.url()});
+  EXPECT_EQ(transfers.service().cancel(transfers.task(waiting)), true);
+  const auto running = transfers.add({.url = server.url()});
+  const auto other = transfers.add({.url = server.url()});
   while (server.requests().size() < 2) {
     transfers.service().step(std::chrono::milliseconds(1));
   }
-  ASSERT_TRUE(transfers.service().cancel(running));
-  const auto folder = transfersFolder(transfers.container());
-  ASSERT_TRUE(requestCancellation(folder, other));
-  ASSERT_TRUE(requestCancellation(folder, "1-gone"));
-  transfers.now += 1;
-  transfers.service().step();
-  EXPECT_THAT(cancellations(folder), IsEmpty());
-  for (const std::string& id : {waiting, running, other}) {
-    EXPECT_EQ(endOf(transfers.task(id)), "-999");
-    EXPECT_FALSE(transfers.service().cancel(id)) << "ended before";
+  EXPECT_EQ(transfers.service().cancel(transfers.task(running)), true);
+  {
+    TransferService command(transfers.container());
+    EXPECT_EQ(command.cancel(transfers.task(other)), true);
+    EXPECT_EQ(transfers.service().cancel(transfers.task(other)), false) << "it has ended";
   }
-  EXPECT_FALSE(transfers.service().cancel("1-unknown"));
-  EXPECT_THAT(transfers.files(), ElementsAre("journal"));
+  while (transfers.service().pending() > 0) {
+    transfers.service().step(std::chrono::milliseconds(100));
+  }
+  for (const auto id : {waiting, running, other}) {
+    EXPECT_EQ(endOf(transfers.task(id)), "-999");
+  }
+  EXPECT_THAT(transfers.bodies(), IsEmpty());
 }
 
 TEST(TransferService, TwoTasksForOneAddressAreTwoTransfersAtOnce) {
@@ -204,8 +240,8 @@ TEST(TransferService, TwoTasksForOneAddressAreTwoTransfersAtOnce) {
     return answer("200 OK", std::to_string(count));
   });
   Transfers transfers;
-  const std::string first = transfers.add({.url = server.url()});
-  const std::string second = transfers.add({.url = server.url()});
+  const auto first = transfers.add({.url = server.url()});
+  const auto second = transfers.add({.url = server.url()});
   EXPECT_NE(first, second);
   transfers.settle();
   EXPECT_EQ(transfers.body(first) + transfers.body(second) == "01" ||
@@ -213,40 +249,56 @@ TEST(TransferService, TwoTasksForOneAddressAreTwoTransfersAtOnce) {
             true);
 }
 
-TEST(TransferService, ADeliveredBodyIsGoneAtTheLatestWhenNoOtherIsOnItsWay) {
-  ScriptedServer server([](std::size_t, const std::string& request) {
-    return request.starts_with("GET /slow") ? Reply{"", hang} : answer("200 OK", "hello");
-  });
+TEST(TransferService, AResultIsHandedOverUntilItIsDelivered) {
+  ScriptedServer server({answer("200 OK", "hello")});
   Transfers transfers;
-  const std::string slow = transfers.add({.url = server.url("/slow")});
-  const std::string quick = transfers.add({.url = server.url("/quick")});
-  while (!transfers.task(quick).outcome) {
-    transfers.service().step(std::chrono::milliseconds(1));
+  const auto id = transfers.add({.url = server.url()});
+  transfers.settle();
+  for (int round = 0; round < 2; ++round) {
+    const auto file = transfers.service().handOver(id);
+    ASSERT_TRUE(file) << file.error();
+    EXPECT_EQ(readWhole(*file), "hello");
+    EXPECT_FALSE(transfers.service().wasTaken(id));
+    std::filesystem::remove(*file);
+    EXPECT_TRUE(transfers.service().wasTaken(id));
+    transfers.restart();
+    ASSERT_EQ(transfers.service().finished().size(), 1u);
   }
-  const auto body = transfers.service().bodyOf(quick);
-  EXPECT_EQ(readWhole(body), "hello");
-  ASSERT_TRUE(transfers.service().markDelivered(quick));
-  ASSERT_TRUE(transfers.service().cancel(slow));
-  transfers.service().step();
-  EXPECT_FALSE(std::filesystem::exists(body));
-  ASSERT_TRUE(transfers.service().markDelivered(slow));
-  EXPECT_THAT(transfers.files(), ElementsAre("journal"));
+  EXPECT_EQ(server.requests().size(), 1u);
+  ASSERT_TRUE(transfers.service().handOver(id));
+  ASSERT_TRUE(transfers.service().markDelivered(id));
+  EXPECT_THAT(transfers.bodies(), IsEmpty());
+}
+
+TEST(TransferService, AnUndeliverableResultWaitsForTheNextHostAndBlocksNoOther) {
+  Transfers transfers;
+  const auto id = transfers.add({.url = "ftp://x"});
+  const auto other = transfers.add({.url = "ftp://x"});
+  transfers.settle();
+  transfers.service().markUndelivered(id, "no widget takes it");
+  ASSERT_EQ(transfers.service().finished().size(), 1u);
+  EXPECT_EQ(transfers.service().finished()[0].id, other);
+  EXPECT_EQ(listTransfers(transfers.container()).tasks[0].undelivered, "no widget takes it");
+  transfers.restart();
+  EXPECT_EQ(transfers.service().finished().size(), 2u);
+  EXPECT_EQ(transfers.service().cancel(transfers.task(id)), true);
+  EXPECT_EQ(listTransfers(transfers.container()).tasks.size(), 1u);
 }
 
 TEST(TransferService, ResultsComeInTheOrderOfTheirEndsAlsoAfterARestart) {
   ScriptedServer server({answer("200 OK", "hello")});
   Transfers transfers;
-  std::vector<std::string> ids;
+  std::vector<std::int64_t> ids;
   for (int count = 0; count < 3; ++count) {
     ids.push_back(transfers.add({.url = "ftp://later"}));
   }
-  ASSERT_TRUE(transfers.service().cancel(ids[2]));
-  ASSERT_TRUE(transfers.service().cancel(ids[0]));
+  ASSERT_TRUE(transfers.service().cancel(transfers.task(ids[2])));
+  ASSERT_TRUE(transfers.service().cancel(transfers.task(ids[0])));
   transfers.settle();
   const auto order = [&] {
-    std::vector<std::string> ended;
-    for (const TransferTask* task : transfers.service().finished()) {
-      ended.push_back(task->id);
+    std::vector<std::int64_t> ended;
+    for (const TransferTask& task : transfers.service().finished()) {
+      ended.push_back(task.id);
     }
     return ended;
   };
@@ -257,7 +309,7 @@ TEST(TransferService, ResultsComeInTheOrderOfTheirEndsAlsoAfterARestart) {
   EXPECT_FALSE(transfers.service().markDelivered(ids[0]));
   transfers.restart();
   EXPECT_THAT(order(), ElementsAre(ids[2], ids[1]));
-  const std::string last = transfers.add({.url = server.url()});
+  const auto last = transfers.add({.url = server.url()});
   EXPECT_FALSE(transfers.service().markDelivered(last)) << "not ended";
   transfers.now -= 1000;
   transfers.settle();
@@ -271,7 +323,7 @@ TEST(TransferService, ABodyGoesThroughWithoutBeingHeld) {
     return Reply{reply, close};
   });
   Transfers transfers;
-  const std::string id = transfers.add({.url = server.url()});
+  const auto id = transfers.add({.url = server.url()});
   // The server of the test holds the body, so the peak is not that of the process but its growth
   // while bytes arrive.
   server.awaitRequests(0);
@@ -286,13 +338,13 @@ TEST(TransferService, ABodyGoesThroughWithoutBeingHeld) {
   std::error_code none;
   while (transfers.service().pending() > 0) {
     transfers.service().step(std::chrono::milliseconds(1));
-    const auto size = std::filesystem::file_size(transfers.service().bodyOf(id), none);
+    const auto size = std::filesystem::file_size(transfers.bodyFile(id), none);
     if (!none && size > 0) {
       first = first == 0 ? resident() : first;
       most = std::max(most, resident());
     }
   }
-  EXPECT_EQ(transfers.task(id).outcome->answer->size, kSize);
+  EXPECT_EQ(transfers.task(id).outcome.size, kSize);
   EXPECT_LT(most - std::min(first, most), kSize / 8);
 }
 
@@ -300,7 +352,7 @@ TEST(TransferService, ItsDescriptorTellsWhenThereIsSomethingToDo) {
   ScriptedServer server({Reply{""}, answer("200 OK")});
   Folder folder;
   TransferSettings settings;  // With the machine's clock: the pause of a second is waited out.
-  settings.engine = [] { return loadTransferEngine(GLANCERY_BUILD "/libglancery_transfer.so"); };
+  settings.library = GLANCERY_BUILD "/libglancery_transfer.so";
   TransferService service(folder.path(), settings);
   ASSERT_TRUE(service.add(TransferRequest{.session = "s", .url = server.url()}));
   int wakes = 0;
@@ -310,16 +362,16 @@ TEST(TransferService, ItsDescriptorTellsWhenThereIsSomethingToDo) {
     service.step();
     ++wakes;
   }
-  EXPECT_EQ(endOf(*service.finished().front()), "200");
+  EXPECT_EQ(endOf(service.finished().front()), "200");
   EXPECT_LT(wakes, 100) << "it must not spin";
 }
 
-TEST(TransferService, WithoutItsLibraryTasksStayAndItIsSaidOnce) {
+TEST(TransferService, WithoutItsLibraryTasksStayAndOneReportSaysWhy) {
   Folder folder;
   double now = 1'700'000'000;
   TransferSettings settings;
   settings.clock = [&] { return now; };
-  settings.engine = [] { return loadTransferEngine("/nonexistent/libglancery_transfer.so"); };
+  settings.library = "/nonexistent/libglancery_transfer.so";
   TransferService service(folder.path(), settings);
   ASSERT_TRUE(service.add(TransferRequest{.session = "s", .url = "http://127.0.0.1/"}));
   service.step();
@@ -328,6 +380,68 @@ TEST(TransferService, WithoutItsLibraryTasksStayAndItIsSaidOnce) {
               ElementsAre(HasSubstr("/nonexistent/libglancery_transfer.so")));
   EXPECT_EQ(service.pending(), 1u);
   EXPECT_EQ(listTransfers(folder.path()).tasks.size(), 1u);
+}
+
+void waitFor(TransferService& service, const std::function<bool()>& done) {
+  while (!done()) {
+    service.step(std::chrono::milliseconds(100));
+  }
+}
+
+TEST(TransferService, LearnsOfTasksThatAnEndedHostLeftWithoutATimer) {
+  ScriptedServer server({answer("200 OK")});
+  Transfers transfers;
+  pollfd wanted = {transfers.service().descriptor(), POLLIN, 0};
+  EXPECT_EQ(::poll(&wanted, 1, 100), 0) << "it is idle";
+  {
+    TransferService command(transfers.container());
+    ASSERT_TRUE(command.add({.session = "s", .url = server.url()}));
+  }
+  EXPECT_EQ(::poll(&wanted, 1, 1000), 1);
+  waitFor(transfers.service(), [&] { return !transfers.service().finished().empty(); });
+}
+
+TEST(TransferService, AfterItsDatabaseWasRemovedItSendsNothingAndGoesOn) {
+  ScriptedServer server([](std::size_t count, const std::string&) {
+    return count == 0 ? Reply{"", hang} : answer("200 OK");
+  });
+  Transfers transfers;
+  transfers.add({.url = server.url(), .method = "POST"});
+  waitFor(transfers.service(), [&] { return !server.requests().empty(); });
+  std::filesystem::remove_all(transfers.container() / "Library");
+  waitFor(transfers.service(), [&] { return transfers.service().pending() == 0; });
+  EXPECT_THAT(transfers.service().takeReports(), ElementsAre(HasSubstr("transfers.db was removed")));
+  transfers.now += 1e4;
+  transfers.service().step();
+  EXPECT_EQ(server.requests().size(), 1u);
+  const auto id = transfers.add({.url = server.url()});
+  transfers.settle();
+  EXPECT_EQ(endOf(transfers.task(id)), "200");
+}
+
+/// While no file can be written, or none be opened.
+TEST(TransferService, SendsNothingWhoseAnswerItCannotStore) {
+  const std::pair<__rlimit_resource, const char*> kRows[] = {
+      {RLIMIT_FSIZE, "File too large"}, {RLIMIT_NOFILE, "Too many open files"}};
+  ::signal(SIGXFSZ, SIG_IGN);
+  for (const auto& [limit, why] : kRows) {
+    ScriptedServer server({answer("200 OK", "hello")});
+    Transfers transfers;
+    const auto id = transfers.add({.url = server.url(), .method = "POST"});
+    rlimit before = {};
+    ::getrlimit(limit, &before);
+    const rlimit none = {0, before.rlim_max};
+    ::setrlimit(limit, &none);
+    transfers.service().step();
+    ::setrlimit(limit, &before);
+    EXPECT_EQ(transfers.task(id).attempts, 1);
+    EXPECT_THAT(transfers.task(id).outcome.error->localizedDescription, HasSubstr(why));
+    EXPECT_EQ(transfers.task(id).sends, 0);
+    EXPECT_EQ(server.requests().size(), 0u);
+    transfers.now = transfers.task(id).next;
+    transfers.settle();
+    EXPECT_EQ(endOf(transfers.task(id)), "200");
+  }
 }
 
 }  // namespace

@@ -18,23 +18,21 @@ void say(const char* what, const std::string& id) {
 
 int main(int, char** arguments) {
   host::TransferSettings settings;
-  settings.engine = [] {
-    return host::loadTransferEngine(host::transferLibrary().parent_path().parent_path() /
-                                    host::transferLibrary().filename());
-  };
+  settings.library = host::transferLibrary().parent_path().parent_path() /
+                     host::transferLibrary().filename();
   host::TransferService service(arguments[1], settings);
   service.adopt();
   for (int left = std::atoi(arguments[3]); left > 0; --left) {
     const auto id =
         service.add({.session = "s", .url = arguments[2], .method = "POST", .body = "{}"});
-    say(id ? "added" : "failed", id ? *id : id.error());
+    say(id ? "added" : "failed", id ? std::to_string(*id) : id.error());
   }
   while (service.pending() > 0 || !service.finished().empty()) {
     service.step(std::chrono::milliseconds(100));
     while (!service.finished().empty()) {
-      const std::string id = service.finished().front()->id;
-      say("finished", id);
-      say(service.markDelivered(id) ? "delivered" : "failed", id);
+      const auto id = service.finished().front().id;
+      say("finished", std::to_string(id));
+      say(service.markDelivered(id) ? "delivered" : "failed", std::to_string(id));
     }
   }
   say("idle", "");

@@ -4,9 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "host/transfer/transfer_folder.h"
-#include "host/transfer/transfer_listing.h"
 #include "host/transfer/transfer_service.h"
+#include "host/transfer/transfer_store.h"
 #include "tests/host/transfer/scripted_server.h"
 #include "tests/world.h"
 
@@ -22,18 +21,16 @@ class Transfers {
     service_.reset();
     host::TransferSettings settings;
     settings.clock = [this] { return now; };
-    settings.engine = [] {
-      return host::loadTransferEngine(GLANCERY_BUILD "/libglancery_transfer.so");
-    };
+    settings.library = GLANCERY_BUILD "/libglancery_transfer.so";
     service_ = std::make_unique<host::TransferService>(folder_.path(), settings);
     service_->adopt();
   }
 
-  std::string add(host::TransferRequest request) {
+  std::int64_t add(host::TransferRequest request) {
     request.session = "affirmations";
     const auto id = service_->add(request);
     EXPECT_TRUE(id) << id.error();
-    return id.value_or("");
+    return id.value_or(0);
   }
 
   /// Steps until every task has ended, waiting out every pause at once.
@@ -44,8 +41,8 @@ class Transfers {
     }
   }
   /// Steps until `id` waits for another attempt.
-  void stepUntilWaiting(const std::string& id, int attempts = 1) {
-    while (!task(id).outcome && task(id).wait.attempts < attempts) {
+  void stepUntilWaiting(std::int64_t id, int attempts = 1) {
+    while (task(id).ended == 0 && task(id).attempts < attempts) {
       service_->step(std::chrono::milliseconds(1));
     }
   }
@@ -53,27 +50,31 @@ class Transfers {
   void skipPause() {
     double next = 0;
     for (const auto& waiting : host::listTransfers(folder_.path()).tasks) {
-      if (!waiting.outcome) {
-        next = next == 0 ? waiting.wait.next : std::min(next, waiting.wait.next);
+      if (waiting.ended == 0) {
+        next = next == 0 ? waiting.next : std::min(next, waiting.next);
       }
     }
     now = std::max(now, next);
   }
 
   host::TransferService& service() { return *service_; }
-  const host::TransferTask& task(const std::string& id) const {
+  const host::TransferTask& task(std::int64_t id) const {
     const host::TransferTask* task = service_->find(id);
-    return task ? *task : (platform::fatalError("no task " + id), *task);
+    return task ? *task : (platform::fatalError("no task " + std::to_string(id)), *task);
   }
-  std::string body(const std::string& id) const { return readWhole(service_->bodyOf(id)); }
+  std::filesystem::path bodyFile(std::int64_t id) const {
+    return folder() / (std::to_string(id) + ".body");
+  }
+  std::string body(std::int64_t id) const { return readWhole(bodyFile(id)); }
   const std::filesystem::path& container() const { return folder_.path(); }
-  /// The names of the files that the store has.
-  std::vector<std::string> files() const {
+  std::filesystem::path folder() const { return folder_.path() / "Library" / "Transfers"; }
+  /// The names of the files beside the database's.
+  std::vector<std::string> bodies() const {
     std::vector<std::string> names;
-    for (const auto& entry :
-         std::filesystem::recursive_directory_iterator(host::transfersFolder(folder_.path()))) {
-      if (entry.is_regular_file()) {
-        names.push_back(entry.path().filename());
+    for (const auto& entry : std::filesystem::directory_iterator(folder())) {
+      const std::string name = entry.path().filename();
+      if (name != "hosts" && !name.starts_with("transfers.db")) {
+        names.push_back(name);
       }
     }
     return names;
@@ -88,11 +89,10 @@ class Transfers {
 
 /// How a task ended: "200", or "-1005".
 inline std::string endOf(const host::TransferTask& task) {
-  if (!task.outcome) {
+  if (task.ended == 0) {
     return "pending";
   }
-  return task.outcome->error ? std::to_string(task.outcome->error->code)
-                             : std::to_string(task.outcome->answer->status);
+  return std::to_string(task.outcome.error ? task.outcome.error->code : *task.outcome.status);
 }
 
 }  // namespace world

@@ -1,9 +1,9 @@
-#include "host/transfer/transfer_error.h"
+#include "platform/foundation/url_error.h"
 
 #include <array>
 #include <utility>
 
-namespace host {
+namespace platform {
 
 namespace {
 
@@ -27,6 +27,8 @@ constexpr std::array kTexts = {
     Text{httpTooManyRedirects,       "too many HTTP redirects"},
     Text{notConnectedToInternet,     "The Internet connection appears to be offline."},
     Text{cannotParseResponse,        "cannot parse response"},
+    Text{insecureLoadRefused,        "The redirect from https to http was refused."},
+    Text{dataLengthExceedsMaximum,   "resource exceeds maximum size"},
     Text{secureConnectionFailed,     "An SSL error has occurred and a secure connection to the server cannot be made."},
     Text{serverCertificateUntrusted, "The certificate for this server is invalid."},
     Text{cannotWriteToFile,          "cannot write to file"},
@@ -35,7 +37,7 @@ constexpr std::array kTexts = {
 
 }  // namespace
 
-platform::NSError urlError(URLErrorCode code) {
+NSError urlError(URLErrorCode code) {
   for (const Text& row : kTexts) {
     if (row.code == code) {
       return {NSURLErrorDomain, std::to_underlying(code), row.text};
@@ -44,4 +46,4 @@ platform::NSError urlError(URLErrorCode code) {
   return urlError(unknown);
 }
 
-}  // namespace host
+}  // namespace platform

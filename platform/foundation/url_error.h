@@ -4,9 +4,9 @@
 
 #include "platform/foundation/error.h"
 
-namespace host {
+namespace platform {
 
-// What ends a transfer or makes it wait, under the platform's numbers.
+// What ends a transfer or makes it wait, by the platform's numbers.
 
 inline constexpr const char* NSURLErrorDomain = "NSURLErrorDomain";
 
@@ -22,12 +22,14 @@ enum class URLErrorCode : std::int64_t {
   httpTooManyRedirects = -1007,
   notConnectedToInternet = -1009,
   cannotParseResponse = -1017,
+  insecureLoadRefused = -1022,
+  dataLengthExceedsMaximum = -1103,
   secureConnectionFailed = -1200,
   serverCertificateUntrusted = -1202,
   cannotWriteToFile = -3003,
 };
 
 /// The error of that number, in the platform's words.
-platform::NSError urlError(URLErrorCode code);
+NSError urlError(URLErrorCode code);
 
-}  // namespace host
+}  // namespace platform

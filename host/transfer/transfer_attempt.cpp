@@ -1,4 +1,4 @@
-#include "host/transfer/transfer_module.h"
+#include "host/transfer/transfer_attempt.h"
 
 #include <system_error>
 
@@ -12,15 +12,13 @@ std::filesystem::path transferLibrary() {
          "libglancery_transfer.so";
 }
 
-std::expected<std::unique_ptr<TransferEngine>, std::string> loadTransferEngine(
+std::expected<TransferAttempt*, std::string> loadTransferAttempt(
     const std::filesystem::path& library) {
-  const auto entry = platform::openModule(library, kTransferEntry);
+  const auto entry = platform::openModule(library, kTransferAttempt);
   if (!entry) {
     return std::unexpected(entry.error());
   }
-  std::expected<std::unique_ptr<TransferEngine>, std::string> result;
-  reinterpret_cast<TransferEntry*> (*entry)(result);
-  return result;
+  return reinterpret_cast<TransferAttempt*>(*entry);
 }
 
 }  // namespace host

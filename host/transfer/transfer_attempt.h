@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <expected>
+#include <filesystem>
+#include <stop_token>
+#include <string>
+
+#include "host/transfer/transfer_task.h"
+
+namespace host {
+
+/// How one attempt at a task ended.
+struct AttemptEnd {
+  enum class Kind : std::uint8_t { answered, lost, refused };
+  /// `lost` may succeed another time, `refused` will not.
+  Kind kind = Kind::answered;
+  TransferOutcome outcome = {};
+  /// Whether a part of the request may have reached the server.
+  bool sent = false;
+};
+
+/// Sends the request of a task, follows redirects, and writes the body of the answer to the
+/// descriptor `body`. Blocks until the attempt has ended; returns at once when `stop` is requested.
+/// Safe from any thread.
+using TransferAttempt = AttemptEnd(const TransferTask& task, int body, std::stop_token stop);
+
+/// The name under which the transfer module exports its TransferAttempt.
+inline constexpr const char* kTransferAttempt = "glanceryAttemptTransfer";
+
+/// `libglancery_transfer.so` beside the running program.
+std::filesystem::path transferLibrary();
+
+/// Loads that module, which stays loaded: linking the network library into the program would cost
+/// every command two milliseconds at its start.
+std::expected<TransferAttempt*, std::string> loadTransferAttempt(
+    const std::filesystem::path& library = transferLibrary());
+
+}  // namespace host
