@@ -158,10 +158,8 @@ void WidgetHost::finishDelivery(const std::set<std::string>& sessions) {
 
 bool WidgetHost::deliver(const TransferTask& task, bool withBody) {
   const auto& [error, status, size] = task.outcome;
-  FinishedDownload download = {.session = task.request.session,
-                               .url = task.request.url,
-                               .status = status,
-                               .error = error};
+  FinishedDownload download = {
+      .session = task.request.session, .url = task.request.url, .status = status, .error = error};
   if (!error && withBody) {
     const auto file = transfers().handOver(task.id);
     if (!file) {

@@ -63,8 +63,8 @@ std::string sentence(const TransferTask& task) {
   if (task.ended == 0) {
     return error ? std::to_string(task.attempts) + " attempts failed, last error: " + why +
                        " Next attempt at " + isoDate(task.next)
-                 : task.hosted ? "a host is sending it"
-                               : "the next host that runs will send it";
+           : task.hosted ? "a host is sending it"
+                         : "the next host that runs will send it";
   }
   return (error ? why
                 : "status " + std::to_string(status.value_or(0)) + ", " + std::to_string(size) +
@@ -113,8 +113,8 @@ TransferTask taskNamed(std::int64_t id) {
 void cancel(const DownloadsOptions& options) {
   const TransferTask task = taskNamed(options.id);
   if (task.ended != 0 && task.undelivered.empty()) {
-    throw CommandError("the download " + std::to_string(task.id) + " has ended (" +
-                       sentence(task) + "): there is nothing to cancel");
+    throw CommandError("the download " + std::to_string(task.id) + " has ended (" + sentence(task) +
+                       "): there is nothing to cancel");
   }
   TransferService service(sharedContainer());
   const auto cancelled = service.cancel(task);
@@ -134,8 +134,8 @@ void addDownloadsCommand(CLI::App& app) {
       "downloads", "Lists the background downloads: pending, done and failed, and why");
   options->device.addSuiteOptions(*group);
   group->add_flag("--json", options->json, "Print JSON");
-  CLI::App* cancelCommand =
-      group->add_subcommand("cancel", "Ends a pending download, or clears one that can't be delivered");
+  CLI::App* cancelCommand = group->add_subcommand(
+      "cancel", "Ends a pending download, or clears one that can't be delivered");
   cancelCommand->add_option("ID", options->id, "The download, as the list names it")->required();
   options->device.addSuiteOptions(*cancelCommand);
   cancelCommand->callback([options] {

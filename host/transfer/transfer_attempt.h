@@ -1,10 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <expected>
-#include <filesystem>
 #include <stop_token>
-#include <string>
 
 #include "host/transfer/transfer_task.h"
 
@@ -27,13 +24,5 @@ using TransferAttempt = AttemptEnd(const TransferTask& task, int body, std::stop
 
 /// The name under which the transfer module exports its TransferAttempt.
 inline constexpr const char* kTransferAttempt = "glanceryAttemptTransfer";
-
-/// `libglancery_transfer.so` beside the running program.
-std::filesystem::path transferLibrary();
-
-/// Loads that module, which stays loaded: linking the network library into the program would cost
-/// every command two milliseconds at its start.
-std::expected<TransferAttempt*, std::string> loadTransferAttempt(
-    const std::filesystem::path& library = transferLibrary());
 
 }  // namespace host

@@ -10,7 +10,6 @@
 #include <random>
 #include <system_error>
 
-
 namespace host {
 
 namespace {
@@ -19,12 +18,7 @@ namespace {
 constexpr std::int64_t kDatabaseByte = 0;
 
 struct flock byteLock(std::int64_t at) {
-  struct flock lock = {};
-  lock.l_type = F_WRLCK;
-  lock.l_whence = SEEK_SET;
-  lock.l_start = at;
-  lock.l_len = 1;
-  return lock;
+  return {.l_type = F_WRLCK, .l_whence = SEEK_SET, .l_start = at, .l_len = 1, .l_pid = 0};
 }
 
 FileDescriptor openFile(const std::filesystem::path& file, int flags) {

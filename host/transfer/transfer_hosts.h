@@ -7,9 +7,9 @@
 
 namespace host {
 
-/// The hosts that are alive: each locks one byte of a shared file, at the offset that is its id. The
-/// system releases the lock when the process ends by any means, and closes the file, which notifies
-/// the hosts that watch it. Used by one thread; throws std::system_error.
+/// The hosts that are alive: each locks one byte of a shared file, at the offset that is its id.
+/// The system releases the lock when the process ends by any means, and closes the file, which
+/// notifies the hosts that watch it. Used by one thread; throws std::system_error.
 class TransferHosts {
  public:
   explicit TransferHosts(std::filesystem::path file);

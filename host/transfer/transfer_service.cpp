@@ -14,7 +14,7 @@
 #include <system_error>
 #include <utility>
 
-#include "host/transfer/transfer_request_check.h"
+#include "platform/foundation/module_library.h"
 #include "platform/foundation/url_error.h"
 
 namespace host {
@@ -39,6 +39,11 @@ constexpr int kMostSends = 3;
 /// Reserved for a body before the request is sent.
 constexpr off_t kReservedBytes = 64 << 10;
 
+/// In seconds: twice as long after each failed attempt.
+double pauseAfter(int attempts) {
+  return std::min(kLongestPause, std::ldexp(1.0, std::clamp(attempts - 1, 0, 20)));
+}
+
 /// By RFC 9110, section 9.2.2.
 bool isIdempotent(const std::string& method) {
   return method != "POST" && method != "PATCH" && method != "CONNECT";
@@ -61,8 +66,10 @@ double systemSeconds() {
   return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-double pauseAfter(int attempts) {
-  return std::min(kLongestPause, std::ldexp(1.0, std::clamp(attempts - 1, 0, 20)));
+std::filesystem::path transferLibrary() {
+  std::error_code ignored;
+  return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path() /
+         "libglancery_transfer.so";
 }
 
 TransferService::TransferService(const std::filesystem::path& container, TransferSettings settings)
@@ -152,20 +159,22 @@ void TransferService::step(std::chrono::milliseconds longest) {
   for (const auto& [id, outcome] : std::map(unwritten_)) {
     end(tasks_.at(id), outcome);
   }
-  endExpired(now);
-  startDue(now);
+  advance(now);
   armTimer(now);
 }
 
-void TransferService::startDue(double now) {
+void TransferService::advance(double now) {
   for (auto& [id, task] : tasks_) {
     // After the clock was set back, the next attempt would be far away.
     task.next = std::min(task.next, now + pauseAfter(task.attempts));
-    const bool waits = task.ended == 0 && !running_.contains(id) && !unwritten_.contains(id);
-    if (!waits || task.next > now) {
+    if (task.ended != 0 || unwritten_.contains(id)) {
       continue;
     }
-    if (!isTransferable(task.request.url)) {
+    if (now >= task.created + kResourceLimit) {
+      end(task, {.error = urlError(timedOut)});
+    } else if (running_.contains(id) || task.next > now) {
+      continue;
+    } else if (!isTransferable(task.request.url)) {
       end(task, {.error = urlError(unsupportedURL)});
     } else if (!isIdempotent(task.request.method) && task.sends >= kMostSends) {
       end(task, {.error = urlError(networkConnectionLost)});
@@ -247,19 +256,11 @@ void TransferService::end(TransferTask& task, TransferOutcome outcome) {
   }
 }
 
-void TransferService::endExpired(double now) {
-  for (auto& [id, task] : tasks_) {
-    if (task.ended == 0 && !unwritten_.contains(id) && now >= task.created + kResourceLimit) {
-      end(task, {.error = urlError(timedOut)});
-    }
-  }
-}
-
 bool TransferService::load() {
   if (!attempt_ && !loadFailed_) {
-    const auto loaded = loadTransferAttempt(settings_.library);
+    const auto loaded = platform::openModule(settings_.library, kTransferAttempt);
     loadFailed_ = !note(loaded);
-    attempt_ = loaded.value_or(nullptr);
+    attempt_ = reinterpret_cast<TransferAttempt*>(loaded.value_or(nullptr));
   }
   return attempt_ != nullptr;
 }

@@ -22,14 +22,14 @@ namespace host {
 /// Seconds since 1970 by the machine's clock.
 double systemSeconds();
 
+/// `libglancery_transfer.so` beside the running program, which sends requests. It is loaded for the
+/// first of them: linking the network library would cost every command two milliseconds.
+std::filesystem::path transferLibrary();
+
 struct TransferSettings {
   std::function<double()> clock = systemSeconds;
   std::filesystem::path library = transferLibrary();
 };
-
-/// How long a task that failed `attempts` times waits for its next attempt, in seconds: twice as
-/// long each time, at most a quarter of an hour.
-double pauseAfter(int attempts);
 
 /// Carries out background transfers: a task is on the disk before `add` returns, is tried until a
 /// server has answered it or its time is over, and is kept with its result until that has been
@@ -84,12 +84,11 @@ class TransferService {
 
  private:
   void refresh();
-  void startDue(double now);
+  void advance(double now);
   void start(TransferTask& task, double now);
   void handle(std::int64_t id, AttemptEnd end, double now);
   void postpone(TransferTask& task, platform::NSError why, double now);
   void end(TransferTask& task, TransferOutcome outcome);
-  void endExpired(double now);
   void removeFiles(std::int64_t id);
   bool load();
   void armTimer(double now);

@@ -308,7 +308,8 @@ void TransferStore::makeFolders() {
     const FileDescriptor parent(
         ::open(folder.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!parent || ::fsync(parent.get()) != 0) {
-      throw std::system_error(errno, std::generic_category(), "can't synchronize " + folder.parent_path().string());
+      throw std::system_error(
+          errno, std::generic_category(), "can't synchronize " + folder.parent_path().string());
     }
   }
 }

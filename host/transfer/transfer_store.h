@@ -17,7 +17,8 @@ namespace host {
 
 /// All downloads of a container.
 struct TransferListing {
-  /// Pending tasks in the order in which they were added, then the others in the order of their end.
+  /// Pending tasks in the order in which they were added, then the others in the order of their
+  /// end.
   std::vector<TransferTask> tasks = {};
   /// What is wrong with the database, and which copies were set aside; a sentence each.
   std::vector<std::string> damaged = {};

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <expected>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -25,6 +27,13 @@ struct TransferRequest {
   double timeout = 60;
   friend bool operator==(const TransferRequest&, const TransferRequest&) = default;
 };
+
+/// Whether the request can be put into an HTTP message as it is; the error names what can't. Whether
+/// its URL can be reached is found out by trying.
+std::expected<void, std::string> checkRequest(const TransferRequest& request);
+
+/// Whether the URL's scheme is http or https.
+bool isTransferable(std::string_view url);
 
 /// How a task, or one attempt at it, ended.
 struct TransferOutcome {

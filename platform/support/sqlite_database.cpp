@@ -72,7 +72,7 @@ SqliteDatabase::SqliteDatabase(const std::filesystem::path& file, const char* sc
 }
 
 std::vector<SqliteDatabase::Row> SqliteDatabase::run(const char* sql,
-                                                         std::initializer_list<Value> parameters) {
+                                                     std::initializer_list<Value> parameters) {
   sqlite3_stmt* prepared = nullptr;
   if (sqlite3_prepare_v2(connection_.get(), sql, -1, &prepared, nullptr) != SQLITE_OK) {
     throw failure();
@@ -111,8 +111,7 @@ SqliteError SqliteDatabase::failure() const {
   const bool fromSystem = system != 0 && (code == SQLITE_CANTOPEN || code == SQLITE_IOERR);
   const std::string why = fromSystem ? std::generic_category().message(system)
                                      : std::string(sqlite3_errmsg(connection_.get()));
-  return SqliteError(file_.string() + ": " + why,
-                         code == SQLITE_CORRUPT || code == SQLITE_NOTADB);
+  return SqliteError(file_.string() + ": " + why, code == SQLITE_CORRUPT || code == SQLITE_NOTADB);
 }
 
 }  // namespace platform

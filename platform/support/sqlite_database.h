@@ -21,8 +21,8 @@ struct SqliteError : std::runtime_error {
   bool damaged;
 };
 
-/// One connection to an SQLite database in WAL mode. Strings are kept byte by byte. Waits up to five
-/// seconds for writers in other processes. Every function throws SqliteError.
+/// One connection to an SQLite database in WAL mode. Strings are kept byte by byte. Waits up to
+/// five seconds for writers in other processes. Every function throws SqliteError.
 class SqliteDatabase {
  public:
   using Value = std::variant<std::monostate, std::int64_t, double, std::string>;

@@ -14,7 +14,7 @@
 
 #include "host/transfer/curl/curl_error.h"
 #include "host/transfer/transfer_attempt.h"
-#include "host/transfer/transfer_request_check.h"
+#include "host/transfer/transfer_task.h"
 #include "platform/foundation/url_error.h"
 
 namespace host {
@@ -22,7 +22,6 @@ namespace host {
 using enum AttemptEnd::Kind;
 using platform::NSError;
 using platform::urlError;
-using enum platform::URLErrorCode;
 
 namespace {
 
@@ -95,9 +94,9 @@ class Attempt {
 
   CURL* handle() const { return easy_.get(); }
 
-  /// What the end of the current request means; `result` is a CURLcode. Nothing if the handle is set
-  /// up for another request.
-  std::optional<AttemptEnd> finish(int result) {
+  /// What the end of the current request means; `result` is a CURLcode. Nothing if the handle is
+  /// set up for another request.
+  std::optional<AttemptEnd> finish(CURLcode result) {
     if (fileError_ != 0) {
       NSError error = urlError(cannotWriteToFile);
       error.localizedDescription += ": " + std::generic_category().message(fileError_);
@@ -110,8 +109,13 @@ class Attempt {
     // libcurl takes a head that was cut off for a complete one.
     if (result != CURLE_OK || !headEnded_) {
       const int system = static_cast<int>(info(CURLINFO_OS_ERRNO));
-      const CurlFailure failure = failureOf(result == CURLE_OK ? CURLE_GOT_NOTHING : result, system);
-      return ended(failure.final ? refused : lost, failure.error);
+      const auto [code, error, final] =
+          failureOf(result == CURLE_OK ? CURLE_GOT_NOTHING : result, system);
+      NSError described = urlError(error);
+      if (error == unknown) {
+        described.localizedDescription += std::string(": ") + curl_easy_strerror(code);
+      }
+      return ended(final ? refused : lost, described);
     }
     return redirects() ? follow() : ended(answered, std::nullopt);
   }
@@ -151,13 +155,15 @@ class Attempt {
     set(CURLOPT_LOW_SPEED_LIMIT, 1L);
     set(CURLOPT_LOW_SPEED_TIME, timeout);
     set(CURLOPT_WRITEDATA, this);
-    set(CURLOPT_WRITEFUNCTION, +[](char* bytes, std::size_t, std::size_t count, void* self) {
-      return static_cast<Attempt*>(self)->receive({bytes, count}) ? count : count + 1;
-    });
+    set(
+        CURLOPT_WRITEFUNCTION, +[](char* bytes, std::size_t, std::size_t count, void* self) {
+          return static_cast<Attempt*>(self)->receive({bytes, count}) ? count : count + 1;
+        });
     set(CURLOPT_HEADERDATA, this);
-    set(CURLOPT_HEADERFUNCTION, +[](char* line, std::size_t, std::size_t count, void* self) {
-      return static_cast<Attempt*>(self)->receiveHeader({line, count}) ? count : count + 1;
-    });
+    set(
+        CURLOPT_HEADERFUNCTION, +[](char* line, std::size_t, std::size_t count, void* self) {
+          return static_cast<Attempt*>(self)->receiveHeader({line, count}) ? count : count + 1;
+        });
   }
 
   void setUpRequest() {
@@ -283,7 +289,7 @@ extern "C" __attribute__((visibility("default"))) host::AttemptEnd glanceryAttem
         curl_multi_poll(multi.get(), nullptr, 0, 1'000'000, nullptr);
       }
     }
-    const int result = done ? done->data.result : CURLE_ABORTED_BY_CALLBACK;
+    const CURLcode result = done ? done->data.result : CURLE_ABORTED_BY_CALLBACK;
     curl_multi_remove_handle(multi.get(), attempt.handle());
     end = attempt.finish(result);
   }

@@ -11,7 +11,7 @@
 #include "host/home/home_actions.h"
 #include "host/home/home_state.h"
 #include "host/host_app.h"
-#include "host/transfer/transfer_listing.h"
+#include "host/transfer/transfer_store.h"
 #include "platform/foundation/suite_file.h"
 #include "store/shared_store.h"
 #include "tests/world.h"
@@ -225,29 +225,50 @@ TEST_F(Home, OutlivesTheFolderItWasStartedIn) {
   fs::current_path(here);
 }
 
-TEST_F(Home, DeliversWhatAnEarlierHostHasLeft) {
+TEST_F(Home, DeliversWhatAnotherHostHasLeft) {
   (void)phone();
   const auto container = sharedContainer();
-  const auto leave = [&] {
-    TransferService earlier(container);
-    EXPECT_TRUE(earlier.cancel(
-        earlier.add({.session = "com.quiloapp.fetchAffirmationTask", .url = "http://127.0.0.1:9/"})
-            .value()));
+  const auto leave = [&](const std::string& session) {
+    TransferService other(container);
+    const auto id = other.add({.session = session, .url = "http://127.0.0.1:9/"});
+    EXPECT_EQ(other.cancel(*other.find(id.value())), true);
   };
-  leave();
+  leave("com.quiloapp.fetchAffirmationTask");
   const auto home = phone();
   EXPECT_TRUE(listTransfers(container).tasks.empty());
-  // An extension that can't take it now gets it later.
-  leave();
+  // An extension that can't be started now gets it later, and not before the pause is over.
+  leave("com.quiloapp.fetchAffirmationTask");
   killExtension(*home);
   const auto bundled = fs::read_symlink(bundle() / "Glancery");
   useProgram("/bin/false");
-  home->adoptDownloads();
+  home->stepDownloads();
+  const int launches = home->host().launches();
+  for (int step = 0; step < 5; ++step) {
+    home->stepDownloads();
+  }
+  EXPECT_EQ(home->host().launches(), launches);
   EXPECT_EQ(listTransfers(container).tasks.size(), 1u);
   useProgram(bundled);
   std::this_thread::sleep_until(home->nextRetry().value());
   home->advance();
   EXPECT_TRUE(listTransfers(container).tasks.empty());
+}
+
+TEST_F(Home, AResultThatNoWidgetTakesBlocksNoOther) {
+  (void)phone();
+  auto other = std::make_unique<TransferService>(sharedContainer());
+  for (const char* session : {"nobody's", "com.quiloapp.fetchAffirmationTask"}) {
+    const auto id = other->add({.session = session, .url = "http://127.0.0.1:9/"});
+    EXPECT_EQ(other->cancel(*other->find(id.value())), true);
+  }
+  other.reset();
+  const auto left = [] { return listTransfers(sharedContainer()).tasks; };
+  ASSERT_EQ(left().size(), 2u);
+  const auto home = phone();
+  ASSERT_EQ(left().size(), 1u);
+  EXPECT_EQ(left()[0].request.session, "nobody's");
+  EXPECT_THAT(left()[0].undelivered, HasSubstr("nobody's"));
+  EXPECT_FALSE(home->nextRetry());
 }
 
 TEST(HomeRetries, PauseLongerEachTime) {

@@ -27,9 +27,7 @@ struct Left {
     std::filesystem::create_directories(phone.container());
     TransferStore store(phone.container());
     const TransferRequest request = {.session = "s", .url = "http://x/\xFF", .method = "POST"};
-    const auto add = [&] {
-      return TransferTask{.id = store.add(request, kCreated).value()};
-    };
+    const auto add = [&] { return TransferTask{.id = store.add(request, kCreated).value()}; };
     TransferTask waiting = add();
     waiting.attempts = 2;
     waiting.next = kCreated + 60;
@@ -77,8 +75,9 @@ TEST(DownloadsCommand, ListsWhatIsPendingDoneAndFailedAndWhy) {
   EXPECT_THAT(ran.out,
               HasSubstr("2 attempts failed, last error: Could not connect to the server. (-1004) "
                         "Next attempt at 2023-11-14T22:14:20.000Z\n"));
-  EXPECT_THAT(ran.out,
-              HasSubstr("  The request timed out. (-1001), can't be delivered: no widget takes it\n"));
+  EXPECT_THAT(
+      ran.out,
+      HasSubstr("  The request timed out. (-1001), can't be delivered: no widget takes it\n"));
   EXPECT_THAT(ran.out, HasSubstr("  status 503, 5 bytes, not delivered yet\n"));
   EXPECT_THAT(ran.out, HasSubstr("damaged: "));
   EXPECT_EQ(Phone().glancery({"downloads"}).out, "no downloads\n");

@@ -140,9 +140,9 @@ TEST(TransferRedirect, KeepsMethodAndBodyWhereThePlatformDoes) {
     Transfers transfers;
     const bool sends = std::string_view(row.method).starts_with("P");
     const auto id = transfers.add({.url = server.url(),
-                                          .method = row.method,
-                                          .headers = {{"X-API-KEY", "k"}},
-                                          .body = sends ? "{}" : ""});
+                                   .method = row.method,
+                                   .headers = {{"X-API-KEY", "k"}},
+                                   .body = sends ? "{}" : ""});
     transfers.settle();
     EXPECT_EQ(endOf(transfers.task(id)), "200") << row.status << row.method;
     const std::string second = server.requests().at(1);

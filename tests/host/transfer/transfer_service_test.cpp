@@ -410,7 +410,8 @@ TEST(TransferService, AfterItsDatabaseWasRemovedItSendsNothingAndGoesOn) {
   waitFor(transfers.service(), [&] { return !server.requests().empty(); });
   std::filesystem::remove_all(transfers.container() / "Library");
   waitFor(transfers.service(), [&] { return transfers.service().pending() == 0; });
-  EXPECT_THAT(transfers.service().takeReports(), ElementsAre(HasSubstr("transfers.db was removed")));
+  EXPECT_THAT(transfers.service().takeReports(),
+              ElementsAre(HasSubstr("transfers.db was removed")));
   transfers.now += 1e4;
   transfers.service().step();
   EXPECT_EQ(server.requests().size(), 1u);

@@ -110,7 +110,8 @@ TEST(TransferStore, ADamagedDatabaseIsSetAsideAndReported) {
 
 TEST(TransferStore, FilesOfNoTaskGoAtTheNextStart) {
   const Left left;
-  const fs::path strays[] = {left.body.parent_path() / "77.body", left.body.parent_path() / "77.tmp"};
+  const fs::path strays[] = {left.body.parent_path() / "77.body",
+                             left.body.parent_path() / "77.tmp"};
   for (const fs::path& stray : strays) {
     writeWhole(stray, "left");
   }
