@@ -93,20 +93,29 @@ function childrenOf(pid) {
   }
 }
 
+/** False if the process has ended by itself. */
+function killed(pid) {
+  try {
+    return process.kill(pid, 'SIGKILL');
+  } catch (error) {
+    expect(error.code === 'ESRCH', 'a process cannot be killed', error);
+    return false;
+  }
+}
+
 /** Starts a host and kills it, or its extension, after that many milliseconds. */
 async function shoot(words, after) {
   const host = spawn(kProgram, words, {stdio: 'ignore'});
   const ended = new Promise((resolve) => host.once('exit', resolve));
   await sleep(after);
   const children = Math.random() < 0.5 ? childrenOf(host.pid) : [];
-  if (children.length > 0) {
-    children.forEach((child) => process.kill(child, 'SIGKILL'));
+  if (children.some(killed)) {
     ++figures.extensionsKilled;
     if (words[0] === 'home') {  // It stays until it is ended.
       await sleep(Math.random() * after);
       host.kill('SIGKILL');
     }
-  } else if (host.exitCode === null && host.kill('SIGKILL')) {
+  } else if (host.kill('SIGKILL')) {
     ++figures.hostsKilled;
   }
   const late = sleep(kPatience, 'late', {ref: false});
@@ -192,7 +201,7 @@ try {
 } catch (fault) {
   console.error(`${fault.stack}\n${fault.stderr ?? ''}\n${JSON.stringify(figures)}\nthe container is kept: ${container}`);
   process.exitCode = 1;
-  processes().forEach((pid) => process.kill(Number(pid), 'SIGKILL'));
+  processes().map(Number).forEach(killed);
 }
 server.close();
 server.closeAllConnections();
