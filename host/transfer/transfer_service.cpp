@@ -36,8 +36,8 @@ constexpr double kDiskRetryDelay = 1;
 constexpr double kLockReleaseDelay = 0.05;
 /// How often a request that must not be repeated at will is sent: once, and twice again.
 constexpr int kMostSends = 3;
-/// Reserved for a body before the request is sent.
-constexpr off_t kReservedBytes = 64 << 10;
+/// Free space without which nothing is sent.
+constexpr std::uintmax_t kLeastFreeBytes = 1 << 20;
 
 /// In seconds: twice as long after each failed attempt.
 double pauseAfter(int attempts) {
@@ -186,11 +186,15 @@ void TransferService::advance(double now) {
 
 /// Sends nothing unless the answer can be stored.
 void TransferService::start(TransferTask& task, double now) {
-  FileDescriptor body(
-      ::open(store_.bodyOf(task.id).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-  if (!body || (::fallocate(body.get(), FALLOC_FL_KEEP_SIZE, 0, kReservedBytes) != 0 &&
-                errno != EOPNOTSUPP)) {
-    postpone(task, cannotWrite(std::generic_category().message(errno)), now);
+  const std::filesystem::path file = store_.bodyOf(task.id);
+  FileDescriptor body(::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+  int error = body ? 0 : errno;
+  std::error_code ignored;
+  if (body && std::filesystem::space(file, ignored).available < kLeastFreeBytes) {
+    error = ENOSPC;
+  }
+  if (error != 0) {
+    postpone(task, cannotWrite(std::generic_category().message(error)), now);
     return;
   }
   ++task.sends;
@@ -201,10 +205,8 @@ void TransferService::start(TransferTask& task, double now) {
   } else if (!*kept) {
     refreshAt_ = now;
   } else {
-    running_.emplace(task.id, [this, task, file = std::move(body)](std::stop_token stop) {
-      AttemptEnd end = attempt_(task, file.get(), stop);
-      // Returns what was reserved and not needed.
-      (void)!::ftruncate(file.get(), static_cast<off_t>(end.outcome.size));
+    running_.emplace(task.id, [this, task, answer = std::move(body)](std::stop_token stop) {
+      AttemptEnd end = attempt_(task, answer.get(), stop);
       if (!stop.stop_requested()) {
         const std::lock_guard lock(mutex_);
         arrivals_.emplace(task.id, std::move(end));

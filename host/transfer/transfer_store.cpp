@@ -284,6 +284,8 @@ bool TransferStore::open(bool create) {
   makeFolders();
   hosts_.join();
   const FileDescriptor lock = hosts_.lockDatabase();
+  // Requests hold keys: nobody else may read the files that SQLite creates with the same mode.
+  ::mknod((folder_ / kDatabase).c_str(), S_IFREG | 0600, 0);
   try {
     database_.emplace(folder_ / kDatabase, kSchema);
   } catch (const platform::SqliteError& failure) {

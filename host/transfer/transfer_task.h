@@ -28,8 +28,8 @@ struct TransferRequest {
   friend bool operator==(const TransferRequest&, const TransferRequest&) = default;
 };
 
-/// Whether the request can be put into an HTTP message as it is; the error names what can't. Whether
-/// its URL can be reached is found out by trying.
+/// Whether the request can be put into an HTTP message as it is; the error names what can't.
+/// Whether its URL can be reached is found out by trying.
 std::expected<void, std::string> checkRequest(const TransferRequest& request);
 
 /// Whether the URL's scheme is http or https.
