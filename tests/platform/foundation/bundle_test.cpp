@@ -95,7 +95,7 @@ TEST(NSBundle, OverridesInfoValues) {
 
 TEST(StringCatalog, NamesWhatIsWrong) {
   const std::pair<const char*, const char*> kCases[] = {
-      {"{", "The data couldn"},
+      {"{", "unexpected end of input"},
       {"[]", "needs \"sourceLanguage\" and \"strings\""},
       {R"({"sourceLanguage": "es"})", "needs \"sourceLanguage\" and \"strings\""},
   };
