@@ -51,8 +51,7 @@ std::shared_ptr<const BrokenText> brokenText(Handle<PangoLayout> layout) {
     height += line.height;
     result->lines.push_back({.text = std::string(text + line.begin, text + line.end),
                              .width = points(line.width),
-                             .baseline = points(line.baseline),
-                             .rightToLeft = line.rightToLeft});
+                             .baseline = points(line.baseline)});
   }
   result->size = {points(width), points(height)};
   result->layout = std::move(layout);

@@ -21,7 +21,6 @@ struct BrokenLine {
   std::string text = {};
   double width = 0;
   double baseline = 0;
-  bool rightToLeft = false;
 };
 
 /// A text shaped and broken, ready to be drawn as often as needed.

@@ -57,11 +57,7 @@ std::uint8_t TextMask::at(int column, int row) const {
 
 double lineStart(const BrokenLine& line, const TextPlacement& placement) {
   const double room = placement.boxWidth - line.width;
-  const bool toRight = (placement.alignment == TextAlignment::trailing) != line.rightToLeft;
-  if (placement.alignment == TextAlignment::center) {
-    return room / 2;
-  }
-  return toRight ? room : 0;
+  return room * static_cast<double>(placement.alignment) / 2;
 }
 
 const TextMask* textMask(const BrokenText& text, const TextPlacement& placement) {

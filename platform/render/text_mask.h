@@ -35,8 +35,8 @@ struct TextMask {
   std::uint8_t at(int column, int row) const;
 };
 
-/// Where a line starts in a box of that width, in points; the leading side is the one from which
-/// the line is read.
+/// The x of a line's left end in a box of that width, in points. As in a display list, leading is
+/// the left edge, also for a line that is read from the right.
 double lineStart(const BrokenLine& line, const TextPlacement& placement);
 
 /// The text's mask at that placement, drawn once and then kept with the text. Nothing if the text

@@ -154,13 +154,11 @@ std::vector<ShapedLine> shapedLines(PangoLayout* layout) {
     PangoLayoutLine* line = pango_layout_iter_get_line_readonly(iterator.get());
     PangoRectangle logical = {};
     pango_layout_iter_get_line_extents(iterator.get(), nullptr, &logical);
-    ShapedLine shaped{
-        .begin = line->start_index,
-        .end = line->start_index + line->length,
-        .width = logical.width,
-        .height = logical.height,
-        .baseline = pango_layout_iter_get_baseline(iterator.get()),
-        .rightToLeft = pango_layout_line_get_resolved_direction(line) == PANGO_DIRECTION_RTL};
+    ShapedLine shaped{.begin = line->start_index,
+                      .end = line->start_index + line->length,
+                      .width = logical.width,
+                      .height = logical.height,
+                      .baseline = pango_layout_iter_get_baseline(iterator.get())};
     while (shaped.end > shaped.begin && isSpace(text[shaped.end - 1])) {
       --shaped.end;
     }

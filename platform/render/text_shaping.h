@@ -26,7 +26,6 @@ struct ShapedLine {
   int width = 0;
   int height = 0;
   int baseline = 0;
-  bool rightToLeft = false;
 };
 
 /// The text less the white space at the end of each paragraph, which would push aligned lines out

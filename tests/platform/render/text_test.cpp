@@ -282,8 +282,8 @@ TEST_F(TextTest, LinesAreAlignedInTheirBox) {
       {TextAlignment::leading, "abc", 0},
       {TextAlignment::center, "abc", 0.5},
       {TextAlignment::trailing, "abc", 1},
-      {TextAlignment::leading, arabic, 1},
-      {TextAlignment::trailing, arabic, 0},
+      {TextAlignment::leading, arabic, 0},
+      {TextAlignment::trailing, arabic, 1},
   };
   for (const auto& [alignment, text, share] : cases) {
     const auto broken = breaker_.broken({.text = text}, {});
