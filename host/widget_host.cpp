@@ -123,7 +123,7 @@ DisplayList WidgetHost::display(const ArchivedEntry& entry, WidgetFamily family)
   return renderer().layOut(dark ? entry.dark : entry.light,
                            settings_.sizeOf(family),
                            settings_.contentMargins(),
-                           LayoutDirection::leftToRight);
+                           entry.direction);
 }
 
 Renderer& WidgetHost::renderer() {

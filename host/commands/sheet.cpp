@@ -103,6 +103,7 @@ std::vector<SheetPicture> takePictures(const std::vector<Shot>& shots,
     }
     darkroom.add({.number = number,
                   .view = shot.scheme == ColorScheme::dark ? entry.dark : entry.light,
+                  .direction = entry.direction,
                   .size = stage.sizeOf(shot),
                   .contentMargins = stage.settings().contentMargins(),
                   .options = {.scale = shot.screen->scale,

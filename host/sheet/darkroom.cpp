@@ -123,8 +123,8 @@ Darkroom::Batch Darkroom::nextBatch() {
 
 Print Darkroom::develop(const Exposure& exposure, Renderer& renderer) {
   const PictureOptions& options = exposure.options;
-  const DisplayList list = renderer.layOut(
-      exposure.view, exposure.size, exposure.contentMargins, LayoutDirection::leftToRight);
+  const DisplayList list =
+      renderer.layOut(exposure.view, exposure.size, exposure.contentMargins, exposure.direction);
   Scene scene = sceneOf(list, options);
   auto picture = shelf_.find(scene);
   if (!picture) {

@@ -22,6 +22,7 @@ namespace host {
 struct Exposure {
   std::size_t number = 0;
   platform::ArchivedView view;
+  platform::LayoutDirection direction = platform::LayoutDirection::leftToRight;
   platform::Size size;
   platform::EdgeInsets contentMargins;
   platform::PictureOptions options;

@@ -80,4 +80,8 @@ std::optional<std::string> Locale::languageCode() const {
   return language;
 }
 
+bool isWrittenRightToLeft(const std::string& language) {
+  return uloc_isRightToLeft(language.c_str()) != 0;
+}
+
 }  // namespace platform

@@ -25,4 +25,7 @@ class Locale {
   std::string identifier_;
 };
 
+/// Whether the language (a tag, "ar" or "he-IL") is written from right to left.
+bool isWrittenRightToLeft(const std::string& language);
+
 }  // namespace platform

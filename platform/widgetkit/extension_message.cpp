@@ -49,6 +49,9 @@ Value encodeEntry(const ArchivedEntry& entry) {
   if (entry.dark != entry.light) {
     encoded.set("dark", encodeView(entry.dark));
   }
+  if (entry.direction == LayoutDirection::rightToLeft) {
+    encoded.set("rightToLeft", true);
+  }
   return encoded;
 }
 
@@ -146,6 +149,9 @@ ArchivedTimeline decodeTimeline(const Dictionary& from, MessageReader& reader) {
             .light = takeView(*entry, "light", reader),
             .dark = {}};
         decoded.dark = entry->find("dark") ? takeView(*entry, "dark", reader) : decoded.light;
+        if (entry->find("rightToLeft") && reader.take<bool>(*entry, "rightToLeft")) {
+          decoded.direction = LayoutDirection::rightToLeft;
+        }
         return decoded;
       });
   const Value* after = from.find("after");

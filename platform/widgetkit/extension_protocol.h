@@ -122,6 +122,8 @@ struct ArchivedEntry {
   Mirror fields;
   ArchivedView light;
   ArchivedView dark;
+  /// Of both views: that of the localisation in which the extension made them.
+  LayoutDirection direction = LayoutDirection::leftToRight;
   friend bool operator==(const ArchivedEntry&, const ArchivedEntry&) = default;
 };
 

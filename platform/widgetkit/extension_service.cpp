@@ -5,6 +5,7 @@
 
 #include "platform/dispatch/dispatch_queue.h"
 #include "platform/foundation/bundle.h"
+#include "platform/foundation/locale.h"
 #include "platform/foundation/notification_center.h"
 #include "platform/foundation/user_defaults.h"
 #include "platform/swiftui/view_archiver.h"
@@ -58,7 +59,9 @@ ArchivedEntry archiveEntry(const WidgetEntry& entry, Size size) {
   return {.date = entry.date,
           .fields = readableFields(entry.fields),
           .light = archived(ColorScheme::light),
-          .dark = archived(ColorScheme::dark)};
+          .dark = archived(ColorScheme::dark),
+          .direction = isWrittenRightToLeft(bundle.localization()) ? LayoutDirection::rightToLeft
+                                                                   : LayoutDirection::leftToRight};
 }
 
 }  // namespace

@@ -44,10 +44,8 @@ TEST(StreakTexts, LeaveTheNumberWholeInEveryLanguageOnEveryScreen) {
           for (const ScreenClass& screen : screenClasses()) {
             const Shot shot = {&streak, &state, locale, &screen, ColorScheme::light, system};
             const ArchivedEntry entry = stage.entryOf(shot);
-            const DisplayList list = (*renderer)->layOut(entry.light,
-                                                         screen.small,
-                                                         stage.settings().contentMargins(),
-                                                         LayoutDirection::leftToRight);
+            const DisplayList list = (*renderer)->layOut(
+                entry.light, screen.small, stage.settings().contentMargins(), entry.direction);
             ASSERT_EQ(list.items.size(), 4u) << shot.name();
             const auto* number = std::get_if<TextItem>(&list.items[2].content);
             ASSERT_TRUE(number) << shot.name();

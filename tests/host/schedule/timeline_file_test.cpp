@@ -21,7 +21,11 @@ StoredWidget storedWidget() {
                        .wanted = ReloadRequest{ReloadCause::extension, "later"},
                        .lastByPolicy = now.addingTimeInterval(-60),
                        .counted = {now.addingTimeInterval(-60), now}},
-          .timeline = {{{.date = now, .fields = {{"count", 7}}, .light = {}, .dark = {}}},
+          .timeline = {{{.date = now,
+                         .fields = {{"count", 7}},
+                         .light = {},
+                         .dark = {},
+                         .direction = LayoutDirection::rightToLeft}},
                        TimelineReloadPolicy::after(now)}};
 }
 

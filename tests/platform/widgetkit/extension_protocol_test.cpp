@@ -48,12 +48,20 @@ ArchivedEntry twoFaced() {
   return changed;
 }
 
+ArchivedEntry mirrored() {
+  ArchivedEntry changed = entry();
+  changed.direction = LayoutDirection::rightToLeft;
+  return changed;
+}
+
 const ExtensionMessage kExtensionMessages[] = {
     {1, Done()},
     {2, Failure{"no widget has the kind \"X\""}},
     {3,
      WidgetDescriptions{{{"K", "NAME", "DESC", {WidgetFamily::systemSmall}}, {"L", "", "", {}}}}},
-    {4, ArchivedTimeline{{entry(), twoFaced()}, TimelineReloadPolicy::after(Date::since1970(5))}},
+    {4,
+     ArchivedTimeline{{entry(), twoFaced(), mirrored()},
+                      TimelineReloadPolicy::after(Date::since1970(5))}},
     {5, ArchivedTimeline{{}, TimelineReloadPolicy::never}},
     {6,
      StartDownload{.session = "s",

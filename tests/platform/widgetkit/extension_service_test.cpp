@@ -8,9 +8,11 @@
 #include <string>
 
 #include "platform/dispatch/dispatch_queue.h"
+#include "platform/foundation/bundle.h"
 #include "platform/foundation/time_zone.h"
 #include "platform/foundation/url_session.h"
 #include "platform/swiftui/stacks.h"
+#include "tests/on_device.h"
 #include "tests/world.h"
 
 namespace platform {
@@ -86,6 +88,36 @@ TEST_F(Service, AnswersUnderTheRequestsNumberWheneverTheProviderCompletes) {
   EXPECT_EQ(timeline.policy.date, Date::since1970(9));
   EXPECT_EQ(timeline.entries.at(0).fields,
             (Mirror{{"date", "1970-01-01T00:00:03.000Z"}, {"text", "late"}}));
+}
+
+struct DirectionCase {
+  std::string source;
+  Device device;
+  LayoutDirection direction;
+};
+
+TEST_F(Service, TheLocalisationDecidesTheLayoutDirection) {
+  const DirectionCase cases[] = {
+      {"es", {.locale = "ar_EG"}, LayoutDirection::rightToLeft},
+      {"es", {.locale = "es_MX", .languages = {"he-IL", "es"}}, LayoutDirection::rightToLeft},
+      {"es", {.locale = "ar_EG", .languages = {"es-MX", "ar"}}, LayoutDirection::leftToRight},
+      {"es", {.locale = "fa_IR"}, LayoutDirection::leftToRight},
+      {"ar", {.locale = "fr_FR"}, LayoutDirection::rightToLeft},
+  };
+  const NSBundle before = NSBundle::mainBundle();
+  for (const auto& [source, device, direction] : cases) {
+    const world::Folder folder;
+    world::writeWhole(folder.path() / "Localizable.xcstrings",
+                      R"({"sourceLanguage": ")" + source + R"(", "strings": {"A": {"localizations":
+                      {"es": {"stringUnit": {"value": "a"}},
+                       "ar": {"stringUnit": {"value": "a"}},
+                       "he": {"stringUnit": {"value": "a"}}}}}})");
+    NSBundle::setMainBundle(NSBundle(folder.path()));
+    const OnDevice there(device);
+    const auto answer = std::get<ArchivedTimeline>(ask({What::snapshot, "Notes", {}}).content);
+    EXPECT_EQ(answer.entries.at(0).direction, direction) << source << ", " << device.locale;
+  }
+  NSBundle::setMainBundle(before);
 }
 
 TEST_F(Service, RefusalsNameWhatIsWrong) {
