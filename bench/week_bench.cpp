@@ -53,9 +53,11 @@ class MoodPhone : public DemoPhone {
 /// A figure of the fallback week would be of something else.
 void requireMoods(const ExtensionMessage::Content& answer) {
   const auto* timeline = std::get_if<ArchivedTimeline>(&answer);
-  const Value* days = timeline ? &timeline->entries.at(0).fields.at(1).second : nullptr;
-  const auto mood = days ? days->array()->back().dictionary()->string("mood") : std::nullopt;
-  if (mood != glancery::kMoodNames.front()) {
+  const auto* days =
+      timeline
+          ? std::get_if<std::vector<MirroredRecord>>(&timeline->entries.at(0).fields.at(1).second)
+          : nullptr;
+  if (!days || days->back().back().second != Value(glancery::kMoodNames.front())) {
     giveUp("the mood log does not show today's mood");
   }
 }

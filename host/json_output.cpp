@@ -13,6 +13,16 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 Json toJson(const Value& value);
+Json toJson(const MirroredField& field);
+
+/// The members of a dictionary, a record or an entry, in their order.
+Json toObject(const auto& members) {
+  Json json = Json::object();
+  for (const auto& [name, value] : members) {
+    json[name] = toJson(value);
+  }
+  return json;
+}
 
 struct ToJson {
   Json operator()(Null) const { return nullptr; }
@@ -28,13 +38,7 @@ struct ToJson {
     }
     return json;
   }
-  Json operator()(const Dictionary& dictionary) const {
-    Json json = Json::object();
-    for (const auto& [key, value] : dictionary) {
-      json[key] = toJson(value);
-    }
-    return json;
-  }
+  Json operator()(const Dictionary& dictionary) const { return toObject(dictionary); }
   Json operator()(const auto& scalar) const { return scalar; }
 };
 
@@ -42,12 +46,15 @@ Json toJson(const Value& value) {
   return std::visit(ToJson(), value.storage());
 }
 
-Json toJson(const ArchivedEntry& entry) {
-  Json json = Json::object();
-  for (const auto& [name, value] : entry.fields) {
-    json[name] = toJson(value);
+Json toJson(const MirroredField& field) {
+  if (const auto* value = std::get_if<Value>(&field)) {
+    return toJson(*value);
   }
-  return json;
+  Json records = Json::array();
+  for (const MirroredRecord& record : std::get<std::vector<MirroredRecord>>(field)) {
+    records.push_back(toObject(record));
+  }
+  return records;
 }
 
 Json timelineObject(const std::string& kind,
@@ -55,7 +62,7 @@ Json timelineObject(const std::string& kind,
                     const std::vector<std::string>& log) {
   Json entries = Json::array();
   for (const ArchivedEntry& entry : timeline.entries) {
-    entries.push_back(toJson(entry));
+    entries.push_back(toObject(entry.fields));
   }
   Json policy = "never";
   if (timeline.policy.date) {
@@ -73,6 +80,10 @@ std::string printed(const Json& json) {
 
 std::string valueJSON(const Value& value) {
   return printed(toJson(value));
+}
+
+std::string fieldJSON(const MirroredField& field) {
+  return printed(toJson(field));
 }
 
 std::string timelineJSON(const std::string& kind,
@@ -94,7 +105,7 @@ std::string settledJSON(const std::string& kind,
 std::string entryJSON(const std::string& kind,
                       const ArchivedEntry& entry,
                       const std::vector<std::string>& log) {
-  return printed({{"kind", kind}, {"entry", toJson(entry)}, {"log", log}});
+  return printed({{"kind", kind}, {"entry", toObject(entry.fields)}, {"log", log}});
 }
 
 std::string galleryJSON(const std::vector<GalleryItem>& gallery) {

@@ -14,6 +14,8 @@ namespace host {
 
 /// A value of the suite; data as {"data": base64}.
 std::string valueJSON(const platform::Value& value);
+/// A field of an entry; nested records keep the order of their members.
+std::string fieldJSON(const platform::MirroredField& field);
 /// {"kind", "entries", "policy", "log"}: a provider's whole answer, each entry's fields under their
 /// own names and in their order.
 std::string timelineJSON(const std::string& kind,

@@ -26,9 +26,10 @@ struct ProviderOptions {
 };
 
 void printEntry(const ArchivedEntry& entry) {
-  for (const auto& [name, value] : entry.fields) {
-    const auto* text = value.as<std::string>();
-    std::cout << "  " << name << ": " << (text ? *text : valueJSON(value)) << '\n';
+  for (const auto& [name, field] : entry.fields) {
+    const auto* value = std::get_if<Value>(&field);
+    const auto* text = value ? value->as<std::string>() : nullptr;
+    std::cout << "  " << name << ": " << (text ? *text : fieldJSON(field)) << '\n';
   }
 }
 

@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <iterator>
+
 #include "platform/widgetkit/extension_protocol.h"
 #include "platform/widgetkit/message_coding.h"
 
@@ -37,11 +40,31 @@ Dictionary encodeContent(const WidgetDescriptions& descriptions) {
   return {{"type", "widgets"}, {"widgets", std::move(widgets)}};
 }
 
+template <class Pairs>
+Array encodePairs(const Pairs& pairs) {
+  Array encoded;
+  for (const auto& [name, value] : pairs) {
+    encoded.emplace_back(Array{name, value});
+  }
+  return encoded;
+}
+
+/// A pair of name and value, or a dictionary of the name and the nested records.
+Value encodeField(const Mirror::value_type& field) {
+  const auto& [name, content] = field;
+  if (const auto* value = std::get_if<Value>(&content)) {
+    return Array{name, *value};
+  }
+  Array records;
+  for (const MirroredRecord& record : std::get<std::vector<MirroredRecord>>(content)) {
+    records.emplace_back(encodePairs(record));
+  }
+  return Dictionary{{"name", name}, {"records", std::move(records)}};
+}
+
 Value encodeEntry(const ArchivedEntry& entry) {
   Array fields;
-  for (const auto& [name, value] : entry.fields) {
-    fields.emplace_back(Array{name, value});
-  }
+  std::ranges::transform(entry.fields, std::back_inserter(fields), encodeField);
   Dictionary encoded{{"date", entry.date.timeIntervalSince1970()},
                      {"fields", std::move(fields)},
                      {"light", encodeView(entry.light)}};
@@ -67,15 +90,11 @@ Dictionary encodeContent(const ArchivedTimeline& timeline) {
 }
 
 Dictionary encodeContent(const StartDownload& start) {
-  Array headers;
-  for (const auto& [name, value] : start.headers) {
-    headers.emplace_back(Array{name, value});
-  }
   return {{"type", "startDownload"},
           {"session", start.session},
           {"url", start.url},
           {"method", start.method},
-          {"headers", std::move(headers)},
+          {"headers", encodePairs(start.headers)},
           {"body", start.body},
           {"timeout", start.timeout}};
 }
@@ -118,10 +137,37 @@ std::optional<WidgetDescription> decodeDescription(const Value& value) {
   return reader.failed() ? std::nullopt : std::optional(std::move(description));
 }
 
-std::optional<Mirror::value_type> decodeField(const Value& value) {
+std::optional<MirroredRecord::value_type> decodeMember(const Value& value) {
   const Array* pair = value.array();
   const std::string* name = pair && pair->size() == 2 ? (*pair)[0].as<std::string>() : nullptr;
-  return name ? std::optional(Mirror::value_type(*name, (*pair)[1])) : std::nullopt;
+  return name ? std::optional(std::pair(*name, (*pair)[1])) : std::nullopt;
+}
+
+std::optional<MirroredRecord> decodeRecord(const Value& value) {
+  const Array* members = value.array();
+  if (!members) {
+    return std::nullopt;
+  }
+  MirroredRecord record;
+  for (const Value& member : *members) {
+    auto decoded = decodeMember(member);
+    if (!decoded) {
+      return std::nullopt;
+    }
+    record.push_back(*std::move(decoded));
+  }
+  return record;
+}
+
+std::optional<Mirror::value_type> decodeField(const Value& value) {
+  const Dictionary* from = value.dictionary();
+  if (!from) {
+    return decodeMember(value);
+  }
+  MessageReader reader;
+  Mirror::value_type field(reader.take<std::string>(*from, "name"),
+                           reader.takeAll<MirroredRecord>(*from, "records", decodeRecord));
+  return reader.failed() ? std::nullopt : std::optional(std::move(field));
 }
 
 ArchivedView takeView(const Dictionary& from, std::string_view member, MessageReader& reader) {

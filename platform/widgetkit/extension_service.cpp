@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <ranges>
 
 #include "platform/dispatch/dispatch_queue.h"
 #include "platform/foundation/bundle.h"
@@ -45,8 +46,14 @@ Value readable(const Value& value) {
 }
 
 Mirror readableFields(Mirror fields) {
-  for (auto& [name, value] : fields) {
-    value = readable(value);
+  for (auto& [name, field] : fields) {
+    if (auto* value = std::get_if<Value>(&field)) {
+      *value = readable(*value);
+      continue;
+    }
+    for (auto& [member, value] : std::get<std::vector<MirroredRecord>>(field) | std::views::join) {
+      value = readable(value);
+    }
   }
   return fields;
 }

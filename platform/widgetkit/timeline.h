@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "platform/foundation/date.h"
@@ -16,8 +17,14 @@
 
 namespace platform {
 
+/// A nested record's members under their own names and in their own order.
+using MirroredRecord = std::vector<std::pair<std::string, Value>>;
+
+/// What one field of a record holds: a value, or a list of nested records.
+using MirroredField = std::variant<Value, std::vector<MirroredRecord>>;
+
 /// A record's fields under their own names and in their own order, for people and tests.
-using Mirror = std::vector<std::pair<std::string, Value>>;
+using Mirror = std::vector<std::pair<std::string, MirroredField>>;
 
 /// A record with the moment from which a widget shows it, and `Mirror mirror(const Entry&)` beside
 /// it.

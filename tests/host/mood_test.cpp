@@ -49,9 +49,37 @@ TEST(Moods, GoInDayByDayAndKeepTheOtherDays) {
   const Json timeline = Json::parse(printed(phone, {"timeline", "Binnacle", "--json"}));
   EXPECT_EQ(timeline["policy"], Json::parse(R"({"after": "2025-03-06T06:00:00.000Z"})"));
   EXPECT_EQ(timeline["entries"][0]["configuration"], "ConfigurationIntent");
-  EXPECT_EQ(timeline["entries"][0]["moodDays"][6]["date"], "2025-03-05T06:00:00.000Z");
-  EXPECT_EQ(timeline["entries"][0]["moodDays"][6]["dayLabel"], "Hoy");
+  const Json& today = timeline["entries"][0]["moodDays"][6];
+  EXPECT_EQ(today["date"], "2025-03-05T06:00:00.000Z");
+  EXPECT_EQ(today["dayLabel"], "Hoy");
   EXPECT_EQ(timeline["log"].size(), 11u);
+}
+
+TEST(Moods, PrintTheirMembersInTheRecordsOrder) {
+  const Phone phone;
+  const Json timeline = Json::parse(printed(phone, {"timeline", "Binnacle", "--json"}));
+  const Json placeholder = Json::parse(printed(phone, {"placeholder", "Binnacle", "--json"}));
+  const std::string text = printed(phone, {"timeline", "Binnacle"});
+  const Json readable =
+      Json::parse(text.substr(text.find('['), text.find(']') - text.find('[') + 1));
+  const Words day = {"id", "date", "dayLabel", "mood"};
+  const std::pair<Json, Words> kRows[] = {
+      {timeline, {"kind", "entries", "policy", "log"}},
+      {timeline["entries"][0], {"date", "moodDays", "configuration", "hasUid"}},
+      {timeline["entries"][0]["moodDays"][0], day},
+      {placeholder, {"kind", "entry", "log"}},
+      {placeholder["entry"]["moodDays"][0], day},
+      {readable[0], day},
+      {Json::parse(printed(phone, {"gallery", "--json"}))[0],
+       {"kind", "displayName", "description", "families"}},
+  };
+  for (const auto& [object, expected] : kRows) {
+    Words names;
+    for (const auto& [name, member] : object.items()) {
+      names.push_back(name);
+    }
+    EXPECT_EQ(names, expected);
+  }
 }
 
 TEST(Moods, WrittenAtOnceAreAllThere) {
@@ -154,7 +182,8 @@ TEST(Moods, OfTenYearsTakeATenthOfTheMemoryAllowed) {
                                                  {WidgetFamily::systemMedium, {306, 126}}});
     ASSERT_TRUE(answer) << answer.error().reason;
     const auto& entry = std::get<ArchivedTimeline>(*answer).entries.at(0);
-    EXPECT_EQ(entry.fields[1].second.array()->front().dictionary()->string("mood"), "well");
+    EXPECT_EQ(std::get<std::vector<MirroredRecord>>(entry.fields[1].second).front().back().second,
+              Value("well"));
   }
   EXPECT_LT(host::dirtyMemoryOf((*extension)->pid()), std::size_t{3} << 20);
 }

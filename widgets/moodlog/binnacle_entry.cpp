@@ -5,12 +5,12 @@ namespace glancery {
 using namespace platform;
 
 Mirror mirror(const BinnacleEntry& entry) {
-  Array days;
+  std::vector<MirroredRecord> days;
   for (const MoodDay& day : entry.moodDays) {
-    days.emplace_back(Dictionary{{"id", day.id.uuidString()},
-                                 {"date", day.date},
-                                 {"dayLabel", day.dayLabel},
-                                 {"mood", rawValue(day.mood)}});
+    days.push_back({{"id", day.id.uuidString()},
+                    {"date", day.date},
+                    {"dayLabel", day.dayLabel},
+                    {"mood", rawValue(day.mood)}});
   }
   return {{"date", entry.date},
           {"moodDays", std::move(days)},

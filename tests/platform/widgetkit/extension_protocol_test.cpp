@@ -37,7 +37,10 @@ const HostMessage kHostMessages[] = {
 ArchivedEntry entry() {
   const ArchivedView light = {PaddingModifier{{1, 2, 3, 4}}, {{ArchivedText{.text = "Hola"}}}};
   return {.date = Date::since1970(1700000000.125),
-          .fields = {{"z", 1}, {"a", Value()}, {"list", Array{true, 2.5, "x"}}},
+          .fields = {{"z", 1},
+                     {"a", Value()},
+                     {"list", Array{true, 2.5, "x"}},
+                     {"records", std::vector{MirroredRecord{{"y", 1}, {"b", Value()}}, {}}}},
           .light = light,
           .dark = light};
 }

@@ -57,7 +57,7 @@ Evaluation evaluate() {
   provider().getTimeline({}, [&](const WidgetTimeline& timeline) {
     for (const WidgetEntry& entry : timeline.entries) {
       evaluation.entries.push_back(entry.fields);
-      EXPECT_EQ(Value(entry.date), entry.fields.front().second);
+      EXPECT_EQ(entry.fields.front().second, MirroredField(entry.date));
     }
     evaluation.after = timeline.policy.date;
   });

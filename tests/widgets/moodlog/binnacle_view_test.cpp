@@ -16,6 +16,7 @@ using namespace platform;
 using namespace world;
 using enum MoodType;
 using ::testing::ElementsAre;
+using ::testing::Pair;
 
 constexpr Size kMedium = {338, 158};
 
@@ -131,13 +132,14 @@ TEST(BinnacleWidget, LinksForAUserAndPrintsItsDays) {
     names.push_back(name);
   }
   EXPECT_THAT(names, ElementsAre("date", "moodDays", "configuration", "hasUid"));
-  EXPECT_EQ(entry.fields[2].second, Value("ConfigurationIntent"));
-  const Dictionary* today = entry.fields[1].second.array()->back().dictionary();
-  EXPECT_EQ(today->string("id").value_or("").size(), 36u);
-  EXPECT_EQ(today->string("date"), "2025-03-05T00:00:00.000Z");
-  EXPECT_EQ(today->string("mood"), "well");
-  EXPECT_EQ(today->string("dayLabel"), "TODAY_LABEL");
-  EXPECT_EQ(today->size(), 4u);
+  EXPECT_EQ(entry.fields[2].second, MirroredField("ConfigurationIntent"));
+  const auto& days = std::get<std::vector<MirroredRecord>>(entry.fields[1].second);
+  EXPECT_EQ(days.back().front().second.as<std::string>()->size(), 36u);
+  EXPECT_THAT(days.back(),
+              ElementsAre(Pair("id", ::testing::_),
+                          Pair("date", Value("2025-03-05T00:00:00.000Z")),
+                          Pair("dayLabel", Value("TODAY_LABEL")),
+                          Pair("mood", Value("well"))));
 }
 
 }  // namespace

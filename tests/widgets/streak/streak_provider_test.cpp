@@ -166,7 +166,8 @@ TEST(StreakVectors, EntriesPoliciesAndWritesAreThePlatforms) {
 
     EXPECT_EQ(iso(evaluation.after), row["want"]["after"].get<std::string>());
     EXPECT_EQ(stored(), expected);
-    for (const auto& [name, value] : mirror(evaluation.entry)) {
+    for (const auto& [name, field] : mirror(evaluation.entry)) {
+      const auto& value = std::get<Value>(field);
       const auto& want = row["want"]["entry"].at(name);
       const Value shown = value.as<Date>() ? Value(value.as<Date>()->iso8601()) : value;
       EXPECT_EQ(shown,
@@ -400,7 +401,7 @@ TEST(StreakWidget, KeepsItsPlaceUnderTheSharedKeys) {
     std::string background;
     const CapturedLog silent;
     Streak().body().provider->getTimeline({}, [&](const WidgetTimeline& timeline) {
-      background = *timeline.entries.at(0).fields.at(2).second.as<std::string>();
+      background = *std::get<Value>(timeline.entries.at(0).fields.at(2).second).as<std::string>();
     });
     return background;
   };
