@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "bench/demo_phone.h"
+#include "bench/program_run.h"
 #include "bench/spread.h"
 #include "host/home/home_phone.h"
 #include "host/host_app.h"
@@ -19,6 +20,8 @@ using namespace platform;
 
 struct Year {
   double seconds = 0;
+  /// Milliseconds of `node -e 0`, run twice a month and not part of `seconds`.
+  std::vector<double> node = {};
   int moments = 0;
   std::size_t reloads = 0;
   std::size_t pictures = 0;
@@ -60,7 +63,12 @@ Year live(const DemoPhone& demo) {
   signOut();
   Counter counter(phone);
   Year year;
+  double nodeSeconds = 0;
   for (int day = 0; day < 365; ++day) {
+    if (day % 15 == 0) {
+      year.node.push_back(runProgram({"node", "-e", "0"}).milliseconds);
+      nodeSeconds += year.node.back() / 1000;
+    }
     const Date midnight = phone.nextMidnight();
     const Date evening = midnight.addingTimeInterval(-4 * 3600);
     bool recorded = false;
@@ -84,7 +92,7 @@ Year live(const DemoPhone& demo) {
     }
   }
   const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
-  year.seconds = took.count();
+  year.seconds = took.count() - nodeSeconds;
   year.reloads = counter.reloads;
   year.pictures = counter.pictures;
   return year;
@@ -95,16 +103,18 @@ Year live(const DemoPhone& demo) {
 
 int main() {
   using namespace bench;
-  constexpr double kGoal = 20;
+  constexpr double kGoal = 330;
   const Year year = live(DemoPhone());
+  const double multiple = year.seconds * 1000 / spreadOf(year.node).median;
   std::printf(
-      "A year of four widgets: %d moments, %zu timelines, %zu new pictures in %.1f s, goal %.0f s  "
-      "%s\n",
+      "A year of four widgets: %d moments, %zu timelines, %zu new pictures in %.1f s, %.0f times "
+      "node -e 0, goal %.0f times  %s\n",
       year.moments,
       year.reloads,
       year.pictures,
       year.seconds,
+      multiple,
       kGoal,
-      verdict(year.seconds <= kGoal));
+      verdict(multiple <= kGoal));
   return 0;
 }

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <memory>
+
+#include "bench/demo_phone.h"
+#include "host/screens.h"
+#include "platform/render/render_module.h"
+
+namespace bench {
+
+/// The streak widget's view as its extension hands it over, and a renderer of the same bundle that
+/// has read the typefaces and the artwork.
+class StreakPicture {
+ public:
+  static constexpr platform::PictureOptions kOptions = {.scale = 3,
+                                                        .cornerRadius = host::kWidgetCornerRadius};
+  StreakPicture();
+
+  platform::DisplayList layOut();
+  platform::Renderer& renderer() { return *renderer_; }
+
+ private:
+  platform::ArchivedView view_;
+  std::unique_ptr<platform::Renderer> renderer_;
+};
+
+}  // namespace bench
