@@ -78,7 +78,8 @@ class UsedPhone : public Phone {
 Json mirrored(Json list) {
   for (Json& item : list["items"]) {
     Json& frame = item["frame"];
-    frame[0] = list["size"]["width"].get<double>() - frame[0].get<double>() - frame[2].get<double>();
+    frame[0] =
+        list["size"]["width"].get<double>() - frame[0].get<double>() - frame[2].get<double>();
     if (item.value("alignment", "") == "leading") {
       item["alignment"] = "trailing";
     }
@@ -112,8 +113,7 @@ TEST(RightToLeft, MirrorsWidgetsInALocalisationThatIsReadSo) {
     for (const char* kind : {"Checkin", "StreakWidget", "AffirmationWidget"}) {
       const Json plain = phone.shown(kind, extension, "es_ES");
       SCOPED_TRACE(std::string(kind) + ", " + row.language + ", " + row.locale);
-      expectEqual(phone.shown(kind, extension, row.locale),
-                  row.mirrored ? mirrored(plain) : plain);
+      expectEqual(phone.shown(kind, extension, row.locale), row.mirrored ? mirrored(plain) : plain);
     }
   }
 }
