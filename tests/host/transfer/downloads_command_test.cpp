@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include <nlohmann/json.hpp>
 
 #include "host/transfer/transfer_store.h"
@@ -116,6 +118,29 @@ TEST(DownloadsCommand, CancelsWhatAnotherHostIsRunning) {
   EXPECT_EQ(ran.err, "");
   EXPECT_EQ(ran.status, 0);
   EXPECT_EQ(worker.line(), "finished " + id);
+}
+
+/// Neither the time that a command may take nor a cancellation waits for a name.
+TEST(DownloadsCommand, AResolverThatHangsBlocksNothing) {
+  const Phone phone;
+  ASSERT_EQ(phone.glancery({"app", "sign-in", "u-1"}).status, 0);
+  ::setenv("LD_PRELOAD", GLANCERY_HANGING_RESOLVER, 1);
+  // A sanitizer's library asks to be the first one.
+  ::setenv("ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0", 1);
+  const Ran ran = phone.glancery({"timeline",
+                                  "AffirmationWidget",
+                                  "--settle",
+                                  "--for",
+                                  "1",
+                                  "--info",
+                                  "ApiBaseUrl=http://name.invalid",
+                                  "--info",
+                                  "ApiKey=k"});
+  ::unsetenv("LD_PRELOAD");
+  ::unsetenv("ASAN_OPTIONS");
+  EXPECT_EQ(ran.status, 1) << ran.err;
+  EXPECT_THAT(ran.err, HasSubstr("a download is still waiting"));
+  EXPECT_EQ(phone.glancery({"downloads", "cancel", "1"}).status, 0);
 }
 
 }  // namespace
