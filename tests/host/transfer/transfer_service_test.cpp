@@ -317,7 +317,7 @@ TEST(TransferService, ResultsComeInTheOrderOfTheirEndsAlsoAfterARestart) {
 }
 
 TEST(TransferService, ABodyGoesThroughWithoutBeingHeld) {
-  constexpr std::size_t kSize = 64 << 20;
+  constexpr std::size_t kSize = 128 << 20;
   ScriptedServer server([](std::size_t, const std::string&) {
     static const std::string reply = answer("200 OK", std::string(kSize, 'x')).bytes;
     return Reply{reply, close};
@@ -337,7 +337,7 @@ TEST(TransferService, ABodyGoesThroughWithoutBeingHeld) {
   std::size_t most = 0;
   std::error_code none;
   while (transfers.service().pending() > 0) {
-    transfers.service().step(std::chrono::milliseconds(1));
+    transfers.service().step(std::chrono::milliseconds(10));
     const auto size = std::filesystem::file_size(transfers.bodyFile(id), none);
     if (!none && size > 0) {
       first = first == 0 ? resident() : first;
