@@ -37,7 +37,7 @@ void recordNamedMood(const std::string& mood, const std::optional<std::string>& 
 /// The instant of an ISO 8601 text, now for an empty one; `what` names it in the error.
 platform::Date instantOf(const std::string& text, const std::string& what);
 
-/// The whole shared suite, empty if nobody has written one. A `CommandError` says that it can't be
+/// The whole shared suite, empty if there is none yet. A `CommandError` says that it can't be
 /// opened or read, or what is damaged in it.
 platform::Dictionary readSharedSuite();
 

@@ -20,9 +20,9 @@ inline constexpr std::string_view kBinaryPropertyListMagic = "bplist00";
 /// The deepest nesting that is read or written.
 inline constexpr int kMaxPropertyListDepth = 512;
 
-/// Takes bytes that nobody has checked. The work is bounded by the size of the input, also where
-/// its objects refer to each other in circles. UIDs, nulls, dates that are no instant and strings
-/// that are not valid Unicode are `UnsupportedObject`s. The error says what is wrong and in which
+/// Takes unchecked bytes. The work is bounded by the size of the input, also where its objects
+/// refer to each other in circles. UIDs, nulls, dates that are not valid instants and strings that
+/// are not valid Unicode are `UnsupportedObject`s. The error says what is wrong and in which
 /// object.
 std::expected<Value, std::string> readBinaryPropertyList(std::string_view bytes);
 

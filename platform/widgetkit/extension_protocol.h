@@ -170,7 +170,7 @@ struct ExtensionMessage {
 Value encode(const HostMessage& message);
 Value encode(const ExtensionMessage& message);
 
-/// Each takes a value that nobody has checked; the error says which member is at fault.
+/// Each takes an unchecked value; the error names the member at fault.
 std::expected<HostMessage, std::string> decodeHostMessage(const Value& value);
 std::expected<ExtensionMessage, std::string> decodeExtensionMessage(const Value& value);
 

@@ -125,7 +125,7 @@ TEST(AffirmationRequest, TellsWholeHoursAndTheLanguageAlone) {
       {"Pacific/Chatham", "de_AT", "UTC+12", "de", "2024-07-05T10:00Z"},
       {"Pacific/Marquesas", "zh-Hant-TW", "UTC-9", "zh"},
       {"America/St_Johns", "es", "UTC-3", "es"},
-      // Less than an hour behind is no negative zero.
+      // Less than an hour behind UTC prints zero with a plus sign.
       {"Africa/Monrovia", "", "UTC+0", "es", "1971-03-05T10:00Z"},
   };
   for (const Case& row : kCases) {
