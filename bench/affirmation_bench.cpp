@@ -3,10 +3,10 @@
 #include <filesystem>
 
 #include "bench/demo_phone.h"
-#include "host/extension_process.h"
+#include "host/phone/extension_process.h"
 #include "network/network_manager.h"
-#include "platform/foundation/require.h"
-#include "platform/foundation/user_defaults.h"
+#include "platform/foundation/defaults/user_defaults.h"
+#include "platform/support/require.h"
 #include "store/shared_store.h"
 
 // What the affirmation costs the extension: a request from the call to the host's answer, and a

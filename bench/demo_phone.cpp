@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "platform/foundation/require.h"
-#include "platform/foundation/user_defaults.h"
+#include "platform/foundation/defaults/user_defaults.h"
+#include "platform/support/require.h"
 #include "store/shared_store.h"
 
 namespace bench {

@@ -2,9 +2,9 @@
 
 #include "bench/demo_phone.h"
 #include "extension/glancery_bundle.h"
-#include "host/extension_process.h"
-#include "platform/foundation/bundle.h"
-#include "platform/foundation/cbor.h"
+#include "host/phone/extension_process.h"
+#include "platform/foundation/bundle/bundle.h"
+#include "platform/foundation/data/cbor.h"
 #include "platform/widgetkit/extension_service.h"
 #include "platform/widgetkit/widget_bundle.h"
 

@@ -1,7 +1,7 @@
 #include <benchmark/benchmark.h>
 
 #include "bench/streak_picture.h"
-#include "host/extension_process.h"
+#include "host/phone/extension_process.h"
 
 namespace bench {
 

@@ -10,8 +10,8 @@
 #include "bench/demo_phone.h"
 #include "bench/program_run.h"
 #include "bench/spread.h"
-#include "host/dirty_memory.h"
-#include "host/extension_process.h"
+#include "host/phone/dirty_memory.h"
+#include "host/phone/extension_process.h"
 #include "store/shared_store.h"
 
 // Whole processes, one after the other in every round, so that whatever else the machine does meets

@@ -3,8 +3,8 @@
 #include <memory>
 
 #include "bench/demo_phone.h"
-#include "host/screens.h"
-#include "platform/render/render_module.h"
+#include "host/phone/screens.h"
+#include "platform/render/output/render_module.h"
 
 namespace bench {
 

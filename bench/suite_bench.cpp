@@ -1,8 +1,8 @@
 #include <benchmark/benchmark.h>
 
 #include "bench/demo_phone.h"
-#include "platform/foundation/json_serialization.h"
-#include "platform/foundation/user_defaults.h"
+#include "platform/foundation/data/json_serialization.h"
+#include "platform/foundation/defaults/user_defaults.h"
 #include "store/shared_store.h"
 
 namespace bench {

@@ -6,7 +6,7 @@
 #include "bench/program_run.h"
 #include "bench/spread.h"
 #include "host/home/home_phone.h"
-#include "host/host_app.h"
+#include "host/phone/host_app.h"
 
 // A year of a phone in one go: the clock goes from one moment at which something is due to the
 // next, the extension answers every request, every picture is drawn. Every evening the user records

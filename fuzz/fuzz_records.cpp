@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "fuzz/shared_records.h"
-#include "platform/foundation/json_serialization.h"
+#include "platform/foundation/data/json_serialization.h"
 
 using namespace platform;
 

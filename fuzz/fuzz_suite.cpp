@@ -1,8 +1,8 @@
 #include <fstream>
 
 #include "fuzz/shared_records.h"
-#include "platform/foundation/property_list.h"
-#include "platform/foundation/suite_file.h"
+#include "platform/foundation/data/property_list.h"
+#include "platform/foundation/defaults/suite_file.h"
 
 using namespace platform;
 

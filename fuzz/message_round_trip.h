@@ -1,7 +1,7 @@
 #pragma once
 
 #include "fuzz/fuzz.h"
-#include "platform/foundation/cbor.h"
+#include "platform/foundation/data/cbor.h"
 #include "platform/widgetkit/extension_protocol.h"
 
 namespace fuzz {

@@ -6,9 +6,9 @@
 #include <string>
 
 #include "fuzz/fuzz.h"
-#include "platform/foundation/device.h"
-#include "platform/foundation/require.h"
-#include "platform/foundation/user_defaults.h"
+#include "platform/foundation/defaults/user_defaults.h"
+#include "platform/foundation/time/device.h"
+#include "platform/support/require.h"
 #include "store/shared_store.h"
 #include "widgets/affirmation/affirmation_provider.h"
 #include "widgets/moodlog/binnacle_provider.h"

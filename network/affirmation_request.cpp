@@ -1,9 +1,9 @@
 #include "network/affirmation_request.h"
 
-#include "platform/foundation/date.h"
-#include "platform/foundation/json_serialization.h"
-#include "platform/foundation/locale.h"
-#include "platform/foundation/time_zone.h"
+#include "platform/foundation/data/json_serialization.h"
+#include "platform/foundation/locale/locale.h"
+#include "platform/foundation/time/date.h"
+#include "platform/foundation/time/time_zone.h"
 
 namespace glancery {
 

@@ -3,10 +3,10 @@
 #include <expected>
 #include <string>
 
-#include "platform/foundation/error.h"
-#include "platform/foundation/url.h"
-#include "platform/foundation/url_request.h"
-#include "platform/foundation/value.h"
+#include "platform/foundation/data/error.h"
+#include "platform/foundation/data/value.h"
+#include "platform/foundation/network/url.h"
+#include "platform/foundation/network/url_request.h"
 
 namespace glancery {
 

@@ -3,10 +3,10 @@
 #include <cstdio>
 
 #include "network/affirmation_request.h"
-#include "platform/foundation/bundle.h"
-#include "platform/foundation/log.h"
-#include "platform/foundation/require.h"
-#include "platform/foundation/user_defaults.h"
+#include "platform/foundation/bundle/bundle.h"
+#include "platform/foundation/defaults/user_defaults.h"
+#include "platform/foundation/process/log.h"
+#include "platform/support/require.h"
 #include "store/shared_store.h"
 #include "store/shared_user.h"
 

@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/foundation/url_request.h"
-#include "platform/foundation/url_session.h"
+#include "platform/foundation/network/url_request.h"
+#include "platform/foundation/network/url_session.h"
 
 namespace glancery {
 

@@ -1,6 +1,6 @@
 #include "store/shared_user.h"
 
-#include "platform/foundation/user_defaults.h"
+#include "platform/foundation/defaults/user_defaults.h"
 #include "store/shared_store.h"
 
 namespace glancery {

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "platform/foundation/date.h"
-#include "platform/foundation/require.h"
+#include "platform/foundation/time/date.h"
+#include "platform/support/require.h"
 
 /// The instant that a test writes as "2025-03-05T18:30:00Z".
 inline platform::Date instant(std::string_view iso8601) {

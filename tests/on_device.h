@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/foundation/device.h"
+#include "platform/foundation/time/device.h"
 
 /// Runs a test on a device of its own; the one before is back when it ends.
 class OnDevice {

@@ -13,9 +13,9 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/foundation/device.h"
-#include "platform/foundation/require.h"
-#include "platform/foundation/user_defaults.h"
+#include "platform/foundation/defaults/user_defaults.h"
+#include "platform/foundation/time/device.h"
+#include "platform/support/require.h"
 #include "tests/instant.h"
 
 // The world that a test runs in: a folder of its own, a clock that stands, a log that is read back.

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/foundation/character_set.h"
-#include "platform/foundation/scanner.h"
+#include "platform/foundation/text/character_set.h"
+#include "platform/foundation/text/scanner.h"
 
 namespace glancery {
 

@@ -1,6 +1,6 @@
 #include "ui/widget_background.h"
 
-#include "platform/foundation/device.h"
+#include "platform/foundation/time/device.h"
 
 namespace glancery {
 

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <thread>
 
-#include "platform/foundation/require.h"
+#include "platform/support/require.h"
 
 namespace bench {
 

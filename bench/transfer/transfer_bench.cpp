@@ -13,9 +13,9 @@
 
 #include "bench/spread.h"
 #include "bench/transfer/loopback_server.h"
-#include "host/file_descriptor.h"
 #include "host/transfer/transfer_service.h"
-#include "platform/foundation/require.h"
+#include "platform/support/file_descriptor.h"
+#include "platform/support/require.h"
 #include "platform/support/sqlite_database.h"
 
 // A thousand downloads of 200 bytes into files of their own, beside libcurl with as many writes
@@ -127,7 +127,7 @@ class Bare {
 };
 
 void bareSynced(const Work& work) {
-  const host::FileDescriptor records(
+  const platform::FileDescriptor records(
       ::open((work.folder / "records").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600));
   Bare bare(work);
   for (int number = 0; number < kDownloads; ++number) {

@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "host/api/affirmations.h"
-#include "platform/foundation/json_serialization.h"
-#include "platform/foundation/require.h"
+#include "platform/foundation/data/json_serialization.h"
+#include "platform/support/require.h"
 
 namespace host {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "host/http/http_request.h"
-#include "platform/foundation/date.h"
+#include "platform/foundation/time/date.h"
 
 namespace host {
 

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "host/fingerprint.h"
+#include "platform/support/fingerprint.h"
 
 namespace host {
 
@@ -83,7 +83,7 @@ constexpr Sentences kSentences[] = {
 constexpr std::array kColors = {"blush", "gold", "sky"};
 
 std::uint64_t hashOf(std::string_view text) {
-  const std::uint64_t hash = checksum(text);
+  const std::uint64_t hash = platform::checksum(text);
   return hash ^ (hash >> 32);
 }
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "host/api/affirmation_api.h"
-#include "platform/foundation/utf8.h"
+#include "platform/support/utf8.h"
 
 namespace host {
 

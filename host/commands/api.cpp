@@ -6,8 +6,8 @@
 
 #include "host/api/affirmation_api.h"
 #include "host/api/api_server.h"
-#include "host/command_error.h"
 #include "host/commands/commands.h"
+#include "host/phone/command_error.h"
 
 namespace host {
 

@@ -4,11 +4,11 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host/command_error.h"
 #include "host/commands/commands.h"
-#include "host/device_options.h"
-#include "host/host_app.h"
-#include "host/widget_host.h"
+#include "host/phone/command_error.h"
+#include "host/phone/device_options.h"
+#include "host/phone/host_app.h"
+#include "host/phone/widget_host.h"
 
 namespace host {
 

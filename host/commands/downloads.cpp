@@ -3,14 +3,14 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host/command_error.h"
 #include "host/commands/commands.h"
-#include "host/device_options.h"
-#include "host/json_output.h"
+#include "host/commands/json_output.h"
+#include "host/phone/command_error.h"
+#include "host/phone/device_options.h"
 #include "host/transfer/transfer_service.h"
 #include "host/transfer/transfer_store.h"
-#include "platform/foundation/user_defaults.h"
-#include "platform/foundation/utf8.h"
+#include "platform/foundation/defaults/user_defaults.h"
+#include "platform/support/utf8.h"
 
 namespace host {
 

@@ -4,8 +4,8 @@
 #include <CLI/CLI.hpp>
 
 #include "host/commands/commands.h"
-#include "host/json_output.h"
-#include "host/widget_host.h"
+#include "host/commands/json_output.h"
+#include "host/phone/widget_host.h"
 
 namespace host {
 

@@ -8,13 +8,13 @@
 #include <CLI/CLI.hpp>
 
 #include "host/api/api_server.h"
-#include "host/command_error.h"
 #include "host/commands/commands.h"
-#include "host/device_options.h"
-#include "host/folder_lock.h"
 #include "host/home/home_loop.h"
 #include "host/home/home_page.h"
-#include "platform/foundation/bundle.h"
+#include "host/phone/command_error.h"
+#include "host/phone/device_options.h"
+#include "platform/foundation/bundle/bundle.h"
+#include "platform/support/folder_lock.h"
 
 namespace host {
 
@@ -90,11 +90,11 @@ std::unique_ptr<HttpServer> listen(std::optional<std::uint16_t> port,
 }
 
 /// Two home screens of one container would overwrite what the other keeps of its widgets.
-FileDescriptor hold(const HostSettings& settings) {
+platform::FileDescriptor hold(const HostSettings& settings) {
   const auto folder = timelineFolder(settings.container);
   std::error_code error;
   std::filesystem::create_directories(folder, error);
-  auto lock = lockFolder(folder, WhenHeld::giveUp);
+  auto lock = platform::lockFolder(folder, platform::WhenHeld::giveUp);
   if (!lock) {
     const bool held = lock.error() == std::errc::operation_would_block;
     throw CommandError(folder.string() +
@@ -107,7 +107,7 @@ FileDescriptor hold(const HostSettings& settings) {
 
 void home(const HomeOptions& options) {
   const HostSettings settings = settle(options.device);
-  const FileDescriptor held = hold(settings);
+  const platform::FileDescriptor held = hold(settings);
   std::unique_ptr<HomePage> page;
   auto server =
       listen(options.port, [&page](const HttpRequest& request, const HttpServer::Reply& reply) {

@@ -5,11 +5,11 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host/command_error.h"
 #include "host/commands/commands.h"
+#include "host/commands/json_output.h"
 #include "host/commands/provider_request.h"
-#include "host/json_output.h"
-#include "host/widget_host.h"
+#include "host/phone/command_error.h"
+#include "host/phone/widget_host.h"
 
 namespace host {
 

@@ -5,12 +5,12 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host/command_error.h"
 #include "host/commands/commands.h"
 #include "host/commands/provider_request.h"
-#include "host/screens.h"
-#include "host/widget_host.h"
-#include "platform/foundation/files.h"
+#include "host/phone/command_error.h"
+#include "host/phone/screens.h"
+#include "host/phone/widget_host.h"
+#include "platform/support/files.h"
 
 namespace host {
 

@@ -12,15 +12,15 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host/command_error.h"
 #include "host/commands/commands.h"
+#include "host/phone/command_error.h"
 #include "host/sheet/accepted_findings.h"
 #include "host/sheet/goldens.h"
 #include "host/sheet/output_folder.h"
 #include "host/sheet/progress.h"
 #include "host/sheet/sheet_output.h"
 #include "host/sheet/stage.h"
-#include "platform/foundation/files.h"
+#include "platform/support/files.h"
 
 namespace host {
 

@@ -4,12 +4,12 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host/command_error.h"
 #include "host/commands/commands.h"
-#include "host/device_options.h"
-#include "host/host_app.h"
-#include "host/json_output.h"
-#include "platform/foundation/base64.h"
+#include "host/commands/json_output.h"
+#include "host/phone/command_error.h"
+#include "host/phone/device_options.h"
+#include "host/phone/host_app.h"
+#include "platform/foundation/text/base64.h"
 
 namespace host {
 

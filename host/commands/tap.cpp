@@ -5,9 +5,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host/command_error.h"
 #include "host/commands/commands.h"
-#include "host/widget_host.h"
+#include "host/phone/command_error.h"
+#include "host/phone/widget_host.h"
 
 namespace host {
 

@@ -6,9 +6,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/command_error.h"
-#include "host/host_app.h"
-#include "platform/foundation/json_serialization.h"
+#include "host/phone/command_error.h"
+#include "host/phone/host_app.h"
+#include "platform/foundation/data/json_serialization.h"
 
 namespace host {
 

@@ -15,12 +15,12 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 
-#include "host/command_error.h"
 #include "host/home/home_actions.h"
 #include "host/home/home_state.h"
-#include "host/host_app.h"
-#include "platform/foundation/suite_file.h"
-#include "platform/foundation/user_defaults.h"
+#include "host/phone/command_error.h"
+#include "host/phone/host_app.h"
+#include "platform/foundation/defaults/suite_file.h"
+#include "platform/foundation/defaults/user_defaults.h"
 
 namespace host {
 

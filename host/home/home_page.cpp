@@ -6,10 +6,10 @@
 #include <array>
 #include <utility>
 
-#include "host/command_error.h"
 #include "host/home/home_state.h"
 #include "host/home/page_files.h"
-#include "platform/foundation/files.h"
+#include "host/phone/command_error.h"
+#include "platform/support/files.h"
 
 namespace host {
 

@@ -11,7 +11,7 @@
 
 #include "host/home/home_phone.h"
 #include "host/http/http_server.h"
-#include "platform/foundation/device.h"
+#include "platform/foundation/time/device.h"
 
 namespace host {
 

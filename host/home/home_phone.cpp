@@ -6,11 +6,11 @@
 #include <limits>
 #include <utility>
 
-#include "host/command_error.h"
-#include "host/fingerprint.h"
-#include "host/host_app.h"
-#include "host/screens.h"
-#include "platform/foundation/cbor.h"
+#include "host/phone/command_error.h"
+#include "host/phone/host_app.h"
+#include "host/phone/screens.h"
+#include "platform/foundation/data/cbor.h"
+#include "platform/support/fingerprint.h"
 
 namespace host {
 
@@ -202,7 +202,7 @@ void HomePhone::draw(TimelineScheduler::Id id) {
     }
     widget.entry = entry;
     widget.list = std::move(list);
-    widget.version = fingerprint(*png);
+    widget.version = platform::fingerprint(*png);
     widget.png = *std::move(png);
     if (widget.failures == 0) {
       widget.problem.reset();
@@ -364,7 +364,7 @@ std::string HomePhone::hostAppText(const std::string& kind) const {
     }
   }
   const auto bytes = encodeCBOR(values);
-  return bytes ? fingerprint(*bytes) : bytes.error();
+  return bytes ? platform::fingerprint(*bytes) : bytes.error();
 }
 
 void HomePhone::note(std::string text) {

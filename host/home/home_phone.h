@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "host/device_options.h"
 #include "host/home/placed_widget.h"
+#include "host/phone/device_options.h"
+#include "host/phone/widget_host.h"
 #include "host/schedule/timeline_scheduler.h"
-#include "host/widget_host.h"
-#include "platform/foundation/calendar.h"
-#include "platform/foundation/value.h"
+#include "platform/foundation/data/value.h"
+#include "platform/foundation/time/calendar.h"
 
 namespace host {
 

@@ -1,5 +1,5 @@
-#include "host/command_error.h"
 #include "host/home/home_phone.h"
+#include "host/phone/command_error.h"
 
 // The device of the home screen's phone: its settings and its clock.
 

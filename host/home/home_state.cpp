@@ -6,10 +6,10 @@
 #include <nlohmann/json.hpp>
 
 #include "host/home/tap_areas.h"
-#include "host/host_app.h"
-#include "host/screens.h"
-#include "platform/foundation/json_serialization.h"
-#include "platform/foundation/time_zone.h"
+#include "host/phone/host_app.h"
+#include "host/phone/screens.h"
+#include "platform/foundation/data/json_serialization.h"
+#include "platform/foundation/time/time_zone.h"
 
 namespace host {
 

@@ -4,10 +4,10 @@
 #include <optional>
 #include <string>
 
+#include "host/phone/widget_host.h"
 #include "host/schedule/timeline_file.h"
 #include "host/schedule/timeline_scheduler.h"
-#include "host/widget_host.h"
-#include "platform/render/display_list.h"
+#include "platform/render/layout/display_list.h"
 
 namespace host {
 

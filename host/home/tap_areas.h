@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/foundation/bundle.h"
-#include "platform/render/display_list.h"
+#include "platform/foundation/bundle/bundle.h"
+#include "platform/render/layout/display_list.h"
 
 namespace host {
 

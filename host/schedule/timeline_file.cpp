@@ -5,9 +5,9 @@
 #include <cmath>
 #include <utility>
 
-#include "platform/foundation/cbor.h"
-#include "platform/foundation/files.h"
-#include "platform/foundation/value.h"
+#include "platform/foundation/data/cbor.h"
+#include "platform/foundation/data/value.h"
+#include "platform/support/files.h"
 
 namespace host {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "host/schedule/reload_request.h"
-#include "platform/foundation/date.h"
+#include "platform/foundation/time/date.h"
 
 namespace host {
 

@@ -5,8 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/command_error.h"
-#include "platform/foundation/files.h"
+#include "host/phone/command_error.h"
+#include "platform/support/files.h"
 
 namespace host {
 

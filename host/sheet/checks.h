@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/render/bitmap.h"
-#include "platform/render/display_list.h"
+#include "platform/render/layout/display_list.h"
+#include "platform/render/pixels/bitmap.h"
 #include "platform/swiftui/color.h"
 
 // What is worth a look in a widget, though it is no fault by itself: found in the display list and

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "host/command_error.h"
-#include "platform/render/render_module.h"
+#include "host/phone/command_error.h"
+#include "platform/render/output/render_module.h"
 
 namespace host {
 

@@ -13,8 +13,8 @@
 
 #include "host/sheet/checks.h"
 #include "host/sheet/print_shelf.h"
-#include "platform/render/picture_options.h"
-#include "platform/render/renderer.h"
+#include "platform/render/images/picture_options.h"
+#include "platform/render/output/renderer.h"
 
 namespace host {
 

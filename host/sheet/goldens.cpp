@@ -4,8 +4,8 @@
 #include <iterator>
 #include <system_error>
 
-#include "host/command_error.h"
-#include "platform/foundation/files.h"
+#include "host/phone/command_error.h"
+#include "platform/support/files.h"
 
 namespace host {
 

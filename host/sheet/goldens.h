@@ -10,7 +10,7 @@
 
 #include "host/sheet/darkroom.h"
 #include "host/sheet/picture_difference.h"
-#include "platform/render/renderer.h"
+#include "platform/render/output/renderer.h"
 
 namespace host {
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <system_error>
 
-#include "host/command_error.h"
-#include "host/folder_lock.h"
-#include "platform/foundation/files.h"
+#include "host/phone/command_error.h"
+#include "platform/support/files.h"
+#include "platform/support/folder_lock.h"
 
 namespace host {
 
@@ -76,7 +76,7 @@ OutputFolder::OutputFolder(fs::path folder, const Layout& layout)
     throw CommandError(folder_.string() +
                        " can't be made: " + (error ? error.message() : "it is not a folder"));
   }
-  auto lock = lockFolder(folder_, WhenHeld::giveUp);
+  auto lock = platform::lockFolder(folder_, platform::WhenHeld::giveUp);
   if (!lock) {
     const bool held = lock.error() == std::errc::operation_would_block;
     throw CommandError(folder_.string() + " can't be written: " +

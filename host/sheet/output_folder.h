@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/file_descriptor.h"
+#include "platform/support/file_descriptor.h"
 
 namespace host {
 
@@ -41,7 +41,7 @@ class OutputFolder {
   std::filesystem::path folder_;
   std::filesystem::path aside_;
   Layout layout_;
-  FileDescriptor lock_;
+  platform::FileDescriptor lock_;
 };
 
 }  // namespace host

@@ -1,6 +1,6 @@
 #include "host/sheet/page.h"
 
-#include "platform/foundation/require.h"
+#include "platform/support/require.h"
 
 namespace host {
 

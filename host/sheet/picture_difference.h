@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "platform/render/bitmap.h"
+#include "platform/render/pixels/bitmap.h"
 
 namespace host {
 

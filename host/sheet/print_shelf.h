@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "host/sheet/checks.h"
-#include "platform/render/display_list.h"
+#include "platform/render/layout/display_list.h"
 #include "platform/swiftui/color_scheme.h"
 
 namespace host {

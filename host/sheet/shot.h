@@ -6,10 +6,10 @@
 #include <string_view>
 #include <vector>
 
-#include "host/screens.h"
-#include "platform/foundation/date.h"
-#include "platform/foundation/device.h"
-#include "platform/foundation/value.h"
+#include "host/phone/screens.h"
+#include "platform/foundation/data/value.h"
+#include "platform/foundation/time/date.h"
+#include "platform/foundation/time/device.h"
 #include "platform/swiftui/color_scheme.h"
 #include "platform/widgetkit/extension_protocol.h"
 

@@ -3,9 +3,9 @@
 #include <cstdlib>
 #include <utility>
 
-#include "host/command_error.h"
-#include "host/host_app.h"
-#include "platform/foundation/require.h"
+#include "host/phone/command_error.h"
+#include "host/phone/host_app.h"
+#include "platform/support/require.h"
 
 namespace host {
 

@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
+#include "host/phone/widget_host.h"
 #include "host/sheet/shot.h"
-#include "host/widget_host.h"
 
 namespace host {
 

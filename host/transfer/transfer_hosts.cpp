@@ -21,12 +21,12 @@ struct flock byteLock(std::int64_t at) {
   return {.l_type = F_WRLCK, .l_whence = SEEK_SET, .l_start = at, .l_len = 1, .l_pid = 0};
 }
 
-FileDescriptor openFile(const std::filesystem::path& file, int flags) {
-  return FileDescriptor(::open(file.c_str(), flags | O_CLOEXEC, 0600));
+platform::FileDescriptor openFile(const std::filesystem::path& file, int flags) {
+  return platform::FileDescriptor(::open(file.c_str(), flags | O_CLOEXEC, 0600));
 }
 
-FileDescriptor locked(const std::filesystem::path& file, std::int64_t at) {
-  FileDescriptor opened = openFile(file, O_RDWR | O_CREAT);
+platform::FileDescriptor locked(const std::filesystem::path& file, std::int64_t at) {
+  platform::FileDescriptor opened = openFile(file, O_RDWR | O_CREAT);
   struct flock lock = byteLock(at);
   if (!opened || ::fcntl(opened.get(), F_OFD_SETLKW, &lock) != 0) {
     throw std::system_error(errno, std::generic_category(), "can't lock " + file.string());
@@ -55,12 +55,12 @@ bool TransferHosts::isAlive(std::int64_t id) const {
   if (held_ && id == id_) {
     return true;
   }
-  const FileDescriptor file = openFile(file_, O_RDONLY);
+  const platform::FileDescriptor file = openFile(file_, O_RDONLY);
   struct flock lock = byteLock(id);
   return file && ::fcntl(file.get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
-FileDescriptor TransferHosts::lockDatabase() const {
+platform::FileDescriptor TransferHosts::lockDatabase() const {
   return locked(file_, kDatabaseByte);
 }
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 
-#include "host/file_descriptor.h"
+#include "platform/support/file_descriptor.h"
 
 namespace host {
 
@@ -20,7 +20,7 @@ class TransferHosts {
   std::int64_t id() const { return id_; }
   bool isAlive(std::int64_t id) const;
   /// Keeps other hosts from creating or replacing the database for as long as the result lives.
-  FileDescriptor lockDatabase() const;
+  platform::FileDescriptor lockDatabase() const;
 
   /// Makes `descriptor` readable when a process that used the database ends, and when the file is
   /// removed.
@@ -34,8 +34,8 @@ class TransferHosts {
 
   std::filesystem::path file_;
   std::int64_t id_;
-  FileDescriptor held_;
-  FileDescriptor watcher_;
+  platform::FileDescriptor held_;
+  platform::FileDescriptor watcher_;
 };
 
 }  // namespace host

@@ -14,8 +14,8 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/foundation/module_library.h"
-#include "platform/foundation/url_error.h"
+#include "platform/foundation/network/url_error.h"
+#include "platform/support/module_library.h"
 
 namespace host {
 
@@ -55,7 +55,7 @@ platform::NSError cannotWrite(const std::string& why) {
   return error;
 }
 
-void watch(const FileDescriptor& epoll, int descriptor) {
+void watch(const platform::FileDescriptor& epoll, int descriptor) {
   epoll_event event = {.events = EPOLLIN, .data = {}};
   ::epoll_ctl(epoll.get(), EPOLL_CTL_ADD, descriptor, &event);
 }
@@ -187,7 +187,8 @@ void TransferService::advance(double now) {
 /// Sends nothing unless the answer can be stored.
 void TransferService::start(TransferTask& task, double now) {
   const std::filesystem::path file = store_.bodyOf(task.id);
-  FileDescriptor body(::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+  platform::FileDescriptor body(
+      ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
   int error = body ? 0 : errno;
   std::error_code ignored;
   if (body && std::filesystem::space(file, ignored).available < kLeastFreeBytes) {

@@ -107,15 +107,15 @@ class TransferService {
   std::set<std::int64_t> undeliverable_;
   /// When to refresh without being notified; infinity for never.
   double refreshAt_ = std::numeric_limits<double>::infinity();
-  FileDescriptor epoll_;
-  FileDescriptor timer_;
+  platform::FileDescriptor epoll_;
+  platform::FileDescriptor timer_;
   std::vector<std::string> reports_;
   std::string lastReport_;
 
   // Attempts run on threads of their own, which announce their ends at `arrived_`.
   std::mutex mutex_;
   std::map<std::int64_t, AttemptEnd> arrivals_;
-  FileDescriptor arrived_;
+  platform::FileDescriptor arrived_;
   std::map<std::int64_t, std::jthread> running_;
 };
 

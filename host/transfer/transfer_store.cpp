@@ -10,7 +10,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "platform/foundation/url_error.h"
+#include "platform/foundation/network/url_error.h"
 
 namespace host {
 
@@ -264,7 +264,7 @@ TransferStore::Rows TransferStore::run(Survives commit, const char* sql, Values 
     return database_->run(sql, parameters);
   } catch (const platform::SqliteError& failure) {
     if (failure.damaged) {
-      const FileDescriptor lock = hosts_.lockDatabase();
+      const platform::FileDescriptor lock = hosts_.lockDatabase();
       setAside(failure.what());
     }
     throw;
@@ -283,7 +283,7 @@ bool TransferStore::open(bool create) {
   }
   makeFolders();
   hosts_.join();
-  const FileDescriptor lock = hosts_.lockDatabase();
+  const platform::FileDescriptor lock = hosts_.lockDatabase();
   // Requests hold keys: nobody else may read the files that SQLite creates with the same mode.
   ::mknod((folder_ / kDatabase).c_str(), S_IFREG | 0600, 0);
   try {
@@ -307,7 +307,7 @@ void TransferStore::makeFolders() {
       }
       continue;
     }
-    const FileDescriptor parent(
+    const platform::FileDescriptor parent(
         ::open(folder.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!parent || ::fsync(parent.get()) != 0) {
       throw std::system_error(

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <string_view>
 
-#include "platform/foundation/utf8.h"
+#include "platform/support/utf8.h"
 
 namespace host {
 

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/foundation/error.h"
+#include "platform/foundation/data/error.h"
 
 namespace host {
 

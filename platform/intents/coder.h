@@ -5,8 +5,8 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/foundation/error.h"
-#include "platform/foundation/value.h"
+#include "platform/foundation/data/error.h"
+#include "platform/foundation/data/value.h"
 
 namespace platform {
 

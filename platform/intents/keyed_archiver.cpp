@@ -1,7 +1,7 @@
 #include "platform/intents/keyed_archiver.h"
 
-#include "platform/foundation/property_list.h"
-#include "platform/foundation/utf8.h"
+#include "platform/foundation/data/property_list.h"
+#include "platform/support/utf8.h"
 
 namespace platform {
 

@@ -3,8 +3,8 @@
 #include <expected>
 #include <memory>
 
-#include "platform/foundation/error.h"
-#include "platform/foundation/value.h"
+#include "platform/foundation/data/error.h"
+#include "platform/foundation/data/value.h"
 #include "platform/intents/coder.h"
 
 namespace platform {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/foundation/value.h"
+#include "platform/foundation/data/value.h"
 
 namespace platform {
 

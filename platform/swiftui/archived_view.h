@@ -7,7 +7,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/foundation/value.h"
+#include "platform/foundation/data/value.h"
 #include "platform/swiftui/color.h"
 #include "platform/swiftui/font.h"
 #include "platform/swiftui/geometry.h"

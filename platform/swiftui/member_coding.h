@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/foundation/value.h"
+#include "platform/foundation/data/value.h"
 #include "platform/swiftui/color.h"
 #include "platform/swiftui/font.h"
 

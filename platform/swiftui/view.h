@@ -8,7 +8,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/foundation/url.h"
+#include "platform/foundation/network/url.h"
 #include "platform/swiftui/archived_view.h"
 #include "platform/swiftui/color.h"
 #include "platform/swiftui/geometry.h"

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/foundation/require.h"
+#include "platform/support/require.h"
 
 namespace platform {
 

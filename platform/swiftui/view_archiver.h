@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/foundation/bundle.h"
+#include "platform/foundation/bundle/bundle.h"
 #include "platform/swiftui/archived_view.h"
 #include "platform/swiftui/environment.h"
 #include "platform/swiftui/geometry.h"

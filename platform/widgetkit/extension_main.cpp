@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "platform/dispatch/dispatch_queue.h"
-#include "platform/foundation/require.h"
+#include "platform/support/require.h"
 #include "platform/widgetkit/extension_service.h"
 #include "platform/widgetkit/message_channel.h"
 #include "platform/widgetkit/widget_center.h"

@@ -6,10 +6,10 @@
 #include <variant>
 #include <vector>
 
-#include "platform/foundation/device.h"
-#include "platform/foundation/url_request.h"
-#include "platform/foundation/url_session.h"
-#include "platform/foundation/value.h"
+#include "platform/foundation/data/value.h"
+#include "platform/foundation/network/url_request.h"
+#include "platform/foundation/network/url_session.h"
+#include "platform/foundation/time/device.h"
 #include "platform/swiftui/archived_view.h"
 #include "platform/widgetkit/timeline.h"
 

@@ -5,10 +5,10 @@
 #include <ranges>
 
 #include "platform/dispatch/dispatch_queue.h"
-#include "platform/foundation/bundle.h"
-#include "platform/foundation/locale.h"
-#include "platform/foundation/notification_center.h"
-#include "platform/foundation/user_defaults.h"
+#include "platform/foundation/bundle/bundle.h"
+#include "platform/foundation/defaults/user_defaults.h"
+#include "platform/foundation/locale/locale.h"
+#include "platform/foundation/process/notification_center.h"
 #include "platform/swiftui/view_archiver.h"
 
 namespace platform {

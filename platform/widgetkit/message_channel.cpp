@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "platform/foundation/cbor.h"
+#include "platform/foundation/data/cbor.h"
 
 namespace platform {
 

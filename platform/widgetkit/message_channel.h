@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/foundation/value.h"
+#include "platform/foundation/data/value.h"
 
 namespace platform {
 

@@ -9,7 +9,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/foundation/value.h"
+#include "platform/foundation/data/value.h"
 
 // How any message becomes a value and is read from one that nobody has checked.
 

@@ -9,8 +9,8 @@
 #include <variant>
 #include <vector>
 
-#include "platform/foundation/date.h"
-#include "platform/foundation/value.h"
+#include "platform/foundation/data/value.h"
+#include "platform/foundation/time/date.h"
 #include "platform/intents/intent.h"
 #include "platform/swiftui/geometry.h"
 #include "platform/widgetkit/widget_family.h"

@@ -1,6 +1,6 @@
 #include "platform/widgetkit/widget_center.h"
 
-#include "platform/foundation/require.h"
+#include "platform/support/require.h"
 
 namespace platform {
 

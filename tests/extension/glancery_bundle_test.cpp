@@ -7,8 +7,8 @@
 
 #include <array>
 
-#include "platform/foundation/bundle.h"
-#include "platform/foundation/string_catalog.h"
+#include "platform/foundation/bundle/bundle.h"
+#include "platform/foundation/bundle/string_catalog.h"
 #include "platform/widgetkit/extension_protocol.h"
 #include "platform/widgetkit/widget_bundle.h"
 

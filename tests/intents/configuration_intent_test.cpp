@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/foundation/property_list.h"
+#include "platform/foundation/data/property_list.h"
 #include "platform/intents/keyed_archiver.h"
 
 namespace glancery {

@@ -5,9 +5,9 @@
 
 #include "network/network_manager.h"
 #include "platform/dispatch/dispatch_queue.h"
-#include "platform/foundation/bundle.h"
-#include "platform/foundation/url_session.h"
-#include "platform/foundation/user_defaults.h"
+#include "platform/foundation/bundle/bundle.h"
+#include "platform/foundation/defaults/user_defaults.h"
+#include "platform/foundation/network/url_session.h"
 #include "platform/widgetkit/widget_center.h"
 #include "tests/world.h"
 

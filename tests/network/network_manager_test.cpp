@@ -12,7 +12,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "platform/foundation/json_serialization.h"
+#include "platform/foundation/data/json_serialization.h"
 #include "store/shared_store.h"
 #include "tests/network/client_world.h"
 

@@ -8,7 +8,7 @@
 #include "host/sheet/phones.h"
 #include "host/sheet/stage.h"
 #include "host/sheet/states/states.h"
-#include "platform/render/renderer.h"
+#include "platform/render/output/renderer.h"
 #include "store/shared_store.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/foundation/bundle.h"
+#include "platform/foundation/bundle/bundle.h"
 #include "platform/swiftui/stacks.h"
 #include "platform/swiftui/view_archiver.h"
 #include "tests/on_device.h"

@@ -5,10 +5,10 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/foundation/bundle.h"
-#include "platform/render/layout.h"
+#include "platform/foundation/bundle/bundle.h"
+#include "platform/render/layout/layout.h"
 #include "platform/swiftui/view_archiver.h"
-#include "tests/platform/render/layout_fixture.h"
+#include "tests/platform/render/layout/layout_fixture.h"
 #include "tests/world.h"
 
 // Views laid out as a host does, with the tests' own typeface.

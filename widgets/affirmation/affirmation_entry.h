@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/foundation/date.h"
+#include "platform/foundation/time/date.h"
 #include "platform/widgetkit/timeline.h"
 
 namespace glancery {

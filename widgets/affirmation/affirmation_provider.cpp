@@ -1,12 +1,12 @@
 #include "widgets/affirmation/affirmation_provider.h"
 
 #include "network/network_manager.h"
-#include "platform/foundation/bundle.h"
-#include "platform/foundation/calendar.h"
-#include "platform/foundation/json_serialization.h"
-#include "platform/foundation/log.h"
-#include "platform/foundation/require.h"
-#include "platform/foundation/user_defaults.h"
+#include "platform/foundation/bundle/bundle.h"
+#include "platform/foundation/data/json_serialization.h"
+#include "platform/foundation/defaults/user_defaults.h"
+#include "platform/foundation/process/log.h"
+#include "platform/foundation/time/calendar.h"
+#include "platform/support/require.h"
 #include "store/shared_user.h"
 
 namespace glancery {

@@ -3,10 +3,10 @@
 #include <functional>
 
 #include "network/network_manager.h"
-#include "platform/foundation/log.h"
-#include "platform/foundation/notification_center.h"
-#include "platform/foundation/require.h"
-#include "platform/foundation/url.h"
+#include "platform/foundation/network/url.h"
+#include "platform/foundation/process/log.h"
+#include "platform/foundation/process/notification_center.h"
+#include "platform/support/require.h"
 #include "platform/swiftui/view.h"
 #include "store/shared_store.h"
 #include "ui/widget_background.h"

@@ -4,7 +4,7 @@
 #include <array>
 #include <string_view>
 
-#include "platform/foundation/bundle.h"
+#include "platform/foundation/bundle/bundle.h"
 #include "platform/swiftui/stacks.h"
 #include "ui/hex_color.h"
 

@@ -1,7 +1,7 @@
 #include "widgets/checkin/checkin_date.h"
 
-#include "platform/foundation/date_formatter.h"
-#include "platform/foundation/locale.h"
+#include "platform/foundation/locale/date_formatter.h"
+#include "platform/foundation/locale/locale.h"
 
 namespace glancery {
 

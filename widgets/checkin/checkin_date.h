@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/foundation/date.h"
+#include "platform/foundation/time/date.h"
 
 namespace glancery {
 

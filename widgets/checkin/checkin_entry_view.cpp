@@ -3,8 +3,8 @@
 #include <functional>
 #include <string>
 
-#include "platform/foundation/require.h"
-#include "platform/foundation/url.h"
+#include "platform/foundation/network/url.h"
+#include "platform/support/require.h"
 #include "platform/swiftui/stacks.h"
 #include "ui/hex_color.h"
 #include "ui/widget_background.h"

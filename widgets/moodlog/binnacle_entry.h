@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "intents/configuration_intent.h"
-#include "platform/foundation/date.h"
+#include "platform/foundation/time/date.h"
 #include "platform/widgetkit/timeline.h"
 #include "widgets/moodlog/mood_day.h"
 

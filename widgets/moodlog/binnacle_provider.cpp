@@ -4,13 +4,13 @@
 #include <ranges>
 #include <string>
 
-#include "platform/foundation/calendar.h"
-#include "platform/foundation/date_formatter.h"
-#include "platform/foundation/debug_description.h"
-#include "platform/foundation/json_serialization.h"
-#include "platform/foundation/log.h"
-#include "platform/foundation/require.h"
-#include "platform/foundation/user_defaults.h"
+#include "platform/foundation/data/debug_description.h"
+#include "platform/foundation/data/json_serialization.h"
+#include "platform/foundation/defaults/user_defaults.h"
+#include "platform/foundation/locale/date_formatter.h"
+#include "platform/foundation/process/log.h"
+#include "platform/foundation/time/calendar.h"
+#include "platform/support/require.h"
 #include "store/shared_store.h"
 #include "store/shared_user.h"
 #include "widgets/moodlog/mood_week.h"

@@ -2,8 +2,8 @@
 
 #include <optional>
 
-#include "platform/foundation/require.h"
-#include "platform/foundation/url.h"
+#include "platform/foundation/network/url.h"
+#include "platform/support/require.h"
 #include "widgets/moodlog/binnacle_provider.h"
 #include "widgets/moodlog/binnacle_view.h"
 

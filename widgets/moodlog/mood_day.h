@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "platform/foundation/date.h"
-#include "platform/foundation/uuid.h"
+#include "platform/foundation/text/uuid.h"
+#include "platform/foundation/time/date.h"
 #include "widgets/moodlog/mood_type.h"
 
 namespace glancery {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "platform/foundation/raw_representable.h"
+#include "platform/foundation/data/raw_representable.h"
 #include "store/shared_store.h"
 
 namespace glancery {

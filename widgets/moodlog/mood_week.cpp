@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 
-#include "platform/foundation/bundle.h"
-#include "platform/foundation/character_set.h"
-#include "platform/foundation/locale.h"
+#include "platform/foundation/bundle/bundle.h"
+#include "platform/foundation/locale/locale.h"
+#include "platform/foundation/text/character_set.h"
 
 namespace glancery {
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/foundation/calendar.h"
-#include "platform/foundation/date.h"
-#include "platform/foundation/date_formatter.h"
+#include "platform/foundation/locale/date_formatter.h"
+#include "platform/foundation/time/calendar.h"
+#include "platform/foundation/time/date.h"
 #include "widgets/moodlog/mood_day.h"
 
 namespace glancery {

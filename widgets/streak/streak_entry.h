@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/foundation/date.h"
+#include "platform/foundation/time/date.h"
 #include "platform/widgetkit/timeline.h"
 
 namespace glancery {

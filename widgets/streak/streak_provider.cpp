@@ -1,10 +1,10 @@
 #include "widgets/streak/streak_provider.h"
 
-#include "platform/foundation/calendar.h"
-#include "platform/foundation/json_serialization.h"
-#include "platform/foundation/log.h"
-#include "platform/foundation/require.h"
-#include "platform/foundation/user_defaults.h"
+#include "platform/foundation/data/json_serialization.h"
+#include "platform/foundation/defaults/user_defaults.h"
+#include "platform/foundation/process/log.h"
+#include "platform/foundation/time/calendar.h"
+#include "platform/support/require.h"
 #include "widgets/streak/time_of_day.h"
 
 namespace glancery {

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/foundation/date.h"
+#include "platform/foundation/time/date.h"
 #include "platform/widgetkit/timeline.h"
 #include "widgets/streak/streak_entry.h"
 #include "widgets/streak/streak_state.h"

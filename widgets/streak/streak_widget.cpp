@@ -1,6 +1,6 @@
 #include "widgets/streak/streak_widget.h"
 
-#include "platform/foundation/device.h"
+#include "platform/foundation/time/device.h"
 #include "platform/swiftui/stacks.h"
 #include "store/shared_store.h"
 #include "widgets/streak/streak_provider.h"

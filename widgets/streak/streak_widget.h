@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "platform/foundation/require.h"
-#include "platform/foundation/url.h"
+#include "platform/foundation/network/url.h"
+#include "platform/support/require.h"
 #include "platform/widgetkit/widget_configuration.h"
 #include "store/shared_store.h"
 

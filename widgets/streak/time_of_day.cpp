@@ -4,8 +4,8 @@
 #include <array>
 #include <string_view>
 
-#include "platform/foundation/calendar.h"
-#include "platform/foundation/date.h"
+#include "platform/foundation/time/calendar.h"
+#include "platform/foundation/time/date.h"
 
 namespace glancery {
 

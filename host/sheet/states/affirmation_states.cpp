@@ -4,7 +4,7 @@
 
 #include "host/sheet/phones.h"
 #include "host/sheet/states/states.h"
-#include "platform/foundation/locale.h"
+#include "platform/foundation/locale/locale.h"
 #include "store/shared_store.h"
 
 namespace host {

@@ -2,9 +2,9 @@
 
 #include "host/sheet/phones.h"
 #include "host/sheet/states/states.h"
-#include "platform/foundation/calendar.h"
-#include "platform/foundation/date_formatter.h"
-#include "platform/foundation/require.h"
+#include "platform/foundation/locale/date_formatter.h"
+#include "platform/foundation/time/calendar.h"
+#include "platform/support/require.h"
 #include "store/shared_store.h"
 
 namespace host {

@@ -1,7 +1,7 @@
 #include "host/sheet/states/states.h"
 
-#include "platform/foundation/json_serialization.h"
-#include "platform/foundation/require.h"
+#include "platform/foundation/data/json_serialization.h"
+#include "platform/support/require.h"
 
 namespace host {
 

@@ -15,7 +15,7 @@
 #include "host/transfer/curl/curl_error.h"
 #include "host/transfer/transfer_attempt.h"
 #include "host/transfer/transfer_task.h"
-#include "platform/foundation/url_error.h"
+#include "platform/foundation/network/url_error.h"
 
 namespace host {
 

@@ -6,7 +6,7 @@
 #include <array>
 #include <cerrno>
 
-#include "platform/foundation/url_error.h"
+#include "platform/foundation/network/url_error.h"
 
 namespace host {
 

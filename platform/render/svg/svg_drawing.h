@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/render/picture.h"
+#include "platform/render/images/picture.h"
 
 namespace platform {
 

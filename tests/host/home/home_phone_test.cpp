@@ -7,12 +7,12 @@
 #include <stop_token>
 #include <thread>
 
-#include "host/command_error.h"
 #include "host/home/home_actions.h"
 #include "host/home/home_state.h"
-#include "host/host_app.h"
+#include "host/phone/command_error.h"
+#include "host/phone/host_app.h"
 #include "host/transfer/transfer_store.h"
-#include "platform/foundation/suite_file.h"
+#include "platform/foundation/defaults/suite_file.h"
 #include "store/shared_store.h"
 #include "tests/world.h"
 

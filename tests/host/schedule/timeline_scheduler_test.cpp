@@ -5,8 +5,8 @@
 #include <functional>
 #include <random>
 
-#include "platform/foundation/calendar.h"
-#include "platform/foundation/time_zone.h"
+#include "platform/foundation/time/calendar.h"
+#include "platform/foundation/time/time_zone.h"
 #include "tests/instant.h"
 
 namespace host {

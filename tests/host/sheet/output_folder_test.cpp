@@ -7,7 +7,7 @@
 #include <csignal>
 #include <map>
 
-#include "host/command_error.h"
+#include "host/phone/command_error.h"
 #include "tests/world.h"
 
 namespace host {

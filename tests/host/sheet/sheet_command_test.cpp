@@ -7,8 +7,8 @@
 #include <nlohmann/json.hpp>
 
 #include "host/sheet/shot.h"
-#include "platform/render/png_encoder.h"
-#include "platform/render/png_reader.h"
+#include "platform/render/images/png_reader.h"
+#include "platform/render/output/png_encoder.h"
 #include "tests/host/command_line.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/transfer/transfer_store.h"
-#include "platform/foundation/url_error.h"
+#include "platform/foundation/network/url_error.h"
 #include "tests/host/child.h"
 #include "tests/host/command_line.h"
 #include "tests/host/transfer/scripted_server.h"

@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/foundation/require.h"
+#include "platform/support/require.h"
 
 namespace world {
 

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/foundation/url_error.h"
+#include "platform/foundation/network/url_error.h"
 #include "tests/world.h"
 
 namespace host {

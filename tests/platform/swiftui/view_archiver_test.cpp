@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/foundation/bundle.h"
+#include "platform/foundation/bundle/bundle.h"
 #include "platform/swiftui/stacks.h"
 #include "tests/world.h"
 

@@ -8,9 +8,9 @@
 #include <string>
 
 #include "platform/dispatch/dispatch_queue.h"
-#include "platform/foundation/bundle.h"
-#include "platform/foundation/time_zone.h"
-#include "platform/foundation/url_session.h"
+#include "platform/foundation/bundle/bundle.h"
+#include "platform/foundation/network/url_session.h"
+#include "platform/foundation/time/time_zone.h"
 #include "platform/swiftui/stacks.h"
 #include "tests/on_device.h"
 #include "tests/world.h"

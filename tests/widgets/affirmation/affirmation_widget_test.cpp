@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <iterator>
 
-#include "platform/foundation/notification_center.h"
-#include "platform/render/layout.h"
+#include "platform/foundation/process/notification_center.h"
+#include "platform/render/layout/layout.h"
 #include "platform/swiftui/view_archiver.h"
 #include "tests/network/client_world.h"
 #include "tests/widgets/view_dump.h"

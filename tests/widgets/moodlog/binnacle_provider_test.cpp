@@ -6,8 +6,8 @@
 #include <map>
 #include <set>
 
-#include "platform/foundation/json_serialization.h"
-#include "platform/foundation/time_zone.h"
+#include "platform/foundation/data/json_serialization.h"
+#include "platform/foundation/time/time_zone.h"
 #include "tests/vectors.h"
 #include "tests/world.h"
 #include "widgets/moodlog/mood_week.h"

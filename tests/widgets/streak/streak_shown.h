@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/platform/render/layout_fixture.h"
+#include "tests/platform/render/layout/layout_fixture.h"
 #include "tests/widgets/view_dump.h"
 #include "widgets/streak/streak_widget_entry_view.h"
 

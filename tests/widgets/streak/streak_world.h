@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/foundation/user_defaults.h"
-#include "platform/foundation/value.h"
+#include "platform/foundation/data/value.h"
+#include "platform/foundation/defaults/user_defaults.h"
 #include "store/shared_store.h"
 #include "tests/world.h"
 #include "widgets/streak/streak_provider.h"

@@ -1,0 +1,126 @@
+#include "host/commands/json_output.h"
+
+#include <nlohmann/json.hpp>
+
+#include "platform/foundation/text/base64.h"
+
+namespace host {
+
+using namespace platform;
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+Json toJson(const Value& value);
+Json toJson(const MirroredField& field);
+
+/// The members of a dictionary, a record or an entry, in their order.
+Json toObject(const auto& members) {
+  Json json = Json::object();
+  for (const auto& [name, value] : members) {
+    json[name] = toJson(value);
+  }
+  return json;
+}
+
+struct ToJson {
+  Json operator()(Null) const { return nullptr; }
+  Json operator()(Date date) const { return date.iso8601(); }
+  Json operator()(const Data& data) const { return {{"data", encodeBase64(data.bytes)}}; }
+  Json operator()(const UnsupportedObject& object) const {
+    return {{"unsupported", encodeBase64(object.bytes)}};
+  }
+  Json operator()(const Array& array) const {
+    Json json = Json::array();
+    for (const Value& value : array) {
+      json.push_back(toJson(value));
+    }
+    return json;
+  }
+  Json operator()(const Dictionary& dictionary) const { return toObject(dictionary); }
+  Json operator()(const auto& scalar) const { return scalar; }
+};
+
+Json toJson(const Value& value) {
+  return std::visit(ToJson(), value.storage());
+}
+
+Json toJson(const MirroredField& field) {
+  if (const auto* value = std::get_if<Value>(&field)) {
+    return toJson(*value);
+  }
+  Json records = Json::array();
+  for (const MirroredRecord& record : std::get<std::vector<MirroredRecord>>(field)) {
+    records.push_back(toObject(record));
+  }
+  return records;
+}
+
+Json timelineObject(const std::string& kind,
+                    const ArchivedTimeline& timeline,
+                    const std::vector<std::string>& log) {
+  Json entries = Json::array();
+  for (const ArchivedEntry& entry : timeline.entries) {
+    entries.push_back(toObject(entry.fields));
+  }
+  Json policy = "never";
+  if (timeline.policy.date) {
+    policy = Json{{"after", timeline.policy.date->iso8601()}};
+  }
+  return {{"kind", kind}, {"entries", entries}, {"policy", policy}, {"log", log}};
+}
+
+// Whatever bytes a program printed as its log, the JSON around them stays valid.
+std::string printed(const Json& json) {
+  return json.dump(2, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace
+
+std::string valueJSON(const Value& value) {
+  return printed(toJson(value));
+}
+
+std::string fieldJSON(const MirroredField& field) {
+  return printed(toJson(field));
+}
+
+std::string timelineJSON(const std::string& kind,
+                         const ArchivedTimeline& timeline,
+                         const std::vector<std::string>& log) {
+  return printed(timelineObject(kind, timeline, log));
+}
+
+std::string settledJSON(const std::string& kind,
+                        const std::vector<LoggedTimeline>& timelines,
+                        const std::vector<std::string>& log) {
+  Json objects = Json::array();
+  for (const LoggedTimeline& logged : timelines) {
+    objects.push_back(timelineObject(kind, logged.timeline, logged.log));
+  }
+  return printed({{"timelines", objects}, {"log", log}});
+}
+
+std::string entryJSON(const std::string& kind,
+                      const ArchivedEntry& entry,
+                      const std::vector<std::string>& log) {
+  return printed({{"kind", kind}, {"entry", toObject(entry.fields)}, {"log", log}});
+}
+
+std::string galleryJSON(const std::vector<GalleryItem>& gallery) {
+  Json json = Json::array();
+  for (const GalleryItem& item : gallery) {
+    Json families = Json::array();
+    for (const WidgetFamily family : item.families) {
+      families.push_back(nameOf(family));
+    }
+    json.push_back({{"kind", item.kind},
+                    {"displayName", item.displayName},
+                    {"description", item.description},
+                    {"families", families}});
+  }
+  return printed(json);
+}
+
+}  // namespace host

@@ -1,0 +1,157 @@
+#include "host/phone/host_app.h"
+
+#include <algorithm>
+
+#include "host/phone/command_error.h"
+#include "platform/foundation/data/json_serialization.h"
+#include "platform/foundation/defaults/user_defaults.h"
+#include "platform/foundation/locale/date_formatter.h"
+#include "platform/foundation/time/time_zone.h"
+
+namespace host {
+
+using namespace glancery;
+using namespace platform;
+
+namespace {
+
+Data serialized(const Dictionary& record, const std::string& what) {
+  auto data = NSJSONSerialization::dataWithJSONObject(record);
+  if (!data) {
+    throw CommandError(what + " can't be written: " + data.error().debugDescription);
+  }
+  return *std::move(data);
+}
+
+/// The first moment of a day of the common calendar in the device's zone; now, where none is given.
+Date momentOf(const std::optional<std::string>& day) {
+  if (!day) {
+    return Date::now();
+  }
+  const auto midnight = Date::fromISO8601(*day + "T00:00:00Z");
+  if (!midnight) {
+    throw wrongValue("--day", *day, "give a day such as 2026-03-05");
+  }
+  const TimeZone zone = TimeZone::current();
+  const Date moment = zone.firstDateShowing(midnight->wholeSecondsSince1970());
+  constexpr double kSecondsPerDay = 24 * 60 * 60;
+  const double wall = moment.timeIntervalSince1970() + zone.secondsFromGMT(moment);
+  if (wall - midnight->timeIntervalSince1970() >= kSecondsPerDay) {
+    throw wrongValue("--day", *day, "the calendar of " + zone.identifier() + " left that day out");
+  }
+  return moment;
+}
+
+CommandError unreadableMoods(const std::string& why) {
+  return CommandError("the moods under the key \"" + std::string(kMoodsDataKey) +
+                      "\" can't be read and were left alone: " + why);
+}
+
+Dictionary storedMoods(const Dictionary& suite) {
+  const Value* stored = suite.find(kMoodsDataKey);
+  if (!stored) {
+    return {};
+  }
+  const auto* data = stored->as<Data>();
+  if (!data) {
+    throw unreadableMoods("they are no data");
+  }
+  const auto object = NSJSONSerialization::JSONObjectWithData(*data);
+  if (!object) {
+    throw unreadableMoods(object.error().debugDescription);
+  }
+  const Dictionary* moods = object->dictionaryOfStrings();
+  if (!moods) {
+    throw unreadableMoods("they are no JSON object of strings");
+  }
+  return *moods;
+}
+
+SuiteFile openSharedSuite() {
+  SuiteFile file(SuiteFile::pathOf(sharedContainer(), kAppGroupIdentifier));
+  if (const auto opened = file.canBeOpened(); !opened) {
+    throw CommandError(opened.error());
+  }
+  return file;
+}
+
+void requireStored(const std::expected<void, std::string>& stored) {
+  if (!stored) {
+    throw CommandError("the suite is not stored: " + stored.error());
+  }
+}
+
+void save(std::string_view key, const Value& value) {
+  saveSharedSuite([&](Dictionary& suite) {
+    suite.set(std::string(key), value);
+    return true;
+  });
+}
+
+}  // namespace
+
+Dictionary readSharedSuite() {
+  const SuiteContents contents = openSharedSuite().read();
+  if (!contents.reason.empty()) {
+    throw CommandError(contents.reason);
+  }
+  return contents.dictionary();
+}
+
+void changeSharedSuite(const SuiteFile::Edit& edit) {
+  requireStored(openSharedSuite().change(edit));
+}
+
+void saveSharedSuite(const SuiteFile::Edit& edit) {
+  changeSharedSuite(edit);
+  requireStored(openSharedSuite().synchronize());
+}
+
+void signIn(const std::string& uid) {
+  if (uid.empty()) {
+    throw wrongValue("UID", uid, "give the user's identifier; sign-out removes it");
+  }
+  save(kSharedUidKey, uid);
+}
+
+void signOut() {
+  saveSharedSuite([](Dictionary& suite) { return suite.remove(kSharedUidKey); });
+}
+
+void recordStreak(std::int64_t count, Date lastActive) {
+  save(kStreakDataKey,
+       serialized({{"count", count}, {"timestamp", lastActive.timeIntervalSince1970()}},
+                  "the streak"));
+}
+
+Date instantOf(const std::string& text, const std::string& what) {
+  if (text.empty()) {
+    return Date::now();
+  }
+  const auto instant = Date::fromISO8601(text);
+  if (!instant) {
+    throw wrongValue(what, text, "give an instant such as 2026-03-05T08:30:00Z");
+  }
+  return *instant;
+}
+
+void recordNamedMood(const std::string& mood, const std::optional<std::string>& day) {
+  if (std::ranges::find(kMoodNames, mood) == kMoodNames.end()) {
+    std::string names;
+    for (const std::string_view name : kMoodNames) {
+      names += (names.empty() ? "" : ", ") + std::string(name);
+    }
+    throw wrongValue("NAME", mood, "give one of " + names);
+  }
+  const Date moment = momentOf(day);
+  NSDateFormatter keys;
+  keys.setDateFormat("yyyy-MM-dd");
+  saveSharedSuite([&](Dictionary& suite) {
+    Dictionary moods = storedMoods(suite);
+    moods.set(keys.stringFromDate(moment), mood);
+    suite.set(kMoodsDataKey, serialized(moods, "the moods"));
+    return true;
+  });
+}
+
+}  // namespace host

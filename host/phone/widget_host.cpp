@@ -1,0 +1,162 @@
+#include "host/phone/widget_host.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "host/phone/command_error.h"
+#include "platform/render/output/render_module.h"
+
+namespace host {
+
+using namespace platform;
+
+namespace {
+
+ConfigureRequest configuration(const HostSettings& settings) {
+  return {settings.device, settings.container.string(), settings.infoOverrides};
+}
+
+}  // namespace
+
+WidgetHost::WidgetHost(HostSettings settings,
+                       std::function<void(const std::string&)> report,
+                       TransferSettings transfers,
+                       ExtensionLimits limits)
+    : settings_(std::move(settings)),
+      report_(std::move(report)),
+      transferSettings_(std::move(transfers)),
+      limits_(std::move(limits)) {
+  startExtension();
+}
+
+void WidgetHost::configure(HostSettings settings) {
+  const HostSettings before = std::exchange(settings_, std::move(settings));
+  setCurrentDevice(settings_.device);
+  if (!extension_->failure() && configuration(before) != configuration(settings_)) {
+    ask<Done>(configuration(settings_));
+  }
+}
+
+void WidgetHost::ensureExtension() {
+  extension_->noticeExit();
+  if (extension_->failure()) {
+    startExtension();
+  }
+}
+
+void WidgetHost::startExtension() {
+  if (extension_) {
+    earlierLog_ = log();
+  }
+  openSessions_.clear();
+  announcedSessions_.clear();
+  auto started = ExtensionProcess::start(
+      settings_.extension,
+      limits_,
+      {.download = [this](const StartDownload& start) { return takeDownload(start); },
+       .reload = [this](const std::string& kind) { reloadRequests_.insert(kind); }});
+  if (!started) {
+    throw CommandError(started.error().reason);
+  }
+  extension_ = *std::move(started);
+  ++launches_;
+  ask<Done>(configuration(settings_));
+}
+
+ExtensionMessage::Content WidgetHost::answerTo(HostMessage::Content request) {
+  auto content = extension_->ask(std::move(request));
+  if (!content) {
+    throw ExtensionEnded(content.error().reason);
+  }
+  if (const auto* failure = std::get_if<Failure>(&*content)) {
+    throw CommandError(failure->reason);
+  }
+  return *std::move(content);
+}
+
+const std::vector<WidgetDescription>& WidgetHost::widgets() {
+  if (!widgets_) {
+    widgets_ = ask<WidgetDescriptions>(DescribeRequest()).widgets;
+  }
+  return *widgets_;
+}
+
+std::vector<GalleryItem> WidgetHost::gallery() {
+  const NSBundle bundle(settings_.extension, settings_.infoOverrides);
+  std::vector<GalleryItem> items;
+  for (const WidgetDescription& widget : widgets()) {
+    items.push_back({widget.kind,
+                     bundle.localizedString(widget.displayNameKey),
+                     bundle.localizedString(widget.descriptionKey),
+                     widget.families});
+  }
+  return items;
+}
+
+WidgetFamily WidgetHost::familyOf(const std::string& kind) {
+  const auto widget = std::ranges::find(widgets(), kind, &WidgetDescription::kind);
+  if (widget == widgets().end()) {
+    std::string kinds;
+    for (const WidgetDescription& known : widgets()) {
+      kinds += (kinds.empty() ? "" : ", ") + known.kind;
+    }
+    throw wrongValue("no widget of the kind", kind, "give one of " + kinds);
+  }
+  if (widget->families.empty()) {
+    throw CommandError("the widget \"" + kind + "\" supports no family");
+  }
+  return widget->families.front();
+}
+
+ArchivedTimeline WidgetHost::provide(ProvideRequest::What what, const std::string& kind) {
+  const WidgetFamily family = familyOf(kind);
+  const Size size = settings_.sizeOf(family);
+  const EdgeInsets margins = settings_.contentMargins();
+  const Size content = {size.width - margins.leading - margins.trailing,
+                        size.height - margins.top - margins.bottom};
+  return ask<ArchivedTimeline>(ProvideRequest{what, kind, {family, content, false}});
+}
+
+DisplayList WidgetHost::display(const ArchivedEntry& entry, WidgetFamily family) {
+  const bool dark = settings_.scheme == ColorScheme::dark;
+  return renderer().layOut(dark ? entry.dark : entry.light,
+                           settings_.sizeOf(family),
+                           settings_.contentMargins(),
+                           entry.direction);
+}
+
+Renderer& WidgetHost::renderer() {
+  if (!renderer_) {
+    auto loaded = loadRenderer(settings_.extension, programFolder() / "system" / "Fonts");
+    if (!loaded) {
+      throw CommandError(loaded.error());
+    }
+    renderer_ = *std::move(loaded);
+  }
+  return *renderer_;
+}
+
+std::vector<std::string> WidgetHost::takeLog() {
+  std::vector<std::string> lines = std::exchange(earlierLog_, {});
+  std::ranges::move(extension_->takeLog(), std::back_inserter(lines));
+  return lines;
+}
+
+std::vector<std::string> WidgetHost::log() const {
+  std::vector<std::string> lines = earlierLog_;
+  lines.insert(lines.end(), extension_->log().begin(), extension_->log().end());
+  return lines;
+}
+
+std::size_t shownEntry(const ArchivedTimeline& timeline, Date now) {
+  std::size_t shown = 0;
+  for (std::size_t index = 0; index < timeline.entries.size(); ++index) {
+    if (timeline.entries[index].date <= now) {
+      shown = index;
+    }
+  }
+  return shown;
+}
+
+}  // namespace host

@@ -1,0 +1,282 @@
+#include "platform/foundation/data/xml_property_list.h"
+
+#include <expat.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "platform/foundation/data/binary_property_list.h"
+#include "platform/foundation/text/base64.h"
+#include "platform/support/utf8.h"
+
+namespace platform {
+
+namespace {
+
+constexpr std::size_t kMaxSize = std::size_t{64} << 20;
+constexpr std::string_view kSpace = " \t\r\n";
+
+std::string_view trimmed(std::string_view text) {
+  const auto first = std::min(text.find_first_not_of(kSpace), text.size());
+  return text.substr(first, text.find_last_not_of(kSpace) + 1 - first);
+}
+
+template <class Number, class... Base>
+std::optional<Number> parsed(std::string_view text, Base... base) {
+  Number number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, number, base...);
+  return error == std::errc() && rest == end ? std::optional(number) : std::nullopt;
+}
+
+bool removePrefix(std::string_view& text, std::string_view prefix) {
+  const bool present = text.starts_with(prefix);
+  text.remove_prefix(present ? prefix.size() : 0);
+  return present;
+}
+
+/// Decimal or, behind "0x", hexadecimal.
+std::optional<Value> integer(std::string_view text) {
+  constexpr std::uint64_t kLimit = std::uint64_t{1} << 63;
+  text = trimmed(text);
+  const bool negative = removePrefix(text, "-");
+  if (!negative) {
+    removePrefix(text, "+");
+  }
+  const int base = removePrefix(text, "0x") || removePrefix(text, "0X") ? 16 : 10;
+  const auto magnitude = parsed<std::uint64_t>(text, base);
+  if (!magnitude || (negative && *magnitude > kLimit)) {
+    return std::nullopt;
+  }
+  if (!negative && *magnitude >= kLimit) {
+    return static_cast<double>(*magnitude);
+  }
+  return static_cast<std::int64_t>(negative ? 0 - *magnitude : *magnitude);
+}
+
+std::optional<Value> real(std::string_view text) {
+  text = trimmed(text);
+  removePrefix(text, "+");
+  return parsed<double>(text).transform([](double number) { return Value(number); });
+}
+
+std::optional<Value> date(std::string_view text) {
+  constexpr std::string_view kForm = "0000-00-00T00:00:00Z";
+  text = trimmed(text);
+  const auto instant =
+      text.size() == kForm.size() && text.ends_with('Z') ? Date::fromISO8601(text) : std::nullopt;
+  return instant ? std::optional(Value(*instant)) : std::nullopt;
+}
+
+std::optional<Value> data(std::string_view text) {
+  std::string digits(text);
+  std::erase_if(digits, [](char c) { return kSpace.find(c) != kSpace.npos; });
+  auto bytes = decodeBase64(digits);
+  return bytes ? std::optional(Value(Data{*std::move(bytes)})) : std::nullopt;
+}
+
+template <bool truth>
+std::optional<Value> boolean(std::string_view text) {
+  return trimmed(text).empty() ? std::optional(Value(truth)) : std::nullopt;
+}
+
+struct Scalar {
+  std::string_view tag;
+  /// Nothing for text that is not of the type.
+  std::optional<Value> (*parse)(std::string_view text);
+};
+constexpr std::array kScalars = {
+    Scalar{"string", [](std::string_view text) { return std::optional(Value(text)); }},
+    Scalar{"key", [](std::string_view text) { return std::optional(Value(text)); }},
+    Scalar{"integer", integer},
+    Scalar{"real", real},
+    Scalar{"date", date},
+    Scalar{"data", data},
+    Scalar{"true", boolean<true>},
+    Scalar{"false", boolean<false>},
+};
+
+/// An element that has been opened.
+struct Element {
+  std::string tag;
+  /// Null for a container.
+  const Scalar* scalar = nullptr;
+  std::string text = {};
+  std::vector<std::string> keys = {};
+  Array values = {};
+};
+
+class Reader {
+ public:
+  std::expected<Value, std::string> read(std::string_view bytes) {
+    XML_SetUserData(parser_.get(), this);
+    XML_SetElementHandler(
+        parser_.get(),
+        [](void* reader, const char* tag, const char**) { self(reader).start(tag); },
+        [](void* reader, const char*) { self(reader).end(); });
+    XML_SetCharacterDataHandler(parser_.get(), [](void* reader, const char* text, int size) {
+      self(reader).characters({text, static_cast<std::size_t>(size)});
+    });
+    XML_SetDefaultHandlerExpand(parser_.get(), [](void* reader, const char* text, int size) {
+      self(reader).other({text, static_cast<std::size_t>(size)});
+    });
+    // Without entities of its own, a list can't grow beyond its size.
+    XML_SetEntityDeclHandler(
+        parser_.get(),
+        [](void* reader, const char* name, int, const char*, int, auto, auto, auto, auto) {
+          self(reader).fail("the entity " + excerpt(name) + " is declared");
+        });
+    XML_SetSkippedEntityHandler(parser_.get(), [](void* reader, const char* name, int) {
+      self(reader).fail("the entity " + excerpt(name) + " is unknown");
+    });
+    const auto size = static_cast<int>(bytes.size());
+    if (XML_Parse(parser_.get(), bytes.data(), size, XML_TRUE) != XML_STATUS_OK && fault_.empty()) {
+      fail(XML_ErrorString(XML_GetErrorCode(parser_.get())));
+    }
+    if (fault_.empty() && open_.front().values.empty()) {
+      fail("there is no value");
+    }
+    if (!fault_.empty()) {
+      return std::unexpected(fault_);
+    }
+    return std::move(open_.front().values.front());
+  }
+
+ private:
+  static Reader& self(void* reader) { return *static_cast<Reader*>(reader); }
+
+  void fail(const std::string& what) {
+    if (fault_.empty()) {
+      fault_ = "line " + std::to_string(XML_GetCurrentLineNumber(parser_.get())) + ": " + what;
+      XML_StopParser(parser_.get(), XML_FALSE);
+    }
+  }
+
+  void start(const std::string& tag) {
+    if (!fault_.empty()) {
+      return;
+    }
+    const auto* scalar = std::ranges::find(kScalars, tag, &Scalar::tag);
+    const bool isContainer = tag == "dict" || tag == "array";
+    const bool isOutermost = open_.size() == 1;
+    if (unknown_ > 0 || (scalar == kScalars.end() && !isContainer && !isOutermost)) {
+      ++unknown_;
+      XML_DefaultCurrent(parser_.get());
+      return;
+    }
+    if (isOutermost && tag != "plist" && scalar == kScalars.end() && !isContainer) {
+      return fail("<" + excerpt(tag) + "> is not a property list");
+    }
+    if (isContainer && ++depth_ > kMaxPropertyListDepth) {
+      return fail("nested deeper than " + std::to_string(kMaxPropertyListDepth) + " levels");
+    }
+    open_.push_back({.tag = tag, .scalar = scalar == kScalars.end() ? nullptr : scalar});
+  }
+
+  void characters(std::string_view text) {
+    if (unknown_ > 0) {
+      XML_DefaultCurrent(parser_.get());
+    } else if (open_.back().scalar) {
+      open_.back().text += text;
+    } else if (!trimmed(text).empty()) {
+      fail("text outside of a value: \"" + excerpt(text, 40) + "\"");
+    }
+  }
+
+  /// Markup that no other handler takes, and all that is part of an unknown element.
+  void other(std::string_view text) {
+    if (unknown_ > 0) {
+      unknownText_ += text;
+    }
+  }
+
+  void end() {
+    if (!fault_.empty()) {
+      return;
+    }
+    if (unknown_ > 0) {
+      XML_DefaultCurrent(parser_.get());
+      if (--unknown_ == 0) {
+        add("unknown element", std::exchange(unknownText_, {}));
+      }
+      return;
+    }
+    Element element = std::move(open_.back());
+    open_.pop_back();
+    if (element.keys.size() > element.values.size()) {
+      return fail("the key \"" + excerpt(element.keys.back()) + "\" has no value");
+    }
+    if (element.scalar) {
+      auto value = element.scalar->parse(element.text);
+      if (!value) {
+        return fail("not a valid " + element.tag + ": \"" + excerpt(trimmed(element.text), 40) +
+                    "\"");
+      }
+      add(element.tag, *std::move(value));
+    } else if (element.tag == "array") {
+      --depth_;
+      add(element.tag, std::move(element.values));
+    } else if (element.tag == "dict") {
+      --depth_;
+      std::vector<Dictionary::Member> members;
+      for (std::size_t i = 0; i < element.keys.size(); ++i) {
+        members.emplace_back(std::move(element.keys[i]), std::move(element.values[i]));
+      }
+      add(element.tag, Dictionary(std::move(members)));
+    } else if (!element.values.empty()) {
+      add(element.tag, std::move(element.values.front()));
+    }
+  }
+
+  void add(const std::string& tag, Value value) {
+    Element& parent = open_.back();
+    const bool isKey = tag == "key";
+    if (parent.scalar) {
+      return fail("<" + parent.tag + "> holds an element");
+    }
+    if (parent.tag == "dict") {
+      if (isKey != (parent.keys.size() == parent.values.size())) {
+        return fail(isKey ? "the key \"" + excerpt(parent.keys.back()) + "\" has no value"
+                          : "a value has no key");
+      }
+      if (isKey) {
+        parent.keys.push_back(*value.as<std::string>());
+        return;
+      }
+    } else if (isKey) {
+      return fail("a key outside of a dictionary");
+    } else if (parent.tag != "array" && !parent.values.empty()) {
+      return fail("a second value");
+    }
+    parent.values.push_back(std::move(value));
+  }
+
+  struct FreeParser {
+    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
+  };
+  std::unique_ptr<XML_ParserStruct, FreeParser> parser_{XML_ParserCreate(nullptr)};
+  /// The document, and the elements around the place that has been reached.
+  std::vector<Element> open_ = {{.tag = "document"}};
+  /// How many containers are open.
+  int depth_ = 0;
+  /// How many elements deep in one of an unknown type.
+  int unknown_ = 0;
+  std::string unknownText_;
+  std::string fault_;
+};
+
+}  // namespace
+
+std::expected<Value, std::string> readXMLPropertyList(std::string_view bytes) {
+  if (bytes.size() > kMaxSize) {
+    return std::unexpected("the file is too large");
+  }
+  return Reader().read(bytes);
+}
+
+}  // namespace platform

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+
+#include "platform/foundation/data/error.h"
+
+namespace platform {
+
+// What ends a transfer or makes it wait, by the platform's numbers.
+
+inline constexpr const char* NSURLErrorDomain = "NSURLErrorDomain";
+
+enum class URLErrorCode : std::int64_t {
+  unknown = -1,
+  cancelled = -999,
+  badURL = -1000,
+  timedOut = -1001,
+  unsupportedURL = -1002,
+  cannotFindHost = -1003,
+  cannotConnectToHost = -1004,
+  networkConnectionLost = -1005,
+  httpTooManyRedirects = -1007,
+  notConnectedToInternet = -1009,
+  cannotParseResponse = -1017,
+  insecureLoadRefused = -1022,
+  dataLengthExceedsMaximum = -1103,
+  secureConnectionFailed = -1200,
+  serverCertificateUntrusted = -1202,
+  cannotWriteToFile = -3003,
+};
+
+/// The error of that number, in the platform's words.
+NSError urlError(URLErrorCode code);
+
+}  // namespace platform

@@ -1,0 +1,29 @@
+#include "platform/render/output/render_module.h"
+
+#include <system_error>
+
+#include "platform/render/output/render_entry.h"
+#include "platform/support/module_library.h"
+
+namespace platform {
+
+namespace fs = std::filesystem;
+
+fs::path renderLibrary() {
+  std::error_code ignored;
+  return fs::read_symlink("/proc/self/exe", ignored).parent_path() / "libglancery_render.so";
+}
+
+std::expected<std::unique_ptr<Renderer>, std::string> loadRenderer(const fs::path& bundle,
+                                                                   const fs::path& systemFonts,
+                                                                   const fs::path& library) {
+  const auto entry = openModule(library, kRenderEntry);
+  if (!entry) {
+    return std::unexpected(entry.error());
+  }
+  std::expected<std::unique_ptr<Renderer>, std::string> result;
+  reinterpret_cast<RenderEntry*> (*entry)(bundle, systemFonts, result);
+  return result;
+}
+
+}  // namespace platform

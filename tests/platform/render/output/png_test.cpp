@@ -1,0 +1,195 @@
+#include <gtest/gtest.h>
+#include <spng.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <random>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/render/images/png_reader.h"
+#include "platform/render/output/huffman_code.h"
+#include "platform/render/output/png_encoder.h"
+#include "tests/platform/render/output/test_bundle.h"
+
+namespace platform {
+namespace {
+
+/// What another PNG library makes of the bytes: straight R, G, B, A.
+struct Decoded {
+  spng_ihdr header = {};
+  std::vector<std::uint8_t> pixels = {};
+};
+
+Decoded decode(const std::string& png) {
+  Decoded decoded;
+  const std::unique_ptr<spng_ctx, decltype(&spng_ctx_free)> context(spng_ctx_new(0), spng_ctx_free);
+  spng_set_crc_action(context.get(), SPNG_CRC_ERROR, SPNG_CRC_ERROR);
+  spng_set_png_buffer(context.get(), png.data(), png.size());
+  EXPECT_EQ(spng_get_ihdr(context.get(), &decoded.header), 0);
+  std::size_t size = 0;
+  spng_decoded_image_size(context.get(), SPNG_FMT_RGBA8, &size);
+  decoded.pixels.resize(size);
+  EXPECT_EQ(spng_decode_image(context.get(), decoded.pixels.data(), size, SPNG_FMT_RGBA8, 0), 0);
+  EXPECT_EQ(spng_decode_chunks(context.get()), 0) << "something stands after the pixels";
+  return decoded;
+}
+
+Bitmap noise(int width, int height, bool opaque) {
+  std::minstd_rand generator(static_cast<unsigned>(width * 31 + height));
+  const auto random = [&] { return static_cast<std::uint32_t>(generator()) >> 4; };
+  Bitmap bitmap = solid(width, height, 0);
+  for (std::uint32_t& pixel : bitmap.pixels) {
+    const std::uint32_t alpha = opaque ? 255 : random() % 256;
+    pixel = alpha << 24;
+    for (const int shift : {0, 8, 16}) {
+      pixel |= (alpha == 0 ? 0 : random() % (alpha + 1)) << shift;
+    }
+  }
+  return bitmap;
+}
+
+/// Pictures of which every way to pack a pixel has its share: as it stands, as its left or upper
+/// neighbour, as a pair that was seen before, and as a row that is there again.
+std::vector<Bitmap> patterns() {
+  std::vector<Bitmap> all;
+  for (const auto& [width, height] : {std::pair(301, 97), {64, 64}, {1, 1}, {1, 50}, {7, 3}}) {
+    all.push_back(noise(width, height, true));
+    all.push_back(noise(width, height, false));
+  }
+  // Runs longer than the format's longest, and further away than it can reach back.
+  all.push_back(solid(1500, 40, 0xFF'FA'F6'F2));
+  // A row above that is out of reach.
+  all.push_back(solid(11'000, 3, 0xFF'12'34'56));
+  all.push_back(solid(8192, 3, 0x80'12'34'56));
+  Bitmap tiles = noise(13, 1, true);
+  const std::vector<std::uint32_t> tile = tiles.pixels;
+  tiles = solid(1000, 30, 0xFF'00'00'00);
+  for (std::size_t i = 0; i < tiles.pixels.size(); ++i) {
+    tiles.pixels[i] = i % 997 == 0 ? static_cast<std::uint32_t>(i) | 0xFF'00'00'00 : tile[i % 13];
+  }
+  all.push_back(tiles);
+  Bitmap gradient = solid(200, 200, 0xFF'00'00'00);
+  for (std::size_t i = 0; i < gradient.pixels.size(); ++i) {
+    gradient.pixels[i] += static_cast<std::uint32_t>(i % 200 + i / 200) / 3;
+  }
+  all.push_back(gradient);
+  gradient.pixels.front() = 0;
+  all.push_back(gradient);
+  return all;
+}
+
+TEST(PNGTest, AnotherLibraryReadsTheSamePixels) {
+  // One for all: what is left in the buffers must not show.
+  PNGEncoder encoder;
+  for (const Bitmap& bitmap : patterns()) {
+    const Decoded decoded = decode(encoder.encode(bitmap));
+    ASSERT_EQ(decoded.header.width, bitmap.width);
+    ASSERT_EQ(decoded.header.height, bitmap.height);
+    const bool opaque = std::ranges::all_of(bitmap.pixels, [](auto p) { return p >> 24 == 255; });
+    EXPECT_EQ(decoded.header.color_type,
+              opaque ? SPNG_COLOR_TYPE_TRUECOLOR : SPNG_COLOR_TYPE_TRUECOLOR_ALPHA);
+    for (std::size_t i = 0; i < bitmap.pixels.size(); ++i) {
+      const std::uint32_t pixel = bitmap.pixels[i];
+      const std::uint8_t* straight = &decoded.pixels[4 * i];
+      const std::uint32_t alpha = pixel >> 24;
+      ASSERT_EQ(straight[3], alpha);
+      for (int channel = 0; channel < 3; ++channel) {
+        const std::uint32_t premultiplied = pixel >> (16 - 8 * channel) & 0xFF;
+        ASSERT_EQ((straight[channel] * alpha + 127) / 255, premultiplied) << pixel;
+      }
+    }
+  }
+}
+
+TEST(PNGTest, FlatAndRepeatedPixelsTakeNextToNothing) {
+  EXPECT_LT(PNGEncoder().encode(solid(1014, 474, 0xFF'FA'F6'F2)).size(), 10'000u);
+  EXPECT_LT(PNGEncoder().encode(patterns()[13]).size(), 3'000u) << "tiles of 13 pixels";
+}
+
+// The more often, the shorter; complete, so that every reader takes it; never longer than allowed.
+TEST(HuffmanCodeTest, IsACodeForAnyUses) {
+  std::vector<std::uint32_t> fibonacci = {1, 1};
+  while (fibonacci.size() < 40) {
+    fibonacci.push_back(fibonacci.end()[-1] + fibonacci.end()[-2]);
+  }
+  const std::vector<std::uint32_t> kUses[] = {
+      {0, 0, 0}, {0, 5, 0}, {3, 3}, {1, 0, 2, 4, 8}, std::vector<std::uint32_t>(286, 1), fibonacci};
+  for (const auto& uses : kUses) {
+    for (const int longest : {15, 9}) {
+      const HuffmanCode code(uses, longest);
+      double taken = 0;
+      std::set<std::pair<int, int>> words;
+      for (std::size_t symbol = 0; symbol < uses.size(); ++symbol) {
+        const auto word = code[symbol];
+        EXPECT_LE(word.length, longest);
+        EXPECT_TRUE(word.length > 0 || uses[symbol] == 0);
+        if (word.length > 0) {
+          taken += std::pow(0.5, word.length);
+          EXPECT_TRUE(words.emplace(word.length, word.bits).second);
+        }
+        for (std::size_t other = 0; other < symbol; ++other) {
+          EXPECT_TRUE(uses[symbol] == 0 || uses[other] <= uses[symbol] ||
+                      word.length >= code[other].length);
+        }
+      }
+      EXPECT_EQ(taken, 1);
+    }
+  }
+}
+
+// Losing nothing on the way in and out is what lets a picture of the catalogue be compared with the
+// widget that shows it.
+TEST(PNGTest, ReadingBackGivesTheBitmap) {
+  for (const bool opaque : {true, false}) {
+    const Bitmap bitmap = noise(33, 21, opaque);
+    const auto picture = readPNG(PNGEncoder().encode(bitmap), 2);
+    ASSERT_TRUE(picture) << picture.error();
+    EXPECT_EQ(picture->opaque, opaque);
+    EXPECT_EQ(picture->naturalSize, (Size{16.5, 10.5}));
+    for (int y = 0; y < bitmap.height; ++y) {
+      const auto row = picture->row(y);
+      ASSERT_TRUE(std::equal(row.begin(), row.end(), bitmap.pixels.begin() + y * bitmap.width));
+    }
+  }
+}
+
+/// Whether the file can be read; if it can, it must show the whole bitmap.
+bool showsIfRead(const std::string& png, const Bitmap& bitmap) {
+  const auto picture = readPNG(png, 1);
+  for (int y = 0; picture && y < bitmap.height; ++y) {
+    EXPECT_TRUE(std::ranges::equal(
+        picture->row(y), std::span(bitmap.pixels).subspan(y * bitmap.width, bitmap.width)));
+  }
+  return picture.has_value();
+}
+
+TEST(PNGTest, EveryTruncationIsAnErrorOrHarmless) {
+  const Bitmap bitmap = noise(9, 9, false);
+  const std::string png = PNGEncoder().encode(bitmap);
+  for (std::size_t length = 0; length < png.find("IDAT"); ++length) {
+    EXPECT_FALSE(readPNG(png.substr(0, length), 1)) << length;
+  }
+  for (std::size_t length = png.find("IDAT"); length < png.size(); ++length) {
+    showsIfRead(png.substr(0, length), bitmap);
+  }
+  EXPECT_TRUE(showsIfRead(png, bitmap));
+}
+
+TEST(PNGTest, EveryBrokenByteIsAnErrorOrHarmless) {
+  const Bitmap bitmap = noise(5, 5, true);
+  const std::string png = PNGEncoder().encode(bitmap);
+  for (std::size_t at = 0; at < png.size(); ++at) {
+    SCOPED_TRACE(at);
+    std::string broken = png;
+    broken[at] = static_cast<char>(broken[at] ^ 0x41);
+    showsIfRead(broken, bitmap);
+  }
+}
+
+}  // namespace
+}  // namespace platform

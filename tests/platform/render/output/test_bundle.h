@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/render/pixels/bitmap.h"
+#include "platform/render/text/typefaces.h"
+
+namespace platform {
+
+inline const std::filesystem::path kSystemFonts = GLANCERY_BUILD "/system/Fonts";
+inline const std::filesystem::path kSVGModule = GLANCERY_BUILD "/libglancery_svg.so";
+
+/// A bundle folder of the test's own, with the serif and no pictures; removed with its owner.
+class TestBundle {
+ public:
+  TestBundle();
+  ~TestBundle();
+  TestBundle(const TestBundle&) = delete;
+  TestBundle& operator=(const TestBundle&) = delete;
+
+  const std::filesystem::path& folder() const { return folder_; }
+  std::filesystem::path assets() const { return folder_ / "Assets.xcassets"; }
+
+  /// Writes a file below the bundle's folder, with the folders it lies in.
+  std::filesystem::path write(const std::filesystem::path& file, std::string_view bytes);
+
+  /// An image set of these files; `images` is what stands between the brackets in Contents.json.
+  std::filesystem::path writeImageSet(const std::string& name,
+                                      const std::string& images,
+                                      const std::map<std::string, std::string>& files);
+
+  /// An image set of one drawing.
+  std::filesystem::path writeDrawing(const std::string& name, const std::string& svg);
+
+  std::unique_ptr<Typefaces> typefaces() const;
+
+ private:
+  std::filesystem::path folder_;
+};
+
+/// Puts ready pixels beside the drawings of a bundle's catalogue, as the build does.
+void makeReadyPixels(const TestBundle& bundle);
+
+Bitmap solid(int width, int height, std::uint32_t pixel);
+
+/// A PNG of one colour.
+std::string solidPNG(int width, int height, std::uint32_t pixel);
+
+/// An SVG of that size whose pixels differ from one another: gradients, a curve, transparency.
+std::string sampleSVG(int width, int height);
+
+}  // namespace platform
