@@ -1,23 +1,30 @@
 # Everything the project is asked for; tools/ and CMakePresets.json do the work.
-.PHONY: run build test bench format lint sanitize fuzz install clean
+.PHONY: run build test check bench format lint sanitize fuzz package install clean
 
-run: build
+# Builds only what runs: the tests stay out until `make test` configures them in.
+run:
+	@tools/install run
+	@tools/build run
 	@tools/demo
 
-install:
-	@tools/install
+# Builds everything, with the tests; installs nothing.
+build:
+	@tools/build dev
 
-build: install
-	@cmake --preset dev >build-configure.log 2>&1 || { cat build-configure.log; exit 1; }
-	@rm -f build-configure.log
-	@cmake --build --preset dev
+install:
+	@tools/install run test
 
 # The formatter first, so that the run ends with the tests' own closing line.
-test: build
+test: install build
 	@tools/format --check
 	@ctest --preset dev -j2
 
-bench: install
+# What a release has to pass besides: lint, the sanitizers, a long run of the kill campaign.
+check: test lint sanitize
+	@GLANCERY=build/glancery node tests/host/transfer/kill_campaign.mjs 2000
+
+bench:
+	@tools/install run test bench
 	@cmake --workflow --preset release-build
 	@bench/run
 
@@ -25,8 +32,15 @@ sanitize: install
 	@cmake --workflow --preset asan
 	@cmake --workflow --preset tsan
 
+# A Debian package in build-package/.
+package:
+	@tools/install run
+	@tools/build package
+	@cd build-package && SOURCE_DATE_EPOCH=$$(git log -1 --format=%ct) cpack
+
 # Twenty seconds a target; FUZZ_SECONDS=600 for a long look.
-fuzz: install
+fuzz:
+	@tools/install run fuzz
 	@cmake --workflow --preset fuzz
 	@fuzz/run
 
@@ -34,6 +48,7 @@ format: install
 	@tools/format
 
 lint: build
+	@tools/install lint
 	@tools/lint
 
 clean:

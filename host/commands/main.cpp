@@ -3,6 +3,9 @@
 #include <CLI/CLI.hpp>
 
 #include "host/commands/commands.h"
+#include "host/commands/completion.h"
+#include "host/commands/man_pages.h"
+#include "host/commands/version.h"
 #include "host/phone/command_error.h"
 
 namespace {
@@ -28,6 +31,25 @@ void checkCommandName(const CLI::App& app, int argc, char** argv) {
   }
 }
 
+/// Commands for installing: the shells' completion and the manual.
+void addReferenceCommands(CLI::App& app) {
+  CLI::App* completion = app.add_subcommand(
+      "completion", "Prints the script that completes arguments in bash, zsh or fish");
+  const auto shell = std::make_shared<std::string>();
+  completion->add_option("SHELL", *shell, "bash, zsh or fish")->required();
+  completion->callback([shell] {
+    const std::string script = host::completionScript(*shell);
+    if (script.empty()) {
+      throw host::wrongValue("SHELL", *shell, "give bash, zsh or fish");
+    }
+    std::cout << script;
+  });
+  CLI::App* man = app.add_subcommand("man", "Writes a manual page for each command");
+  const auto folder = std::make_shared<std::string>();
+  man->add_option("-o,--output", *folder, "Folder for the pages")->required();
+  man->callback([&app, folder] { host::writeManPages(app, *folder); });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -47,6 +69,14 @@ int main(int argc, char** argv) {
   host::addDownloadsCommand(app);
   host::addApiCommand(app);
   host::addHomeCommand(app);
+  addReferenceCommands(app);
+  app.set_version_flag("--version", host::version());
+  if (argc > 1 && std::string_view(argv[1]) == "--complete") {
+    for (const std::string& word : host::completions(app, {argv + 2, argv + argc})) {
+      std::cout << word << '\n';
+    }
+    return host::kDone;
+  }
   try {
     checkCommandName(app, argc, argv);
     app.parse(argc, argv);

@@ -84,4 +84,12 @@ bool isWrittenRightToLeft(const std::string& language) {
   return uloc_isRightToLeft(language.c_str()) != 0;
 }
 
+std::vector<std::string> availableLocaleIdentifiers() {
+  std::vector<std::string> identifiers;
+  for (int32_t index = 0; index < uloc_countAvailable(); ++index) {
+    identifiers.emplace_back(uloc_getAvailable(index));
+  }
+  return identifiers;
+}
+
 }  // namespace platform

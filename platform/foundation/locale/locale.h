@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace platform {
 
@@ -27,5 +28,8 @@ class Locale {
 
 /// Whether the language (a tag, "ar" or "he-IL") is written from right to left.
 bool isWrittenRightToLeft(const std::string& language);
+
+/// Every locale identifier whose texts the system has, sorted.
+std::vector<std::string> availableLocaleIdentifiers();
 
 }  // namespace platform

@@ -1,0 +1,9 @@
+#include "host/commands/version.h"
+
+namespace host {
+
+const char* version() {
+  return GLANCERY_VERSION;
+}
+
+}  // namespace host
