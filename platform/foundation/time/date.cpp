@@ -6,8 +6,6 @@
 #include <cmath>
 #include <utility>
 
-#include "platform/foundation/time/device.h"
-
 namespace platform {
 
 namespace {
@@ -90,10 +88,6 @@ class Reader {
 };
 
 }  // namespace
-
-Date Date::now() {
-  return currentDevice().clock.now();
-}
 
 std::int64_t Date::wholeSecondsSince1970() const {
   return static_cast<std::int64_t>(std::floor(std::clamp(seconds_, -0x1p53, 0x1p53)));

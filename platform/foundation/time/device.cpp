@@ -60,6 +60,11 @@ Device currentDevice() {
   return settings().device;
 }
 
+// Here and not in date.cpp, so that programs that only handle dates don't contain the device.
+Date Date::now() {
+  return currentDevice().clock.now();
+}
+
 void setCurrentDevice(Device device) {
   const std::scoped_lock lock(settings().mutex);
   std::swap(settings().device, device);
