@@ -2,6 +2,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include <CLI/CLI.hpp>
 
@@ -60,7 +61,11 @@ void render(const RenderOptions& options) {
     throw wrongValue("-o", options.output, "give a file that ends in .png, .svg or .json");
   }
   const auto what = requestNamed(options.of);
-  WidgetHost host(settle(options.device));
+  HostSettings settings = settle(options.device);
+  // Loads while the extension works: typefaces take as long as the timeline.
+  LoadingRenderer renderer = startLoadingRenderer(settings);
+  WidgetHost host(std::move(settings));
+  host.setRenderer(std::move(renderer));
   const ArchivedTimeline timeline = host.provide(what, options.kind);
   const ArchivedEntry& entry = chosenEntry(timeline, options.entry);
   const DisplayList list = host.display(entry, host.familyOf(options.kind));

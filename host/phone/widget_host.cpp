@@ -19,6 +19,12 @@ ConfigureRequest configuration(const HostSettings& settings) {
 
 }  // namespace
 
+LoadingRenderer startLoadingRenderer(const HostSettings& settings) {
+  return std::async(std::launch::async, [bundle = settings.extension] {
+    return loadRenderer(bundle, programFolder() / "system" / "Fonts");
+  });
+}
+
 WidgetHost::WidgetHost(HostSettings settings,
                        std::function<void(const std::string&)> report,
                        TransferSettings transfers,
@@ -128,7 +134,10 @@ DisplayList WidgetHost::display(const ArchivedEntry& entry, WidgetFamily family)
 
 Renderer& WidgetHost::renderer() {
   if (!renderer_) {
-    auto loaded = loadRenderer(settings_.extension, programFolder() / "system" / "Fonts");
+    if (!loadingRenderer_.valid()) {
+      loadingRenderer_ = startLoadingRenderer(settings_);
+    }
+    auto loaded = loadingRenderer_.get();
     if (!loaded) {
       throw CommandError(loaded.error());
     }

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <expected>
 #include <functional>
+#include <future>
 #include <memory>
 #include <optional>
 #include <set>
@@ -27,6 +28,13 @@ struct GalleryItem {
   std::string description;
   std::vector<platform::WidgetFamily> families;
 };
+
+using LoadingRenderer =
+    std::future<std::expected<std::unique_ptr<platform::Renderer>, std::string>>;
+
+/// Loads the renderer of these settings' bundle on another thread. The result's destructor waits
+/// for that thread.
+LoadingRenderer startLoadingRenderer(const HostSettings& settings);
 
 /// The phone around the extension for one command: starts it, asks it, lays out what it answers.
 /// What goes wrong ends the command with a `CommandError`.
@@ -59,6 +67,8 @@ class WidgetHost {
   /// Lays an entry out for the widget's size and the device's scheme.
   platform::DisplayList display(const platform::ArchivedEntry& entry,
                                 platform::WidgetFamily family);
+  /// Uses a renderer that is being loaded, by `startLoadingRenderer`.
+  void setRenderer(LoadingRenderer renderer) { loadingRenderer_ = std::move(renderer); }
   /// Loaded at its first use: only commands that draw need typefaces and pictures.
   platform::Renderer& renderer();
   /// Lets go of what the renderer keeps, until it is used again.
@@ -142,6 +152,7 @@ class WidgetHost {
   bool reloadsLost_ = false;
   std::optional<std::vector<platform::WidgetDescription>> widgets_;
   std::unique_ptr<platform::Renderer> renderer_;
+  LoadingRenderer loadingRenderer_;
 };
 
 /// The place of the entry that a widget shows at `now`: the last whose date has come, or the first
