@@ -1,4 +1,4 @@
-// The artwork in exactly the pixels that scenes need: peers decode each file once and never scale.
+// The artwork in exactly the sizes that the scenes need: peers decode each file once and never scale.
 
 import { existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';

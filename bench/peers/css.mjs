@@ -1,4 +1,4 @@
-// What the peers that are told scenes in CSS have in common.
+// Shared by the peers that take scenes as CSS.
 
 import { families } from './typefaces.mjs';
 
@@ -24,8 +24,8 @@ function covers({ kind, x, y, width, height }, scene) {
 }
 
 /**
- * The widget's own style, and the shapes that are left to stand in it: a backdrop as its background
- * is rounded with less work than everything is clipped.
+ * The widget's style and its other shapes. A backdrop becomes the background: rounding that is
+ * faster than clipping all shapes.
  */
 export function asWidget(scene, urlOf) {
   const { width, height, radius, shapes } = scene;

@@ -1,4 +1,4 @@
-// Whether a peer's picture shows the scene: what a peer left out would make it fast.
+// Checks that a peer's picture shows the whole scene: leaving parts out would make it fast.
 
 import { readFileSync } from 'node:fs';
 import { createCanvas, loadImage } from '@napi-rs/canvas';

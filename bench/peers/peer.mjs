@@ -1,4 +1,4 @@
-// A peer as the benchmark sees it: a process that keeps its caches, asked once a round.
+// A peer: a process that keeps its caches and draws once a round.
 
 import { fork } from 'node:child_process';
 import { mkdirSync, writeFileSync } from 'node:fs';
@@ -38,20 +38,20 @@ export class Peer {
     });
   }
 
-  /** One picture a scene: seconds by the clock and of the cores, pictures, their mean size. */
+  /** Draws every scene once: wall-clock and processor seconds, pictures, their mean size. */
   async round() {
     const measured = await this.#ask({});
     return { ...measured, peak: peakOf(this.#process.pid) };
   }
 
-  /** A program started for the first scene alone. */
+  /** Starts a process that draws only the first scene. */
   async cold() {
     const picture = join(this.#directory, 'one.png');
     const words = [worker, this.#module, this.#worldFile, '--one', picture];
     return (await run(process.execPath, words)).seconds;
   }
 
-  /** Its pictures' mean difference from ours, and that of the same pictures without texts. */
+  /** Its pictures' mean difference from ours, and that of our pictures without texts. */
   async fidelity(scenes) {
     const figures = {};
     for (const withoutTexts of [true, false]) {

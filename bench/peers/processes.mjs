@@ -1,9 +1,9 @@
-// Programs, timed from their start to their end, and what they take of the memory.
+// Measures programs: time from start to end, and memory.
 
 import { spawn } from 'node:child_process';
 import { readdirSync, readFileSync } from 'node:fs';
 
-/** In MiB; 0 of a process that has ended meanwhile. */
+/** In MiB; 0 if the process has ended. */
 export function peakOf(id) {
   try {
     const status = readFileSync(`/proc/${id}/status`, 'utf8');
@@ -13,7 +13,7 @@ export function peakOf(id) {
   }
 }
 
-/** What this process's children, once they have ended, have taken of the cores with their own. */
+/** Processor time of this process's ended children, with their own children. */
 function secondsOfEndedChildren() {
   const fields = readFileSync('/proc/self/stat', 'utf8').replace(/.*\) /s, '').split(' ');
   const [user, system] = fields.slice(13, 15).map(Number);
@@ -21,7 +21,7 @@ function secondsOfEndedChildren() {
   return (user + system) / ticks;
 }
 
-/** None of a process that has ended meanwhile. */
+/** Empty if the process has ended. */
 function childrenOf(id) {
   try {
     return readdirSync(`/proc/${id}/task`).flatMap(thread =>
@@ -33,8 +33,8 @@ function childrenOf(id) {
 }
 
 /**
- * Resolves when the program has ended well: seconds by the clock and of the cores, its output, and
- * with `watch` its peak and its children's, summed. One program at a time.
+ * Resolves when the program has succeeded: wall-clock and processor seconds, its output, and with
+ * `watch` the sum of its and its children's peak memory. One program at a time.
  */
 export function run(program, words, { watch = false } = {}) {
   return new Promise((resolve, reject) => {

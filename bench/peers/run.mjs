@@ -1,8 +1,8 @@
-// How fast others draw the scenes of `glancery sheet`, in one run with it.
+// Measures how fast other renderers draw the scenes of `glancery sheet`, in the same run as it.
 //
-// The peers get an advantage wherever there is a choice: display lists instead of providers and
-// layout, artwork in the very pixels, warm caches, nothing written to the disk. Ours is the whole
-// command, from its start with nothing in memory to its last file.
+// The peers have every advantage: they get display lists instead of providers and layout, artwork in
+// its final size, warm caches, and write no files. Ours is the whole command, from a cold start to
+// its last file.
 
 import { execFileSync } from 'node:child_process';
 import { existsSync, mkdtempSync, rmSync, statSync } from 'node:fs';
@@ -43,7 +43,7 @@ function options() {
   return { ...values, build: resolve(values.build), rounds };
 }
 
-/** Evenly over all of them, in no step that a list of combinations would repeat itself in. */
+/** Spread evenly, but not in a fixed step: that could select the same state of every widget. */
 function some(scenes, most) {
   const goldenRatio = (Math.sqrt(5) - 1) / 2;
   const chosen = new Set();
@@ -74,10 +74,10 @@ function pinTo(cores) {
   execFileSync('taskset', ['-apc', cores, String(process.pid)], { stdio: 'ignore' });
 }
 
-/** One after the other in every round, so that whatever else the machine does meets all alike. */
+/** Runs every program once a round, so that other load on the machine affects all alike. */
 async function interleave(rows, rounds) {
   for (let round = 0; round < rounds; ++round) {
-    // Each round starts with another one, so that none always comes after the same neighbour.
+    // Each round starts with another program, so that none always runs after the same one.
     for (const step of rows.keys()) {
       const row = rows[(step + round) % rows.length];
       const { seconds, coreSeconds, pictures, kibibytes, peak } = await row.program.round();
@@ -103,7 +103,7 @@ async function compare({ build, rounds, scenes: given }, directory) {
     throw new Error(`${glancery} has no command sheet; --scenes DIR names scenes to draw`);
   }
   if (ours) {
-    // The first round counts for nobody, so watching it disturbs no figure. It leaves the scenes.
+    // Not counted, so that measuring its memory affects no figure. Leaves the scenes for the peers.
     ours.peak = (await sheet.round({ watch: true })).peak;
     ours.kibibytes = meanKibibytes(readScenes(sheet.directory));
   }
@@ -128,8 +128,8 @@ async function compare({ build, rounds, scenes: given }, directory) {
   }
 }
 
-// The peers keep their pictures in memory, and so does what the sheet's files are written to: disks
-// are no part of this.
+// The peers keep their pictures in memory, and the sheet writes to a file system in memory: disks are
+// not measured.
 const memory = '/dev/shm';
 const directory = mkdtempSync(join(existsSync(memory) ? memory : tmpdir(), 'glancery-peers-'));
 try {

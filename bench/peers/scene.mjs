@@ -1,4 +1,4 @@
-// What the peers draw: Glancery's display lists, in pixels and with nothing left to lay out.
+// What the peers draw: Glancery's display lists, laid out, in pixels.
 
 import { readdirSync, readFileSync } from 'node:fs';
 import { join } from 'node:path';
@@ -17,7 +17,7 @@ function filesBelow(directory) {
     .map(entry => join(entry.parentPath, entry.name));
 }
 
-/** Whole pixels, as Glancery snaps what has edges. */
+/** Snapped to whole pixels as Glancery does. */
 function snapped([x, y, width, height], scale) {
   const left = Math.round(x * scale);
   const top = Math.round(y * scale);
@@ -58,7 +58,7 @@ function shapesOf(item, scale) {
   }
 }
 
-/** The display lists below a directory that have their picture beside them. */
+/** The display lists in a directory that have a picture beside them. */
 export function readScenes(directory) {
   const files = new Set(filesBelow(directory));
   const lists = [...files].filter(path => path.endsWith('.json')).sort();

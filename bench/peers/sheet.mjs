@@ -1,4 +1,4 @@
-// Ours as the benchmark sees it: the whole command, started anew every round.
+// Glancery's sheet: the whole command, started again in every round.
 
 import { join } from 'node:path';
 import { run } from './processes.mjs';

@@ -15,7 +15,7 @@ function drawLine(context, shape) {
   context.fillStyle = shape.color;
   context.textAlign = shape.align;
   const across = { left: 0, center: shape.width / 2, right: shape.width }[shape.align];
-  // Its line box in the middle of ours.
+  // Centres its line box in ours.
   const { fontBoundingBoxAscent: up, fontBoundingBoxDescent: down } = context.measureText('x');
   context.fillText(shape.text, shape.x + across, shape.y + (shape.height + up - down) / 2);
 }

@@ -29,7 +29,7 @@ function node(shape, urlOf) {
 
 export async function open({ build, artwork, ownPNG }) {
   setGlyphCacheMaxBytes(64 * mebibyte);
-  // Keeps decoded what it was once given under an image's name.
+  // Keeps decoded images by name.
   const renderer = new Renderer({ cacheMaxBytes: 512 * mebibyte });
   for (const { name, data } of variableTypefaces(build)) {
     await renderer.registerFont({ name, data });

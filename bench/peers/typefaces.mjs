@@ -1,4 +1,4 @@
-// The typefaces of the bundle and of the phone, for every peer alike.
+// The typefaces of the bundle and of the phone, the same for every peer.
 
 import { readFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
@@ -6,13 +6,13 @@ import { join } from 'node:path';
 
 const installed = createRequire(import.meta.url);
 
-/** What a text is set in, best first: the second ones have what the first ones lack. */
+/** The families of a text, best first. The second has the characters that the first lacks. */
 export const families = {
   Inter: 'Inter, Arabic',
   Literata: 'Literata, LiterataExt, Arabic',
 };
 
-/** Literata's usual optical size: left alone, some would choose it by the pixels. */
+/** Literata's default optical size; some peers would derive one from the size in pixels. */
 export const literataVariation = "'opsz' 12";
 
 const face = (name, path, weight) => ({ name, path, data: readFileSync(path), weight });
@@ -30,7 +30,7 @@ export function variableTypefaces(build) {
   return [inter, ...besidesInter(build)];
 }
 
-/** For who draws a variable typeface in its usual weight alone. */
+/** For peers that draw a variable typeface only in its default weight. */
 export function singleWeightTypefaces(build) {
   const inter = [500, 600, 700].flatMap(weight =>
     ['latin', 'latin-ext'].map(subset => {

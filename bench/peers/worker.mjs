@@ -1,4 +1,4 @@
-// One peer in a process of its own, which draws when its parent asks: `worker.mjs PEER WORLD`.
+// Runs one peer as a process, which draws when its parent asks: `worker.mjs PEER WORLD`.
 // With `--one PICTURE` it draws the first scene and ends, like a program started for one picture.
 
 import { readFileSync, writeFileSync } from 'node:fs';
