@@ -8,8 +8,8 @@
 
 namespace bench {
 
-/// The streak widget's view as its extension hands it over, and a renderer of the same bundle that
-/// has read the typefaces and the artwork.
+/// The streak widget's view from its extension, and a renderer of the same bundle that has loaded
+/// the typefaces and the artwork.
 class StreakPicture {
  public:
   static constexpr platform::PictureOptions kOptions = {.scale = 3,

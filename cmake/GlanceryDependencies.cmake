@@ -5,12 +5,12 @@ find_package(Boost 1.74 REQUIRED)
 pkg_check_modules(CURL REQUIRED IMPORTED_TARGET libcurl)
 pkg_check_modules(EXPAT REQUIRED IMPORTED_TARGET expat)
 pkg_check_modules(PANGOCAIRO REQUIRED IMPORTED_TARGET pangocairo pangoft2 cairo fontconfig freetype2)
-pkg_check_modules(DEFLATE REQUIRED IMPORTED_TARGET libdeflate)
+pkg_check_modules(ISAL REQUIRED IMPORTED_TARGET libisal)
 pkg_check_modules(SPNG REQUIRED IMPORTED_TARGET spng)
 pkg_check_modules(RSVG REQUIRED IMPORTED_TARGET librsvg-2.0)
 
-# Time zones, linked statically: a shared library in C++ would bring the shared standard library
-# along, which costs the extension a fifth of its start.
+# Time zones, linked statically: a shared library in C++ would load the shared standard library,
+# which takes a fifth of the extension's start.
 add_library(glancery_time_zones INTERFACE)
 foreach(part time time_zone civil_time int128 strings strings_internal
              raw_logging_internal base throw_delegate spinlock_wait)
@@ -32,7 +32,7 @@ target_link_libraries(glancery_icu INTERFACE
   $<$<NOT:${shared_icu}>:${ICU_DATA_STATIC}>
   ${CMAKE_DL_LIBS} Threads::Threads)
 
-# SQLite is linked statically: a program that transfers nothing then loads nothing for it.
+# SQLite is linked statically: programs that transfer nothing load nothing for it.
 add_library(glancery_sqlite INTERFACE)
 find_library(SQLITE_STATIC libsqlite3.a REQUIRED)
 target_link_libraries(glancery_sqlite INTERFACE
@@ -44,4 +44,5 @@ if(GLANCERY_TESTS)
 endif()
 if(GLANCERY_BENCH)
   find_package(benchmark REQUIRED)
+  find_package(ZLIB REQUIRED)
 endif()

@@ -1,47 +1,50 @@
 #pragma once
 
 #include <cstdint>
+#include <expected>
 #include <memory>
+#include <optional>
 #include <span>
+#include <string>
+#include <string_view>
 
 #include "platform/render/pixels/handles.h"
 #include "platform/swiftui/geometry.h"
 
 namespace platform {
 
-/// A picture's pixels, ready to be drawn: premultiplied sRGB, 0xAARRGGBB, rows from the top.
+/// An image that can be drawn.
 struct Picture {
-  /// What the pixels lie in, if the surface does not own them; it outlives the surface.
-  std::shared_ptr<const void> memory = {};
-  Handle<cairo_surface_t> surface;
+  /// `width * height` pixels of premultiplied sRGB, 0xAARRGGBB, rows from the top.
+  std::shared_ptr<const std::uint32_t[]> pixels;
   int width = 0;
   int height = 0;
   bool opaque = false;
   /// In points.
   Size naturalSize;
+  /// Refers to `pixels`. Read only.
+  Handle<cairo_surface_t> surface = nullptr;
 
-  /// Row `y`; all rows have `width` pixels.
-  std::span<const std::uint32_t> row(int y) const;
+  std::span<const std::uint32_t> allPixels() const {
+    return {pixels.get(), static_cast<std::size_t>(width) * static_cast<std::size_t>(height)};
+  }
 };
 
-/// A picture of its own pixels, all transparent; or of pixels to be filled in that will be opaque.
-Picture makePicture(int width, int height, Size naturalSize, bool opaque = false);
-
-/// A picture of somebody else's pixels, without copying them.
-Picture wrapPicture(std::shared_ptr<const void> memory,
-                    const std::uint32_t* pixels,
+/// A picture that shares these pixels. Whether they are opaque is looked up if it is not given.
+Picture makePicture(std::shared_ptr<const std::uint32_t[]> pixels,
                     int width,
                     int height,
-                    bool opaque,
-                    Size naturalSize);
+                    Size naturalSize,
+                    std::optional<bool> opaque = {});
 
-/// The pixels of a picture made by `makePicture`, for filling in.
-std::span<std::uint32_t> pixelsOf(Picture& picture);
+/// A surface for drawing into these pixels, which must outlive it.
+Handle<cairo_surface_t> surfaceOf(std::uint32_t* pixels, int width, int height, bool opaque);
 
-/// Notes whether the filled-in pixels are opaque, which makes drawing them a copy.
-void finishPicture(Picture& picture);
+/// Decodes a PNG file of any colour type and depth, at most 8192 pixels a side. `scale` is its
+/// pixels a point. The error says what is wrong with the bytes.
+std::expected<Picture, std::string> readPNG(std::string_view bytes, double scale);
 
-/// The picture stretched to that many pixels.
+/// The picture stretched to `width` by `height` pixels.
 Picture scaled(const Picture& picture, int width, int height);
 
 }  // namespace platform

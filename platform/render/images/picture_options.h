@@ -1,10 +1,6 @@
 #pragma once
 
-#include <expected>
-#include <string>
-
 #include "platform/swiftui/color_scheme.h"
-#include "platform/swiftui/geometry.h"
 
 namespace platform {
 
@@ -17,8 +13,5 @@ struct PictureOptions {
   /// square.
   double cornerRadius = 0;
 };
-
-/// Refuses a size or scale that no picture has; the error says which.
-std::expected<void, std::string> checkPicture(Size size, const PictureOptions& options);
 
 }  // namespace platform

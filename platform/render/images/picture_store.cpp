@@ -1,12 +1,11 @@
 #include "platform/render/images/picture_store.h"
 
 #include <cmath>
-#include <utility>
 
 #include "platform/render/images/pixel_file.h"
-#include "platform/render/images/png_reader.h"
-#include "platform/render/svg/svg_entry.h"
-#include "platform/support/file_bytes.h"
+#include "platform/render/svg/svg_drawing.h"
+#include "platform/support/files.h"
+#include "platform/support/fingerprint.h"
 #include "platform/support/module_library.h"
 
 namespace platform {
@@ -17,19 +16,14 @@ constexpr std::size_t kMostStretchedPixels = 12 << 20;
 
 constexpr int kMaxSide = 8192;
 
-/// Whose file the layout measures.
+/// The layout measures the file for this scale.
 constexpr double kLayoutScale = 3;
 
 }  // namespace
 
-PictureStore::PictureStore(std::filesystem::path catalog, std::filesystem::path svgModule)
-    : catalog_(std::move(catalog)), svgModule_(std::move(svgModule)) {
-}
-
 std::optional<Size> PictureStore::naturalSize(std::string_view name) {
-  // A dark variant has the size of the general one; that is the one the layout knows about. Files
-  // of several scales may differ by a fraction of a point, which must not depend on what was drawn
-  // before.
+  // Files for other schemes and scales may differ by a fraction of a point. The layout must not
+  // depend on which of them were drawn before.
   const auto found = picture(name, ColorScheme::light, kLayoutScale);
   if (!found) {
     return Size{};
@@ -40,25 +34,25 @@ std::optional<Size> PictureStore::naturalSize(std::string_view name) {
 PictureStore::Result PictureStore::picture(std::string_view name,
                                            ColorScheme scheme,
                                            double scale) {
-  const auto set = catalog_.imageSet(name);
-  if (!set) {
-    return std::unexpected(set.error());
+  const auto found = catalog_.file(name, scheme, scale);
+  if (!found) {
+    return std::unexpected(found.error());
   }
-  const ImageFile* file = *set ? choose(**set, scheme, scale) : nullptr;
+  const ImageFile* file = *found;
   if (!file) {
     missing_.emplace(name);
     return nullptr;
   }
   const int drawnScale = file->isDrawing() ? static_cast<int>(std::ceil(scale)) : 0;
-  FileKey key(file->path.string(), drawnScale);
-  if (const auto known = loaded_.find(key); known != loaded_.end()) {
-    return known->second;
+  auto& kept = loaded_[FileKey(file->path.string(), drawnScale)];
+  if (!kept) {
+    auto loaded = load(*file, drawnScale);
+    if (!loaded) {
+      return std::unexpected(std::move(loaded).error());
+    }
+    kept = std::make_shared<const Picture>(*std::move(loaded));
   }
-  auto loaded = load(*file, drawnScale);
-  if (loaded) {
-    loaded_.emplace(std::move(key), *loaded);
-  }
-  return loaded;
+  return kept;
 }
 
 PictureStore::Result PictureStore::stretched(
@@ -75,58 +69,49 @@ PictureStore::Result PictureStore::stretched(
   if (const auto known = stretched_.find(key); known != stretched_.end()) {
     return known->second;
   }
-  stretchedPixels_ += static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  const std::size_t pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  stretchedPixels_ += pixels;
   if (stretchedPixels_ > kMostStretchedPixels) {
     stretched_.clear();
-    stretchedPixels_ = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+    stretchedPixels_ = pixels;
   }
   auto result = std::make_shared<const Picture>(scaled(**original, width, height));
   stretched_.emplace(std::move(key), result);
   return result;
 }
 
-PictureStore::Result PictureStore::load(const ImageFile& file, int scale) {
-  const auto bytes = fileBytes(file.path);
-  if (!bytes) {
-    return std::unexpected(bytes.error());
-  }
-  if (file.isDrawing()) {
-    if (auto ready = readyPixels(file, *bytes, scale); !ready || *ready) {
-      return ready;
+std::expected<Picture, std::string> PictureStore::load(const ImageFile& file, int scale) const {
+  const auto named = [&](std::expected<Picture, std::string> result) {
+    if (!result) {
+      result.error().insert(0, file.path.string() + ": ");
     }
+    return result;
+  };
+  const auto bytes = readFile(file.path);
+  if (!bytes) {
+    return named(std::unexpected(bytes.error().message()));
   }
-  auto picture = file.isDrawing() ? draw(*bytes, scale) : readPNG(*bytes, file.scale);
-  if (!picture) {
-    return std::unexpected(file.path.string() + ": " + picture.error());
+  if (!file.isDrawing()) {
+    return named(readPNG(*bytes, file.scale));
   }
-  return std::make_shared<const Picture>(std::move(*picture));
-}
-
-PictureStore::Result PictureStore::readyPixels(const ImageFile& file,
-                                               std::string_view drawing,
-                                               int scale) {
-  const DrawingIdentity identity = identify(drawing);
+  const std::uint64_t drawing = checksum(*bytes);
   // The scale itself, then a finer one, then a coarser one.
   for (const int candidate : {scale, scale + 1, scale + 2, scale - 1}) {
-    auto ready = openPixelFile(pixelFileFor(file.path, candidate));
-    if (!ready) {
-      return std::unexpected(std::move(ready).error());
+    auto pixels = openPixelFile(pixelFileFor(file.path, candidate), drawing);
+    if (!pixels) {
+      return std::unexpected(std::move(pixels).error());
     }
-    if (*ready && (*ready)->drawing == identity) {
-      return std::make_shared<const Picture>(std::move((*ready)->picture));
+    if (*pixels) {
+      return **std::move(pixels);
     }
   }
-  return nullptr;
-}
-
-std::expected<Picture, std::string> PictureStore::draw(std::string_view drawing, int scale) {
-  const auto entry = openModule(svgModule_, kSVGEntry);
-  if (!entry) {
-    return std::unexpected(entry.error());
+  const auto draw = openModule(svgModule_, "glanceryDrawSVG");
+  if (!draw) {
+    return named(std::unexpected(draw.error()));
   }
   std::expected<Picture, std::string> result;
-  reinterpret_cast<SVGEntry*> (*entry)(drawing, scale, result);
-  return result;
+  reinterpret_cast<decltype(glanceryDrawSVG)*> (*draw)(*bytes, scale, result);
+  return named(std::move(result));
 }
 
 }  // namespace platform

@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <utility>
 
 #include "platform/render/images/asset_catalog.h"
 #include "platform/render/images/picture.h"
@@ -17,19 +18,21 @@
 
 namespace platform {
 
-/// The pictures of a bundle, loaded when first drawn and kept, also at the sizes they are drawn in.
+/// The pictures of a bundle. Keeps those that it has loaded, and the sizes that they were stretched
+/// to.
 ///
-/// A drawing comes from its ready pixels where the bundle has them, so that the library that draws
-/// SVG, slow to load, is not needed; without them it is drawn here, to the same pixels.
+/// A drawing is loaded from its pre-rendered pixels, so that the library that draws SVG, slow to
+/// load, is not needed. Without them it is drawn here, with the same pixels.
 class PictureStore {
  public:
   /// Null for a picture that the bundle does not have; the error names the file at fault.
   using Result = std::expected<std::shared_ptr<const Picture>, std::string>;
 
   /// `svgModule` is the library that draws SVG.
-  PictureStore(std::filesystem::path catalog, std::filesystem::path svgModule);
+  PictureStore(std::filesystem::path catalog, std::filesystem::path svgModule)
+      : catalog_(std::move(catalog)), svgModule_(std::move(svgModule)) {}
 
-  /// In points. A picture that can't be read has no size, and fails when it is drawn.
+  /// In points; empty for a picture that can't be read, whose drawing fails.
   std::optional<Size> naturalSize(std::string_view name);
 
   /// The picture in as many pixels as it has for that scale, 1 to 4.
@@ -41,9 +44,7 @@ class PictureStore {
   const std::set<std::string>& missing() const { return missing_; }
 
  private:
-  Result load(const ImageFile& file, int scale);
-  Result readyPixels(const ImageFile& file, std::string_view drawing, int scale);
-  std::expected<Picture, std::string> draw(std::string_view drawing, int scale);
+  std::expected<Picture, std::string> load(const ImageFile& file, int scale) const;
 
   /// By file and scale, which is 0 for a file that has its own.
   using FileKey = std::pair<std::string, int>;

@@ -1,16 +1,17 @@
 #include "platform/render/images/pixel_file.h"
 
 #include <fcntl.h>
-#include <libdeflate.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <bit>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
+#include <span>
+#include <string_view>
 #include <system_error>
+
+#include "platform/support/file_descriptor.h"
+#include "platform/support/files.h"
 
 namespace platform {
 namespace {
@@ -18,8 +19,9 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::uint32_t kMagic = 0x58'50'4C'47;  // "GLPX"
-constexpr std::uint32_t kVersion = 1;
+constexpr std::uint32_t kVersion = 2;
 constexpr std::uint32_t kMaxSide = 16384;
+constexpr std::string_view kWrongLength = "pre-rendered pixels cut short or too long";
 
 struct Header {
   std::uint32_t magic = kMagic;
@@ -28,28 +30,13 @@ struct Header {
   std::uint32_t height = 0;
   std::uint32_t scale = 0;
   std::uint32_t opaque = 0;
-  DrawingIdentity drawing = {};
+  std::uint64_t drawingChecksum = 0;
   double naturalWidth = 0;
   double naturalHeight = 0;
 };
-static_assert(sizeof(Header) == 48 && std::has_unique_object_representations_v<DrawingIdentity>);
+static_assert(sizeof(Header) == 48);
 
-struct Mapping {
-  void* address = MAP_FAILED;
-  std::size_t length = 0;
-
-  Mapping(int file, std::size_t size)
-      : address(mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file, 0)), length(size) {}
-  ~Mapping() {
-    if (address != MAP_FAILED) {
-      munmap(address, length);
-    }
-  }
-  Mapping(const Mapping&) = delete;
-  Mapping& operator=(const Mapping&) = delete;
-};
-
-/// Whether a side of so many pixels is one of that natural length; a part of a pixel counts whole.
+/// Whether a side of `points` takes that many pixels; a part of a pixel counts whole.
 bool isSide(std::uint32_t pixels, double points, std::uint32_t scale) {
   return pixels > 0 && pixels <= kMaxSide && points > 0 && points * scale <= pixels &&
          points * scale > pixels - 1.0;
@@ -58,95 +45,84 @@ bool isSide(std::uint32_t pixels, double points, std::uint32_t scale) {
 /// What is wrong with a header and the length of its file; empty if nothing is.
 std::string_view damage(const Header& header, std::size_t length) {
   if (header.magic != kMagic) {
-    return "no file of ready pixels";
+    return "not a file of pre-rendered pixels";
   }
   if (header.version != kVersion) {
-    return "ready pixels of another version";
+    return "pre-rendered pixels of another version";
   }
   if (!isSide(header.width, header.naturalWidth, header.scale) ||
       !isSide(header.height, header.naturalHeight, header.scale) || header.opaque > 1) {
-    return "ready pixels with a damaged header";
+    return "pre-rendered pixels with a damaged header";
   }
   const auto pixels = static_cast<std::size_t>(header.width) * header.height;
-  return length == sizeof(Header) + pixels * 4 ? "" : "ready pixels cut short or too long";
+  return length == sizeof(Header) + pixels * 4 ? "" : kWrongLength;
 }
 
 }  // namespace
-
-DrawingIdentity identify(std::string_view drawing) {
-  return {.bytes = static_cast<std::uint32_t>(drawing.size()),
-          .checksum = libdeflate_crc32(0, drawing.data(), drawing.size())};
-}
 
 fs::path pixelFileFor(const fs::path& drawing, int scale) {
   return drawing.parent_path() /
          (drawing.stem().string() + "@" + std::to_string(scale) + "x.pixels");
 }
 
-std::expected<std::optional<PixelFile>, std::string> openPixelFile(const fs::path& file) {
+std::expected<std::optional<Picture>, std::string> openPixelFile(const fs::path& file,
+                                                                 std::uint64_t drawingChecksum) {
   const auto failure = [&](std::string_view what) {
     return std::unexpected(file.string() + ": " + std::string(what));
   };
-  const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor < 0) {
-    if (errno == ENOENT) {
-      return std::nullopt;
-    }
-    return failure(std::strerror(errno));
+  const FileDescriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!descriptor && errno == ENOENT) {
+    return std::nullopt;
   }
   struct stat status = {};
-  fstat(descriptor, &status);
-  const auto length = static_cast<std::size_t>(status.st_size);
-  if (length < sizeof(Header)) {
-    close(descriptor);
-    return failure("ready pixels cut short or too long");
-  }
-  const auto mapping = std::make_shared<const Mapping>(descriptor, length);
-  close(descriptor);
-  if (mapping->address == MAP_FAILED) {
+  if (!descriptor || ::fstat(descriptor.get(), &status) != 0) {
     return failure(std::strerror(errno));
   }
+  const auto length = static_cast<std::size_t>(status.st_size);
+  if (length < sizeof(Header)) {
+    return failure(kWrongLength);
+  }
+  void* const address = ::mmap(nullptr, length, PROT_READ, MAP_PRIVATE, descriptor.get(), 0);
+  if (address == MAP_FAILED) {
+    return failure(std::strerror(errno));
+  }
+  const std::shared_ptr<void> mapping(address, [length](void* at) { ::munmap(at, length); });
   Header header;
-  std::memcpy(&header, mapping->address, sizeof header);
+  std::memcpy(&header, address, sizeof header);
   if (const auto wrong = damage(header, length); !wrong.empty()) {
     return failure(wrong);
   }
-  const auto* pixels = static_cast<const std::uint32_t*>(mapping->address) + sizeof(Header) / 4;
-  return PixelFile{.drawing = header.drawing,
-                   .scale = static_cast<int>(header.scale),
-                   .picture = wrapPicture(mapping,
-                                          pixels,
-                                          static_cast<int>(header.width),
-                                          static_cast<int>(header.height),
-                                          header.opaque != 0,
-                                          {header.naturalWidth, header.naturalHeight})};
+  if (header.drawingChecksum != drawingChecksum) {
+    return std::nullopt;
+  }
+  const auto* pixels = static_cast<const std::uint32_t*>(address) + sizeof(Header) / 4;
+  return makePicture(std::shared_ptr<const std::uint32_t[]>(mapping, pixels),
+                     static_cast<int>(header.width),
+                     static_cast<int>(header.height),
+                     {header.naturalWidth, header.naturalHeight},
+                     header.opaque != 0);
 }
 
-std::expected<void, std::string> writePixelFile(const fs::path& file, const PixelFile& content) {
-  const Picture& picture = content.picture;
+std::expected<void, std::string> writePixelFile(const fs::path& file,
+                                                std::uint64_t drawingChecksum,
+                                                int scale,
+                                                const Picture& picture) {
   const Header header{.width = static_cast<std::uint32_t>(picture.width),
                       .height = static_cast<std::uint32_t>(picture.height),
-                      .scale = static_cast<std::uint32_t>(content.scale),
+                      .scale = static_cast<std::uint32_t>(scale),
                       .opaque = picture.opaque ? 1U : 0U,
-                      .drawing = content.drawing,
+                      .drawingChecksum = drawingChecksum,
                       .naturalWidth = picture.naturalSize.width,
                       .naturalHeight = picture.naturalSize.height};
+  std::string bytes(reinterpret_cast<const char*>(&header), sizeof header);
+  const auto pixels = std::as_bytes(picture.allPixels());
+  bytes.append(reinterpret_cast<const char*>(pixels.data()), pixels.size());
   fs::path temporary = file;
   temporary += ".new";
-  {
-    std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(&header), sizeof header);
-    for (int y = 0; y < picture.height; ++y) {
-      const auto row = std::as_bytes(picture.row(y));
-      out.write(reinterpret_cast<const char*>(row.data()),
-                static_cast<std::streamsize>(row.size()));
-    }
-    if (!out.flush()) {
-      return std::unexpected(temporary.string() + ": can't be written");
-    }
+  std::error_code error = writeFile(temporary, bytes);
+  if (!error) {
+    fs::rename(temporary, file, error);
   }
-  std::error_code error;
-  fs::rename(temporary, file, error);
   if (error) {
     return std::unexpected(file.string() + ": " + error.message());
   }

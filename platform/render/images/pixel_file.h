@@ -5,39 +5,29 @@
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include "platform/render/images/picture.h"
 
 namespace platform {
 
-/// Which drawing a file of ready pixels was made from, so that pixels of a drawing that has been
-/// replaced since are not taken for the new one's.
-struct DrawingIdentity {
-  std::uint32_t bytes = 0;
-  std::uint32_t checksum = 0;
-  friend bool operator==(const DrawingIdentity&, const DrawingIdentity&) = default;
-};
-DrawingIdentity identify(std::string_view drawing);
-
-/// Ready pixels of a drawing at one scale, in a file that is mapped and drawn from without copying.
-///
-/// 48 bytes of header, then the rows; numbers in the machine's byte order.
-struct PixelFile {
-  DrawingIdentity drawing;
-  int scale = 1;
-  Picture picture;
-};
+// Files of pre-rendered pixels: a drawing at one scale, mapped and drawn from without copying.
+//
+// 48 bytes of header, then the rows; numbers in the machine's byte order. The header has the
+// checksum of the drawing, so that pixels of a replaced drawing are not used.
 
 /// `flame@3x.pixels` for `flame.svg` at scale 3, beside it.
 std::filesystem::path pixelFileFor(const std::filesystem::path& drawing, int scale);
 
-/// Maps the file; nothing if there is none. The error names a damaged one.
-std::expected<std::optional<PixelFile>, std::string> openPixelFile(
-    const std::filesystem::path& file);
+/// Maps the file. Nothing if there is no file, or if it was made from a drawing with another
+/// checksum. The error names a damaged file.
+std::expected<std::optional<Picture>, std::string> openPixelFile(const std::filesystem::path& file,
+                                                                 std::uint64_t drawingChecksum);
 
-/// Replaces the file in one step: who has mapped the old one keeps it.
+/// Replaces the file in one step; processes that have mapped the old one keep it. `picture` is the
+/// drawing at `scale` pixels a point.
 std::expected<void, std::string> writePixelFile(const std::filesystem::path& file,
-                                                const PixelFile& content);
+                                                std::uint64_t drawingChecksum,
+                                                int scale,
+                                                const Picture& picture);
 
 }  // namespace platform

@@ -2,7 +2,6 @@
 
 #include <system_error>
 
-#include "platform/render/output/render_entry.h"
 #include "platform/support/module_library.h"
 
 namespace platform {
@@ -17,12 +16,12 @@ fs::path renderLibrary() {
 std::expected<std::unique_ptr<Renderer>, std::string> loadRenderer(const fs::path& bundle,
                                                                    const fs::path& systemFonts,
                                                                    const fs::path& library) {
-  const auto entry = openModule(library, kRenderEntry);
+  const auto entry = openModule(library, "glanceryOpenRenderer");
   if (!entry) {
     return std::unexpected(entry.error());
   }
   std::expected<std::unique_ptr<Renderer>, std::string> result;
-  reinterpret_cast<RenderEntry*> (*entry)(bundle, systemFonts, result);
+  reinterpret_cast<decltype(glanceryOpenRenderer)*> (*entry)(bundle, systemFonts, result);
   return result;
 }
 

@@ -2,17 +2,14 @@
 
 #include <dlfcn.h>
 
-#include <system_error>
 #include <utility>
 
 #include "platform/render/images/picture_store.h"
-#include "platform/render/images/png_reader.h"
 #include "platform/render/layout/layout.h"
 #include "platform/render/output/png_encoder.h"
-#include "platform/render/output/svg_document.h"
+#include "platform/render/output/render_module.h"
 #include "platform/render/paint/rasterizer.h"
 #include "platform/render/text/text_breaker.h"
-#include "platform/render/text/text_lock.h"
 #include "platform/render/text/typefaces.h"
 
 namespace platform {
@@ -20,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The library that draws SVG lies beside the program or library that this code is in.
+/// The library that draws SVG is beside the library that this code is in.
 fs::path svgModule() {
   static const char here = 0;
   Dl_info module = {};
@@ -71,6 +68,11 @@ class BundleRenderer final : public Renderer {
     return encoder_.encode(scratch_);
   }
 
+  std::expected<std::string, std::string> svg(const DisplayList& list,
+                                              const PictureOptions& options) override {
+    return rasterizer_.svg(list, options);
+  }
+
   std::string encodePNG(const Bitmap& bitmap) override { return encoder_.encode(bitmap); }
 
   std::expected<Bitmap, std::string> decodePNG(std::string_view bytes) override {
@@ -78,19 +80,10 @@ class BundleRenderer final : public Renderer {
     if (!picture) {
       return std::unexpected(picture.error());
     }
-    Bitmap bitmap{.width = picture->width, .height = picture->height};
-    for (int y = 0; y < bitmap.height; ++y) {
-      const auto row = picture->row(y);
-      bitmap.pixels.insert(bitmap.pixels.end(), row.begin(), row.end());
-    }
-    return bitmap;
-  }
-
-  std::expected<std::string, std::string> svg(const DisplayList& list,
-                                              const PictureOptions& options) override {
-    const TextLock lock;
-    return svgDocument(
-        list, options, {.texts = *texts_, .pictures = pictures_, .encoder = encoder_});
+    const auto pixels = picture->allPixels();
+    return Bitmap{.width = picture->width,
+                  .height = picture->height,
+                  .pixels = {pixels.begin(), pixels.end()}};
   }
 
   const std::set<std::string>& missingImages() const override { return pictures_.missing(); }
@@ -101,20 +94,22 @@ class BundleRenderer final : public Renderer {
   PictureStore pictures_;
   Rasterizer rasterizer_{*texts_, pictures_};
   PNGEncoder encoder_;
-  /// Kept between pictures, as the encoder's buffers are.
+  /// Keeps its memory between pictures.
   Bitmap scratch_;
 };
 
 }  // namespace
-
-std::expected<std::unique_ptr<Renderer>, std::string> openRenderer(const fs::path& bundle,
-                                                                   const fs::path& systemFonts) {
-  const TextLock lock;
-  auto typefaces = Typefaces::open(bundle, systemFonts);
-  if (!typefaces) {
-    return std::unexpected(std::move(typefaces).error());
-  }
-  return std::make_unique<BundleRenderer>(std::move(*typefaces), bundle);
-}
-
 }  // namespace platform
+
+__attribute__((visibility("default"))) void glanceryOpenRenderer(
+    const std::filesystem::path& bundle,
+    const std::filesystem::path& systemFonts,
+    std::expected<std::unique_ptr<platform::Renderer>, std::string>& result) {
+  const platform::TextLock lock;
+  auto typefaces = platform::Typefaces::open(bundle, systemFonts);
+  if (typefaces) {
+    result = std::make_unique<platform::BundleRenderer>(std::move(*typefaces), bundle);
+  } else {
+    result = std::unexpected(std::move(typefaces).error());
+  }
+}

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <expected>
-#include <filesystem>
-#include <memory>
 #include <set>
 #include <string>
 #include <string_view>
@@ -15,11 +13,10 @@
 
 namespace platform {
 
-/// Everything between an archived view and a picture of it, for one bundle: its typefaces and
-/// pictures, the layout, the drawing.
+/// Makes images of archived views, with the typefaces and pictures of one bundle.
 ///
-/// Keeps what it has measured, shaped and scaled, so that the next picture is quicker. One renderer
-/// serves one thread at a time; several may serve several at once.
+/// Keeps what it has measured, shaped and scaled, which makes later images faster. Used by one
+/// thread at a time; several renderers may be used at the same time.
 class Renderer {
  public:
   virtual ~Renderer() = default;
@@ -31,33 +28,28 @@ class Renderer {
                              LayoutDirection direction) = 0;
 
   /// Draws the list into `ceil(size * scale)` pixels, frames snapped to whole pixels, clipped to
-  /// the widget, source over. Fails on a size that is empty or beyond 4096 pixels a side, and on a
-  /// picture of the bundle that can't be read; the error names it. A picture that the bundle does
-  /// not have paints nothing and is listed in `missingImages`.
+  /// the widget, source over. Fails if the size is empty or beyond 4096 pixels a side, or if a
+  /// picture of the bundle can't be read; the error names it. A picture that the bundle does not
+  /// have paints nothing and is listed in `missingImages`.
   virtual std::expected<Bitmap, std::string> rasterize(const DisplayList& list,
                                                        const PictureOptions& options) = 0;
 
-  /// The list as a PNG file of those pixels.
+  /// The same pixels as a PNG file.
   virtual std::expected<std::string, std::string> png(const DisplayList& list,
                                                       const PictureOptions& options) = 0;
 
-  /// Pixels as such a file, and back from a PNG file of any kind; the error says what is wrong with
-  /// the bytes.
-  virtual std::string encodePNG(const Bitmap& bitmap) = 0;
-  virtual std::expected<Bitmap, std::string> decodePNG(std::string_view bytes) = 0;
-
-  /// The list as a self-contained SVG file: pictures embedded as PNG, texts as outlines.
+  /// The list as an SVG file that needs no other file: pictures embedded as PNG, in the pixels that
+  /// they are drawn with, once each; texts as outlines, their words in the root's label. One unit
+  /// is one point. The errors are those of `rasterize`.
   virtual std::expected<std::string, std::string> svg(const DisplayList& list,
                                                       const PictureOptions& options) = 0;
 
-  /// Names of pictures asked for so far that the bundle does not have.
+  virtual std::string encodePNG(const Bitmap& bitmap) = 0;
+  /// From a PNG file of any kind. The error says what is wrong with the bytes.
+  virtual std::expected<Bitmap, std::string> decodePNG(std::string_view bytes) = 0;
+
+  /// Names of requested pictures that the bundle does not have.
   virtual const std::set<std::string>& missingImages() const = 0;
 };
-
-/// Opens the renderer of a bundle folder (its `Assets.xcassets`, its fonts by `UIAppFonts`), with
-/// the system's typefaces from `systemFonts`. No other fonts of the machine are seen, so that
-/// pictures are the same everywhere. The error names the file at fault.
-std::expected<std::unique_ptr<Renderer>, std::string> openRenderer(
-    const std::filesystem::path& bundle, const std::filesystem::path& systemFonts);
 
 }  // namespace platform

@@ -1,37 +1,68 @@
 #include "platform/render/paint/rasterizer.h"
 
+#include <cairo/cairo-svg.h>
 #include <cairo/cairo.h>
 
 #include <algorithm>
-#include <cstring>
+#include <cmath>
+#include <sstream>
+#include <string_view>
+#include <utility>
 
-#include "platform/render/pixels/pixel_grid.h"
-#include "platform/render/text/text_lock.h"
+#include "platform/render/images/picture.h"
+#include "platform/render/pixels/handles.h"
 #include "platform/render/text/text_mask.h"
 
 namespace platform {
 namespace {
 
-/// One picture being painted.
+constexpr double kMaxSide = 4096;
+
+using Result = std::expected<void, std::string>;
+
+Result check(Size size, const PictureOptions& options) {
+  std::ostringstream error;
+  // Negated comparisons also refuse NaN.
+  if (!(options.scale >= 1 && options.scale <= 4)) {
+    error << "a picture has 1 to 4 pixels a point, not " << options.scale;
+  } else if (!(size.width > 0 && size.height > 0)) {
+    error << "a picture can't be " << size.width << " by " << size.height << " points";
+  } else if (size.width * options.scale > kMaxSide || size.height * options.scale > kMaxSide) {
+    error << "a picture of " << size.width << " by " << size.height << " points at "
+          << options.scale << " pixels a point is beyond " << kMaxSide << " pixels a side";
+  } else if (!(options.cornerRadius >= 0)) {
+    error << "a corner radius can't be " << options.cornerRadius;
+  } else {
+    return {};
+  }
+  return std::unexpected(error.str());
+}
+
+/// The pixels of a length: a part of a pixel counts whole, a rounding error does not.
+int pixelLength(double points, double scale) {
+  constexpr double kRoundingError = 1e-6;
+  return static_cast<int>(std::ceil(points * scale - kRoundingError));
+}
+
+/// Paints onto a surface whose unit is a pixel.
 class Canvas {
  public:
-  Canvas(Bitmap& bitmap, const PictureOptions& options, TextBreaker& texts, PictureStore& pictures)
-      : bitmap_(bitmap),
+  Canvas(cairo_surface_t* surface,
+         const DisplayList& list,
+         const PictureOptions& options,
+         TextBreaker& texts,
+         PictureStore& pictures)
+      : isBitmap_(cairo_surface_get_type(surface) == CAIRO_SURFACE_TYPE_IMAGE),
+        width_(pixelLength(list.size.width, options.scale)),
+        height_(pixelLength(list.size.height, options.scale)),
         options_(options),
         texts_(texts),
         pictures_(pictures),
-        surface_(cairo_image_surface_create_for_data(
-            reinterpret_cast<unsigned char*>(bitmap.pixels.data()),
-            CAIRO_FORMAT_ARGB32,
-            bitmap.width,
-            bitmap.height,
-            bitmap.width * 4)),
-        context_(cairo_create(surface_.get())) {}
-  ~Canvas() { cairo_surface_finish(surface_.get()); }
-  Canvas(const Canvas&) = delete;
-  Canvas& operator=(const Canvas&) = delete;
+        context_(cairo_create(surface)) {}
 
-  std::expected<void, std::string> paint(const DisplayItem& item) {
+  cairo_t* context() { return context_.get(); }
+
+  Result paint(const DisplayItem& item) {
     const PixelRect frame = snapped(item.frame, options_.scale);
     if (const auto* image = std::get_if<ImageItem>(&item.content)) {
       return paintPicture(image->name, frame);
@@ -41,56 +72,36 @@ class Canvas {
       return {};
     }
     setColor(std::get<FillItem>(item.content).color);
-    cairo_rectangle(context_.get(), frame.x, frame.y, frame.width, frame.height);
-    cairo_fill(context_.get());
+    cairo_rectangle(context(), frame.x, frame.y, frame.width, frame.height);
+    cairo_fill(context());
     return {};
   }
 
  private:
   void setColor(const Color& color) {
-    cairo_set_source_rgba(context_.get(), color.red, color.green, color.blue, color.opacity);
+    cairo_set_source_rgba(context(), color.red, color.green, color.blue, color.opacity);
   }
 
   bool isVisible(const PixelRect& frame) const {
-    return frame.width > 0 && frame.height > 0 && frame.x < bitmap_.width &&
-           frame.y < bitmap_.height && frame.x + frame.width > 0 && frame.y + frame.height > 0;
+    return frame.width > 0 && frame.height > 0 && frame.x < width_ && frame.y < height_ &&
+           frame.x + frame.width > 0 && frame.y + frame.height > 0;
   }
 
-  std::expected<void, std::string> paintPicture(const std::string& name, const PixelRect& frame) {
-    if (!isVisible(frame)) {
-      // Still looked up, so that a missing or unreadable picture is not overlooked.
-      const auto looked = pictures_.picture(name, options_.scheme, options_.scale);
-      return looked ? std::expected<void, std::string>{} : std::unexpected(looked.error());
-    }
+  Result paintPicture(const std::string& name, const PixelRect& frame) {
+    // Loads an invisible picture too, so that a missing or unreadable one is reported.
     const auto picture =
-        pictures_.stretched(name, options_.scheme, options_.scale, frame.width, frame.height);
+        isVisible(frame)
+            ? pictures_.stretched(name, options_.scheme, options_.scale, frame.width, frame.height)
+            : pictures_.picture(name, options_.scheme, options_.scale);
     if (!picture) {
       return std::unexpected(picture.error());
     }
-    if (*picture && (*picture)->opaque) {
-      copy(**picture, frame);
-    } else if (*picture) {
-      cairo_set_source_surface(context_.get(), (*picture)->surface.get(), frame.x, frame.y);
-      cairo_pattern_set_filter(cairo_get_source(context_.get()), CAIRO_FILTER_NEAREST);
-      cairo_rectangle(context_.get(), frame.x, frame.y, frame.width, frame.height);
-      cairo_fill(context_.get());
+    if (*picture && isVisible(frame)) {
+      cairo_set_source_surface(context(), (*picture)->surface.get(), frame.x, frame.y);
+      cairo_pattern_set_filter(cairo_get_source(context()), CAIRO_FILTER_NEAREST);
+      cairo_paint(context());
     }
     return {};
-  }
-
-  /// Row by row: the drawing library would look at each pixel of an opaque picture.
-  void copy(const Picture& picture, const PixelRect& frame) {
-    cairo_surface_flush(surface_.get());
-    const int left = std::max(frame.x, 0);
-    const int right = std::min(frame.x + frame.width, bitmap_.width);
-    const int bottom = std::min(frame.y + frame.height, bitmap_.height);
-    for (int y = std::max(frame.y, 0); y < bottom; ++y) {
-      const auto from = picture.row(y - frame.y).subspan(left - frame.x, right - left);
-      std::memcpy(bitmap_.pixels.data() + static_cast<std::ptrdiff_t>(y) * bitmap_.width + left,
-                  from.data(),
-                  from.size_bytes());
-    }
-    cairo_surface_mark_dirty(surface_.get());
   }
 
   void paintText(const ArchivedText& text, Size box, const PixelRect& frame) {
@@ -99,51 +110,121 @@ class Canvas {
     const TextPlacement placement{
         .scale = options_.scale, .boxWidth = box.width, .alignment = text.alignment};
     setColor(text.color);
-    const TextMask* mask = textMask(*broken, placement);
+    const TextMask* mask = isBitmap_ ? textMask(*broken, placement) : nullptr;
     if (!mask) {
-      cairo_save(context_.get());
-      cairo_translate(context_.get(), frame.x, frame.y);
-      cairo_scale(context_.get(), options_.scale, options_.scale);
-      drawLines(context_.get(), *broken, placement);
-      cairo_restore(context_.get());
+      cairo_save(context());
+      cairo_translate(context(), frame.x, frame.y);
+      cairo_scale(context(), options_.scale, options_.scale);
+      drawLines(context(), *broken, placement);
+      cairo_restore(context());
     } else if (!mask->pixels.empty()) {
-      // Only ever read.
+      // Only read.
       auto* pixels = const_cast<unsigned char*>(mask->pixels.data());
       const Handle<cairo_surface_t> surface(cairo_image_surface_create_for_data(
           pixels, CAIRO_FORMAT_A8, mask->width, mask->height, mask->stride));
-      cairo_mask_surface(context_.get(), surface.get(), frame.x + mask->x, frame.y + mask->y);
+      cairo_mask_surface(context(), surface.get(), frame.x + mask->x, frame.y + mask->y);
     }
   }
 
-  Bitmap& bitmap_;
+  bool isBitmap_;
+  int width_;
+  int height_;
   const PictureOptions& options_;
   TextBreaker& texts_;
   PictureStore& pictures_;
-  Handle<cairo_surface_t> surface_;
   Handle<cairo_t> context_;
 };
 
+/// The words of the texts as an attribute for screen readers.
+std::string label(const DisplayList& list) {
+  std::string label = " role=\"img\" aria-label=\"";
+  std::string_view separator;
+  for (const DisplayItem& item : list.items) {
+    const auto* text = std::get_if<TextItem>(&item.content);
+    label += text ? std::exchange(separator, " ") : "";
+    for (const char c : text ? text->text.text : "") {
+      // XML can't express the other control characters.
+      label += c == '&'                              ? "&amp;"
+               : c == '<'                            ? "&lt;"
+               : c == '"'                            ? "&quot;"
+               : static_cast<unsigned char>(c) < ' ' ? " "
+                                                     : std::string(1, c);
+    }
+  }
+  return label + '"';
+}
+
 }  // namespace
 
-std::expected<void, std::string> Rasterizer::paint(const DisplayList& list,
-                                                   const PictureOptions& options,
-                                                   Bitmap& bitmap) {
-  if (auto checked = checkPicture(list.size, options); !checked) {
+PixelRect snapped(const Rect& frame, double scale) {
+  const auto nearest = [scale](double points) {
+    // The range of the drawing library's fixed-point coordinates.
+    constexpr double kFarthest = 32000;
+    return static_cast<int>(std::lround(std::clamp(points * scale, -kFarthest, kFarthest)));
+  };
+  const int left = nearest(frame.x);
+  const int top = nearest(frame.y);
+  return {.x = left,
+          .y = top,
+          .width = nearest(frame.x + frame.width) - left,
+          .height = nearest(frame.y + frame.height) - top};
+}
+
+Result Rasterizer::paint(const DisplayList& list, const PictureOptions& options, Bitmap& bitmap) {
+  if (auto checked = check(list.size, options); !checked) {
     return checked;
   }
   bitmap.width = pixelLength(list.size.width, options.scale);
   bitmap.height = pixelLength(list.size.height, options.scale);
   bitmap.pixels.assign(static_cast<std::size_t>(bitmap.width) * bitmap.height, 0);
+  const auto surface = surfaceOf(bitmap.pixels.data(), bitmap.width, bitmap.height, false);
+  Canvas canvas(surface.get(), list, options, texts_, pictures_);
+  for (const DisplayItem& item : list.items) {
+    if (auto painted = canvas.paint(item); !painted) {
+      return painted;
+    }
+  }
+  cairo_surface_flush(surface.get());
+  corners_.apply(bitmap, options.cornerRadius * options.scale);
+  return {};
+}
+
+std::expected<std::string, std::string> Rasterizer::svg(const DisplayList& list,
+                                                        const PictureOptions& options) {
+  if (auto checked = check(list.size, options); !checked) {
+    return std::unexpected(std::move(checked).error());
+  }
+  // The surface reads the typefaces until it is finished.
+  const TextLock lock;
+  std::string file;
+  const auto write = [](void* target, const unsigned char* bytes, unsigned int count) {
+    static_cast<std::string*>(target)->append(reinterpret_cast<const char*>(bytes), count);
+    return CAIRO_STATUS_SUCCESS;
+  };
+  const Handle<cairo_surface_t> surface(
+      cairo_svg_surface_create_for_stream(write, &file, list.size.width, list.size.height));
+  cairo_svg_surface_set_document_unit(surface.get(), CAIRO_SVG_UNIT_PX);
   {
-    Canvas canvas(bitmap, options, texts_, pictures_);
+    Canvas canvas(surface.get(), list, options, texts_, pictures_);
+    if (options.cornerRadius > 0) {
+      for (const Point& point : roundedRectangle(list.size, options.cornerRadius)) {
+        cairo_line_to(canvas.context(), point.x, point.y);
+      }
+      cairo_clip(canvas.context());
+    }
+    cairo_scale(canvas.context(), 1 / options.scale, 1 / options.scale);
     for (const DisplayItem& item : list.items) {
       if (auto painted = canvas.paint(item); !painted) {
-        return painted;
+        return std::unexpected(std::move(painted).error());
       }
     }
   }
-  corners_.apply(bitmap, options.cornerRadius * options.scale);
-  return {};
+  cairo_surface_finish(surface.get());
+  if (const auto status = cairo_surface_status(surface.get()); status != CAIRO_STATUS_SUCCESS) {
+    return std::unexpected("can't write SVG: " + std::string(cairo_status_to_string(status)));
+  }
+  constexpr std::string_view kRoot = "<svg";
+  return file.insert(file.find(kRoot) + kRoot.size(), label(list));
 }
 
 }  // namespace platform

@@ -1,4 +1,5 @@
-// Makes a bundle's asset catalogue from its source: a copy, with ready pixels beside every drawing.
+// Makes a bundle's asset catalogue from its source: a copy, with pre-rendered pixels beside every
+// drawing.
 
 #include <cstdlib>
 #include <filesystem>
@@ -8,7 +9,8 @@
 
 #include "platform/render/images/pixel_file.h"
 #include "platform/render/svg/svg_drawing.h"
-#include "platform/support/file_bytes.h"
+#include "platform/support/files.h"
+#include "platform/support/fingerprint.h"
 
 namespace {
 
@@ -22,49 +24,35 @@ constexpr int kScales[] = {2, 3};
   std::exit(1);
 }
 
-bool isCurrent(const fs::path& pixels, const DrawingIdentity& drawing) {
-  const auto file = openPixelFile(pixels);
-  return file && *file && (*file)->drawing == drawing;
-}
-
-void drawReadyPixels(const fs::path& drawing) {
-  const auto bytes = fileBytes(drawing);
+void preRender(const fs::path& drawing) {
+  const auto bytes = readFile(drawing);
   if (!bytes) {
-    fail(bytes.error());
+    fail(drawing.string() + ": " + bytes.error().message());
   }
-  const DrawingIdentity identity = identify(*bytes);
   for (const int scale : kScales) {
     const fs::path file = pixelFileFor(drawing, scale);
-    if (isCurrent(file, identity)) {
+    if (const auto current = openPixelFile(file, checksum(*bytes)); current && *current) {
       continue;
     }
-    auto picture = drawSVG(*bytes, scale);
+    const auto picture = drawSVG(*bytes, scale);
     if (!picture) {
       fail(drawing.string() + ": " + picture.error());
     }
-    const auto written =
-        writePixelFile(file, {.drawing = identity, .scale = scale, .picture = std::move(*picture)});
-    if (!written) {
+    if (const auto written = writePixelFile(file, checksum(*bytes), scale, *picture); !written) {
       fail(written.error());
     }
   }
 }
 
-/// Whether the source still has what a file of the built catalogue was made from.
-bool hasSource(const fs::path& built, const fs::path& source) {
-  if (built.extension() != ".pixels") {
-    return fs::exists(source);
-  }
-  const std::string stem = built.stem();
-  fs::path drawing = source;
-  drawing.replace_filename(stem.substr(0, stem.rfind('@')) + ".svg");
-  return fs::exists(drawing);
-}
-
-void removeLeftovers(const fs::path& source, const fs::path& built) {
+void removeFilesWithoutSource(const fs::path& source, const fs::path& built) {
   std::vector<fs::path> leftovers;
   for (const auto& entry : fs::recursive_directory_iterator(built)) {
-    if (!hasSource(entry.path(), source / fs::relative(entry.path(), built))) {
+    fs::path origin = source / fs::relative(entry.path(), built);
+    if (origin.extension() == ".pixels") {
+      const std::string stem = origin.stem();
+      origin.replace_filename(stem.substr(0, stem.rfind('@')) + ".svg");
+    }
+    if (!fs::exists(origin)) {
       leftovers.push_back(entry.path());
     }
   }
@@ -84,12 +72,12 @@ int main(int count, char** arguments) {
   const fs::path built = arguments[2];
   try {
     fs::create_directories(built);
-    removeLeftovers(source, built);
+    removeFilesWithoutSource(source, built);
     constexpr auto kOptions = fs::copy_options::recursive | fs::copy_options::overwrite_existing;
     fs::copy(source, built, kOptions);
     for (const auto& entry : fs::recursive_directory_iterator(built)) {
       if (entry.path().extension() == ".svg") {
-        drawReadyPixels(entry.path());
+        preRender(entry.path());
       }
     }
   } catch (const fs::filesystem_error& error) {

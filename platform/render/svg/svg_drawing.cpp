@@ -5,18 +5,12 @@
 #include <cmath>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace platform {
 namespace {
 
 constexpr double kMaxSide = 8192;
-
-struct Unref {
-  void operator()(RsvgHandle* handle) const { g_object_unref(handle); }
-};
-struct FreeError {
-  void operator()(GError* error) const { g_error_free(error); }
-};
 
 std::optional<Size> naturalSize(RsvgHandle* handle) {
   double width = 0;
@@ -36,10 +30,11 @@ std::optional<Size> naturalSize(RsvgHandle* handle) {
 
 std::expected<Picture, std::string> drawSVG(std::string_view svg, double scale) {
   GError* raw = nullptr;
-  const std::unique_ptr<RsvgHandle, Unref> handle(
-      rsvg_handle_new_from_data(reinterpret_cast<const guint8*>(svg.data()), svg.size(), &raw));
+  const std::unique_ptr<RsvgHandle, decltype(&g_object_unref)> handle(
+      rsvg_handle_new_from_data(reinterpret_cast<const guint8*>(svg.data()), svg.size(), &raw),
+      g_object_unref);
   const auto failure = [&raw] {
-    const std::unique_ptr<GError, FreeError> error(raw);
+    const std::unique_ptr<GError, decltype(&g_error_free)> error(raw, g_error_free);
     return std::unexpected("not an SVG that can be drawn: " + std::string(error->message));
   };
   if (!handle) {
@@ -54,15 +49,22 @@ std::expected<Picture, std::string> drawSVG(std::string_view svg, double scale) 
   if (width > kMaxSide || height > kMaxSide) {
     return std::unexpected("an SVG beyond 8192 pixels a side");
   }
-  Picture picture = makePicture(static_cast<int>(width), static_cast<int>(height), *size);
-  const Handle<cairo_t> context(cairo_create(picture.surface.get()));
+  const int columns = static_cast<int>(width);
+  const int rows = static_cast<int>(height);
+  auto pixels = std::make_shared<std::uint32_t[]>(static_cast<std::size_t>(columns) * rows);
+  const auto surface = surfaceOf(pixels.get(), columns, rows, false);
+  const Handle<cairo_t> context(cairo_create(surface.get()));
   const RsvgRectangle viewport{.x = 0, .y = 0, .width = width, .height = height};
   if (!rsvg_handle_render_document(handle.get(), context.get(), &viewport, &raw)) {
     return failure();
   }
-  cairo_surface_flush(picture.surface.get());
-  finishPicture(picture);
-  return picture;
+  cairo_surface_flush(surface.get());
+  return makePicture(std::move(pixels), columns, rows, *size);
 }
 
 }  // namespace platform
+
+__attribute__((visibility("default"))) void glanceryDrawSVG(
+    std::string_view svg, double scale, std::expected<platform::Picture, std::string>& result) {
+  result = platform::drawSVG(svg, scale);
+}

@@ -1,24 +1,219 @@
 #include "platform/render/text/text_breaker.h"
 
+#include <hb.h>
 #include <pango/pangocairo.h>
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
+#include <limits>
+#include <optional>
+#include <string_view>
 #include <utility>
-
-#include "platform/render/text/text_mask.h"
-#include "platform/render/text/text_shaping.h"
 
 namespace platform {
 namespace {
 
-/// Beyond this nothing wraps or is dropped; Pango's units end at two million points.
+/// From this length on, nothing wraps or is dropped. Pango's units overflow at two million points.
 constexpr double kLongest = 1'000'000;
-/// Larger than any widget; beyond it Pango's units could overflow within a long text.
+/// Larger than any widget. Above it, Pango's units could overflow within a long text.
 constexpr double kLargestFont = 2000;
-/// A home screen shows some hundred different texts a day.
+/// A home screen shows about a hundred different texts a day.
 constexpr std::size_t kMostTexts = 512;
+
+constexpr std::string_view kEllipsis = "\u2026";
+
+/// Lines are at most this multiple of the font's size; taller ones are cut evenly above and below.
+/// A widget has no room for the natural lines of book typefaces: Literata's are 1.5 times its size.
+constexpr double kTallestLine = 1.3;
+
+/// Beyond every length in Pango's units.
+constexpr int kUnlimited = std::numeric_limits<int>::max();
+
+/// One line of a layout; lengths in Pango's units (1024 a point), offsets in bytes of its text.
+struct ShapedLine {
+  int begin = 0;
+  /// After the line's last character, without trailing white space and line feed.
+  int end = 0;
+  int width = 0;
+  int height = 0;
+  int baseline = 0;
+};
+
+template <auto kFree>
+struct Free {
+  void operator()(auto* value) const { kFree(value); }
+};
+using Description = std::unique_ptr<PangoFontDescription, Free<pango_font_description_free>>;
+
+double fontSize(const ArchivedText& text) {
+  return std::clamp(text.font.size, 0.0, kLargestFont);
+}
+
+/// In Pango's units.
+int tracking(const ArchivedText& text) {
+  return static_cast<int>(
+      std::lround(std::clamp(text.tracking, -kLargestFont, kLargestFont) * PANGO_SCALE));
+}
+
+Description description(const Typefaces& typefaces, const ArchivedText& text) {
+  Description font(pango_font_description_new());
+  pango_font_description_set_family(font.get(), typefaces.families(text.font.family).c_str());
+  pango_font_description_set_absolute_size(font.get(), fontSize(text) * PANGO_SCALE);
+  pango_font_description_set_weight(font.get(),
+                                    static_cast<PangoWeight>(std::to_underlying(text.font.weight)));
+  // By default, a typeface with optical sizes takes the one for 96 dots an inch, three quarters.
+  const std::string opticalSize = "opsz=" + std::to_string(fontSize(text));
+  pango_font_description_set_variations(font.get(), opticalSize.c_str());
+  return font;
+}
+
+/// The typeface's own line about the baseline, without width. Pango's metrics would shape a sample
+/// sentence for this.
+PangoRectangle naturalLine(PangoContext* context, const PangoFontDescription* description) {
+  const std::unique_ptr<PangoFont, Free<g_object_unref>> font(
+      pango_context_load_font(context, description));
+  hb_font_extents_t extents = {};
+  if (!font || !hb_font_get_h_extents(pango_font_get_hb_font(font.get()), &extents)) {
+    return {};
+  }
+  return {
+      .x = 0, .y = -extents.ascender, .width = 0, .height = extents.ascender - extents.descender};
+}
+
+/// A skin tone colours the figure before it. Symbols here have one colour, and the typeface would
+/// draw a swatch for the tone.
+void hideSkinTones(const std::string& text, const PangoRectangle& line, PangoAttrList* list) {
+  constexpr std::string_view kCommonBytes = "\xF0\x9F\x8F";  // U+1F3FB to U+1F3FF.
+  for (std::size_t at = text.find(kCommonBytes); at != text.npos;
+       at = text.find(kCommonBytes, at + 1)) {
+    const std::size_t end = at + kCommonBytes.size() + 1;
+    if (end <= text.size() && text[end - 1] >= '\xBB' && text[end - 1] <= '\xBF') {
+      constexpr PangoRectangle kNothing = {};
+      PangoAttribute* hidden = pango_attr_shape_new(&kNothing, &line);
+      hidden->start_index = static_cast<guint>(at);
+      hidden->end_index = static_cast<guint>(end);
+      pango_attr_list_insert(list, hidden);
+    }
+  }
+}
+
+bool isSpace(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+
+/// Where the text may be cut: before each character cluster from `begin` on, and at `end`.
+std::vector<int> cuts(PangoLayout* layout, int begin, int end) {
+  int count = 0;
+  const PangoLogAttr* marks = pango_layout_get_log_attrs_readonly(layout, &count);
+  const char* text = pango_layout_get_text(layout);
+  std::vector<int> found;
+  const char* at = text;
+  for (int i = 0; i < count && at - text <= end; ++i, at = g_utf8_next_char(at)) {
+    if (at - text >= begin && marks[i].is_cursor_position) {
+      found.push_back(static_cast<int>(at - text));
+    }
+  }
+  return found;
+}
+
+/// The text less the white space at the end of each paragraph, which would shift aligned lines and
+/// wrap onto lines of its own.
+std::string withoutTrailingSpace(const std::string& text) {
+  std::string kept;
+  kept.reserve(text.size());
+  std::size_t spaces = 0;
+  for (const char c : text) {
+    if (c == '\n') {
+      kept.resize(kept.size() - spaces);
+    }
+    kept += c;
+    spaces = c == ' ' || c == '\t' ? spaces + 1 : 0;
+  }
+  kept.resize(kept.size() - spaces);
+  return kept;
+}
+
+/// The text in that style, wrapped at `width` units, at words and inside those wider than a line.
+/// An unlimited width breaks only at line feeds.
+Handle<PangoLayout> shapeText(const Typefaces& typefaces,
+                              const ArchivedText& style,
+                              const std::string& text,
+                              int width) {
+  Handle<PangoLayout> layout(pango_layout_new(typefaces.context()));
+  const auto font = description(typefaces, style);
+  pango_layout_set_font_description(layout.get(), font.get());
+
+  const std::unique_ptr<PangoAttrList, Free<pango_attr_list_unref>> list(pango_attr_list_new());
+  pango_attr_list_insert(list.get(), pango_attr_insert_hyphens_new(FALSE));
+  if (tracking(style) != 0) {
+    pango_attr_list_insert(list.get(), pango_attr_letter_spacing_new(tracking(style)));
+  }
+  const auto tallest = static_cast<int>(fontSize(style) * kTallestLine * PANGO_SCALE);
+  const PangoRectangle line = naturalLine(typefaces.context(), font.get());
+  if (line.height > tallest) {
+    pango_attr_list_insert(list.get(), pango_attr_line_height_new_absolute(tallest));
+  }
+  hideSkinTones(text, line, list.get());
+  pango_layout_set_attributes(layout.get(), list.get());
+
+  pango_layout_set_wrap(layout.get(), PANGO_WRAP_WORD_CHAR);
+  // Pango counts the tracking after a line's last cluster when it breaks, and leaves it out later.
+  pango_layout_set_width(layout.get(),
+                         width == kUnlimited ? -1 : std::max(0, width + tracking(style)));
+  pango_layout_set_text(layout.get(), text.data(), static_cast<int>(text.size()));
+  return layout;
+}
+
+std::vector<ShapedLine> shapedLines(PangoLayout* layout) {
+  const char* text = pango_layout_get_text(layout);
+  std::vector<ShapedLine> lines;
+  const std::unique_ptr<PangoLayoutIter, Free<pango_layout_iter_free>> iterator(
+      pango_layout_get_iter(layout));
+  do {
+    PangoLayoutLine* line = pango_layout_iter_get_line_readonly(iterator.get());
+    PangoRectangle logical = {};
+    pango_layout_iter_get_line_extents(iterator.get(), nullptr, &logical);
+    ShapedLine shaped{.begin = line->start_index,
+                      .end = line->start_index + line->length,
+                      .width = logical.width,
+                      .height = logical.height,
+                      .baseline = pango_layout_iter_get_baseline(iterator.get())};
+    while (shaped.end > shaped.begin && isSpace(text[shaped.end - 1])) {
+      --shaped.end;
+    }
+    lines.push_back(shaped);
+  } while (pango_layout_iter_next_line(iterator.get()));
+  return lines;
+}
+
+/// Shapes the text of `whole`, which has more lines at that width, so that it has at most `lines`.
+/// The last of them ends with an ellipsis.
+Handle<PangoLayout> shapeTruncated(const Typefaces& typefaces,
+                                   const ArchivedText& style,
+                                   PangoLayout* whole,
+                                   int width,
+                                   std::size_t lines) {
+  const std::string text = pango_layout_get_text(whole);
+  const auto shaped = shapedLines(whole);
+  const ShapedLine& last = shaped[lines - 1];
+  const ShapedLine& dropped = shaped[lines];
+  // The last line may also take the first characters of the next line of its paragraph.
+  const bool sameParagraph = text.find('\n', last.begin) >= static_cast<std::size_t>(dropped.begin);
+  const std::vector<int> ends =
+      cuts(whole, last.begin, sameParagraph ? std::max(dropped.end, last.end) : last.end);
+
+  const auto cutAt = [&](int end) {
+    while (end > last.begin && isSpace(text[end - 1])) {
+      --end;
+    }
+    return shapeText(typefaces, style, text.substr(0, end).append(kEllipsis), width);
+  };
+  const auto fits = [&](int end) {
+    return static_cast<std::size_t>(pango_layout_get_line_count(cutAt(end).get())) <= lines;
+  };
+  const auto firstTooLong = std::ranges::partition_point(ends, fits);
+  return cutAt(firstTooLong == ends.begin() ? last.begin : *std::prev(firstTooLong));
+}
 
 int units(const std::optional<double>& length) {
   if (!length || !(*length < kLongest)) {
@@ -31,7 +226,19 @@ double points(int units) {
   return static_cast<double>(units) / PANGO_SCALE;
 }
 
-/// How many lines are no taller than `height` together; one at least.
+/// The text and everything that its shapes depend on, apart from its box.
+std::string keyOf(const ArchivedText& text) {
+  std::string key = text.text + text.font.family;
+  for (const double number : {static_cast<double>(text.text.size()),
+                              text.font.size,
+                              static_cast<double>(text.font.weight),
+                              text.tracking}) {
+    key.append(reinterpret_cast<const char*>(&number), sizeof number);
+  }
+  return key;
+}
+
+/// How many lines fit into `height`; one at least.
 std::size_t linesWithin(const std::vector<ShapedLine>& lines, int height) {
   std::size_t count = 0;
   int total = 0;
@@ -60,19 +267,6 @@ std::shared_ptr<const BrokenText> brokenText(Handle<PangoLayout> layout) {
 
 }  // namespace
 
-BrokenText::BrokenText() = default;
-BrokenText::~BrokenText() = default;
-
-std::size_t TextBreaker::KeyHash::operator()(const Key& key) const {
-  std::size_t hash = std::hash<std::string>{}(key.text);
-  const auto add = [&hash](std::size_t value) { hash = hash * 1'000'003 ^ value; };
-  add(std::hash<std::string>{}(key.family));
-  add(std::hash<double>{}(key.size));
-  add(std::hash<double>{}(key.tracking));
-  add(static_cast<std::size_t>(std::to_underlying(key.weight)));
-  return hash;
-}
-
 TextLines TextBreaker::breakLines(const ArchivedText& text, ProposedSize proposal) {
   const auto result = broken(text, proposal);
   TextLines lines{.size = result->size, .lines = {}};
@@ -88,17 +282,13 @@ std::shared_ptr<const BrokenText> TextBreaker::broken(const ArchivedText& text,
   if (text.text.empty()) {
     return std::make_shared<const BrokenText>();
   }
-  const Key key{.text = text.text,
-                .family = text.font.family,
-                .size = text.font.size,
-                .weight = text.font.weight,
-                .tracking = text.tracking};
   const Box box{.width = units(proposal.width), .height = units(proposal.height)};
-  const WholeText whole = wholeText(key, box.width);
-  return box.height >= whole.height ? whole.text : truncated(key, box, whole);
+  const WholeText whole = wholeText(text, box.width);
+  return box.height >= whole.height ? whole.text : truncated(text, box, whole);
 }
 
-TextBreaker::WholeText TextBreaker::wholeText(const Key& key, int width) {
+TextBreaker::WholeText TextBreaker::wholeText(const ArchivedText& text, int width) {
+  const std::string key = keyOf(text);
   if (const auto entry = texts_.find(key); entry != texts_.end()) {
     for (const WholeText& known : entry->second.whole) {
       if (width == known.proposed || (width >= known.widest && width < known.proposed)) {
@@ -106,12 +296,11 @@ TextBreaker::WholeText TextBreaker::wholeText(const Key& key, int width) {
       }
     }
   }
-  const TextStyle style = styleOf(key);
-  const std::string text = withoutTrailingSpace(key.text);
-  auto layout = shapeText(typefaces_.context(), style, text, width);
+  const std::string kept = withoutTrailingSpace(text.text);
+  auto layout = shapeText(typefaces_, text, kept, width);
   if (pango_layout_get_unknown_glyphs_count(layout.get()) > 0 && typefaces_.openFallbacks()) {
     texts_.clear();
-    layout = shapeText(typefaces_.context(), style, text, width);
+    layout = shapeText(typefaces_, text, kept, width);
   }
   const auto result = brokenText(std::move(layout));
   WholeText whole{.proposed = width,
@@ -125,31 +314,24 @@ TextBreaker::WholeText TextBreaker::wholeText(const Key& key, int width) {
   return whole;
 }
 
-std::shared_ptr<const BrokenText> TextBreaker::truncated(const Key& key,
+std::shared_ptr<const BrokenText> TextBreaker::truncated(const ArchivedText& text,
                                                          Box box,
                                                          const WholeText& whole) {
   const std::size_t lines = linesWithin(shapedLines(whole.text->layout.get()), box.height);
   if (lines == whole.text->lines.size()) {
     return whole.text;
   }
-  auto& known = texts_[key].truncated;
+  auto& known = texts_[keyOf(text)].truncated;
   if (const auto found = known.find(box); found != known.end()) {
     return found->second;
   }
-  auto result = brokenText(shapeTruncated(
-      typefaces_.context(), styleOf(key), whole.text->layout.get(), box.width, lines));
-  // It will be drawn at the size it answers here.
+  auto result =
+      brokenText(shapeTruncated(typefaces_, text, whole.text->layout.get(), box.width, lines));
+  // Drawing proposes the size that measuring has returned.
   known.emplace(Box{.width = units(result->size.width), .height = units(result->size.height)},
                 result);
   known.emplace(box, result);
   return result;
-}
-
-TextStyle TextBreaker::styleOf(const Key& key) const {
-  return {.families = typefaces_.families(key.family),
-          .size = std::clamp(key.size, 0.0, kLargestFont),
-          .weight = key.weight,
-          .tracking = std::clamp(key.tracking, -kLargestFont, kLargestFont)};
 }
 
 }  // namespace platform

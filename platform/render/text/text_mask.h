@@ -1,11 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "platform/render/pixels/handles.h"
-#include "platform/render/text/text_breaker.h"
 #include "platform/swiftui/archived_view.h"
+#include "platform/swiftui/geometry.h"
 
 namespace platform {
 
@@ -19,39 +20,49 @@ struct TextPlacement {
   friend bool operator==(const TextPlacement&, const TextPlacement&) = default;
 };
 
-/// A text's coverage as pixels, cut to its ink.
+/// A text's coverage as pixels, cropped to the pixels that have any.
 struct TextMask {
   TextPlacement placement = {};
-  /// The top left pixel, counted from the box's.
+  /// The top left pixel, relative to the box.
   int x = 0;
   int y = 0;
   int width = 0;
   int height = 0;
-  /// 0 to 255; rows of `stride`, as the drawing library wants it.
+  /// 0 to 255; rows of `stride`, a multiple of 4.
   int stride = 0;
   std::vector<std::uint8_t> pixels = {};
+};
 
-  /// The coverage of a pixel of the box.
-  std::uint8_t at(int column, int row) const;
+/// One line of a broken text, in points from the text's top left.
+struct BrokenLine {
+  std::string text = {};
+  double width = 0;
+  double baseline = 0;
+};
+
+/// A text shaped and broken into lines, for drawing.
+struct BrokenText {
+  /// Ends with an ellipsis if lines were dropped. Null for an empty text.
+  Handle<PangoLayout> layout;
+  Size size;
+  std::vector<BrokenLine> lines;
+  /// Made by `textMask`.
+  mutable std::vector<TextMask> masks;
 };
 
 /// The x of a line's left end in a box of that width, in points. As in a display list, leading is
 /// the left edge, also for a line that is read from the right.
 double lineStart(const BrokenLine& line, const TextPlacement& placement);
 
-/// The text's mask at that placement, drawn once and then kept with the text. Nothing if the text
-/// has glyphs that are no outlines, colour pictures or boxes for characters without a glyph, or is
-/// far larger than any widget.
+/// The text's mask at that placement, made once and kept with the text. Null if the text has a
+/// glyph without an outline (a colour glyph, or the box for a character that no typeface has), or
+/// is far larger than any widget; `drawLines` draws those.
 ///
-/// Glyphs stand exactly where they were shaped to stand: to a 64th of a pixel, not on whole pixels
-/// as the drawing library puts them, which shows as uneven gaps in small tracked texts.
+/// Glyphs are placed to a 64th of a pixel. The drawing library would round to whole pixels, which
+/// shows as uneven gaps in small tracked texts.
 const TextMask* textMask(const BrokenText& text, const TextPlacement& placement);
 
-/// Draws the lines with the context's colour and transformation, the box's top left at the origin,
-/// boxes and colour glyphs included.
+/// Draws the lines with the context's colour and transformation, the box's top left at the origin.
 void drawLines(cairo_t* context, const BrokenText& text, const TextPlacement& placement);
-
-/// Adds the lines' outlines to the context's path in the same way.
-void addOutlines(cairo_t* context, const BrokenText& text, const TextPlacement& placement);
 
 }  // namespace platform

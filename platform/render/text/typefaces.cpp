@@ -10,14 +10,14 @@
 #include <utility>
 
 #include "platform/foundation/data/property_list.h"
-#include "platform/support/file_bytes.h"
+#include "platform/support/files.h"
 
 namespace platform {
 namespace {
 
 namespace fs = std::filesystem;
 
-/// The font files of a folder in the order of their names, so that every machine opens them alike.
+/// The font files of a folder, sorted, so that every machine opens them in the same order.
 std::vector<fs::path> fontFiles(const fs::path& folder) {
   std::vector<fs::path> files;
   std::error_code ignored;
@@ -31,8 +31,8 @@ std::vector<fs::path> fontFiles(const fs::path& folder) {
   return files;
 }
 
-/// A configuration without fonts, current for the whole process: Pango's own threads initialise
-/// fontconfig, which reads the machine's configuration and font caches if there is none yet.
+/// A configuration without fonts, current for the whole process. Without a current one, fontconfig
+/// reads the machine's configuration and font caches when Pango's own threads initialise it.
 FcConfig* noFonts() {
   static FcConfig* const config = [] {
     FcConfig* empty = FcConfigCreate();
@@ -51,7 +51,7 @@ Handle<PangoContext> exactContext(PangoFontMap* map) {
   pango_cairo_context_set_font_options(context.get(), options);
   cairo_font_options_destroy(options);
   pango_context_set_round_glyph_positions(context.get(), FALSE);
-  // Otherwise the environment's language would have a say in the choice of typefaces.
+  // The default is the environment's language, which would affect the choice of typefaces.
   pango_context_set_language(context.get(), pango_language_from_string("en"));
   return context;
 }
@@ -63,7 +63,7 @@ std::expected<std::unique_ptr<Typefaces>, std::string> Typefaces::open(
   noFonts();
   std::unique_ptr<Typefaces> typefaces(new Typefaces);
   typefaces->config_.reset(FcConfigCreate());
-  // The bundle's files come first: where two typefaces fit equally well, the first one is taken.
+  // The bundle's files come first: of two typefaces that fit equally well, the first is taken.
   if (auto added = typefaces->addBundleFonts(bundle); !added) {
     return std::unexpected(std::move(added).error());
   }
@@ -78,7 +78,7 @@ std::expected<std::unique_ptr<Typefaces>, std::string> Typefaces::open(
 
 Typefaces::~Typefaces() {
   if (map_) {
-    // Pango 1.50 never lets go of the configuration that a font map ends with.
+    // Pango 1.50 never frees the last configuration of a font map.
     pango_fc_font_map_set_config(PANGO_FC_FONT_MAP(map_.get()), noFonts());
   }
 }
@@ -124,23 +124,26 @@ std::expected<void, std::string> Typefaces::addSystemFonts(const fs::path& folde
 
 std::expected<void, std::string> Typefaces::addBundleFonts(const fs::path& bundle) {
   const fs::path file = bundle / "Info.plist";
-  const auto bytes = fileBytes(file);
+  const auto failure = [&](const std::string& what) {
+    return std::unexpected(file.string() + ": " + what);
+  };
+  const auto bytes = readFile(file);
   if (!bytes) {
-    return std::unexpected(bytes.error());
+    return failure(bytes.error().message());
   }
   const auto list = NSPropertyListSerialization::propertyListWithData(*bytes);
   const Dictionary* info = list ? list->dictionary() : nullptr;
   if (!info) {
-    return std::unexpected(file.string() + ": not a property list of an Info dictionary");
+    return failure("not a property list of an Info dictionary");
   }
   if (const Value* names = info->find("UIAppFonts")) {
     if (!names->array()) {
-      return std::unexpected(file.string() + ": UIAppFonts is not an array");
+      return failure("UIAppFonts is not an array");
     }
     for (const Value& name : *names->array()) {
       const auto* text = name.as<std::string>();
       if (!text) {
-        return std::unexpected(file.string() + ": UIAppFonts has an element that is no string");
+        return failure("UIAppFonts has an element that is not a string");
       }
       if (auto added = add(bundle / *text, bundleFamilies_); !added) {
         return added;
@@ -149,13 +152,13 @@ std::expected<void, std::string> Typefaces::addBundleFonts(const fs::path& bundl
   }
   if (const Value* aliases = info->find("GlanceryFontAliases")) {
     if (!aliases->dictionary()) {
-      return std::unexpected(file.string() + ": GlanceryFontAliases is not a dictionary");
+      return failure("GlanceryFontAliases is not a dictionary");
     }
     for (const auto& [name, target] : *aliases->dictionary()) {
       const auto* family = target.as<std::string>();
       if (!family || !bundleFamilies_.contains(*family)) {
-        return std::unexpected(file.string() + ": GlanceryFontAliases gives \"" + name +
-                               "\" a family that no file of UIAppFonts has");
+        return failure("GlanceryFontAliases gives \"" + name +
+                       "\" a family that no file of UIAppFonts has");
       }
       aliases_.emplace(name, *family);
     }
@@ -176,7 +179,7 @@ bool Typefaces::openFallbacks() {
   for (const fs::path& file : std::exchange(unopenedFallbacks_, {})) {
     std::set<std::string> families;
     if (const auto added = add(file, families); !added) {
-      // Its characters stay boxes that show their code points; measuring has no way to fail.
+      // Measuring can't fail: the file's characters are drawn as boxes with their code points.
       std::cerr << "warning: " << added.error() << '\n';
     }
   }

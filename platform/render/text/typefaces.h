@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
@@ -13,14 +14,26 @@
 
 namespace platform {
 
-/// The typefaces that a bundle's texts are set in, and no other of the machine.
+/// Hold this while opening typefaces, measuring or drawing text. Below Pango, all renderers of the
+/// process share the faces of a file, and the drawing library does not lock them. A thread may hold
+/// several.
+class TextLock {
+ public:
+  TextLock() : lock_(mutex_) {}
+
+ private:
+  inline static std::recursive_mutex mutex_;
+  std::scoped_lock<std::recursive_mutex> lock_;
+};
+
+/// The typefaces that a bundle's texts are set in; no others of the machine are used.
 ///
-/// The files directly in the system's fonts folder are the system typeface; those of its folder
-/// `Fallback` are opened only when a text has a character that no typeface has, because a large one
-/// takes longer to open than a widget to draw. The bundle adds the files of its `UIAppFonts`.
+/// The files directly in the system's fonts folder are the system typeface. The files of its folder
+/// `Fallback` are opened only when a text has a character that no typeface has, because opening a
+/// large one takes longer than drawing a widget. The bundle adds the files of its `UIAppFonts`.
 ///
-/// `GlanceryFontAliases` in the bundle's Info dictionary says which family answers to a name whose
-/// own typeface the bundle can't carry.
+/// `GlanceryFontAliases` in the bundle's Info dictionary maps the name of a typeface that the
+/// bundle can't contain to the family that replaces it.
 class Typefaces {
  public:
   /// The error names the file at fault.
@@ -31,12 +44,12 @@ class Typefaces {
 
   PangoContext* context() const { return context_.get(); }
 
-  /// The families to set a text in, best first and separated by commas: the one asked for if there
-  /// is one of that name, then the system's.
+  /// The families to set a text in, best first and separated by commas: `family` if the bundle has
+  /// it, then the system's.
   std::string families(const std::string& family) const;
 
-  /// Opens the fallback typefaces; false if there are none or they are open already. What was
-  /// shaped before has to be shaped again.
+  /// Opens the fallback typefaces; false if there are none or they are open already. Texts that
+  /// were shaped before must be shaped again.
   bool openFallbacks();
 
  private:

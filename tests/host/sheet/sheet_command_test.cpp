@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/sheet/shot.h"
-#include "platform/render/images/png_reader.h"
+#include "platform/render/images/picture.h"
 #include "platform/render/output/png_encoder.h"
 #include "tests/host/command_line.h"
 
@@ -86,11 +86,9 @@ TEST(Sheet, IsTheSameTwice) {
 /// The picture with its pixel in the middle changed by `step` in blue.
 std::string changed(const std::string& png, int step) {
   const auto picture = platform::readPNG(png, 1).value();
-  platform::Bitmap bitmap{.width = picture.width, .height = picture.height};
-  for (int y = 0; y < picture.height; ++y) {
-    const auto row = picture.row(y);
-    bitmap.pixels.insert(bitmap.pixels.end(), row.begin(), row.end());
-  }
+  const auto pixels = picture.allPixels();
+  platform::Bitmap bitmap{
+      .width = picture.width, .height = picture.height, .pixels = {pixels.begin(), pixels.end()}};
   bitmap.pixels[bitmap.pixels.size() / 2 + bitmap.width / 2] -= static_cast<std::uint32_t>(step);
   return platform::PNGEncoder().encode(bitmap);
 }

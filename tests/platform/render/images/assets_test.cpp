@@ -22,12 +22,8 @@ constexpr std::uint32_t kGreen = 0xFF'00'FF'00;
 constexpr std::uint32_t kBlue = 0xFF'00'00'FF;
 
 std::vector<std::uint32_t> pixels(const Picture& picture) {
-  std::vector<std::uint32_t> all;
-  for (int y = 0; y < picture.height; ++y) {
-    const auto row = picture.row(y);
-    all.insert(all.end(), row.begin(), row.end());
-  }
-  return all;
+  const auto all = picture.allPixels();
+  return {all.begin(), all.end()};
 }
 
 class AssetsTest : public ::testing::Test {
@@ -152,23 +148,23 @@ TEST_F(AssetsTest, ErrorsNameTheFileAtFault) {
 
 class DrawingTest : public AssetsTest {
  protected:
-  /// Where the ready pixels of the drawing "sun" lie.
-  fs::path ready(int scale) {
+  /// The file of pre-rendered pixels of the drawing "sun".
+  fs::path preRendered(int scale) {
     return pixelFileFor(bundle_.assets() / "sun.imageset" / "sun.svg", scale);
   }
 };
 
-TEST_F(DrawingTest, ReadyPixelsAreThoseThatWouldBeDrawn) {
+TEST_F(DrawingTest, PreRenderedPixelsAreThoseThatWouldBeDrawn) {
   bundle_.writeDrawing("sun", sampleSVG(20, 12));
   const auto drawn = load("sun");
-  makeReadyPixels(bundle_);
-  ASSERT_TRUE(fs::exists(ready(2)) && fs::exists(ready(3)));
+  preRenderPixels(bundle_);
+  ASSERT_TRUE(fs::exists(preRendered(2)) && fs::exists(preRendered(3)));
   const auto mapped = load("sun");
   EXPECT_EQ(mapped->width, 60);
   EXPECT_EQ(mapped->naturalSize, (Size{20, 12}));
   EXPECT_EQ(pixels(*mapped), pixels(*drawn));
   EXPECT_TRUE(mapped->opaque && drawn->opaque);
-  // Without the library that draws, ready pixels still do.
+  // With pre-rendered pixels, the library that draws is not needed.
   PictureStore noModule(bundle_.assets(), "/nonexistent.so");
   for (const auto& [scale, width] :
        {std::pair(1.0, 40), {2.0, 40}, {2.5, 60}, {3.0, 60}, {4.0, 60}}) {
@@ -178,10 +174,10 @@ TEST_F(DrawingTest, ReadyPixelsAreThoseThatWouldBeDrawn) {
   }
 }
 
-// The app team replaces a drawing in the built bundle: the old one's pixels must not be shown.
+// The app team may replace a drawing in the built bundle: the old drawing must not be shown.
 TEST_F(DrawingTest, PixelsOfAReplacedDrawingAreNotUsed) {
   bundle_.writeDrawing("sun", sampleSVG(20, 12));
-  makeReadyPixels(bundle_);
+  preRenderPixels(bundle_);
   bundle_.writeDrawing("sun", sampleSVG(12, 20));
   EXPECT_EQ(load("sun")->naturalSize, (Size{12, 20}));
   bundle_.writeImageSet(
@@ -191,8 +187,8 @@ TEST_F(DrawingTest, PixelsOfAReplacedDrawingAreNotUsed) {
 
 TEST_F(DrawingTest, DamagedPixelsAreAnErrorThatNamesThem) {
   bundle_.writeDrawing("sun", sampleSVG(20, 12));
-  makeReadyPixels(bundle_);
-  std::ifstream in(ready(3), std::ios::binary);
+  preRenderPixels(bundle_);
+  std::ifstream in(preRendered(3), std::ios::binary);
   const std::string good{std::istreambuf_iterator<char>(in), {}};
   const auto withByte = [&](std::size_t at, char byte) {
     std::string bytes = good;
@@ -204,20 +200,20 @@ TEST_F(DrawingTest, DamagedPixelsAreAnErrorThatNamesThem) {
       {good.substr(0, 20), "cut short"},
       {good.substr(0, good.size() - 1), "cut short or too long"},
       {good + "x", "cut short or too long"},
-      {withByte(0, 'x'), "no file of ready pixels"},
+      {withByte(0, 'x'), "not a file of pre-rendered pixels"},
       {withByte(4, 9), "another version"},
       {withByte(11, '\x7F'), "damaged header"},
       {withByte(16, 0), "damaged header"},
       {withByte(39, '\x7F'), "damaged header"},
   };
   for (const auto& [bytes, error] : cases) {
-    std::ofstream(ready(3), std::ios::binary | std::ios::trunc) << bytes;
-    EXPECT_THAT(errorOf("sun"), StartsWith(ready(3).string())) << error;
+    std::ofstream(preRendered(3), std::ios::binary | std::ios::trunc) << bytes;
+    EXPECT_THAT(errorOf("sun"), StartsWith(preRendered(3).string())) << error;
     EXPECT_THAT(errorOf("sun"), HasSubstr(error));
   }
 }
 
-TEST_F(DrawingTest, ToolRemovesWhatHasNoSourceAnyMore) {
+TEST_F(DrawingTest, ToolRemovesFilesWithoutASource) {
   bundle_.writeDrawing("sun", sampleSVG(4, 4));
   bundle_.writeDrawing("old", sampleSVG(4, 4));
   const fs::path source = bundle_.folder() / "Source.xcassets";

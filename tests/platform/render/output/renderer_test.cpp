@@ -4,7 +4,7 @@
 #include <string>
 #include <thread>
 
-#include "platform/render/images/png_reader.h"
+#include "platform/render/images/picture.h"
 #include "platform/render/output/render_module.h"
 #include "platform/render/svg/svg_drawing.h"
 #include "tests/platform/render/output/test_bundle.h"
@@ -52,10 +52,7 @@ TEST_F(RendererTest, PNGHoldsTheRasterizedPixels) {
     const auto picture = readPNG(renderer->png(sampleList(), options).value(), 2);
     ASSERT_TRUE(picture) << picture.error();
     ASSERT_EQ(picture->width, bitmap->width);
-    for (int y = 0; y < bitmap->height; ++y) {
-      const auto row = picture->row(y);
-      ASSERT_TRUE(std::equal(row.begin(), row.end(), bitmap->pixels.begin() + y * bitmap->width));
-    }
+    EXPECT_TRUE(std::ranges::equal(picture->allPixels(), bitmap->pixels));
     EXPECT_EQ(picture->opaque, radius == 0);
   }
 }
@@ -72,17 +69,15 @@ TEST_F(RendererTest, SVGShowsWhatTheBitmapShows) {
   ASSERT_EQ(drawn->width, bitmap.width);
   ASSERT_EQ(drawn->height, bitmap.height);
   double difference = 0;
-  for (int y = 0; y < bitmap.height; ++y) {
-    for (int x = 0; x < bitmap.width; ++x) {
-      for (const int shift : {0, 8, 16, 24}) {
-        const auto own = static_cast<int>(bitmap.pixels[y * bitmap.width + x] >> shift & 0xFF);
-        difference += std::abs(own - static_cast<int>(drawn->row(y)[x] >> shift & 0xFF));
-      }
+  for (std::size_t i = 0; i < bitmap.pixels.size(); ++i) {
+    for (const int shift : {0, 8, 16, 24}) {
+      const auto own = static_cast<int>(bitmap.pixels[i] >> shift & 0xFF);
+      difference += std::abs(own - static_cast<int>(drawn->pixels[i] >> shift & 0xFF));
     }
   }
   // Only the edges of glyphs and corners may differ, by how each rasterizer covers them.
   EXPECT_LT(difference / (4.0 * bitmap.width * bitmap.height), 0.5);
-  // The picture that is shown twice at one size is embedded once.
+  // The picture that is shown twice in the same size is embedded once.
   std::size_t images = 0;
   for (auto at = svg->find("<image"); at != std::string::npos; at = svg->find("<image", at + 1)) {
     ++images;
@@ -101,7 +96,7 @@ TEST_F(RendererTest, DarkSchemeDrawsDarkPictures) {
   const auto renderer = load();
   const DisplayList list{.size = {8, 8},
                          .items = {{.content = ImageItem{"day"}, .frame = {0, 0, 8, 8}}}};
-  // Each twice: the other scheme's picture must not come out of the cache.
+  // Twice: the other scheme's picture must not come from the cache.
   for (int round = 0; round < 2; ++round) {
     const auto light = renderer->rasterize(list, {.scheme = ColorScheme::light}).value();
     const auto dark = renderer->rasterize(list, {.scheme = ColorScheme::dark}).value();
@@ -114,7 +109,7 @@ ArchivedView stacked(std::vector<ArchivedView> views) {
   return {.element = StackLayout{.spacing = 4}, .children = std::move(views)};
 }
 
-// What was measured is what is drawn: the lines stand in the list, and their frame holds their ink.
+// Texts are drawn as they were measured: the list has the lines, and their frame contains the ink.
 TEST_F(RendererTest, LaysOutWithItsOwnTypefacesAndPictures) {
   const auto renderer = load();
   const ArchivedView view =
@@ -145,7 +140,7 @@ TEST_F(RendererTest, LaysOutWithItsOwnTypefacesAndPictures) {
   EXPECT_GT(ink, 500);
 }
 
-// The layout can't fail; a picture that it could not measure must not drop out of the list.
+// The layout can't fail: a picture that it could not measure must stay in the list.
 TEST_F(RendererTest, UnreadablePictureFailsAfterTheLayoutToo) {
   bundle_.writeImageSet("broken", R"({"filename": "a.png"})", {{"a.png", "text"}});
   const auto renderer = load();
@@ -168,7 +163,7 @@ TEST_F(RendererTest, RefusesToStretchAPictureWithoutBounds) {
   EXPECT_THAT(renderer->svg(list, {}).error(), HasSubstr(error));
 }
 
-// Below, all of them share the faces of a typeface's file.
+// All renderers share the faces of a typeface's file.
 TEST_F(RendererTest, SeveralServeSeveralThreads) {
   const auto drawAll = [](Renderer& renderer) {
     std::vector<std::string> pictures;
@@ -194,8 +189,9 @@ TEST_F(RendererTest, SeveralServeSeveralThreads) {
   EXPECT_THAT(drawn, ::testing::Each(drawAll(*load())));
 }
 
-// 101 pixels at 2x are not quite 151 at 3x: which of them is measured must not depend on the past.
-TEST_F(RendererTest, LaysOutTheSameWhateverWasDrawnBefore) {
+// 101 pixels at 2x and 151 at 3x differ in points. Which of them is measured must not depend on
+// what was drawn before.
+TEST_F(RendererTest, LayoutDoesNotDependOnEarlierDrawing) {
   bundle_.writeImageSet(
       "odd",
       R"({"filename": "a.png", "scale": "2x"}, {"filename": "b.png", "scale": "3x"})",

@@ -64,7 +64,7 @@ std::unique_ptr<Typefaces> TestBundle::typefaces() const {
   return opened ? std::move(*opened) : nullptr;
 }
 
-void makeReadyPixels(const TestBundle& bundle) {
+void preRenderPixels(const TestBundle& bundle) {
   const fs::path source = bundle.folder() / "Source.xcassets";
   fs::rename(bundle.assets(), source);
   const std::string command =

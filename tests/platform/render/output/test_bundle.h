@@ -16,7 +16,7 @@ namespace platform {
 inline const std::filesystem::path kSystemFonts = GLANCERY_BUILD "/system/Fonts";
 inline const std::filesystem::path kSVGModule = GLANCERY_BUILD "/libglancery_svg.so";
 
-/// A bundle folder of the test's own, with the serif and no pictures; removed with its owner.
+/// A temporary bundle folder with the serif and no pictures.
 class TestBundle {
  public:
   TestBundle();
@@ -30,7 +30,7 @@ class TestBundle {
   /// Writes a file below the bundle's folder, with the folders it lies in.
   std::filesystem::path write(const std::filesystem::path& file, std::string_view bytes);
 
-  /// An image set of these files; `images` is what stands between the brackets in Contents.json.
+  /// An image set of these files; `images` are the elements of the array in Contents.json.
   std::filesystem::path writeImageSet(const std::string& name,
                                       const std::string& images,
                                       const std::map<std::string, std::string>& files);
@@ -44,8 +44,8 @@ class TestBundle {
   std::filesystem::path folder_;
 };
 
-/// Puts ready pixels beside the drawings of a bundle's catalogue, as the build does.
-void makeReadyPixels(const TestBundle& bundle);
+/// Puts pre-rendered pixels beside the drawings of a bundle's catalogue, as the build does.
+void preRenderPixels(const TestBundle& bundle);
 
 Bitmap solid(int width, int height, std::uint32_t pixel);
 

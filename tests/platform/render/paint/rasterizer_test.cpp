@@ -6,7 +6,6 @@
 #include <cmath>
 #include <string>
 
-#include "platform/render/pixels/pixel_grid.h"
 #include "tests/platform/render/output/test_bundle.h"
 
 namespace platform {
@@ -49,7 +48,7 @@ class RasterizerTest : public ::testing::Test {
   Rasterizer rasterizer_{texts_, pictures_};
 };
 
-TEST(PixelGrid, EdgesSnapOnTheirOwnSoThatNeighboursTouch) {
+TEST(PixelGrid, EdgesSnapSeparatelySoThatNeighboursTouch) {
   struct Case {
     Rect frame;
     double scale;
@@ -92,7 +91,7 @@ TEST_F(RasterizerTest, SizeIsWholePixels) {
   }
 }
 
-TEST_F(RasterizerTest, RefusesWhatIsNoPicture) {
+TEST_F(RasterizerTest, RefusesInvalidSizesAndOptions) {
   struct Case {
     Size size;
     PictureOptions options;
@@ -121,12 +120,12 @@ TEST_F(RasterizerTest, BackdropAtItsOwnSizeKeepsEveryPixel) {
   const Bitmap bitmap = paint({.size = {18, 18}, .items = {image("sky", {-1, -1, 20, 20})}});
   for (int y = 0; y < bitmap.height; ++y) {
     for (int x = 0; x < bitmap.width; ++x) {
-      ASSERT_EQ(at(bitmap, x, y), source->row(y + 3)[x + 3]) << x << ' ' << y;
+      ASSERT_EQ(at(bitmap, x, y), source->pixels[(y + 3) * source->width + x + 3]) << x << ' ' << y;
     }
   }
 }
 
-TEST_F(RasterizerTest, PicturesWithTransparencyAreLaidOverWhatIsThere) {
+TEST_F(RasterizerTest, TranslucentPicturesAreBlended) {
   bundle_.writeImageSet(
       "glass", R"({"filename": "a.png"})", {{"a.png", solidPNG(4, 4, 0x80'80'00'00)}});
   const Bitmap bitmap = paint(
@@ -216,7 +215,7 @@ TEST_F(RasterizerTest, TextTakesItsColourOpacityAndPlace) {
   }
 }
 
-// Boxes for characters without a glyph are drawn another way than outlines, at the same place.
+// Boxes for characters without a glyph are not drawn as a mask, but at the same place.
 TEST_F(RasterizerTest, CharactersWithoutGlyphShowABoxInTheirFrame) {
   const ArchivedText missing{.text = "\u4ECA", .font = Font::system(20)};
   const Size size = texts_.breakLines(missing, {}).size;

@@ -33,7 +33,14 @@ std::string withoutSpaces(const std::vector<std::string>& lines) {
   return joined;
 }
 
-/// The same text as the library draws it, row by row.
+std::uint8_t coverageAt(const TextMask& mask, int x, int y) {
+  const int column = x - mask.x;
+  const int row = y - mask.y;
+  const bool inside = column >= 0 && column < mask.width && row >= 0 && row < mask.height;
+  return inside ? mask.pixels[static_cast<std::size_t>(row) * mask.stride + column] : 0;
+}
+
+/// The text as the drawing library draws it, row by row.
 std::vector<std::uint8_t> libraryCoverage(const BrokenText& text,
                                           const TextPlacement& placement,
                                           int width,
@@ -66,7 +73,7 @@ struct Sample {
   friend void PrintTo(const Sample& row, std::ostream* out) { *out << row.name; }
 };
 
-// Whatever people write or a server sends: none of it may crash, hang or leave the contract.
+// Text of users and servers must not crash or hang, and must keep the rules below.
 const Sample kSamples[] = {
     {"word", {.text = "Calma"}},
     {"sentence", {.text = kSentence}},
@@ -106,7 +113,7 @@ TEST_P(TextContract, HoldsAtEveryWidth) {
     if (broken.size.width > proposed + kUnit) {
       continue;  // Not even one cluster fits a line.
     }
-    // What the layout does to a length on its way back must not move a break.
+    // A rounding error of the layout must not move a break.
     const double returned = (broken.size.width + 16.7) - 16.7;
     TextBreaker fresher(*typefaces_);
     const TextLines again =
@@ -208,7 +215,7 @@ TEST_F(TextTest, TrackingCountsBetweenClustersAndNotAfterTheLast) {
       2 * kUnit);
 }
 
-TEST_F(TextTest, TonesOfSkinTakeNoRoom) {
+TEST_F(TextTest, SkinTonesTakeNoRoom) {
   for (const char* family : {"", "Sentient Variable"}) {
     const Font font = Font::custom(family, 24);
     const Size plain = lines({.text = "\U0001F44B hola", .font = font}).size;
@@ -293,8 +300,8 @@ TEST_F(TextTest, LinesAreAlignedInTheirBox) {
   }
 }
 
-// The library's own drawing puts glyphs on whole pixels; apart from that both must agree, or ours
-// has lost a variation, an offset or a line.
+// The library draws glyphs on whole pixels. A larger difference means a lost variation, offset or
+// line.
 TEST_F(TextTest, MaskAgreesWithTheLibrarysDrawing) {
   for (const ArchivedText& text : {
            ArchivedText{.text = kSentence, .font = Font::system(24, Weight::bold)},
@@ -312,7 +319,7 @@ TEST_F(TextTest, MaskAgreesWithTheLibrarysDrawing) {
     double difference = 0;
     for (int y = 0; y < 560; ++y) {
       for (int x = 0; x < 640; ++x) {
-        const int own = mask->at(x, y);
+        const int own = coverageAt(*mask, x, y);
         const int other = reference[static_cast<std::size_t>(y) * 640 + x];
         ours += own;
         theirs += other;
