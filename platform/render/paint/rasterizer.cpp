@@ -48,13 +48,10 @@ int pixelLength(double points, double scale) {
 class Canvas {
  public:
   Canvas(cairo_surface_t* surface,
-         const DisplayList& list,
          const PictureOptions& options,
          TextBreaker& texts,
          PictureStore& pictures)
       : isBitmap_(cairo_surface_get_type(surface) == CAIRO_SURFACE_TYPE_IMAGE),
-        width_(pixelLength(list.size.width, options.scale)),
-        height_(pixelLength(list.size.height, options.scale)),
         options_(options),
         texts_(texts),
         pictures_(pictures),
@@ -82,21 +79,17 @@ class Canvas {
     cairo_set_source_rgba(context(), color.red, color.green, color.blue, color.opacity);
   }
 
-  bool isVisible(const PixelRect& frame) const {
-    return frame.width > 0 && frame.height > 0 && frame.x < width_ && frame.y < height_ &&
-           frame.x + frame.width > 0 && frame.y + frame.height > 0;
-  }
-
   Result paintPicture(const std::string& name, const PixelRect& frame) {
-    // Loads an invisible picture too, so that a missing or unreadable one is reported.
+    const bool isEmpty = frame.width <= 0 || frame.height <= 0;
+    // Loads a picture in an empty frame too, so that a missing or unreadable one is reported.
     const auto picture =
-        isVisible(frame)
-            ? pictures_.stretched(name, options_.scheme, options_.scale, frame.width, frame.height)
-            : pictures_.picture(name, options_.scheme, options_.scale);
+        isEmpty
+            ? pictures_.picture(name, options_.scheme, options_.scale)
+            : pictures_.stretched(name, options_.scheme, options_.scale, frame.width, frame.height);
     if (!picture) {
       return std::unexpected(picture.error());
     }
-    if (*picture && isVisible(frame)) {
+    if (*picture && !isEmpty) {
       cairo_set_source_surface(context(), (*picture)->surface.get(), frame.x, frame.y);
       cairo_pattern_set_filter(cairo_get_source(context()), CAIRO_FILTER_NEAREST);
       cairo_paint(context());
@@ -127,8 +120,6 @@ class Canvas {
   }
 
   bool isBitmap_;
-  int width_;
-  int height_;
   const PictureOptions& options_;
   TextBreaker& texts_;
   PictureStore& pictures_;
@@ -178,7 +169,7 @@ Result Rasterizer::paint(const DisplayList& list, const PictureOptions& options,
   bitmap.height = pixelLength(list.size.height, options.scale);
   bitmap.pixels.assign(static_cast<std::size_t>(bitmap.width) * bitmap.height, 0);
   const auto surface = surfaceOf(bitmap.pixels.data(), bitmap.width, bitmap.height, false);
-  Canvas canvas(surface.get(), list, options, texts_, pictures_);
+  Canvas canvas(surface.get(), options, texts_, pictures_);
   for (const DisplayItem& item : list.items) {
     if (auto painted = canvas.paint(item); !painted) {
       return painted;
@@ -205,7 +196,7 @@ std::expected<std::string, std::string> Rasterizer::svg(const DisplayList& list,
       cairo_svg_surface_create_for_stream(write, &file, list.size.width, list.size.height));
   cairo_svg_surface_set_document_unit(surface.get(), CAIRO_SVG_UNIT_PX);
   {
-    Canvas canvas(surface.get(), list, options, texts_, pictures_);
+    Canvas canvas(surface.get(), options, texts_, pictures_);
     if (options.cornerRadius > 0) {
       for (const Point& point : roundedRectangle(list.size, options.cornerRadius)) {
         cairo_line_to(canvas.context(), point.x, point.y);
