@@ -78,7 +78,7 @@ void addChunk(std::string& file, std::string_view name, std::string_view data) {
 
 struct PNGEncoder::Buffers {
   isal_zstream stream;
-  std::array<std::uint8_t, ISAL_DEF_LVL1_DEFAULT> level;
+  alignas(64) std::array<std::uint8_t, ISAL_DEF_LVL1_DEFAULT> level;
   std::string rows;
   std::string packed;
 
