@@ -9,8 +9,8 @@
 #include "platform/support/require.h"
 #include "store/shared_store.h"
 
-// What the affirmation costs the extension: a request from the call to the host's answer, and a
-// server's answer until it is stored.
+// The extension's cost of an affirmation: a request until the host has accepted it, and a server's
+// answer until it is stored.
 
 namespace bench {
 namespace {
@@ -19,8 +19,8 @@ using namespace platform;
 
 constexpr const char* kSuite = glancery::kAppGroupIdentifier;
 
-/// The whole way of a request but for the host's disk: the extension is told of a locale change,
-/// and its host takes the download at once.
+/// A request without the host's disk: the extension receives a locale change, and the host accepts
+/// the download at once.
 void handOver(benchmark::State& state) {
   const DemoPhone phone;
   require(NSUserDefaults::initWithSuiteName(kSuite), kSuite)
@@ -42,7 +42,7 @@ void handOver(benchmark::State& state) {
 }
 BENCHMARK(handOver)->Name("affirmation: request built and handed over");
 
-/// In memory, since the disk's sync is the disk's.
+/// The suite is in memory, so that the disk's sync is not measured.
 void storeAnswer(benchmark::State& state) {
   const DemoPhone phone;
   const std::filesystem::path memory = "/dev/shm/glancery-bench";

@@ -7,13 +7,12 @@
 
 namespace bench {
 
-/// What was built.
+/// The build folder.
 inline const std::filesystem::path kBuild = GLANCERY_BUILD;
 inline const std::filesystem::path kExtension = kBuild / "Glancery.appex";
 
-/// A phone for measuring: a container of its own, in which the host app has recorded a streak whose
-/// last day is today, and a clock that stands. From the second look on the widget only reads, as
-/// most looks of a day do.
+/// A phone with a frozen clock and a new container, in which the host app has recorded a streak whose
+/// last day is today. After the first timeline the widget only reads, as it does most of the day.
 class DemoPhone {
  public:
   static constexpr const char* kNow = "2026-03-05T18:30:00Z";
@@ -35,10 +34,10 @@ class DemoPhone {
   std::filesystem::path container_;
 };
 
-/// Stops the program: a figure of something that does not work is none.
+/// Ends the program with a message, so that a failure is never measured.
 [[noreturn]] void giveUp(const std::string& reason);
 
-/// The value of an answer, or the end with its reason.
+/// The value of a result; ends the program if it is an error.
 template <class Expected>
 auto valueOf(Expected expected) {
   if (!expected) {

@@ -13,7 +13,7 @@ namespace {
 
 using namespace platform;
 
-/// The extension's own service, without the process around it.
+/// The extension's service inside this process.
 class InProcess {
  public:
   InProcess() {

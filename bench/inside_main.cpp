@@ -14,9 +14,9 @@
 #include "bench/demo_phone.h"
 #include "bench/spread.h"
 
-// Runs every benchmark often, in short turns, mixed with the others, and prints the medians beside
-// the goals: most runs then fit between two moments at which a neighbour takes the core. A goal is
-// a multiple of a yardstick's median in the same run. Google Benchmark's own options work as well.
+// Runs every benchmark many times, briefly and interleaved with the others, and prints the medians
+// and the goals. Short runs are rarely interrupted by other processes. A goal is a multiple of a
+// yardstick's median in the same run. The options of Google Benchmark work as well.
 
 namespace bench {
 namespace {
@@ -42,7 +42,7 @@ constexpr Goal kGoals[] = {
     {"affirmation: answer to stored record", 5, kCreate},
 };
 
-/// Collects the repetitions of every benchmark in the order in which they first report.
+/// Collects the repetitions of each benchmark, in the order of their first report.
 class Collector final : public benchmark::BenchmarkReporter {
  public:
   bool ReportContext(const Context&) override { return true; }
@@ -77,7 +77,7 @@ class Collector final : public benchmark::BenchmarkReporter {
   }
 
  private:
-  /// A filter may have left the yardstick out.
+  /// Nothing if a filter left the yardstick out.
   void printGoal(std::FILE* out, const Goal& goal, double median) const {
     const auto yardstick = samples_.find(goal.yardstick);
     if (yardstick != samples_.end()) {
@@ -112,7 +112,7 @@ int main(int argc, char** argv) {
   if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) {
     return 2;
   }
-  // Standard output is the widgets' log while they run in this process, and nobody reads it.
+  // Discards the widgets' log, which goes to standard output in this process.
   std::FILE* const report = ::fdopen(::dup(STDOUT_FILENO), "w");
   ::dup2(::open("/dev/null", O_WRONLY | O_CLOEXEC), STDOUT_FILENO);
   bench::Collector collector;

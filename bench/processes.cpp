@@ -14,9 +14,8 @@
 #include "host/phone/extension_process.h"
 #include "store/shared_store.h"
 
-// Whole processes, one after the other in every round, so that whatever else the machine does meets
-// all of them alike. Beside them run `node -e 0` and a C++ program that does nothing: against those
-// two the figures are compared.
+// Whole processes, interleaved in rounds so that other load on the machine affects all of them alike.
+// They are compared with `node -e 0` and a C++ program that does nothing.
 
 namespace bench {
 namespace {
@@ -37,8 +36,8 @@ struct Case {
   std::vector<double> peaks = {};
 };
 
-/// From spawn until the streak timeline is here with its archived views, decoded. The end of the
-/// process comes after that.
+/// From spawn until the streak timeline and its archived views are decoded. The time until the
+/// process exits is not included.
 Measured coldExtension(const DemoPhone& phone) {
   const auto start = std::chrono::steady_clock::now();
   const auto extension = valueOf(host::ExtensionProcess::start(kExtension));
@@ -78,7 +77,7 @@ std::vector<Case> cases(const DemoPhone& phone) {
   };
 }
 
-/// Above a goal's kind stand the figures that it is compared with.
+/// The verdict on each goal of a row.
 std::string goals(const Case& row, double time, double node, double empty, double peak) {
   std::string text;
   const auto add = [&](double goal, const char* form, bool reached) {
@@ -144,11 +143,11 @@ int main(int argc, char** argv) {
   const DemoPhone phone;
   std::vector<Case> rows = cases(phone);
   for (int round = -1; round < rounds; ++round) {
-    // Each round starts with another one, so that none always comes after the same neighbour.
+    // Each round starts with another program, so that none always follows the same one.
     for (std::size_t step = 0; step < rows.size(); ++step) {
       Case& row = rows[(step + static_cast<std::size_t>(round + 1)) % rows.size()];
       const Measured measured = row.run();
-      // The first round only brings the files into memory.
+      // The first round only loads the files into memory.
       if (round >= 0) {
         row.milliseconds.push_back(measured.milliseconds);
         row.peaks.push_back(measured.mebibytes);

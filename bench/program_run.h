@@ -5,7 +5,7 @@
 
 namespace bench {
 
-/// What one process took.
+/// The cost of one process.
 struct Measured {
   double milliseconds = 0;
   /// The largest resident set, of the process or of one that it started and waited for; of a
@@ -13,12 +13,12 @@ struct Measured {
   double mebibytes = 0;
 };
 
-/// Runs a program, looked up on the path, from spawn to exit, with its output thrown away. One that
-/// can't be started or exits with another status than 0 ends this program.
+/// Runs a program, looked up in PATH, from spawn to exit, and discards its output. Ends this program
+/// if that one can't be started or its exit status is not 0.
 Measured runProgram(const std::vector<std::string>& words);
 
-/// Keeps this process and all it starts on one core; the core's number, or -1 where that is
-/// refused.
+/// Pins this process and its children to one core. Returns the core's number, or -1 if the system
+/// refuses.
 int pinToOneCore();
 
 }  // namespace bench

@@ -4,15 +4,14 @@
 
 namespace bench {
 
-/// The middle of a sample and the middles of its halves: what a neighbour on the same machine does
-/// to single runs moves them little.
+/// The median and the quartiles of a sample, which single disturbed runs hardly change.
 struct Spread {
   double lower = 0;
   double median = 0;
   double upper = 0;
 };
 
-/// Of at least one figure, interpolated between neighbours.
+/// Needs at least one figure; interpolates linearly.
 Spread spreadOf(std::vector<double> sample);
 
 inline const char* verdict(bool reached) {

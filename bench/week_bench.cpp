@@ -16,7 +16,7 @@
 #include "store/shared_store.h"
 
 // The mood log reads its whole record for every timeline, and the host app never shortens it: ten
-// years of moods must not cost more than three times what a week costs.
+// years of moods must not cost more than three times as much as a week.
 
 namespace bench {
 namespace {
@@ -31,7 +31,7 @@ const ProvideRequest kTimeline = {ProvideRequest::What::timeline,
                                   glancery::kBinnacleKind,
                                   {WidgetFamily::systemMedium, kMediumContent, false}};
 
-/// A phone whose user has recorded a mood on each of so many days, up to today.
+/// A phone whose user has recorded a mood on each of the last `days` days.
 class MoodPhone : public DemoPhone {
  public:
   explicit MoodPhone(int days) {
@@ -50,7 +50,7 @@ class MoodPhone : public DemoPhone {
   }
 };
 
-/// A figure of the fallback week would be of something else.
+/// Makes sure that the fallback week is not measured.
 void requireMoods(const ExtensionMessage::Content& answer) {
   const auto* timeline = std::get_if<ArchivedTimeline>(&answer);
   const auto* days =

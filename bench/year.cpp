@@ -8,9 +8,9 @@
 #include "host/home/home_phone.h"
 #include "host/phone/host_app.h"
 
-// A year of a phone in one go: the clock goes from one moment at which something is due to the
-// next, the extension answers every request, every picture is drawn. Every evening the user records
-// a mood and a day of the streak. Nobody is signed in, so that no server is part of the figure.
+// A year of a phone: the clock jumps from one due time to the next, the extension answers every
+// request, and every image is drawn. Every evening the user records a mood and a day of the streak.
+// No user is signed in, so that no server is measured.
 
 namespace bench {
 namespace {

@@ -1,4 +1,4 @@
-# The typefaces: Inter stands in for the phone's own, Literata (by npm) for the product's serif.
+# The typefaces: Inter in place of the phone's system font, Literata (by npm) for the product's serif.
 find_program(WOFF2_DECOMPRESS woff2_decompress REQUIRED)
 
 # What the host takes for the phone's own typefaces, where it looks for them. Those below Fallback are
