@@ -49,6 +49,7 @@ format: install
 
 lint: build
 	@tools/install lint
+	@tools/check_includes
 	@tools/lint
 
 clean:
