@@ -14,7 +14,7 @@
 #include "host/phone/command_error.h"
 #include "host/phone/device_options.h"
 #include "platform/foundation/bundle/bundle.h"
-#include "platform/support/folder_lock.h"
+#include "platform/support/files.h"
 
 namespace host {
 
@@ -94,7 +94,7 @@ platform::FileDescriptor hold(const HostSettings& settings) {
   const auto folder = timelineFolder(settings.container);
   std::error_code error;
   std::filesystem::create_directories(folder, error);
-  auto lock = platform::lockFolder(folder, platform::WhenHeld::giveUp);
+  auto lock = platform::lockFolder(folder);
   if (!lock) {
     const bool held = lock.error() == std::errc::operation_would_block;
     throw CommandError(folder.string() +
@@ -132,7 +132,7 @@ void home(const HomeOptions& options) {
       [&](std::string action, std::function<void(HomePage::Outcome)> done) {
         loop.act(std::move(action), std::move(done));
       },
-      programFolder() / "system" / "Fonts" / "Inter-roman.var.ttf");
+      platform::programFolder() / "system" / "Fonts" / "Inter-roman.var.ttf");
   loop.start();
   server->serve();
   leaving.request_stop();

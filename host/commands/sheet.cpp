@@ -88,7 +88,7 @@ std::vector<SheetPicture> takePictures(const std::vector<Shot>& shots,
   Progress progress(shots.size());
   Stage stage(extension);
   Darkroom darkroom(stage.extension(),
-                    programFolder() / "system" / "Fonts",
+                    platform::programFolder() / "system" / "Fonts",
                     std::max(1U, std::thread::hardware_concurrency()),
                     [&](std::size_t number, Print print, Renderer& renderer) {
                       take(shots[number], print, renderer);

@@ -12,6 +12,7 @@
 #include "platform/foundation/defaults/user_defaults.h"
 #include "platform/foundation/locale/locale.h"
 #include "platform/foundation/time/time_zone.h"
+#include "platform/support/files.h"
 
 namespace host {
 
@@ -125,8 +126,8 @@ Dictionary infoOf(const std::vector<std::string>& assignments) {
 
 /// The bundle's folder, absolute, with the program in it.
 fs::path extensionOf(const std::string& folder) {
-  fs::path extension =
-      fs::absolute(folder.empty() ? programFolder() / "Glancery.appex" : fs::path(folder));
+  fs::path extension = fs::absolute(folder.empty() ? platform::programFolder() / "Glancery.appex"
+                                                   : fs::path(folder));
   if (!fs::is_directory(extension)) {
     throw CommandError("no extension at " + extension.string() +
                        ": give --extension DIR, the folder of a built Glancery.appex");
@@ -222,10 +223,6 @@ void settleSuite(const DeviceOptions& options) {
                     .timeZone = timeZoneOf(options.timeZone),
                     .locale = localeOf(options.locale)});
   setSharedContainer(containerOf(options.container));
-}
-
-fs::path programFolder() {
-  return fs::read_symlink("/proc/self/exe").parent_path();
 }
 
 }  // namespace host

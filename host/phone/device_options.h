@@ -64,7 +64,4 @@ HostSettings settle(const DeviceOptions& options);
 /// The part that commands on the suite need: clock, zone, locale and the container.
 void settleSuite(const DeviceOptions& options);
 
-/// The folder of the running program, with the bundle and the system's own resources beside it.
-std::filesystem::path programFolder();
-
 }  // namespace host

@@ -6,6 +6,7 @@
 
 #include "host/phone/command_error.h"
 #include "platform/render/output/render_module.h"
+#include "platform/support/files.h"
 
 namespace host {
 

@@ -111,13 +111,7 @@ std::expected<void, std::string> storeWidget(const fs::path& file, const StoredW
   }
   std::error_code error;
   fs::create_directories(file.parent_path(), error);
-  fs::path fresh = file;
-  fresh += ".new";
-  error = writeFile(fresh, *bytes);
-  if (!error) {
-    fs::rename(fresh, file, error);
-  }
-  if (error) {
+  if ((error = replaceFile(file, *bytes))) {
     return std::unexpected(file.string() + " can't be written: " + error.message());
   }
   return {};

@@ -97,15 +97,9 @@ void Goldens::accept(const fs::path& file, std::string_view bytes) const {
   if (const auto present = readFile(path); present && *present == bytes) {
     return;
   }
-  fs::path aside = path;
-  aside += ".new";
   std::error_code error;
   fs::create_directories(path.parent_path(), error);
-  error = writeFile(aside, bytes);
-  if (!error) {
-    fs::rename(aside, path, error);
-  }
-  if (error) {
+  if ((error = replaceFile(path, bytes))) {
     throw CommandError(path.string() + " can't be written: " + error.message());
   }
 }

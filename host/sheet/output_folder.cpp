@@ -5,7 +5,6 @@
 
 #include "host/phone/command_error.h"
 #include "platform/support/files.h"
-#include "platform/support/folder_lock.h"
 
 namespace host {
 
@@ -76,7 +75,7 @@ OutputFolder::OutputFolder(fs::path folder, const Layout& layout)
     throw CommandError(folder_.string() +
                        " can't be made: " + (error ? error.message() : "it is not a folder"));
   }
-  auto lock = platform::lockFolder(folder_, platform::WhenHeld::giveUp);
+  auto lock = platform::lockFolder(folder_);
   if (!lock) {
     const bool held = lock.error() == std::errc::operation_would_block;
     throw CommandError(folder_.string() + " can't be written: " +

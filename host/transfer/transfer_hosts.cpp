@@ -10,6 +10,8 @@
 #include <random>
 #include <system_error>
 
+#include "platform/support/files.h"
+
 namespace host {
 
 namespace {
@@ -21,12 +23,8 @@ struct flock byteLock(std::int64_t at) {
   return {.l_type = F_WRLCK, .l_whence = SEEK_SET, .l_start = at, .l_len = 1, .l_pid = 0};
 }
 
-platform::FileDescriptor openFile(const std::filesystem::path& file, int flags) {
-  return platform::FileDescriptor(::open(file.c_str(), flags | O_CLOEXEC, 0600));
-}
-
 platform::FileDescriptor locked(const std::filesystem::path& file, std::int64_t at) {
-  platform::FileDescriptor opened = openFile(file, O_RDWR | O_CREAT);
+  platform::FileDescriptor opened = platform::openFile(file, O_RDWR | O_CREAT);
   struct flock lock = byteLock(at);
   if (!opened || ::fcntl(opened.get(), F_OFD_SETLKW, &lock) != 0) {
     throw std::system_error(errno, std::generic_category(), "can't lock " + file.string());
@@ -55,7 +53,7 @@ bool TransferHosts::isAlive(std::int64_t id) const {
   if (held_ && id == id_) {
     return true;
   }
-  const platform::FileDescriptor file = openFile(file_, O_RDONLY);
+  const platform::FileDescriptor file = platform::openFile(file_, O_RDONLY);
   struct flock lock = byteLock(id);
   return file && ::fcntl(file.get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }

@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "platform/foundation/network/url_error.h"
+#include "platform/support/files.h"
 #include "platform/support/module_library.h"
 
 namespace host {
@@ -67,9 +68,7 @@ double systemSeconds() {
 }
 
 std::filesystem::path transferLibrary() {
-  std::error_code ignored;
-  return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path() /
-         "libglancery_transfer.so";
+  return platform::programFolder() / "libglancery_transfer.so";
 }
 
 TransferService::TransferService(const std::filesystem::path& container, TransferSettings settings)
@@ -187,8 +186,7 @@ void TransferService::advance(double now) {
 /// Sends nothing unless the answer can be stored.
 void TransferService::start(TransferTask& task, double now) {
   const std::filesystem::path file = store_.bodyOf(task.id);
-  platform::FileDescriptor body(
-      ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+  platform::FileDescriptor body = platform::openFile(file, O_WRONLY | O_CREAT | O_TRUNC);
   int error = body ? 0 : errno;
   std::error_code ignored;
   if (body && std::filesystem::space(file, ignored).available < kLeastFreeBytes) {

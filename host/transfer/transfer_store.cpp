@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "platform/foundation/network/url_error.h"
+#include "platform/support/files.h"
 
 namespace host {
 
@@ -307,11 +308,8 @@ void TransferStore::makeFolders() {
       }
       continue;
     }
-    const platform::FileDescriptor parent(
-        ::open(folder.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!parent || ::fsync(parent.get()) != 0) {
-      throw std::system_error(
-          errno, std::generic_category(), "can't synchronize " + folder.parent_path().string());
+    if (const auto error = platform::syncFile(folder.parent_path())) {
+      throw std::system_error(error, "can't synchronize " + folder.parent_path().string());
     }
   }
 }
@@ -324,17 +322,13 @@ void TransferStore::setAside(const std::string& why) {
     return;
   }
   const std::string file = folder_ / kDatabase;
-  std::string aside = file + ".damaged";
-  std::error_code ignored;
-  for (int number = 2; fs::exists(aside, ignored); ++number) {
-    aside = file + ".damaged-" + std::to_string(number);
+  const auto aside = platform::setAside(file);
+  if (!aside) {
+    throw std::system_error(aside.error(), "can't set aside " + file);
   }
-  if (::rename(file.c_str(), aside.c_str()) != 0) {
-    throw std::system_error(errno, std::generic_category(), "can't set aside " + file);
-  }
-  ::rename((file + "-wal").c_str(), (aside + "-wal").c_str());
+  ::rename((file + "-wal").c_str(), (aside->string() + "-wal").c_str());
   ::unlink((file + "-shm").c_str());
-  reports_.push_back(why + "; it was set aside as " + fs::path(aside).filename().string());
+  reports_.push_back(why + "; it was set aside as " + aside->filename().string());
 }
 
 }  // namespace host

@@ -6,7 +6,7 @@
 
 namespace platform {
 
-/// A descriptor of its own, closed at the end; negative where there is none.
+/// Owns a file descriptor and closes it; negative if there is none.
 class FileDescriptor {
  public:
   FileDescriptor() = default;
@@ -16,14 +16,12 @@ class FileDescriptor {
     std::swap(number_, other.number_);
     return *this;
   }
-  ~FileDescriptor() {
-    if (number_ >= 0) {
-      ::close(number_);
-    }
-  }
+  ~FileDescriptor() { close(); }
 
   explicit operator bool() const { return number_ >= 0; }
   int get() const { return number_; }
+  /// False, with `errno`, if the system reports a failed write only now.
+  bool close() { return number_ < 0 || ::close(std::exchange(number_, -1)) == 0; }
 
  private:
   int number_ = -1;

@@ -16,6 +16,7 @@
 #include "host/transfer/transfer_attempt.h"
 #include "host/transfer/transfer_task.h"
 #include "platform/foundation/network/url_error.h"
+#include "platform/support/files.h"
 
 namespace host {
 
@@ -97,9 +98,9 @@ class Attempt {
   /// What the end of the current request means; `result` is a CURLcode. Nothing if the handle is
   /// set up for another request.
   std::optional<AttemptEnd> finish(CURLcode result) {
-    if (fileError_ != 0) {
+    if (fileError_) {
       NSError error = urlError(cannotWriteToFile);
-      error.localizedDescription += ": " + std::generic_category().message(fileError_);
+      error.localizedDescription += ": " + fileError_.message();
       return ended(lost, error);
     }
     // libcurl says that it has no memory when a single header exceeds its own limit.
@@ -221,17 +222,12 @@ class Attempt {
   }
 
   bool receive(std::string_view bytes) {
-    while (!bytes.empty() && !redirects()) {
-      const ssize_t written = ::write(body_, bytes.data(), bytes.size());
-      if (written < 0 && errno != EINTR) {
-        fileError_ = errno;
-        return false;
-      }
-      const auto count = static_cast<std::size_t>(std::max<ssize_t>(written, 0));
-      size_ += count;
-      bytes.remove_prefix(count);
+    if (redirects()) {
+      return true;
     }
-    return true;
+    fileError_ = platform::writeBytes(body_, bytes);
+    size_ += bytes.size();
+    return !fileError_;
   }
 
   bool receiveHeader(std::string_view line) {
@@ -257,7 +253,7 @@ class Attempt {
   int hops_ = 0;
   HeaderList headers_;
   int body_;
-  int fileError_ = 0;
+  std::error_code fileError_;
   int status_ = 0;
   std::uint64_t size_ = 0;
   std::size_t headSize_ = 0;

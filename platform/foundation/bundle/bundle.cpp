@@ -83,7 +83,7 @@ NSBundle::NSBundle(std::filesystem::path folder, Dictionary infoOverrides)
 NSBundle NSBundle::mainBundle() {
   const std::scoped_lock lock(mainBundleMutex);
   if (!mainBundleValue) {
-    mainBundleValue.emplace(std::filesystem::read_symlink("/proc/self/exe").parent_path());
+    mainBundleValue.emplace(programFolder());
   }
   return *mainBundleValue;
 }

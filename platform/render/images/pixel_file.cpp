@@ -117,13 +117,7 @@ std::expected<void, std::string> writePixelFile(const fs::path& file,
   std::string bytes(reinterpret_cast<const char*>(&header), sizeof header);
   const auto pixels = std::as_bytes(picture.allPixels());
   bytes.append(reinterpret_cast<const char*>(pixels.data()), pixels.size());
-  fs::path temporary = file;
-  temporary += ".new";
-  std::error_code error = writeFile(temporary, bytes);
-  if (!error) {
-    fs::rename(temporary, file, error);
-  }
-  if (error) {
+  if (const auto error = replaceFile(file, bytes)) {
     return std::unexpected(file.string() + ": " + error.message());
   }
   return {};

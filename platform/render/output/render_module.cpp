@@ -1,7 +1,6 @@
 #include "platform/render/output/render_module.h"
 
-#include <system_error>
-
+#include "platform/support/files.h"
 #include "platform/support/module_library.h"
 
 namespace platform {
@@ -9,8 +8,7 @@ namespace platform {
 namespace fs = std::filesystem;
 
 fs::path renderLibrary() {
-  std::error_code ignored;
-  return fs::read_symlink("/proc/self/exe", ignored).parent_path() / "libglancery_render.so";
+  return programFolder() / "libglancery_render.so";
 }
 
 std::expected<std::unique_ptr<Renderer>, std::string> loadRenderer(const fs::path& bundle,
