@@ -32,6 +32,9 @@ target_link_libraries(glancery_icu INTERFACE
   $<$<NOT:${shared_icu}>:${ICU_DATA_STATIC}>
   ${CMAKE_DL_LIBS} Threads::Threads)
 
+# The C library's base64, linked statically to load no further library.
+find_library(RESOLV_STATIC libresolv.a REQUIRED)
+
 # SQLite is linked statically: programs that transfer nothing load nothing for it.
 add_library(glancery_sqlite INTERFACE)
 find_library(SQLITE_STATIC libsqlite3.a REQUIRED)

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "platform/foundation/data/binary_property_list.h"
-#include "platform/foundation/data/binary_property_list_format.h"
 #include "platform/support/utf8.h"
 
 namespace platform {
@@ -15,17 +14,17 @@ namespace {
 
 using namespace binary_property_list;
 
-/// Strings and data may be referred to many times; together, unfolded, they stay below this.
+/// The largest sum of all strings and data, counted once for each reference to them.
 constexpr std::size_t kMaxUnfoldedBytes = std::size_t{64} << 20;
 
-/// Counting from 1970 instead of 2001 may cost a date its last binary digits. An instant that was
-/// meant to the millisecond gets them back, so that it equals what was written.
+/// Counting from 1970 instead of 2001 may cost a date its last binary digits. A date within that
+/// error of a whole millisecond is rounded to it, so that it equals the date that was written.
 Date dateFromReference(double seconds) {
   const double since1970 = seconds + kReferenceDate;
   const double toMillisecond = std::round(since1970 * 1e3) / 1e3;
   const double lastDigits = (std::fabs(seconds) + std::fabs(since1970)) * 0x1p-52;
-  const bool meant = std::fabs(toMillisecond - since1970) <= lastDigits;
-  return Date::since1970(meant ? toMillisecond : since1970);
+  const bool isWhole = std::fabs(toMillisecond - since1970) <= lastDigits;
+  return Date::since1970(isWhole ? toMillisecond : since1970);
 }
 
 std::uint64_t bigEndian(std::string_view bytes) {
@@ -36,7 +35,7 @@ std::uint64_t bigEndian(std::string_view bytes) {
   return value;
 }
 
-/// Of the numbers in the trailer and its table; some writers choose sizes that are no power of two.
+/// Some writers choose sizes that are not a power of two.
 bool isIntegerSize(std::uint64_t size) {
   return size >= 1 && size <= 8;
 }
@@ -86,7 +85,7 @@ class Reader {
  private:
   using Read = std::expected<Value, std::string>;
 
-  /// The first byte of an object, taken apart, and what follows it.
+  /// The parts of an object's first byte, and what follows it.
   struct Header {
     Kind kind;
     unsigned low;
@@ -96,7 +95,7 @@ class Reader {
     /// Where the object begins.
     const char* start;
 
-    /// The object as it stands; `size` bytes follow what has been taken apart.
+    /// The object's own bytes; `size` of them are in `rest`.
     UnsupportedObject unsupported(std::size_t size) const {
       return {std::string(start, rest.data() + size)};
     }
@@ -116,20 +115,19 @@ class Reader {
     if (offset < kBinaryPropertyListMagic.size() || offset >= heapEnd_) {
       return std::nullopt;
     }
-    auto rest = bytes_.substr(offset, heapEnd_ - offset);
-    Header header = headerAt(rest);
-    rest = header.rest;
+    Header header = headerAt(bytes_.substr(offset, heapEnd_ - offset));
     const bool counted = header.kind >= Kind::data && header.kind != Kind::uid;
     if (counted && header.low == kLongLength) {
-      if (rest.empty() || headerAt(rest).kind != Kind::integer) {
+      if (header.rest.empty()) {
         return std::nullopt;
       }
-      const auto size = std::size_t{1} << headerAt(rest).low;
-      if (!isIntegerSize(size) || rest.size() < 1 + size) {
+      const Header length = headerAt(header.rest);
+      const auto size = std::size_t{1} << length.low;
+      if (length.kind != Kind::integer || !isIntegerSize(size) || length.rest.size() < size) {
         return std::nullopt;
       }
-      header.length = bigEndian(rest.substr(1, size));
-      header.rest = rest.substr(1 + size);
+      header.length = bigEndian(length.rest.substr(0, size));
+      header.rest = length.rest.substr(size);
     }
     return header;
   }
@@ -143,8 +141,8 @@ class Reader {
   }
 
   Read object(std::uint64_t number, int depth) {
-    // In a tree each reference has a byte of its own: to come by more often takes containers that
-    // are referred to again and again, and a small file of those unfolds without end.
+    // In a tree each reference has a byte of its own. More visits than bytes mean that containers
+    // are shared, and those let a small file unfold without bound.
     if (++visits_ > bytes_.size()) {
       return std::unexpected("its containers refer to each other too often");
     }
@@ -157,13 +155,13 @@ class Reader {
     }
     switch (header->kind) {
       case Kind::constant:
-        if (header->low == kFalse || header->low == kTrue) {
-          return header->low == kTrue;
-        }
         if (header->low == kNull) {
           return header->unsupported(0);
         }
-        return fault(number, "is of no known type");
+        if (header->low == kFalse || header->low == kTrue) {
+          return header->low == kTrue;
+        }
+        break;
       case Kind::integer:
         return integer(number, *header);
       case Kind::real:
@@ -174,10 +172,8 @@ class Reader {
       case Kind::utf16:
         return text(number, *header);
       case Kind::uid:
-        if (header->rest.size() < header->low + 1) {
-          return fault(number, "is a UID cut short");
-        }
-        return header->unsupported(header->low + 1);
+        return header->rest.size() > header->low ? Read(header->unsupported(header->low + 1))
+                                                 : fault(number, "is a UID cut short");
       case Kind::array:
       case Kind::dictionary:
         if (depth == kMaxPropertyListDepth) {
@@ -189,7 +185,7 @@ class Reader {
     return fault(number, "is of no known type");
   }
 
-  /// Up to four bytes are unsigned, eight are signed, sixteen hold what needs a 65th bit.
+  /// Up to four bytes are unsigned, eight and sixteen are signed.
   static Read integer(std::uint64_t number, const Header& header) {
     const auto size = std::size_t{1} << header.low;
     if (size > 16 || header.rest.size() < size) {
@@ -238,16 +234,10 @@ class Reader {
     if (header.kind == Kind::data) {
       return Data{std::string(*bytes)};
     }
-    if (header.kind == Kind::utf16) {
-      if (auto text = utf8FromUTF16(*bytes)) {
-        return *std::move(text);
-      }
-      return header.unsupported(bytes->size());
-    }
-    if (!isUTF8(*bytes)) {
-      return header.unsupported(bytes->size());
-    }
-    return *bytes;
+    auto text = header.kind == Kind::utf16 ? utf8FromUTF16(*bytes)
+                : isUTF8(*bytes)           ? std::optional(std::string(*bytes))
+                                           : std::nullopt;
+    return text ? Read(*std::move(text)) : header.unsupported(bytes->size());
   }
 
   std::uint64_t reference(std::string_view references, std::uint64_t index) const {
@@ -284,7 +274,7 @@ class Reader {
       }
       const auto* name = key->as<std::string>();
       if (!name) {
-        return fault(number, "is a dictionary with a key that is no string");
+        return fault(number, "is a dictionary with a key that is not a string");
       }
       auto value = object(reference(*references, header.length + i), depth);
       if (!value) {

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "platform/foundation/data/binary_property_list.h"
-#include "platform/foundation/data/binary_property_list_format.h"
 #include "platform/support/utf8.h"
 
 namespace platform {
@@ -16,45 +15,40 @@ namespace {
 
 using namespace binary_property_list;
 
-void appendBigEndian(std::string& out, std::uint64_t value, int size) {
-  for (int i = size - 1; i >= 0; --i) {
-    out.push_back(static_cast<char>(value >> (8 * i) & 0xFF));
+void appendBigEndian(std::string& out, std::uint64_t value, unsigned size) {
+  for (unsigned shift = 8 * size; shift > 0; shift -= 8) {
+    out.push_back(static_cast<char>(value >> (shift - 8) & 0xFF));
   }
 }
 
 /// The smallest size that holds all numbers up to `largest`.
-int integerSize(std::uint64_t largest) {
+unsigned integerSize(std::uint64_t largest) {
   return largest <= 0xFF ? 1 : largest <= 0xFFFF ? 2 : largest <= 0xFFFFFFFF ? 4 : 8;
 }
 
-char firstByte(Kind kind, unsigned low) {
-  return static_cast<char>(static_cast<unsigned>(kind) << 4 | low);
+std::string firstByte(Kind kind, unsigned low) {
+  return {static_cast<char>(static_cast<unsigned>(kind) << 4 | low)};
 }
 
 std::string encodedInteger(std::uint64_t value) {
-  const int size = integerSize(value);
-  std::string object(
-      1,
-      firstByte(Kind::integer,
-                static_cast<unsigned>(std::countr_zero(static_cast<unsigned>(size)))));
+  const unsigned size = integerSize(value);
+  std::string object = firstByte(Kind::integer, static_cast<unsigned>(std::countr_zero(size)));
   appendBigEndian(object, value, size);
   return object;
 }
 
 std::string encodedHeader(Kind kind, std::size_t length) {
-  if (length < kLongLength) {
-    return {firstByte(kind, static_cast<unsigned>(length))};
-  }
-  return firstByte(kind, kLongLength) + encodedInteger(length);
+  return length < kLongLength ? firstByte(kind, static_cast<unsigned>(length))
+                              : firstByte(kind, kLongLength) + encodedInteger(length);
 }
 
 std::string encodedReal(Kind kind, double value) {
-  std::string object(1, firstByte(kind, 3));
+  std::string object = firstByte(kind, 3);
   appendBigEndian(object, std::bit_cast<std::uint64_t>(value), 8);
   return object;
 }
 
-/// ASCII where that is enough, UTF-16 otherwise; nothing for what is not UTF-8.
+/// ASCII if possible, else UTF-16; nothing for text that is not UTF-8.
 std::optional<std::string> encodedText(std::string_view text) {
   std::string units;
   bool ascii = true;
@@ -84,7 +78,7 @@ class Writer {
     }
     std::string out(kBinaryPropertyListMagic);
     std::vector<std::size_t> offsets;
-    const int referenceSize = integerSize(objects_.size());
+    const unsigned referenceSize = integerSize(objects_.size());
     for (const Object& object : objects_) {
       offsets.push_back(out.size());
       out += object.bytes;
@@ -93,13 +87,13 @@ class Writer {
       }
     }
     const std::size_t table = out.size();
-    const int offsetSize = integerSize(table);
+    const unsigned offsetSize = integerSize(table);
     for (const std::size_t offset : offsets) {
       appendBigEndian(out, offset, offsetSize);
     }
     out.append(6, '\0');
-    appendBigEndian(out, static_cast<std::uint64_t>(offsetSize), 1);
-    appendBigEndian(out, static_cast<std::uint64_t>(referenceSize), 1);
+    appendBigEndian(out, offsetSize, 1);
+    appendBigEndian(out, referenceSize, 1);
     appendBigEndian(out, objects_.size(), 8);
     appendBigEndian(out, *top, 8);
     appendBigEndian(out, table, 8);
@@ -128,7 +122,7 @@ class Writer {
     if constexpr (std::is_same_v<T, Null>) {
       return fault("null");
     } else if constexpr (std::is_same_v<T, bool>) {
-      return addScalar({firstByte(Kind::constant, value ? kTrue : kFalse)});
+      return addScalar(firstByte(Kind::constant, value ? kTrue : kFalse));
     } else if constexpr (std::is_same_v<T, std::int64_t>) {
       return addScalar(encodedInteger(static_cast<std::uint64_t>(value)));
     } else if constexpr (std::is_same_v<T, double>) {
@@ -143,7 +137,7 @@ class Writer {
     } else if constexpr (std::is_same_v<T, Date>) {
       const double seconds = value.timeIntervalSince1970() - kReferenceDate;
       return std::isfinite(seconds) ? Added(addScalar(encodedReal(Kind::date, seconds)))
-                                    : fault("a date that is no instant");
+                                    : fault("a date that is not finite");
     } else if (depth == kMaxPropertyListDepth) {
       return fault("nesting beyond " + std::to_string(depth) + " levels");
     } else if constexpr (std::is_same_v<T, Array>) {

@@ -1,50 +1,27 @@
 #include "platform/foundation/data/debug_description.h"
 
-#include "platform/foundation/text/plain_text.h"
 #include "platform/support/require.h"
 
 namespace platform {
 
 namespace {
 
-void appendEscaped(std::string& out, char c) {
+void appendQuoted(std::string& out, std::string_view text) {
+  constexpr std::string_view kEscaped("\"\\\0\n\r\t", 6);
+  constexpr std::string_view kLetters = "\"\\0nrt";
   constexpr std::string_view kDigits = "0123456789ABCDEF";
-  switch (c) {
-    case '"':
-    case '\\':
-      out += '\\';
+  out += '"';
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x20 && c != '"' && c != '\\' && byte != 0x7F) {
       out += c;
-      break;
-    case '\0':
-      out += "\\0";
-      break;
-    case '\n':
-      out += "\\n";
-      break;
-    case '\r':
-      out += "\\r";
-      break;
-    case '\t':
-      out += "\\t";
-      break;
-    default:
-      out += "\\u{";
-      out += kDigits[static_cast<unsigned char>(c) >> 4];
-      out += kDigits[static_cast<unsigned char>(c) & 0xF];
-      out += '}';
-  }
-}
-
-void appendEscaped(std::string& out, std::string_view text) {
-  for (;;) {
-    const std::size_t plain = plainLength(text);
-    out += text.substr(0, plain);
-    if (plain == text.size()) {
-      break;
+    } else if (const auto letter = kEscaped.find(c); letter != kEscaped.npos) {
+      out += {'\\', kLetters[letter]};
+    } else {
+      out += {'\\', 'u', '{', kDigits[byte >> 4], kDigits[byte & 0xF], '}'};
     }
-    appendEscaped(out, text[plain]);
-    text.remove_prefix(plain + 1);
   }
+  out += '"';
 }
 
 }  // namespace
@@ -57,16 +34,14 @@ std::string debugDescription(const Dictionary& strings) {
   for (const auto& [key, value] : strings) {
     const auto* text = value.as<std::string>();
     if (!text) {
-      fatalError("the printed form of \"" + key + "\", which is no string, is not implemented");
+      fatalError("the printed form of \"" + key + "\", which is not a string, is not implemented");
     }
-    out += out.empty() ? "[\"" : ", \"";
-    appendEscaped(out, key);
-    out += "\": \"";
-    appendEscaped(out, *text);
-    out += '"';
+    out += out.empty() ? "[" : ", ";
+    appendQuoted(out, key);
+    out += ": ";
+    appendQuoted(out, *text);
   }
-  out += ']';
-  return out;
+  return out += ']';
 }
 
 }  // namespace platform

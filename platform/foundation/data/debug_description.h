@@ -6,9 +6,9 @@
 
 namespace platform {
 
-/// The printed form of a dictionary of strings, `["a": "b", "c": "d"]`, `[:]` when it is empty: in
-/// order of the keys, quotes, backslashes and control characters escaped, all other text as it is.
-/// A value of another type stops the process: its form is not implemented.
+/// Prints a dictionary of strings as `["a": "b", "c": "d"]`, an empty one as `[:]`, in the order of
+/// the keys. Quotes, backslashes and control characters are escaped. A value of another type is not
+/// implemented and stops the process.
 std::string debugDescription(const Dictionary& strings);
 
 }  // namespace platform

@@ -7,13 +7,13 @@
 
 namespace platform {
 
-/// What went wrong, as the platform tells it.
+/// An error in the platform's terms.
 struct NSError {
   std::string domain;
   std::int64_t code = 0;
   /// A sentence for people.
   std::string localizedDescription;
-  /// What is wrong with bad input, and where; empty where there is nothing to add.
+  /// What is wrong with bad input, and where; empty if there is nothing to add.
   std::string debugDescription = {};
 
   friend bool operator==(const NSError&, const NSError&) = default;
@@ -31,12 +31,12 @@ struct NSError {
 };
 
 inline constexpr const char* NSCocoaErrorDomain = "NSCocoaErrorDomain";
-/// Reading data that is not in its format.
+/// The data is not in its format.
 inline constexpr std::int64_t NSPropertyListReadCorruptError = 3840;
-/// Writing a value that the format can't hold.
+/// The format can't hold the value.
 inline constexpr std::int64_t NSPropertyListWriteInvalidError = 3852;
 
-/// The two errors of serialisation, in the platform's words; `detail` says what is wrong and where.
+/// The platform's two errors of serialisation; `detail` says what is wrong and where.
 inline NSError readCorruptError(std::string detail) {
   return {NSCocoaErrorDomain,
           NSPropertyListReadCorruptError,

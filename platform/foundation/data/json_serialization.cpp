@@ -1,23 +1,22 @@
 #include "platform/foundation/data/json_serialization.h"
 
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <type_traits>
 
 #include <nlohmann/json.hpp>
 
-#include "platform/foundation/data/plain_strings.h"
 #include "platform/foundation/data/value_builder.h"
 #include "platform/foundation/data/value_path.h"
-#include "platform/foundation/text/number_text.h"
 #include "platform/support/utf8.h"
 
 namespace platform {
 
 namespace {
 
-/// Where the bracket stands that opens one level too many. The parser has accepted all before it,
-/// so quotes and brackets are enough to find it.
+/// The offset of the bracket that opens one level too many. The parser has accepted everything
+/// before it, so it is enough to look at quotes and brackets.
 std::size_t offsetBeyondDepth(std::string_view text, int maxDepth) {
   bool quoted = false;
   int depth = 0;
@@ -39,31 +38,9 @@ std::size_t offsetBeyondDepth(std::string_view text, int maxDepth) {
   return text.size();
 }
 
-std::string_view shortEscape(char c) {
-  switch (c) {
-    case '"':
-      return "\\\"";
-    case '\\':
-      return "\\\\";
-    case '/':
-      return "\\/";
-    case '\b':
-      return "\\b";
-    case '\f':
-      return "\\f";
-    case '\n':
-      return "\\n";
-    case '\r':
-      return "\\r";
-    case '\t':
-      return "\\t";
-    default:
-      return {};
-  }
-}
-
-/// "unexpected '}' at line 1, column 6" of the parser's "parse error at line 1, column 6: syntax
-/// error while parsing value - unexpected '}'; expected a literal". Its other messages stay.
+/// Turns the parser's "parse error at line 1, column 6: syntax error while parsing value -
+/// unexpected '}'; expected a literal" into "unexpected '}' at line 1, column 6". Other messages
+/// stay as they are.
 std::string inPlainWords(std::string_view message) {
   constexpr std::string_view kBeforePlace = "parse error at ";
   constexpr std::string_view kBeforeReason = " - ";
@@ -82,6 +59,16 @@ std::string inPlainWords(std::string_view message) {
   }
   return text + " at " +
          std::string(message.substr(kBeforePlace.size(), place - kBeforePlace.size()));
+}
+
+/// The shortest decimal text that reads back as the same double, as the platform writes numbers: a
+/// whole number has no fraction, and only very large and very small ones have an exponent.
+std::string shortestText(double value) {
+  const double size = std::fabs(value);
+  const bool plain = size == 0 || (size >= 1e-4 && size < 1e16);
+  const auto format = plain ? std::chars_format::fixed : std::chars_format::scientific;
+  std::array<char, 32> text;
+  return {text.data(), std::to_chars(text.begin(), text.end(), value, format).ptr};
 }
 
 class Writer {
@@ -159,20 +146,9 @@ class Writer {
     if (!isUTF8(text)) {
       return fault("a string that is not UTF-8");
     }
-    constexpr std::string_view digits = "0123456789abcdef";
-    out_ += '"';
-    for (const char c : text) {
-      if (const auto escape = shortEscape(c); !escape.empty()) {
-        out_ += escape;
-      } else if (static_cast<unsigned char>(c) < 0x20) {
-        out_ += "\\u00";
-        out_ += digits[static_cast<unsigned char>(c) >> 4];
-        out_ += digits[static_cast<unsigned char>(c) & 0xF];
-      } else {
-        out_ += c;
-      }
+    for (const char c : nlohmann::json(text).dump()) {
+      out_ += c == '/' ? "\\/" : std::string_view(&c, 1);
     }
-    out_ += '"';
     return {};
   }
 
@@ -186,12 +162,9 @@ class Writer {
 }  // namespace
 
 std::expected<Value, NSError> NSJSONSerialization::JSONObjectWithData(const Data& data) {
-  // The parser takes a NUL for the end of the text and would not look at what follows it.
+  // The parser takes a NUL for the end of the text and ignores what follows it.
   if (const auto nul = data.bytes.find('\0'); nul != std::string::npos) {
     return std::unexpected(readCorruptError("NUL at byte " + std::to_string(nul)));
-  }
-  if (auto record = parsePlainStrings(data.bytes)) {
-    return *std::move(record);
   }
   ValueBuilder builder(kMaxDepth);
   if (!nlohmann::json::sax_parse(data.bytes, &builder)) {

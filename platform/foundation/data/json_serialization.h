@@ -7,16 +7,17 @@
 
 namespace platform {
 
-/// JSON by RFC 8259, from bytes that nobody has checked.
+/// JSON by RFC 8259.
 struct NSJSONSerialization {
   /// The deepest nesting that is read.
   static constexpr int kMaxDepth = 512;
 
-  /// Parses one JSON text. A scalar at the top level parses: whoever wants an object casts.
+  /// Parses one JSON text from unchecked bytes. The top level may be a scalar.
   ///
   /// Refuses empty data, NUL bytes, trailing bytes, invalid UTF-8, lone surrogates, numbers beyond
-  /// a double and nesting beyond `kMaxDepth`; the error says what and where. A byte-order mark is
-  /// skipped; of equal keys the last wins. Integers beyond 64 bits become doubles.
+  /// a double and nesting beyond `kMaxDepth`; the error says what is wrong and where. A
+  /// byte-order mark is skipped; of equal keys the last wins. Integers beyond 64 bits become
+  /// doubles.
   static std::expected<Value, NSError> JSONObjectWithData(const Data& data);
 
   /// Writes a compact JSON text; the slash is escaped and a whole number has no fraction (5.0 is

@@ -8,8 +8,8 @@
 
 #include "platform/foundation/data/value.h"
 
-// Enumerations whose cases stand for texts. One declares its texts, in the order of its cases from
-// zero, by specialising `kRawValues`; what is below then holds for it.
+// Enumerations whose cases have a text each. An enumeration lists its texts, in the order of its
+// cases from zero, by specialising `kRawValues`; the functions below then work for it.
 
 namespace platform {
 
@@ -34,7 +34,7 @@ constexpr auto allCases() {
   return cases;
 }
 
-/// The case that stands for exactly that text, or nothing.
+/// The case with exactly that text, or nothing.
 template <RawRepresentable Enum>
 constexpr std::optional<Enum> withRawValue(std::string_view text) {
   for (const Enum value : allCases<Enum>()) {
@@ -45,7 +45,7 @@ constexpr std::optional<Enum> withRawValue(std::string_view text) {
   return std::nullopt;
 }
 
-/// A case is encoded as its text, and read back from nothing else.
+/// Encodes a case as its text. Decodes nothing else.
 template <RawRepresentable Enum>
 Value encode(Enum value) {
   return rawValue(value);

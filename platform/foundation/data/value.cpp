@@ -22,10 +22,10 @@ Dictionary::Dictionary(std::vector<Member> members) : members_(std::move(members
   const auto isBefore = [](const Member& a, const Member& b) { return a.first < b.first; };
   const auto isNotBefore = [](const Member& a, const Member& b) { return a.first >= b.first; };
   if (std::ranges::adjacent_find(members_, isNotBefore) == members_.end()) {
-    return;  // Whoever wrote them down mostly had them in order.
+    return;  // The usual case: they are in order already.
   }
   std::ranges::stable_sort(members_, isBefore);
-  // From the back, the first of equal keys is the one that came last.
+  // Reversed, so that the last of equal keys is kept.
   const auto kept =
       std::unique(members_.rbegin(), members_.rend(), [](const Member& a, const Member& b) {
         return a.first == b.first;
@@ -91,7 +91,7 @@ std::optional<std::int64_t> Value::integer() const {
   if (const auto* boolean = as<bool>()) {
     return *boolean ? 1 : 0;
   }
-  // The bounds are the powers of two themselves: the largest integer is no double.
+  // The upper bound is exclusive: the largest integer is not representable as a double.
   if (const auto* real = as<double>();
       real && std::trunc(*real) == *real && *real >= -0x1p63 && *real < 0x1p63) {
     return static_cast<std::int64_t>(*real);

@@ -14,14 +14,14 @@ namespace platform {
 
 class Value;
 
-/// Bytes with no meaning of their own.
+/// Bytes.
 struct Data {
   std::string bytes;
   friend bool operator==(const Data&, const Data&) = default;
 };
 
-/// What a property list holds beyond the types here, such as a UID or a string with half a
-/// surrogate pair: its object in the binary form, kept so that rewriting the list loses nothing.
+/// An object of a property list that has none of the types below, such as a UID or a string with
+/// half a surrogate pair. Holds its binary form, so that rewriting the list loses nothing.
 struct UnsupportedObject {
   std::string bytes;
   friend bool operator==(const UnsupportedObject&, const UnsupportedObject&) = default;
@@ -36,24 +36,24 @@ using Array = std::vector<Value>;
 
 /// String keys to values of any type, ordered by key.
 ///
-/// The typed reads are the platform's casts: nothing where the key is absent or the cast fails.
+/// The typed reads are the platform's casts: nothing if the key is absent or the cast fails.
 ///
-/// Members lie side by side: reading is fast, and a dictionary is made fastest from all its members
-/// at once. Setting a key moves those behind it.
+/// Stored as a sorted array: making one from all its members at once is fastest, and setting a key
+/// moves the members behind it.
 class Dictionary {
  public:
   using Member = std::pair<std::string, Value>;
 
   Dictionary() = default;
   Dictionary(std::initializer_list<Member> members);
-  /// In any order; of equal keys the last wins.
+  /// Takes members in any order; of equal keys the last wins.
   explicit Dictionary(std::vector<Member> members);
 
-  /// The value under `key`, or null where there is none.
+  /// The value of `key`, or null.
   const Value* find(std::string_view key) const;
-  /// Replaces what stood under `key`.
+  /// Sets or replaces the value of `key`.
   void set(std::string key, Value value);
-  /// Whether there was a value under `key`.
+  /// Returns whether there was a value.
   bool remove(std::string_view key);
 
   /// An integer, a boolean (1 or 0), or a floating-point number without a fraction that fits.
@@ -74,8 +74,8 @@ class Dictionary {
 
 /// A value of one of the types that property lists, JSON and messages between processes hold.
 ///
-/// A plain value: copies are deep. Integers, floating-point numbers and booleans stay apart, as
-/// they were written; integers beyond 64 bits are held as doubles.
+/// Copies are deep. Integers, floating-point numbers and booleans remain different types; integers
+/// beyond 64 bits are held as doubles.
 class Value {
  public:
   using Storage = std::variant<Null,
@@ -106,12 +106,12 @@ class Value {
   /// An absent value is null.
   template <class T>
   Value(const std::optional<T>& value) : Value(value ? Value(*value) : Value()) {}
-  /// Pointers would become booleans.
+  /// Otherwise pointers would become booleans.
   template <class T>
   Value(const T*) = delete;
 
   bool isNull() const { return std::holds_alternative<Null>(storage_); }
-  /// The value if it is exactly of that type; null otherwise. No conversion.
+  /// The value if it has exactly that type, else null.
   template <class T>
   const T* as() const {
     return std::get_if<T>(&storage_);
@@ -132,7 +132,7 @@ class Value {
   Storage storage_;
 };
 
-// Down here, as a vector can be asked for its members only once they are complete.
+// Defined here because a vector needs its element type to be complete.
 inline bool Dictionary::empty() const {
   return members_.empty();
 }

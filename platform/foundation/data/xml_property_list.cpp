@@ -40,10 +40,11 @@ bool removePrefix(std::string_view& text, std::string_view prefix) {
   return present;
 }
 
-/// Decimal or, behind "0x", hexadecimal.
-std::optional<Value> integer(std::string_view text) {
+// The value of a scalar's text without surrounding space; null if the text is not valid.
+
+/// Decimal or, after "0x", hexadecimal.
+Value integer(std::string_view text) {
   constexpr std::uint64_t kLimit = std::uint64_t{1} << 63;
-  text = trimmed(text);
   const bool negative = removePrefix(text, "-");
   if (!negative) {
     removePrefix(text, "+");
@@ -51,7 +52,7 @@ std::optional<Value> integer(std::string_view text) {
   const int base = removePrefix(text, "0x") || removePrefix(text, "0X") ? 16 : 10;
   const auto magnitude = parsed<std::uint64_t>(text, base);
   if (!magnitude || (negative && *magnitude > kLimit)) {
-    return std::nullopt;
+    return Null();
   }
   if (!negative && *magnitude >= kLimit) {
     return static_cast<double>(*magnitude);
@@ -59,56 +60,49 @@ std::optional<Value> integer(std::string_view text) {
   return static_cast<std::int64_t>(negative ? 0 - *magnitude : *magnitude);
 }
 
-std::optional<Value> real(std::string_view text) {
-  text = trimmed(text);
+Value real(std::string_view text) {
   removePrefix(text, "+");
-  return parsed<double>(text).transform([](double number) { return Value(number); });
+  return parsed<double>(text);
 }
 
-std::optional<Value> date(std::string_view text) {
-  constexpr std::string_view kForm = "0000-00-00T00:00:00Z";
-  text = trimmed(text);
-  const auto instant =
-      text.size() == kForm.size() && text.ends_with('Z') ? Date::fromISO8601(text) : std::nullopt;
-  return instant ? std::optional(Value(*instant)) : std::nullopt;
+Value date(std::string_view text) {
+  const bool isPlain = text.size() == std::string_view("0000-00-00T00:00:00Z").size();
+  return isPlain && text.ends_with('Z') ? Value(Date::fromISO8601(text)) : Null();
 }
 
-std::optional<Value> data(std::string_view text) {
+Value data(std::string_view text) {
   std::string digits(text);
   std::erase_if(digits, [](char c) { return kSpace.find(c) != kSpace.npos; });
-  auto bytes = decodeBase64(digits);
-  return bytes ? std::optional(Value(Data{*std::move(bytes)})) : std::nullopt;
-}
-
-template <bool truth>
-std::optional<Value> boolean(std::string_view text) {
-  return trimmed(text).empty() ? std::optional(Value(truth)) : std::nullopt;
+  const auto bytes = decodeBase64(digits);
+  return bytes ? Value(Data{*bytes}) : Null();
 }
 
 struct Scalar {
   std::string_view tag;
-  /// Nothing for text that is not of the type.
-  std::optional<Value> (*parse)(std::string_view text);
+  /// Null if any text is valid and is the value.
+  Value (*parse)(std::string_view text);
 };
 constexpr std::array kScalars = {
-    Scalar{"string", [](std::string_view text) { return std::optional(Value(text)); }},
-    Scalar{"key", [](std::string_view text) { return std::optional(Value(text)); }},
+    Scalar{"string", nullptr},
+    Scalar{"key", nullptr},
     Scalar{"integer", integer},
     Scalar{"real", real},
     Scalar{"date", date},
     Scalar{"data", data},
-    Scalar{"true", boolean<true>},
-    Scalar{"false", boolean<false>},
+    Scalar{"true", [](std::string_view text) { return text.empty() ? Value(true) : Null(); }},
+    Scalar{"false", [](std::string_view text) { return text.empty() ? Value(false) : Null(); }},
 };
 
-/// An element that has been opened.
+/// An element whose end has not been reached.
 struct Element {
   std::string tag;
   /// Null for a container.
   const Scalar* scalar = nullptr;
   std::string text = {};
-  std::vector<std::string> keys = {};
+  /// The contained values; in a dictionary keys and values take turns.
   Array values = {};
+
+  bool awaitsValue() const { return tag == "dict" && values.size() % 2 == 1; }
 };
 
 class Reader {
@@ -125,7 +119,7 @@ class Reader {
     XML_SetDefaultHandlerExpand(parser_.get(), [](void* reader, const char* text, int size) {
       self(reader).other({text, static_cast<std::size_t>(size)});
     });
-    // Without entities of its own, a list can't grow beyond its size.
+    // Declared entities could expand a small list without bound.
     XML_SetEntityDeclHandler(
         parser_.get(),
         [](void* reader, const char* name, int, const char*, int, auto, auto, auto, auto) {
@@ -188,7 +182,7 @@ class Reader {
     }
   }
 
-  /// Markup that no other handler takes, and all that is part of an unknown element.
+  /// Markup without another handler, and everything inside an unknown element.
   void other(std::string_view text) {
     if (unknown_ > 0) {
       unknownText_ += text;
@@ -208,29 +202,33 @@ class Reader {
     }
     Element element = std::move(open_.back());
     open_.pop_back();
-    if (element.keys.size() > element.values.size()) {
-      return fail("the key \"" + excerpt(element.keys.back()) + "\" has no value");
+    if (element.awaitsValue()) {
+      return failWithoutValue(element);
     }
     if (element.scalar) {
-      auto value = element.scalar->parse(element.text);
-      if (!value) {
-        return fail("not a valid " + element.tag + ": \"" + excerpt(trimmed(element.text), 40) +
-                    "\"");
+      const auto text = trimmed(element.text);
+      Value value = element.scalar->parse ? element.scalar->parse(text) : element.text;
+      if (value.isNull()) {
+        return fail("not a valid " + element.tag + ": \"" + excerpt(text, 40) + "\"");
       }
-      add(element.tag, *std::move(value));
-    } else if (element.tag == "array") {
-      --depth_;
-      add(element.tag, std::move(element.values));
-    } else if (element.tag == "dict") {
-      --depth_;
-      std::vector<Dictionary::Member> members;
-      for (std::size_t i = 0; i < element.keys.size(); ++i) {
-        members.emplace_back(std::move(element.keys[i]), std::move(element.values[i]));
+      add(element.tag, std::move(value));
+    } else if (element.tag == "plist") {
+      if (!element.values.empty()) {
+        add(element.tag, std::move(element.values.front()));
       }
-      add(element.tag, Dictionary(std::move(members)));
-    } else if (!element.values.empty()) {
-      add(element.tag, std::move(element.values.front()));
+    } else {
+      --depth_;
+      add(element.tag,
+          element.tag == "array" ? Value(std::move(element.values)) : dictionary(element));
     }
+  }
+
+  static Value dictionary(Element& element) {
+    std::vector<Dictionary::Member> members;
+    for (std::size_t i = 0; i < element.values.size(); i += 2) {
+      members.emplace_back(*element.values[i].as<std::string>(), std::move(element.values[i + 1]));
+    }
+    return Dictionary(std::move(members));
   }
 
   void add(const std::string& tag, Value value) {
@@ -239,32 +237,34 @@ class Reader {
     if (parent.scalar) {
       return fail("<" + parent.tag + "> holds an element");
     }
-    if (parent.tag == "dict") {
-      if (isKey != (parent.keys.size() == parent.values.size())) {
-        return fail(isKey ? "the key \"" + excerpt(parent.keys.back()) + "\" has no value"
-                          : "a value has no key");
-      }
-      if (isKey) {
-        parent.keys.push_back(*value.as<std::string>());
-        return;
-      }
-    } else if (isKey) {
+    if (isKey && parent.tag != "dict") {
       return fail("a key outside of a dictionary");
-    } else if (parent.tag != "array" && !parent.values.empty()) {
+    }
+    if (isKey && parent.awaitsValue()) {
+      return failWithoutValue(parent);
+    }
+    if (!isKey && parent.tag == "dict" && !parent.awaitsValue()) {
+      return fail("a value has no key");
+    }
+    if (parent.tag != "dict" && parent.tag != "array" && !parent.values.empty()) {
       return fail("a second value");
     }
     parent.values.push_back(std::move(value));
+  }
+
+  void failWithoutValue(const Element& dictionary) {
+    fail("the key \"" + excerpt(*dictionary.values.back().as<std::string>()) + "\" has no value");
   }
 
   struct FreeParser {
     void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
   };
   std::unique_ptr<XML_ParserStruct, FreeParser> parser_{XML_ParserCreate(nullptr)};
-  /// The document, and the elements around the place that has been reached.
+  /// The document and the elements around the current position.
   std::vector<Element> open_ = {{.tag = "document"}};
   /// How many containers are open.
   int depth_ = 0;
-  /// How many elements deep in one of an unknown type.
+  /// How many elements are open from an unknown one on.
   int unknown_ = 0;
   std::string unknownText_;
   std::string fault_;

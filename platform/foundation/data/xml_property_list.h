@@ -8,8 +8,8 @@
 
 namespace platform {
 
-/// Reads the XML form of property lists, in any encoding that XML processors must know. Takes bytes
-/// that nobody has checked; the error says what is wrong and in which line.
+/// Reads the XML form of property lists from unchecked bytes in UTF-8, UTF-16, ISO 8859-1 or ASCII.
+/// The error says what is wrong and in which line.
 ///
 /// An element of an unknown type becomes a string: its own XML text.
 std::expected<Value, std::string> readXMLPropertyList(std::string_view bytes);

@@ -8,7 +8,7 @@ namespace platform {
 
 /// RFC 4648, with padding.
 std::string encodeBase64(std::string_view bytes);
-/// Nothing for text that is not base64.
+/// Takes exactly what `encodeBase64` writes.
 std::optional<std::string> decodeBase64(std::string_view text);
 
 }  // namespace platform

@@ -5,14 +5,16 @@
 
 namespace platform {
 
-/// Text without the characters at both ends that are no letters, marks or numbers of Unicode
-/// (general categories L, M and N). `text` is UTF-8.
+// Text is UTF-8. Ill-formed bytes count as characters that are neither letters nor digits.
+
+/// Removes characters other than Unicode's letters, marks and numbers (general categories L, M and
+/// N) from both ends.
 std::string trimmingNonAlphanumerics(std::string_view text);
 
-/// How many characters people would count: Unicode's extended grapheme clusters.
+/// The number of Unicode's extended grapheme clusters, which is what people count as characters.
 std::size_t characterCount(std::string_view text);
 
-/// The first `count` characters, or all of them where there are fewer.
+/// The first `count` characters, or all of them if there are fewer.
 std::string prefix(std::string_view text, std::size_t count);
 
 /// The first letter of each word in upper case, the others in lower case.

@@ -6,18 +6,18 @@
 
 namespace platform {
 
-/// Reads numbers off the front of a string.
+/// Reads a number from the front of a string.
 class NSScanner {
  public:
-  explicit NSScanner(std::string_view text) : rest_(text) {}
+  explicit NSScanner(std::string_view text) : text_(text) {}
 
-  /// Reads hexadecimal digits of ASCII, after ASCII's white space and an optional "0x"; too large a
-  /// number reads as the largest. Without a digit it returns false and leaves `value` alone; a "0x"
-  /// that no digit follows reads as its zero.
-  bool scanHexLongLong(std::uint64_t& value);
+  /// Reads ASCII hexadecimal digits after ASCII white space and an optional "0x"; a number beyond
+  /// 64 bits reads as the largest. Without a digit it returns false and leaves `value` unchanged; a
+  /// "0x" without a digit behind it reads as 0.
+  bool scanHexLongLong(std::uint64_t& value) const;
 
  private:
-  std::string rest_;
+  std::string text_;
 };
 
 }  // namespace platform

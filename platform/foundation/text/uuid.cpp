@@ -7,7 +7,7 @@
 namespace platform {
 
 UUID::UUID() {
-  // Fewer bytes than 256 come whole, once the system has any at all.
+  // The system never cuts a request for less than 256 bytes short.
   if (::getrandom(bytes_.data(), bytes_.size(), 0) != static_cast<ssize_t>(bytes_.size())) {
     fatalError("the system gives no random numbers");
   }
@@ -21,12 +21,11 @@ UUID::UUID() {
 std::string UUID::uuidString() const {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string text;
-  for (std::size_t index = 0; index < bytes_.size(); ++index) {
-    if (index == 4 || index == 6 || index == 8 || index == 10) {
-      text += '-';
-    }
-    text += kDigits[bytes_[index] >> 4];
-    text += kDigits[bytes_[index] & 0xF];
+  for (const std::uint8_t byte : bytes_) {
+    text += {kDigits[byte >> 4], kDigits[byte & 0xF]};
+  }
+  for (const std::size_t dash : {8, 13, 18, 23}) {
+    text.insert(dash, 1, '-');
   }
   return text;
 }

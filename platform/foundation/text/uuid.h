@@ -9,7 +9,7 @@ namespace platform {
 /// A universally unique identifier, RFC 9562.
 class UUID {
  public:
-  /// A fresh random one (version 4).
+  /// A new random identifier (version 4).
   UUID();
 
   /// "E621E1F8-C36C-495A-93FC-0C247A3E6E5F".

@@ -1,10 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
-
 #include "platform/foundation/data/debug_description.h"
-#include "platform/foundation/data/json_serialization.h"
-#include "platform/foundation/data/plain_strings.h"
 #include "platform/foundation/text/uuid.h"
 #include "tests/vectors.h"
 
@@ -40,53 +36,6 @@ TEST(Dictionary, PrintsAsThePlatformDoes) {
       EXPECT_EQ(debugDescription(strings), row["text"]) << row;
     }
   }
-}
-
-/// The members of an object of strings as another parser reads it; nothing for any other text.
-std::optional<Dictionary> readByAnother(const std::string& json) {
-  const auto parsed = nlohmann::json::parse(json, nullptr, false);
-  if (!parsed.is_object()) {
-    return std::nullopt;
-  }
-  Members members;
-  for (const auto& [key, value] : parsed.items()) {
-    if (!value.is_string()) {
-      return std::nullopt;
-    }
-    members.emplace_back(key, value.get<std::string>());
-  }
-  return Dictionary(members);
-}
-
-// Records of plain strings have a reader of their own. Wherever it gives an answer, it must be the
-// one that all of JSON's rules lead to.
-TEST(PlainStrings, AreReadAsTheWholeGrammarReadsThem) {
-  const std::string record = "{ \"2025-03-05\":\"veryWell\" ,\n\"día\":\"👍\", \"a\":\"\"}";
-  ASSERT_EQ(parsePlainStrings(record), readByAnother(record));
-  ASSERT_TRUE(parsePlainStrings(record));
-  ASSERT_EQ(parsePlainStrings(" {} "), Dictionary());
-  int answers = 0;
-  const auto check = [&](const std::string& text) {
-    if (const auto read = parsePlainStrings(text)) {
-      ++answers;
-      ASSERT_EQ(read, readByAnother(text)) << text;
-    }
-  };
-  for (std::size_t at = 0; at < record.size(); ++at) {
-    check(record.substr(0, at));
-    for (int byte = 0; byte < 256; ++byte) {
-      std::string changed = record;
-      changed[at] = static_cast<char>(byte);
-      check(changed);
-      check(record.substr(0, at) + static_cast<char>(byte) + record.substr(at));
-    }
-  }
-  EXPECT_GT(answers, 5000);
-  check(R"({"a":"1","b":"2","a":"3"})");
-  EXPECT_EQ(parsePlainStrings(R"({"a":"1"}x)"), std::nullopt);
-  EXPECT_EQ(parsePlainStrings(R"({"a":"1"})"
-                              "\xEF\xBB\xBF"),
-            std::nullopt);
 }
 
 TEST(UUID, IsRandomAndSaysSo) {

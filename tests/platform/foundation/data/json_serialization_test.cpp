@@ -34,7 +34,7 @@ json orNull(const std::optional<T>& value) {
   return value ? json(*value) : json();
 }
 
-/// Where the rows come from, a scalar at the top is refused and a comma may trail.
+/// The library that the rows come from refuses scalars at the top and allows trailing commas.
 bool shouldParse(const json& row) {
   const std::string bytes = row.at("bytes");
   const bool scalar = bytes == "\"a\"" || bytes == "5" || bytes == "null" || bytes == "true";
@@ -97,8 +97,7 @@ TEST(JSONSerialization, ErrorsSayWhatAndWhere) {
   }
 }
 
-// An error goes into a log line, whatever the input was: text that is no UTF-8, or a megabyte of
-// it.
+// An error fits into a log line even if the input is not UTF-8 or is a megabyte long.
 TEST(JSONSerialization, ErrorsStayShortAndReadable) {
   for (const std::string& bytes : {"[\"" + std::string(1 << 20, '\xF1'),
                                    "[\"" + std::string(1 << 20, 'x'),
@@ -169,7 +168,7 @@ TEST(JSONSerialization, RefusesToWriteWhatJSONCannotHold) {
   }
 }
 
-// A record cut short or with a byte turned is either read or refused; what is read can be written.
+// A truncated or changed record is either read or refused; what is read can be written.
 TEST(JSONSerialization, SurvivesEveryTruncationAndByte) {
   const std::string record =
       R"({"count":5,"timestamp":1700000000.25,"text":"Mi\u00e9 👍","x":[{}]})";

@@ -65,7 +65,7 @@ TEST(PropertyList, ReadsWhatItWrote) {
       7,
       "alone",
       Date::since1970(0),
-      // More objects than one byte numbers, more bytes than two address.
+      // Needs object numbers of two bytes and offsets of more than two.
       numbersUpTo(70'000),
       nested(512),
   };
@@ -76,7 +76,7 @@ TEST(PropertyList, ReadsWhatItWrote) {
   }
 }
 
-// Another reader of the format agrees with the writer, down to the table and the trailer.
+// libplist reads what the writer wrote.
 TEST(PropertyList, IsReadByLibplist) {
   const std::string bytes = *write(Dictionary{{"count", -7},
                                               {"date", Date::since1970(1700000000)},
@@ -101,7 +101,7 @@ TEST(PropertyList, IsReadByLibplist) {
                     HasSubstr("<integer>299</integer>")));
 }
 
-// A file by another writer: small and 128-bit integers, objects in another order, shared scalars.
+// A file of another writer: small and 128-bit integers, another order of objects, shared scalars.
 TEST(PropertyList, ReadsAnotherWritersFile) {
   constexpr std::string_view hex =
       "62706c6973743030d70102030405060708090a0b1213145464617461546461746555656d70747954"
@@ -125,7 +125,7 @@ TEST(PropertyList, ReadsAnotherWritersFile) {
                              {"yes", true}}));
 }
 
-// From the distant past to the distant future and beyond, in steps that hit every part of a day.
+// From the distant past to the distant future, in steps that reach every part of a day.
 TEST(PropertyList, DatesComeBackEqualToTheMillisecond) {
   int different = 0;
   for (double day = -62135769600; day <= 64092211200; day += 86400 * 9.37) {
@@ -151,7 +151,7 @@ TEST(PropertyList, ErrorsNameTheKeyThatCannotBeWritten) {
       {Dictionary{{"a", Dictionary{{"b", Array{1, Null()}}}}}, "null under \"a.b[1]\""},
       {Dictionary{{"name", "\xC3("}}, "not UTF-8 under \"name\""},
       {Dictionary{{"\xFF", 1}}, "the key \"\uFFFD\""},
-      {Dictionary{{"when", Date::since1970(HUGE_VAL)}}, "a date that is no instant under \"when\""},
+      {Dictionary{{"when", Date::since1970(HUGE_VAL)}}, "a date that is not finite under \"when\""},
       {nested(513), "nesting beyond 512 levels"},
   };
   for (const auto& row : cases) {
@@ -180,8 +180,8 @@ std::string heap(const std::vector<std::string>& objects) {
          number(bytes.size());
 }
 
-/// Thirty levels of arrays, each naming the next one many times: a few hundred bytes that would
-/// unfold into more values than any memory holds.
+/// Thirty levels of arrays, each referring to the next one many times: a few hundred bytes that
+/// would unfold into more values than fit into memory.
 std::string unfolding() {
   std::vector<std::string> objects;
   for (char next = 1; next <= 30; ++next) {
@@ -212,7 +212,7 @@ TEST(PropertyList, RefusesBadBinaries) {
       {"small file that unfolds without end", unfolding(), "refer"},
       {"UID longer than the file", heap({"\x8F\x01"}), "UID cut short"},
       {"set", heap({"\xC1\x01", "\x09"}), "no known type"},
-      {"key that is no string", heap({"\xD1\x01\x01", "\x09"}), "key that is no string"},
+      {"key that is not a string", heap({"\xD1\x01\x01", "\x09"}), "key that is not a string"},
       {"string longer than the file", heap({"\x5F\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"}), "short"},
       {"array longer than the file", heap({"\xAF\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"}), "short"},
       {"dictionary of half of 2^64", heap({"\xDF\x13\x80" + std::string(7, '\0')}), "short"},
@@ -226,7 +226,7 @@ TEST(PropertyList, RefusesBadBinaries) {
   }
 }
 
-// One object that has no type here hides no other, and is still there after a rewrite.
+// An object of an unsupported type does not affect others and is kept by a rewrite.
 TEST(PropertyList, KeepsUnsupportedObjects) {
   const std::string objects[] = {
       std::string(1, '\0'),                    // null
@@ -249,7 +249,7 @@ TEST(PropertyList, KeepsUnsupportedObjects) {
   }
 }
 
-// What the reader lets through from damaged bytes is whole: it can be written and read again.
+// What the reader accepts from damaged bytes can be written and read again.
 void expectWholeOrRefused(const std::string& bytes) {
   if (const auto value = read(bytes)) {
     const auto again = write(*value);
