@@ -30,7 +30,7 @@ DemoPhone::~DemoPhone() {
 }
 
 ConfigureRequest DemoPhone::configure() const {
-  return {.device = {.clock = Clock::standingAt(require(Date::fromISO8601(kNow), kNow)),
+  return {.device = {.clock = Clock::frozenAt(require(Date::fromISO8601(kNow), kNow)),
                      .timeZone = kTimeZone,
                      .locale = "es_MX",
                      .languages = {"es_MX"}},

@@ -25,7 +25,7 @@ class Phone {
     container() = name;
     platform::setSharedContainer(name);
     platform::setCurrentDevice(
-        {.clock = platform::Clock::standingAt(platform::Date::since1970(1709632800)),
+        {.clock = platform::Clock::frozenAt(platform::Date::since1970(1709632800)),
          .timeZone = "America/Mexico_City"});
     silenceLog();
     std::atexit([] { std::filesystem::remove_all(container()); });

@@ -18,11 +18,11 @@
 #include "platform/support/require.h"
 #include "tests/instant.h"
 
-// The world that a test runs in: a folder of its own, a clock that stands, a log that is read back.
+// A test's environment: a new folder, a frozen clock, a captured log.
 
 namespace world {
 
-/// A new folder, removed with everything in it at the end.
+/// A new folder, which is removed with its contents at the end.
 class Folder {
  public:
   Folder() {
@@ -47,14 +47,14 @@ class Container : public Folder {
   Container() { platform::setSharedContainer(path()); }
 };
 
-/// The phone's clock stands at `now`, in `zone`.
+/// Freezes the phone's clock at `now`, in `zone`.
 inline void phoneAt(platform::Date now, std::string zone = "UTC", std::string locale = "es_MX") {
-  platform::setCurrentDevice({.clock = platform::Clock::standingAt(now),
+  platform::setCurrentDevice({.clock = platform::Clock::frozenAt(now),
                               .timeZone = std::move(zone),
                               .locale = std::move(locale)});
 }
 
-/// Takes what this process prints to standard output while it lives.
+/// Captures this process's standard output while it exists.
 class CapturedLog {
  public:
   CapturedLog() : file_(::memfd_create("log", MFD_CLOEXEC)), original_(::dup(STDOUT_FILENO)) {

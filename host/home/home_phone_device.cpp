@@ -62,7 +62,7 @@ void HomePhone::configure(HostSettings settings) {
 void HomePhone::travelTo(Date instant) {
   setClock(isRunning() ? Clock::shiftedBy(instant.timeIntervalSince1970() -
                                           Clock().now().timeIntervalSince1970())
-                       : Clock::standingAt(instant));
+                       : Clock::frozenAt(instant));
 }
 
 void HomePhone::travelToNow() {
@@ -74,14 +74,14 @@ void HomePhone::setRunning(bool running) {
     return;
   }
   const Date now = Date::now();
-  setClock(Clock::standingAt(now));
+  setClock(Clock::frozenAt(now));
   if (running) {
     setClock(Clock::shiftedBy(now.timeIntervalSince1970() - Clock().now().timeIntervalSince1970()));
   }
 }
 
 bool HomePhone::isRunning() const {
-  return settings().device.clock.kind != Clock::Kind::standing;
+  return settings().device.clock.kind != Clock::Kind::frozen;
 }
 
 Date HomePhone::nextMidnight() const {

@@ -61,7 +61,7 @@ Clock clockOf(const std::string& now) {
   if (!instant) {
     throw wrongValue("--now", now, "give an instant such as 2026-03-05T08:30:00Z");
   }
-  return Clock::standingAt(*instant);
+  return Clock::frozenAt(*instant);
 }
 
 std::string timeZoneOf(const std::string& zone) {

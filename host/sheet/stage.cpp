@@ -53,7 +53,7 @@ Stage::~Stage() {
 
 void Stage::arrange(const Shot& shot) {
   HostSettings settings = base_;
-  settings.device.clock = Clock::standingAt(shot.state->now);
+  settings.device.clock = Clock::frozenAt(shot.state->now);
   settings.device.locale = shot.locale;
   settings.device.languages = {std::string(shot.locale)};
   settings.device.systemVersion =

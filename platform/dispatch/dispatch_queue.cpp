@@ -10,48 +10,42 @@
 #include <cstdint>
 #include <deque>
 #include <mutex>
-#include <optional>
 #include <thread>
 
 namespace platform {
 
 struct DispatchQueue::State {
   std::mutex mutex;
-  std::condition_variable arrived;
+  std::condition_variable added;
   std::deque<std::function<void()>> blocks;
   bool closing = false;
-  /// Wakes the main thread, which waits at descriptors.
+  /// An event counter that ends the main thread's `poll`; other queues have none.
   int wakeUp = -1;
   std::thread thread;
 
-  std::optional<std::function<void()>> takeFirst() {
-    const std::scoped_lock lock(mutex);
-    if (blocks.empty()) {
-      return std::nullopt;
-    }
-    auto block = std::move(blocks.front());
-    blocks.pop_front();
-    return block;
-  }
-
-  void runUntilClosed() {
-    std::unique_lock lock(mutex);
-    for (;;) {
-      arrived.wait(lock, [this] { return closing || !blocks.empty(); });
-      if (blocks.empty()) {
-        return;
-      }
+  /// Runs the blocks there are, and those that they add.
+  void runBlocks(std::unique_lock<std::mutex>& lock) {
+    while (!blocks.empty()) {
       auto block = std::move(blocks.front());
       blocks.pop_front();
       lock.unlock();
       block();
+      block = nullptr;  // Unlocked, as destroying its captures may add blocks.
       lock.lock();
+    }
+  }
+
+  void runUntilClosed() {
+    std::unique_lock lock(mutex);
+    while (!closing || !blocks.empty()) {
+      added.wait(lock, [this] { return closing || !blocks.empty(); });
+      runBlocks(lock);
     }
   }
 };
 
 DispatchQueue& DispatchQueue::main() {
-  // Never destroyed: blocks may still be handed over while the process ends.
+  // Never destroyed: other threads may still add blocks while the process exits.
   static DispatchQueue& queue = *new DispatchQueue(Main());
   return queue;
 }
@@ -62,7 +56,7 @@ DispatchQueue::DispatchQueue(Main) : state_(std::make_unique<State>()) {
 
 DispatchQueue::DispatchQueue(std::string label) : state_(std::make_unique<State>()) {
   state_->thread = std::thread([state = state_.get()] { state->runUntilClosed(); });
-  // The system keeps fifteen characters of a thread's name.
+  // The system refuses names of more than 15 characters.
   ::pthread_setname_np(state_->thread.native_handle(), label.substr(0, 15).c_str());
 }
 
@@ -71,7 +65,7 @@ DispatchQueue::~DispatchQueue() {
     const std::scoped_lock lock(state_->mutex);
     state_->closing = true;
   }
-  state_->arrived.notify_all();
+  state_->added.notify_all();
   state_->thread.join();
 }
 
@@ -80,10 +74,10 @@ void DispatchQueue::async(std::function<void()> block) {
     const std::scoped_lock lock(state_->mutex);
     state_->blocks.push_back(std::move(block));
   }
-  state_->arrived.notify_one();
+  state_->added.notify_one();
   if (state_->wakeUp >= 0) {
     const std::uint64_t one = 1;
-    // A counter that is full has woken the main thread already.
+    // Fails only if the counter is full, and then the main thread is being woken already.
     [[maybe_unused]] const auto written = ::write(state_->wakeUp, &one, sizeof one);
   }
 }
@@ -91,15 +85,17 @@ void DispatchQueue::async(std::function<void()> block) {
 void runMainQueueUntilReadable(int descriptor) {
   DispatchQueue::State& state = *DispatchQueue::main().state_;
   for (;;) {
-    while (const auto block = state.takeFirst()) {
-      (*block)();
+    {
+      std::unique_lock lock(state.mutex);
+      state.runBlocks(lock);
     }
-    std::array<pollfd, 2> wanted = {pollfd{descriptor, POLLIN, 0}, pollfd{state.wakeUp, POLLIN, 0}};
-    ::poll(wanted.data(), wanted.size(), -1);
-    if (wanted[1].revents != 0) {
+    std::array<pollfd, 2> watched = {pollfd{descriptor, POLLIN, 0},
+                                     pollfd{state.wakeUp, POLLIN, 0}};
+    ::poll(watched.data(), watched.size(), -1);
+    if (watched[1].revents != 0) {
       std::uint64_t count = 0;
       [[maybe_unused]] const auto read = ::read(state.wakeUp, &count, sizeof count);
-    } else if (wanted[0].revents != 0) {
+    } else if (watched[0].revents != 0) {
       return;
     }
   }

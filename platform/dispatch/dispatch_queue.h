@@ -6,21 +6,21 @@
 
 namespace platform {
 
-/// Runs blocks one after the other, in the order in which they were handed over, from any thread.
+/// Runs blocks one at a time in the order in which they were added. Any thread may add one.
 ///
-/// The main queue's blocks run on the main thread, while that is in `runMainQueue`. Any other queue
-/// has a thread of its own, which its destruction waits for after the last block.
+/// The main queue runs its blocks on the main thread, inside `runMainQueueUntilReadable`. Every
+/// other queue has a thread of its own; its destructor waits until all blocks have run.
 class DispatchQueue {
  public:
   static DispatchQueue& main();
 
+  /// A serial queue; `label` names its thread.
   explicit DispatchQueue(std::string label);
   ~DispatchQueue();
   DispatchQueue(const DispatchQueue&) = delete;
   DispatchQueue& operator=(const DispatchQueue&) = delete;
 
-  /// Returns at once; the block runs later, never before this call returns on the queue's own
-  /// thread.
+  /// Adds a block and returns without waiting for it.
   void async(std::function<void()> block);
 
  private:
@@ -32,8 +32,8 @@ class DispatchQueue {
   std::unique_ptr<State> state_;
 };
 
-/// Runs the main queue's blocks until there is something to read at `descriptor` and no block
-/// waits. For the main thread alone.
+/// Runs the main queue's blocks until the queue is empty and `descriptor` is readable, closed or in
+/// error. Only the main thread may call it.
 void runMainQueueUntilReadable(int descriptor);
 
 }  // namespace platform

@@ -6,7 +6,7 @@
 
 namespace platform {
 
-/// FNV-1a of 64 bits: a change in any single byte changes it.
+/// The 64-bit FNV-1a hash. Changing a single byte always changes it.
 inline std::uint64_t checksum(std::string_view bytes) {
   std::uint64_t sum = 0xCBF29CE484222325u;
   for (const char byte : bytes) {
@@ -15,8 +15,7 @@ inline std::uint64_t checksum(std::string_view bytes) {
   return sum;
 }
 
-/// A short text that is the same for the same bytes and, in practice, another for others: their
-/// checksum in hexadecimal digits.
+/// The checksum as 16 hexadecimal digits.
 inline std::string fingerprint(std::string_view bytes) {
   const std::uint64_t sum = checksum(bytes);
   std::string text;

@@ -11,7 +11,7 @@ std::expected<void*, std::string> openModule(const std::filesystem::path& librar
     return std::unexpected("can't load " + library.string() + ": " +
                            (reason ? reason : "unknown reason"));
   };
-  // Lazy binding: a module calls a small part of what the libraries behind it offer.
+  // Lazy binding: a module calls few of the functions that it links.
   void* const module = dlopen(library.c_str(), RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE);
   if (!module) {
     return failure();

@@ -7,11 +7,11 @@
 
 namespace platform {
 
-/// Stops the process for a programming error: says what and where on standard error, then aborts.
+/// Prints what went wrong and where to standard error, then aborts. For programming errors.
 [[noreturn]] void fatalError(std::string_view what,
                              std::source_location where = std::source_location::current());
 
-/// The value that must be there: a literal that must parse, a date that the calendar must answer.
+/// The value, which must be present: a literal that must parse, a date that must exist.
 template <class T>
 T require(std::optional<T> value,
           std::string_view what,
@@ -22,7 +22,7 @@ T require(std::optional<T> value,
   return *std::move(value);
 }
 
-/// The sum, stopping the process where it leaves 64 bits, as the platform's arithmetic does.
+/// The sum. An overflow stops the process, as the platform's arithmetic does.
 std::int64_t addTrapping(std::int64_t a, std::int64_t b);
 
 }  // namespace platform

@@ -43,11 +43,11 @@ std::optional<Dictionary> readInfo(const std::filesystem::path& file, const Dict
   return info;
 }
 
-/// What this process knows of a catalogue's file.
+/// The catalogue that this process last read from a file.
 struct KnownCatalog {
   std::shared_ptr<const StringCatalog> lastGood = std::make_shared<StringCatalog>();
-  /// Why it can't be read now; empty if it can.
-  std::string complaint;
+  /// Why the file can't be read now; empty if it can.
+  std::string error;
 };
 
 std::expected<StringCatalog, std::string> parseCatalog(const std::filesystem::path& file) {
@@ -63,13 +63,13 @@ std::shared_ptr<const StringCatalog> readStrings(const std::filesystem::path& fi
   static std::map<std::filesystem::path, KnownCatalog> known;
   auto catalog = parseCatalog(file);
   const std::scoped_lock lock(mutex);
-  KnownCatalog& of = known[file];
+  KnownCatalog& entry = known[file];
   if (catalog) {
-    of = {std::make_shared<StringCatalog>(*std::move(catalog)), {}};
-  } else if (std::exchange(of.complaint, catalog.error()) != catalog.error()) {
+    entry = {std::make_shared<StringCatalog>(*std::move(catalog)), {}};
+  } else if (std::exchange(entry.error, catalog.error()) != catalog.error()) {
     std::fprintf(stderr, "%s can't be read: %s\n", file.c_str(), catalog.error().c_str());
   }
-  return of.lastGood;
+  return entry.lastGood;
 }
 
 }  // namespace
@@ -142,7 +142,7 @@ std::string preferredLocalization(const std::vector<std::string>& available,
   for (std::string tag : preferred) {
     tag.resize(std::min(tag.find('@'), tag.size()));
     std::ranges::replace(tag, '_', '-');
-    // From "zh-Hant-TW" over "zh-Hant" to "zh".
+    // Tries "zh-Hant-TW", "zh-Hant" and "zh".
     while (!tag.empty()) {
       if (has(tag)) {
         return tag;

@@ -2,12 +2,12 @@
 
 #include <unicode/plurrule.h>
 
-#include <algorithm>
 #include <charconv>
 #include <memory>
 #include <set>
 
 #include "platform/foundation/data/json_serialization.h"
+#include "platform/support/pattern.h"
 
 namespace platform {
 
@@ -33,11 +33,12 @@ const Dictionary* formOrOther(const Dictionary& forms, std::string_view form) {
   return exact ? exact : member(&forms, "other");
 }
 
-/// A localisation is a text, or variations whose forms are localisations in turn.
+/// The text of a localisation: its own, or that of one of its variations, which are localisations
+/// in turn.
 std::optional<std::string> resolve(const Dictionary* localization,
                                    std::string_view language,
                                    const std::vector<std::int64_t>& arguments) {
-  // The unit beside substitutions is text with gaps that only they fill.
+  // A unit beside substitutions has placeholders that only the substitutions fill.
   if (!localization || localization->find("substitutions")) {
     return std::nullopt;
   }
@@ -62,15 +63,12 @@ std::expected<StringCatalog, std::string> StringCatalog::parse(const Data& json)
   if (!root) {
     return std::unexpected(root.error().debugDescription);
   }
-  const Dictionary* strings = member(root->dictionary(), "strings");
-  const auto source = root->dictionary() ? root->dictionary()->string("sourceLanguage")
-                                         : std::optional<std::string>();
+  const Dictionary* members = root->dictionary();
+  const Dictionary* strings = member(members, "strings");
+  const auto source = members ? members->string("sourceLanguage") : std::nullopt;
   if (!strings || !source) {
     return std::unexpected(R"(a string catalogue needs "sourceLanguage" and "strings")");
   }
-  StringCatalog catalog;
-  catalog.sourceLanguage_ = *source;
-  catalog.strings_ = *strings;
   std::set<std::string> languages = {*source};
   for (const auto& [key, entry] : *strings) {
     if (const Dictionary* localizations = member(entry.dictionary(), "localizations")) {
@@ -79,7 +77,10 @@ std::expected<StringCatalog, std::string> StringCatalog::parse(const Data& json)
       }
     }
   }
+  StringCatalog catalog;
+  catalog.sourceLanguage_ = *source;
   catalog.languages_.assign(languages.begin(), languages.end());
+  catalog.strings_ = *strings;
   return catalog;
 }
 
@@ -94,41 +95,27 @@ std::optional<std::string> StringCatalog::text(std::string_view key,
 std::string formatArguments(std::string_view format, const std::vector<std::int64_t>& arguments) {
   std::string text;
   std::size_t next = 0;
-  while (!format.empty()) {
-    const std::size_t percent = format.find('%');
-    text += format.substr(0, percent);
-    if (percent == std::string_view::npos) {
+  while (format.find('%') != format.npos) {
+    static const Pattern specifier("%(%|(([0-9]{1,3})[$])?(lld|ld|d|@))");
+    const auto found = specifier.find<3>(format);
+    if (!found) {
       break;
     }
-    format.remove_prefix(percent);
-    std::string_view rest = format.substr(1);
-    if (rest.starts_with('%')) {
-      text += '%';
-      format.remove_prefix(2);
-      continue;
+    const auto [whole, kind, prefix, position] = *found;
+    text.append(format.data(), whole.data());
+    format.remove_prefix(static_cast<std::size_t>(whole.end() - format.begin()));
+    std::size_t number = next + 1;
+    std::from_chars(position.begin(), position.end(), number);
+    if (kind == "%") {
+      text += kind;
+    } else if (number < 1 || number > arguments.size()) {
+      text += whole;
+    } else {
+      text += std::to_string(arguments[number - 1]);
+      next += prefix.empty() ? 1 : 0;
     }
-    std::size_t index = next;
-    std::size_t position = 0;
-    const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), position);
-    const bool positional =
-        error == std::errc() && position > 0 && end < rest.data() + rest.size() && *end == '$';
-    if (positional) {
-      index = position - 1;
-      rest.remove_prefix(static_cast<std::size_t>(end - rest.data()) + 1);
-    }
-    constexpr std::string_view kSpecifiers[] = {"lld", "ld", "d", "@"};
-    const auto* specifier = std::ranges::find_if(
-        kSpecifiers, [&](std::string_view candidate) { return rest.starts_with(candidate); });
-    if (specifier == std::end(kSpecifiers) || index >= arguments.size()) {
-      text += '%';
-      format.remove_prefix(1);
-      continue;
-    }
-    text += std::to_string(arguments[index]);
-    next += positional ? 0 : 1;
-    format = rest.substr(specifier->size());
   }
-  return text;
+  return text.append(format);
 }
 
 }  // namespace platform

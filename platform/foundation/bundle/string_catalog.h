@@ -13,20 +13,20 @@ namespace platform {
 
 /// A string catalogue (`.xcstrings`): texts by key and language.
 ///
-/// Plain texts, device variations (a phone's, else "other") and plural variations (chosen by the
-/// first argument) are read. An entry in another form, one with substitutions for example, has no
-/// text; the others do.
+/// Supports plain texts, device variations (the phone's, else "other") and plural variations
+/// (chosen by the first argument). An entry in another form, such as one with substitutions, has no
+/// text.
 class StringCatalog {
  public:
   StringCatalog() = default;
-  /// The error says what is wrong and where.
+  /// The error says what is wrong with the JSON text and where.
   static std::expected<StringCatalog, std::string> parse(const Data& json);
 
   const std::string& sourceLanguage() const { return sourceLanguage_; }
-  /// Every language that has a text, and the source language.
+  /// The languages that have a text, and the source language.
   const std::vector<std::string>& languages() const { return languages_; }
 
-  /// The text of `key` in exactly that language, before formatting; nothing if there is none.
+  /// The text of `key` in exactly that language, unformatted; nothing if there is none.
   std::optional<std::string> text(std::string_view key,
                                   std::string_view language,
                                   const std::vector<std::int64_t>& arguments) const;
@@ -37,8 +37,8 @@ class StringCatalog {
   Dictionary strings_ = {};
 };
 
-/// Replaces `%lld`, `%ld`, `%d`, `%@` and their positional forms (`%2$lld`) by the arguments, `%%`
-/// by a percent sign; what has no argument stays as it is.
+/// Replaces `%lld`, `%ld`, `%d`, `%@` and their positional forms (`%2$lld`) with the arguments and
+/// `%%` with a percent sign. Specifiers without an argument stay as they are.
 std::string formatArguments(std::string_view format, const std::vector<std::int64_t>& arguments);
 
 }  // namespace platform

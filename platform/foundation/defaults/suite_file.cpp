@@ -20,7 +20,7 @@ using Path = std::filesystem::path;
 using Done = std::expected<void, std::string>;
 
 constexpr std::string_view kExtension = ".plist";
-/// The longest of the endings that stand behind a suite's file name, with room to count.
+/// The longest suffix that a suite's file name may get.
 constexpr std::string_view kLongestSuffix = ".damaged-999999";
 constexpr std::size_t kMaxFileName = 255;
 
@@ -74,7 +74,7 @@ Path SuiteFile::target() const {
 
 Done SuiteFile::canBeOpened() const {
   if (path_.empty()) {
-    return std::unexpected("there is no container, or no file can have the suite's name");
+    return std::unexpected("there is no container, or the suite's name is not a valid file name");
   }
   struct stat status {};
   if (::stat(path_.c_str(), &status) == 0) {
@@ -163,7 +163,7 @@ Done SuiteFile::change(const Edit& edit) const {
 
 Done SuiteFile::synchronize() const {
   const Path file = target();
-  // Held so that no other writer puts a file in place whose bytes are not on the disk yet.
+  // Locked so that no writer replaces the file between its sync and that of the folder.
   const auto lock = lockFile(lockPathOf(file));
   if (!lock) {
     // Without a folder nothing has been written.
@@ -172,7 +172,7 @@ Done SuiteFile::synchronize() const {
                : failure("lock", lockPathOf(file), lock.error());
   }
   std::vector<Path> paths = {file, file.parent_path()};
-  if (file == path_) {  // Else the folders lead to a link, which no write changes.
+  if (file == path_) {  // Otherwise the folders hold a link, which writes do not change.
     paths.insert(paths.end(), {file.parent_path().parent_path(), container()});
   }
   for (const Path& path : paths) {

@@ -10,15 +10,15 @@
 
 namespace platform {
 
-/// What a suite's file held when it was read.
+/// The contents of a suite's file.
 struct SuiteContents {
   enum class State {
-    /// No file: a suite that no one has written yet.
+    /// There is no file: nothing has been written yet.
     missing,
     whole,
-    /// The bytes are no property list, or one that is no dictionary.
+    /// The bytes are not a property list, or the list is not a dictionary.
     damaged,
-    /// There is a file, but the system does not let us read it.
+    /// The system refuses to read the file.
     unreadable,
   };
   State state = State::missing;
@@ -30,38 +30,35 @@ struct SuiteContents {
   const Dictionary& dictionary() const { return *value.dictionary(); }
 };
 
-/// The file behind a suite, and the two files beside it that make it safe to share.
+/// The file of a suite, which several processes may read and write.
 ///
-/// A writer holds the lock on `<suite>.plist.lock` while it reads, changes and replaces; the lock
-/// goes with the process, however that ends. The new file is written whole as `<suite>.plist.new`
-/// and then changes places with the old one in one step, so that a reader, which takes no lock,
-/// sees one or the other. A file once in place is never written to again. The new file has the old
-/// one's mode. Where the suite is a symbolic link, all of this happens where the link leads.
+/// A writer locks `<suite>.plist.lock` while it reads, changes and replaces the file; the lock ends
+/// with the process at the latest. The file is replaced in one step by way of `<suite>.plist.new`,
+/// so that a reader, which takes no lock, sees the old file or the new one. The new file keeps the
+/// mode. If the suite is a symbolic link, its target is locked and replaced.
 class SuiteFile {
  public:
   explicit SuiteFile(std::filesystem::path path) : path_(std::move(path)) {}
 
-  /// `<container>/Library/Preferences/<suite>.plist`; an empty path for a name that no file can
-  /// have.
+  /// `<container>/Library/Preferences/<suite>.plist`; empty if that is not a valid file name.
   static std::filesystem::path pathOf(const std::filesystem::path& container,
                                       std::string_view suiteName);
 
-  /// Whether there is a file to read, or a container to write one into; if not, a sentence says
-  /// why.
+  /// Succeeds if there is a file to read or a container to write it to; the error is a sentence.
   std::expected<void, std::string> canBeOpened() const;
 
-  /// The file itself: where the path leads if it is a symbolic link, even if nothing is there yet.
+  /// The file after all symbolic links; it need not exist.
   std::filesystem::path target() const;
 
   SuiteContents read() const;
 
-  /// Lets `edit` change the contents and puts the result in place, unless `edit` returns that there
-  /// is nothing to write. A damaged file is set aside first. The error is a sentence; what stood in
-  /// the file then still stands there or beside it.
+  /// Passes the contents to `edit` and replaces the file with the result, unless `edit` returns
+  /// false. A damaged file is kept under another name. The error is a sentence; after one, the old
+  /// bytes are still in the file or under that name.
   using Edit = std::function<bool(Dictionary&)>;
   std::expected<void, std::string> change(const Edit& edit) const;
 
-  /// Forces the file and the folders that lead to it to the disk.
+  /// Forces the file and the folders of its path to the disk.
   std::expected<void, std::string> synchronize() const;
 
  private:

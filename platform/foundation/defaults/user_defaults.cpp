@@ -15,13 +15,7 @@ std::filesystem::path& container() {
   return folder;
 }
 
-/// What the file holds right now. A file that is damaged, or that the system keeps from us, reads
-/// as an empty suite: readers have their own words for what is missing.
-Dictionary contentsOf(const std::filesystem::path& file) {
-  return SuiteFile(file).read().dictionary();
-}
-
-/// The platform has no way to tell the caller that a write is lost.
+/// The platform's functions can't return an error.
 void report(const std::expected<void, std::string>& done, std::string_view what) {
   if (!done) {
     std::fprintf(stderr,
@@ -93,7 +87,7 @@ std::int64_t NSUserDefaults::integerForKey(std::string_view key) const {
 }
 
 Dictionary NSUserDefaults::dictionaryRepresentation() const {
-  return contentsOf(file_);
+  return SuiteFile(file_).read().dictionary();
 }
 
 void NSUserDefaults::setObject(const Value& value, std::string_view key) {

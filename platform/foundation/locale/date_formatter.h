@@ -8,15 +8,15 @@
 
 namespace platform {
 
-/// Writes dates in words, by a Unicode date pattern, in the device's calendar, digits and zone.
+/// Formats dates by a Unicode date pattern, in the device's calendar, digits and zone.
 ///
-/// The locale and the zone are the device's own at the moment of `stringFromDate`, unless a locale
-/// was set. Time zone pattern letters are not implemented and stop the process with their name, as
-/// does a pattern with letters that nobody knows. Days before 15 October 1582 are the Julian
-/// calendar's, as on the platform; without a pattern the text is empty.
+/// `stringFromDate` uses the device's current zone, and its current locale unless one was set. A
+/// pattern with unknown letters stops the process, as do time zone letters, which are not
+/// implemented. Days before 15 October 1582 are Julian, as on the platform. Without a pattern the
+/// text is empty.
 ///
-/// Making one is free; the first text of a locale costs about 0.3 ms, then it is under 1 us each
-/// for one formatter. One formatter serves one thread at a time.
+/// The first text of a locale takes about 0.3 ms, every further one of the same formatter less than
+/// 1 us. A formatter must not be used by two threads at once.
 class NSDateFormatter {
  public:
   NSDateFormatter();

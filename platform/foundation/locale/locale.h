@@ -7,17 +7,17 @@
 
 namespace platform {
 
-/// A language, a region and their customs.
+/// A locale identifier, such as "es_MX".
 class Locale {
  public:
-  /// The device's locale at the moment of the call.
+  /// The device's current locale.
   static Locale current();
-  /// Nothing for an identifier whose language nobody knows.
+  /// Nothing for an identifier that is malformed or whose language is unknown.
   static std::optional<Locale> withIdentifier(std::string_view identifier);
 
   /// As given, "es_MX".
   const std::string& identifier() const { return identifier_; }
-  /// "es", without region; nothing where the identifier names no language.
+  /// "es", without the region; nothing if the identifier has no valid language.
   std::optional<std::string> languageCode() const;
 
  private:
@@ -26,7 +26,7 @@ class Locale {
   std::string identifier_;
 };
 
-/// Whether the language (a tag, "ar" or "he-IL") is written from right to left.
+/// Whether the language of a tag ("ar", "he-IL") is written from right to left.
 bool isWrittenRightToLeft(const std::string& language);
 
 /// Every locale identifier whose texts the system has, sorted.

@@ -5,11 +5,13 @@
 #include <unicode/idna.h>
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <filesystem>
 #include <memory>
 #include <system_error>
 
+#include "platform/support/pattern.h"
 #include "platform/support/require.h"
 #include "platform/support/utf8.h"
 
@@ -17,85 +19,59 @@ namespace platform {
 
 namespace {
 
-// The grammar's sets of characters, beside letters and digits.
-constexpr std::string_view kUnreserved = "-._~";
-constexpr std::string_view kSubDelimiters = "!$&'()*+,;=";
-
-bool isLetter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
-bool isHexDigit(char c) {
-  return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
-
-/// Whether a character may stand in a user's name, a registered host, a path, a query or a
-/// fragment, which allow the same but for `others`.
+/// Whether a character may stand unencoded in every part of a URL, or is one of `others`, which its
+/// part also allows.
 bool isAllowed(char c, std::string_view others) {
-  return isLetter(c) || isDigit(c) || kUnreserved.find(c) != std::string_view::npos ||
-         kSubDelimiters.find(c) != std::string_view::npos ||
+  constexpr std::string_view kUnreservedAndDelimiters = "-._~!$&'()*+,;=";
+  return std::isalnum(static_cast<unsigned char>(c)) ||
+         kUnreservedAndDelimiters.find(c) != std::string_view::npos ||
          others.find(c) != std::string_view::npos;
 }
 
 bool isPercentEncoding(std::string_view text) {
-  return text.size() >= 3 && text[0] == '%' && isHexDigit(text[1]) && isHexDigit(text[2]);
+  return text.size() >= 3 && text[0] == '%' &&
+         std::ranges::all_of(text.substr(1, 2), [](unsigned char c) { return std::isxdigit(c); });
 }
 
-void appendPercentEncoded(std::string& out, char c) {
-  constexpr std::string_view digits = "0123456789ABCDEF";
-  const auto byte = static_cast<unsigned char>(c);
-  out += {'%', digits[byte >> 4], digits[byte & 0xF]};
-}
-
-/// The text with what may not stand in it percent-encoded; encodings that it already has stay.
-std::string mended(std::string_view text, std::string_view others) {
+/// Percent-encodes what is not allowed in a part of a URL. `keepsEncodings` leaves the encodings
+/// that the text already has.
+std::string encoded(std::string_view text, std::string_view others, bool keepsEncodings = true) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string result;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (isAllowed(text[i], others) || isPercentEncoding(text.substr(i))) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    if (isAllowed(text[i], others) || (keepsEncodings && isPercentEncoding(text.substr(i)))) {
       result += text[i];
     } else {
-      appendPercentEncoded(result, text[i]);
+      result += {'%', kDigits[byte >> 4], kDigits[byte & 0xF]};
     }
   }
   return result;
 }
 
+/// The platform lets a URL begin with its colon; its scheme is then empty.
 bool isScheme(std::string_view text) {
-  // The platform lets an address begin with its colon: its scheme is then the empty one.
-  return text.empty() || (isLetter(text[0]) && std::ranges::all_of(text, [](char c) {
-                            return isLetter(c) || isDigit(c) || c == '+' || c == '-' || c == '.';
+  return text.empty() || (std::isalpha(static_cast<unsigned char>(text[0])) &&
+                          std::ranges::all_of(text, [](unsigned char c) {
+                            return std::isalnum(c) || c == '+' || c == '-' || c == '.';
                           }));
 }
 
 bool isRegisteredName(std::string_view text) {
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (!isAllowed(text[i], "") && !isPercentEncoding(text.substr(i))) {
-      return false;
-    }
-  }
-  return true;
+  return encoded(text, "") == text;
 }
 
-/// What stands between brackets: an IPv6 address, or one of a later version ("v7.x:y").
+/// The text between brackets: an IPv6 address, or one of a later version ("v7.x:y").
 bool isAddressLiteral(std::string_view text) {
-  if (text.starts_with('v') || text.starts_with('V')) {
-    const std::size_t dot = text.find('.');
-    return dot != std::string_view::npos && dot > 1 && dot + 1 < text.size() &&
-           std::ranges::all_of(text.substr(1, dot - 1), isHexDigit) &&
-           std::ranges::all_of(text.substr(dot + 1), [](char c) { return isAllowed(c, ":"); });
-  }
+  static const Pattern later("[vV][0-9A-Fa-f]+\\.[A-Za-z0-9._~!$&'()*+,;=:-]+");
   in6_addr address;
-  return text.find('\0') == std::string_view::npos &&
-         ::inet_pton(AF_INET6, std::string(text).c_str(), &address) == 1;
+  return later.matches(text) || (text.find('\0') == std::string_view::npos &&
+                                 ::inet_pton(AF_INET6, std::string(text).c_str(), &address) == 1);
 }
 
-/// Punycode for a host with letters outside ASCII; nothing for one that no registry would take.
+/// The host with letters outside ASCII in punycode; nothing if it is not a valid registered name.
 std::optional<std::string> encodedHost(std::string_view host) {
-  if (std::ranges::all_of(host, [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
+  if (std::ranges::all_of(host, [](char c) { return static_cast<signed char>(c) >= 0; })) {
     return isRegisteredName(host) ? std::optional(std::string(host)) : std::nullopt;
   }
   UErrorCode status = U_ZERO_ERROR;
@@ -115,7 +91,7 @@ std::optional<std::string> encodedHost(std::string_view host) {
   return encoded;
 }
 
-/// The parts of "user@host:port", each with the sign that sets it off.
+/// The parts of "user@host:port"; the user includes its "@", the port its colon.
 struct Authority {
   std::string_view user;
   std::string_view host;
@@ -128,20 +104,18 @@ Authority splitAuthority(std::string_view text) {
     parts.user = text.substr(0, at + 1);
     text.remove_prefix(at + 1);
   }
-  // The colons of an address in brackets set off no port.
+  // The colons of an address in brackets don't start a port.
   const std::size_t afterBrackets = text.starts_with('[') ? text.find(']') : 0;
   const std::size_t colon = afterBrackets == std::string_view::npos ? std::string_view::npos
                                                                     : text.find(':', afterBrackets);
   parts.host = text.substr(0, colon);
-  if (colon != std::string_view::npos) {
-    parts.port = text.substr(colon);
-  }
+  parts.port = text.substr(parts.host.size());
   return parts;
 }
 
-std::optional<std::string> mendedAuthority(std::string_view text) {
+std::optional<std::string> encodedAuthority(std::string_view text) {
   const Authority parts = splitAuthority(text);
-  if (!parts.port.empty() && !std::ranges::all_of(parts.port.substr(1), isDigit)) {
+  if (parts.port.find_first_not_of("0123456789", 1) != parts.port.npos) {
     return std::nullopt;
   }
   std::optional<std::string> host;
@@ -154,10 +128,10 @@ std::optional<std::string> mendedAuthority(std::string_view text) {
   if (!host) {
     return std::nullopt;
   }
-  return mended(parts.user, ":@") + *host + std::string(parts.port);
+  return encoded(parts.user, ":@") + *host + std::string(parts.port);
 }
 
-/// The five parts of an address, without the signs that set them off.
+/// The five parts of a URL, without the characters that separate them.
 struct Components {
   std::optional<std::string_view> scheme;
   std::optional<std::string_view> authority;
@@ -166,9 +140,9 @@ struct Components {
   std::optional<std::string_view> fragment;
 };
 
-/// Cuts off the end of `text` from the first `sign` on and returns what follows the sign.
-std::optional<std::string_view> cutFrom(std::string_view& text, char sign) {
-  const std::size_t position = text.find(sign);
+/// Cuts `text` off at the first separator and returns what follows that.
+std::optional<std::string_view> cutFrom(std::string_view& text, char separator) {
+  const std::size_t position = text.find(separator);
   if (position == std::string_view::npos) {
     return std::nullopt;
   }
@@ -211,38 +185,30 @@ std::optional<URL> URL::fromString(std::string_view text) {
     absolute.append(*parts.scheme).append(":");
   }
   if (parts.authority) {
-    const auto authority = mendedAuthority(*parts.authority);
+    const auto authority = encodedAuthority(*parts.authority);
     if (!authority) {
       return std::nullopt;
     }
     absolute.append("//").append(*authority);
   }
-  absolute += mended(parts.path, ":@/");
+  absolute += encoded(parts.path, ":@/");
   if (parts.query) {
-    absolute.append("?").append(mended(*parts.query, ":@/?"));
+    absolute.append("?").append(encoded(*parts.query, ":@/?"));
   }
   if (parts.fragment) {
-    absolute.append("#").append(mended(*parts.fragment, ":@/?"));
+    absolute.append("#").append(encoded(*parts.fragment, ":@/?"));
   }
   return URL(std::move(absolute));
 }
 
 URL URL::fileURLWithPath(std::string_view path) {
-  // In a path on the disk the percent sign is a character like any other.
   std::error_code error;
   const std::filesystem::path absolute = std::filesystem::absolute(path, error);
   if (error) {
-    fatalError("\"" + std::string(path) + "\" is no path: " + error.message());
+    fatalError("\"" + std::string(path) + "\" is not a path: " + error.message());
   }
-  std::string encoded;
-  for (const char c : absolute.native()) {
-    if (isAllowed(c, ":@/")) {
-      encoded += c;
-    } else {
-      appendPercentEncoded(encoded, c);
-    }
-  }
-  return URL("file://" + encoded);
+  // In a path of a file the percent sign is a character like any other.
+  return URL("file://" + encoded(absolute.native(), ":@/", false));
 }
 
 std::optional<std::string> URL::path() const {
@@ -251,15 +217,14 @@ std::optional<std::string> URL::path() const {
     return std::nullopt;
   }
   std::string decoded;
-  for (std::size_t at = kFile.size(); at < absolute_.size(); ++at) {
-    unsigned byte = static_cast<unsigned char>(absolute_[at]);
-    if (byte == '%' && at + 2 < absolute_.size()) {
-      const char* const digits = absolute_.data() + at + 1;
-      if (std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2) {
-        at += 2;
-      }
+  for (std::string_view rest = std::string_view(absolute_).substr(kFile.size()); !rest.empty();) {
+    const bool isEncoding = isPercentEncoding(rest);
+    auto byte = static_cast<unsigned char>(rest.front());
+    if (isEncoding) {
+      std::from_chars(rest.data() + 1, rest.data() + 3, byte, 16);
     }
     decoded += static_cast<char>(byte);
+    rest.remove_prefix(isEncoding ? 3 : 1);
   }
   return decoded;
 }

@@ -6,23 +6,23 @@
 
 namespace platform {
 
-/// An address by RFC 3986.
+/// A URL by RFC 3986.
 class URL {
  public:
-  /// Nothing for what is no address. What may not stand in one is mended as the platform does:
-  /// characters outside the grammar are percent-encoded, a host's letters outside ASCII become
-  /// punycode. A host, a port or a scheme that is wrong otherwise is not mended.
+  /// Nothing for text that is not a valid URL. Like the platform it percent-encodes characters
+  /// outside the grammar and turns a host's letters outside ASCII into punycode; any other fault of
+  /// scheme, host or port makes the text invalid.
   static std::optional<URL> fromString(std::string_view text);
-  /// The path's "file://" address; a relative path counts from the working directory. No path at
-  /// all stops the process.
+  /// The "file://" URL of a path; a relative path counts from the working directory. An empty path
+  /// stops the process.
   static URL fileURLWithPath(std::string_view path);
 
   const std::string& absoluteString() const { return absolute_; }
   /// As written, without its colon.
   std::optional<std::string> scheme() const;
-  /// As written, without the brackets of an IPv6 address; nothing where it is empty.
+  /// As written, without the brackets of an IPv6 address; nothing if it is empty.
   std::optional<std::string> host() const;
-  /// The path on the disk of a "file://" address; nothing for any other.
+  /// The file's path of a "file://" URL; nothing for any other.
   std::optional<std::string> path() const;
   friend bool operator==(const URL&, const URL&) = default;
 

@@ -7,11 +7,10 @@
 namespace platform {
 
 void NSURLRequest::setValueForHTTPHeaderField(std::string value, std::string_view field) {
-  const auto same = [&](const Headers::value_type& header) {
+  const auto found = std::ranges::find_if(headers_, [&](const auto& header) {
     return header.first.size() == field.size() &&
            ::strncasecmp(header.first.data(), field.data(), field.size()) == 0;
-  };
-  const auto found = std::ranges::find_if(headers_, same);
+  });
   if (found == headers_.end()) {
     headers_.emplace_back(field, std::move(value));
   } else {

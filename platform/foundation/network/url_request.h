@@ -13,12 +13,12 @@ namespace platform {
 
 enum class NSURLRequestCachePolicy : std::uint8_t { useProtocolCachePolicy };
 
-/// What to ask a server. A plain value.
+/// A request to a server. A plain value.
 class NSURLRequest {
  public:
   using Headers = std::vector<std::pair<std::string, std::string>>;
 
-  /// `timeoutInterval` is in seconds without a byte.
+  /// `timeoutInterval` is the longest time without a byte, in seconds.
   explicit NSURLRequest(
       URL url,
       NSURLRequestCachePolicy policy = NSURLRequestCachePolicy::useProtocolCachePolicy,
@@ -34,7 +34,7 @@ class NSURLRequest {
 
   /// In the order in which they were first set.
   const Headers& allHTTPHeaderFields() const { return headers_; }
-  /// Replaces a field of that name, whose case does not count.
+  /// Replaces a field of that name; the case of names is ignored.
   void setValueForHTTPHeaderField(std::string value, std::string_view field);
 
   const std::optional<Data>& httpBody() const { return httpBody_; }

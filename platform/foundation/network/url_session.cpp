@@ -5,7 +5,6 @@
 #include <map>
 #include <mutex>
 
-#include "platform/dispatch/dispatch_queue.h"
 #include "platform/support/require.h"
 
 namespace platform {
@@ -14,7 +13,7 @@ namespace {
 
 std::mutex sessionsMutex;
 
-/// Sessions are never destroyed: the host may deliver until the process ends.
+/// Never destroyed: the host may deliver results until the process ends.
 std::map<std::string, NSURLSession*, std::less<>>& sessions() {
   static auto& all = *new std::map<std::string, NSURLSession*, std::less<>>;
   return all;
@@ -29,17 +28,6 @@ BackgroundTransferStarter& transferStarter() {
 
 void setBackgroundTransferStarter(BackgroundTransferStarter starter) {
   transferStarter() = std::move(starter);
-}
-
-struct NSURLSession::Impl {
-  NSURLSessionConfiguration configuration;
-  NSURLSessionDownloadDelegate& delegate;
-  DispatchQueue queue;
-};
-
-NSURLSession::NSURLSession(const NSURLSessionConfiguration& configuration,
-                           NSURLSessionDownloadDelegate& delegate)
-    : impl_(new Impl{configuration, delegate, DispatchQueue("urlsession")}) {
 }
 
 NSURLSession& NSURLSession::sessionWithConfiguration(const NSURLSessionConfiguration& configuration,
@@ -69,13 +57,9 @@ NSURLSession* NSURLSession::withIdentifier(std::string_view identifier) {
   return found == sessions().end() ? nullptr : found->second;
 }
 
-const NSURLSessionConfiguration& NSURLSession::configuration() const {
-  return impl_->configuration;
-}
-
 std::shared_ptr<NSURLSessionDownloadTask> NSURLSession::downloadTaskWithRequest(
     NSURLRequest request) {
-  if (!configuration().sharedContainerIdentifier.starts_with("group.")) {
+  if (!configuration_.sharedContainerIdentifier.starts_with("group.")) {
     fatalError("a task in an invalid session: its shared container names no app group (-995)");
   }
   return std::shared_ptr<NSURLSessionDownloadTask>(
@@ -95,26 +79,26 @@ void NSURLSessionDownloadTask::resume() {
 }
 
 void NSURLSession::deliver(FinishedDownload download, std::function<void()> done) {
-  impl_->queue.async([this, download = std::move(download), done = std::move(done)] {
+  queue_.async([this, download = std::move(download), done = std::move(done)] {
     auto url = URL::fromString(download.url);
     NSURLSessionDownloadTask task(
-        *this, NSURLRequest(require(std::move(url), "the address of a download that was made")));
+        *this, NSURLRequest(require(std::move(url), "the URL of a finished download")));
     if (download.status) {
       task.response_ = std::make_unique<NSHTTPURLResponse>(*download.status);
     }
     if (!download.error) {
-      impl_->delegate.didFinishDownloadingToURL(*this, task, URL::fileURLWithPath(download.file));
+      delegate_.didFinishDownloadingToURL(*this, task, URL::fileURLWithPath(download.file));
       std::error_code ignored;  // The delegate may have removed or moved it.
       std::filesystem::remove(download.file, ignored);
     }
-    impl_->delegate.didCompleteWithError(*this, task, download.error);
+    delegate_.didCompleteWithError(*this, task, download.error);
     done();
   });
 }
 
 void NSURLSession::finishEvents(std::function<void()> done) {
-  impl_->queue.async([this, done = std::move(done)] {
-    impl_->delegate.didFinishEventsForBackgroundURLSession(*this);
+  queue_.async([this, done = std::move(done)] {
+    delegate_.didFinishEventsForBackgroundURLSession(*this);
     done();
   });
 }

@@ -6,21 +6,23 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
+#include "platform/dispatch/dispatch_queue.h"
 #include "platform/foundation/data/error.h"
 #include "platform/foundation/network/url.h"
 #include "platform/foundation/network/url_error.h"
 #include "platform/foundation/network/url_request.h"
 
-// Background downloads: the extension hands a request over and may then die; the host carries it
-// out and brings the result to this process or to a later one.
+// Background downloads: the extension hands a request to the host and may then exit. The host runs
+// the download and delivers the result to this process or to a later one.
 
 namespace platform {
 
 class NSURLSession;
 class NSURLSessionDownloadTask;
 
-/// What a server answered; of another kind than HTTP it says nothing more.
+/// A server's response. Only HTTP responses carry more.
 class NSURLResponse {
  public:
   virtual ~NSURLResponse() = default;
@@ -35,30 +37,30 @@ class NSHTTPURLResponse : public NSURLResponse {
   std::int64_t statusCode_;
 };
 
-/// Is called back on the session's delegate queue, one call at a time.
+/// Called on the session's delegate queue, one call at a time.
 class NSURLSessionDownloadDelegate {
  public:
   virtual ~NSURLSessionDownloadDelegate() = default;
 
-  /// The body lies in a temporary file, which is gone once this returns.
+  /// `location` is a temporary file with the body. It is removed after this call.
   virtual void didFinishDownloadingToURL(NSURLSession& session,
                                          NSURLSessionDownloadTask& task,
                                          const URL& location) = 0;
-  /// The task is over, with what ended it or, after a finished download, with no error.
+  /// The task has ended. `error` is absent after a finished download.
   virtual void didCompleteWithError(NSURLSession& session,
                                     NSURLSessionDownloadTask& task,
                                     const std::optional<NSError>& error) = 0;
-  /// Every event that waited for this process has been delivered.
+  /// All events that were pending at the launch of this process have been delivered.
   virtual void didFinishEventsForBackgroundURLSession(NSURLSession& session) = 0;
 };
 
 struct NSURLSessionConfiguration {
   std::string identifier;
-  /// The app group in whose container the session keeps its downloads. Without one, an extension's
-  /// session is invalid, and making a task in it stops the process.
+  /// The app group in whose container the session keeps its downloads. Creating a task in a session
+  /// without one stops the process.
   std::string sharedContainerIdentifier = {};
-  /// Whether results launch the extension. A session without is not implemented: making it stops
-  /// the process.
+  /// Whether results launch the extension. Creating a session without that is not implemented and
+  /// stops the process.
   bool sessionSendsLaunchEvents = true;
 
   static NSURLSessionConfiguration backgroundSessionConfigurationWithIdentifier(
@@ -71,16 +73,14 @@ struct NSURLSessionConfiguration {
   void setSessionSendsLaunchEvents(bool sends) { sessionSendsLaunchEvents = sends; }
 };
 
-/// One download. Known to its session until it is over.
+/// One download.
 class NSURLSessionDownloadTask {
  public:
-  /// Hands the request to the host and returns once the host has it on its disk; only the main
-  /// thread may. A host that refuses ends the task with the reason, by way of the delegate; without
-  /// a host the process ends.
+  /// Hands the request to the host and returns once the host has it on disk. Main thread only. If
+  /// the host refuses, the delegate receives the error; without a host the process ends.
   void resume();
 
   const NSURLResponse* response() const { return response_.get(); }
-  const NSURLRequest& originalRequest() const { return request_; }
 
  private:
   friend class NSURLSession;
@@ -92,54 +92,55 @@ class NSURLSessionDownloadTask {
   std::unique_ptr<NSURLResponse> response_;
 };
 
-/// What a host tells of a download that is over.
+/// The host's report of a download that has ended.
 struct FinishedDownload {
   /// The session's identifier.
   std::string session;
-  /// Where the request went at first.
+  /// The request's URL before redirects.
   std::string url;
-  /// The temporary file with the body; empty where an error ended the task.
+  /// The temporary file with the body; empty if an error ended the task.
   std::string file = {};
-  /// The status of an HTTP answer, if there was one.
+  /// The status of the HTTP response, if there was one.
   std::optional<std::int64_t> status = {};
   std::optional<NSError> error = {};
   friend bool operator==(const FinishedDownload&, const FinishedDownload&) = default;
 };
 
-/// A background session: its downloads go on while this process does not.
+/// A background session: its downloads outlive this process.
 ///
-/// Lives from its creation to the end of the process; a second one with a live identifier is the
-/// first, with a warning.
+/// Exists until the process ends. Creating a second session with the same identifier returns the
+/// first and prints a warning.
 class NSURLSession {
  public:
-  /// Without a queue (the only choice here) the session makes a serial one of its own. `delegate`
-  /// must live as long as the process.
+  /// The session creates a serial delegate queue; other queues are not implemented. `delegate` must
+  /// live until the process ends.
   static NSURLSession& sessionWithConfiguration(const NSURLSessionConfiguration& configuration,
                                                 NSURLSessionDownloadDelegate& delegate,
                                                 std::nullptr_t delegateQueue);
-  /// The live session of that identifier, or null.
+  /// The session with that identifier, or null.
   static NSURLSession* withIdentifier(std::string_view identifier);
 
   std::shared_ptr<NSURLSessionDownloadTask> downloadTaskWithRequest(NSURLRequest request);
-  const NSURLSessionConfiguration& configuration() const;
+  const NSURLSessionConfiguration& configuration() const { return configuration_; }
 
-  /// Brings a result to the delegate, in the platform's order, then calls `done`, all on the
-  /// delegate queue. The temporary file is removed if the delegate left it.
+  /// On the delegate queue: passes a result to the delegate in the platform's order, removes the
+  /// temporary file if the delegate has not, and calls `done`.
   void deliver(FinishedDownload download, std::function<void()> done);
-  /// Tells the delegate that every waiting event was delivered, then calls `done`, likewise.
+  /// On the delegate queue: notifies the delegate that all pending events were delivered, and calls
+  /// `done`.
   void finishEvents(std::function<void()> done);
 
  private:
-  NSURLSession(const NSURLSessionConfiguration& configuration,
-               NSURLSessionDownloadDelegate& delegate);
-  ~NSURLSession() = default;
+  NSURLSession(NSURLSessionConfiguration configuration, NSURLSessionDownloadDelegate& delegate)
+      : configuration_(std::move(configuration)), delegate_(delegate) {}
 
-  struct Impl;
-  std::unique_ptr<Impl> impl_;
+  NSURLSessionConfiguration configuration_;
+  NSURLSessionDownloadDelegate& delegate_;
+  DispatchQueue queue_{"urlsession"};
 };
 
-/// How requests reach the host: takes the session's identifier, returns once the host answered for
-/// the request; the error is the host's. Set by the extension's main, or by a test.
+/// Passes a request to the host: takes the session's identifier and returns once the host has
+/// answered; the error is the host's. Set by the extension's main or by a test.
 using BackgroundTransferStarter =
     std::function<std::expected<void, NSError>(const std::string& session, const NSURLRequest&)>;
 void setBackgroundTransferStarter(BackgroundTransferStarter starter);

@@ -11,11 +11,11 @@ namespace platform {
 struct NSFileManager {
   static NSFileManager defaultManager() { return {}; }
 
-  /// Removes a file; the error names it.
+  /// Removes a file or an empty folder; the error names it.
   std::expected<void, NSError> removeItemAtURL(const URL& url) const;
 };
 
-/// `Data(contentsOf:)`: the whole file of a file URL; the error names it.
+/// `Data(contentsOf:)`: reads the whole file; the error names it.
 std::expected<Data, NSError> dataWithContentsOfURL(const URL& url);
 
 }  // namespace platform

@@ -11,7 +11,8 @@ namespace platform {
 
 namespace detail {
 
-/// Writes one value in its default textual form: an absent value as "nil", booleans as words.
+/// Writes a value in the platform's default textual form: an absent value as "nil", booleans as
+/// "true" and "false".
 template <class T>
 void print(std::ostream& out, const T& value) {
   out << value;
@@ -28,14 +29,13 @@ void print(std::ostream& out, const std::optional<T>& value) {
   }
 }
 
-/// Writes the whole line at once, so that lines of several threads never mix.
+/// Writes the line with one system call, so that lines of several threads don't mix.
 void writeLine(std::string_view line);
 
 }  // namespace detail
 
 /// Prints one line to standard output: the parts in their default textual form, then a line feed.
-///
-/// A line is one `write`, so it is there even if the process stops right after; from any thread.
+/// The line is not buffered. Safe from any thread.
 template <class... Parts>
 void log(const Parts&... parts) {
   std::ostringstream line;

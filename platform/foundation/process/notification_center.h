@@ -1,13 +1,14 @@
 #pragma once
 
 #include <functional>
-#include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace platform {
 
-/// Where a block is to run.
+/// The queue that a block runs on.
 class NSOperationQueue {
  public:
   /// The main thread's queue.
@@ -19,30 +20,32 @@ struct NSNotification {
   std::string name;
 };
 
-/// The device's locale is another one now.
+/// The device's locale has changed.
 inline constexpr std::string_view NSCurrentLocaleDidChangeNotification =
     "NSCurrentLocaleDidChangeNotification";
 
-/// Tells observers what happened in this process. Safe from any thread.
+/// Notifies observers in this process. Safe from any thread.
 class NSNotificationCenter {
  public:
   using Block = std::function<void(const NSNotification&)>;
 
   static NSNotificationCenter& defaultCenter();
 
-  /// Every notification of that name, from any sender, has `block` run on `queue`; for as long as
-  /// the process lives, since nothing here ever takes an observer away.
+  /// Runs `block` on `queue` for every notification of that name, until the process ends: observers
+  /// can't be removed.
   void addObserverForName(std::string_view name, NSOperationQueue& queue, Block block);
 
-  /// Hands the notification to each observer's queue, in the order in which they were added.
+  /// Adds each observer's block to its queue, in the order in which the observers were added.
   void post(std::string_view name);
 
  private:
-  NSNotificationCenter();
-  ~NSNotificationCenter();
-
-  struct Impl;
-  std::unique_ptr<Impl> impl_;
+  struct Observer {
+    std::string name;
+    NSOperationQueue& queue;
+    Block block;
+  };
+  std::mutex mutex_;
+  std::vector<Observer> observers_;
 };
 
 }  // namespace platform

@@ -10,7 +10,7 @@ namespace {
 constexpr std::int64_t kSecondsPerHour = 3600;
 constexpr std::int64_t kSecondsPerDay = 24 * kSecondsPerHour;
 
-/// What the zone's clocks show, in seconds since 1970-01-01 00:00:00 on the wall.
+/// The civil time as seconds since 1970-01-01 00:00:00 of the same zone.
 std::int64_t wallSeconds(const TimeZone& zone, Date date) {
   return date.wholeSecondsSince1970() + zone.secondsFromGMT(date);
 }
@@ -43,7 +43,7 @@ bool Calendar::isDateInToday(Date date) const {
 }
 
 bool Calendar::isDateInYesterday(Date date) const {
-  // The second before today began: where a zone skipped a whole day, that day was never yesterday.
+  // Uses the last second before today, because a zone may have skipped the whole day before.
   return isDateInSameDayAs(date, startOfDay(Date::now()).addingTimeInterval(-1));
 }
 
@@ -58,13 +58,13 @@ std::optional<Date> Calendar::dateByAddingDays(int days, Date date) const {
                                                                           : std::optional(result);
   };
   if (days == 0 || !ifInTime(date)) {
-    // Even where the clocks show this time once before.
+    // Adding nothing must not move a repeated civil time to its first occurrence.
     return ifInTime(date);
   }
   const std::int64_t wall = wallSeconds(zone_, date) + days * kSecondsPerDay;
   const Date first = zone_.firstDateShowing(wall);
   if (wallSeconds(zone_, first) != wall) {
-    return ifInTime(first);  // The time is skipped: what comes after the gap has no fraction.
+    return ifInTime(first);  // Skipped: the first instant after the gap has no fraction.
   }
   const double fraction =
       date.timeIntervalSince1970() - static_cast<double>(date.wholeSecondsSince1970());

@@ -7,34 +7,32 @@
 
 namespace platform {
 
-/// Days and hours as people in one time zone count them.
+/// Converts between instants (`Date`) and civil time, which is a day and an hour in one time zone.
 ///
-/// Civil time (a day and a time on the wall) and absolute time (`Date`) part ways where a zone's
-/// offset changes: some civil times are skipped, some happen twice, and in a few zones that befalls
-/// midnight or a whole day. A skipped time stands for the first instant after the gap, a repeated
-/// one for its first occurrence. Every calendar a device can be set to agrees on where days begin
-/// and end, so one engine serves them all; names and numbers of years are the date formatter's.
+/// When a zone's offset changes, some civil times are skipped and some occur twice; in a few zones
+/// that affects midnight or a whole day. A skipped civil time means the first instant after the
+/// gap, a repeated one its first occurrence. All calendars that a device can be set to begin their
+/// days at the same instants, so this class serves them all; the date formatter names days and
+/// years.
 class Calendar {
  public:
-  /// The calendar of the device's zone at the moment of the call.
+  /// The calendar of the device's current zone.
   static Calendar current();
   explicit Calendar(TimeZone zone) : zone_(std::move(zone)) {}
 
   /// The first instant of the civil day of `date`.
   Date startOfDay(Date date) const;
   bool isDateInSameDayAs(Date date, Date other) const;
-  /// By the present instant.
+  /// Today is the civil day of `Date::now()`.
   bool isDateInToday(Date date) const;
   bool isDateInYesterday(Date date) const;
   /// 0 to 23.
   int hour(Date date) const;
 
-  /// The same time on the wall, `days` days later; nothing where the calendar has no such day any
-  /// more (beyond the distant past or future).
+  /// The same civil time `days` days later; nothing beyond the distant past or future.
   std::optional<Date> dateByAddingDays(int days, Date date) const;
 
-  /// The given hour, minute 0, second 0 on the day of `date`: the next existing time if it is
-  /// skipped, its first occurrence if it is repeated. Nothing for an hour that no day has.
+  /// `hour`:00:00 on the civil day of `date`. Nothing for an hour outside 0 to 23.
   std::optional<Date> dateBySettingHour(int hour, Date date) const;
 
   const TimeZone& timeZone() const { return zone_; }

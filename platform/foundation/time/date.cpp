@@ -1,91 +1,47 @@
 #include "platform/foundation/time/date.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <chrono>
 #include <cmath>
-#include <utility>
+#include <cstdio>
+
+#include "platform/support/pattern.h"
 
 namespace platform {
 
 namespace {
 
-constexpr std::string_view kUnavailable = "<description unavailable>";
-constexpr std::int64_t kMillisecondsPerSecond = 1000;
+using namespace std::chrono;
 
-void appendPadded(std::string& text, std::int64_t number, std::size_t width) {
-  const std::string digits = std::to_string(number);
-  text.append(width - std::min(width, digits.size()), '0').append(digits);
+constexpr const char* kUnavailable = "<description unavailable>";
+
+/// Prints year, month, day, hour, minute and second in UTC, and a last number for the format.
+std::string printed(const char* format, sys_seconds instant, int last = 0) {
+  const auto midnight = floor<days>(instant);
+  const year_month_day day(midnight);
+  const hh_mm_ss time(instant - midnight);
+  std::array<char, 64> text;
+  const int length = std::snprintf(text.data(),
+                                   text.size(),
+                                   format,
+                                   int(day.year()),
+                                   unsigned(day.month()),
+                                   unsigned(day.day()),
+                                   int(time.hours().count()),
+                                   int(time.minutes().count()),
+                                   int(time.seconds().count()),
+                                   last);
+  return {text.data(), static_cast<std::size_t>(length)};
 }
 
-/// "2023-11-14 22:13:20" in UTC, with the given sign between day and time; years 0 to 9999.
-std::string civilText(std::chrono::sys_seconds instant, char separator) {
-  const auto day = std::chrono::floor<std::chrono::days>(instant);
-  const std::chrono::year_month_day date(day);
-  const std::chrono::hh_mm_ss time(instant - day);
-  std::string text;
-  appendPadded(text, static_cast<int>(date.year()), 4);
-  text += '-';
-  appendPadded(text, static_cast<unsigned>(date.month()), 2);
-  text += '-';
-  appendPadded(text, static_cast<unsigned>(date.day()), 2);
-  text += separator;
-  appendPadded(text, time.hours().count(), 2);
-  text += ':';
-  appendPadded(text, time.minutes().count(), 2);
-  text += ':';
-  appendPadded(text, time.seconds().count(), 2);
-  return text;
+template <class Number>
+Number leading(std::string_view text) {
+  Number number = 0;
+  std::from_chars(text.data(), text.data() + text.size(), number);
+  return number;
 }
-
-/// Takes a text apart from the front; the first part that does not fit spoils all that follow.
-class Reader {
- public:
-  explicit Reader(std::string_view text) : rest_(text) {}
-
-  bool accept(char expected) {
-    if (!rest_.starts_with(expected)) {
-      return false;
-    }
-    rest_.remove_prefix(1);
-    return true;
-  }
-  void expect(char expected) { good_ = accept(expected) && good_; }
-
-  /// A number of exactly that many digits.
-  int number(std::size_t width) {
-    const std::string_view digits = leadingDigits();
-    if (digits.size() < width) {
-      good_ = false;
-      return 0;
-    }
-    int value = 0;
-    std::from_chars(digits.data(), digits.data() + width, value);
-    rest_.remove_prefix(width);
-    return value;
-  }
-
-  /// The digits after a decimal point, however many there are.
-  double fraction() {
-    const std::string_view digits = leadingDigits();
-    good_ = !digits.empty() && good_;
-    rest_.remove_prefix(digits.size());
-    const std::string text = "0." + std::string(digits);
-    double value = 0;
-    std::from_chars(text.data(), text.data() + text.size(), value);
-    return value;
-  }
-
-  bool atEnd() const { return good_ && rest_.empty(); }
-
- private:
-  std::string_view leadingDigits() const {
-    return rest_.substr(0, std::min(rest_.find_first_not_of("0123456789"), rest_.size()));
-  }
-
-  std::string_view rest_;
-  bool good_ = true;
-};
 
 }  // namespace
 
@@ -94,74 +50,44 @@ std::int64_t Date::wholeSecondsSince1970() const {
 }
 
 std::string Date::description() const {
-  if (*this < distantPast() || *this > distantFuture()) {
-    return std::string(kUnavailable);
-  }
-  const std::chrono::sys_seconds instant{std::chrono::seconds(wholeSecondsSince1970())};
-  return civilText(instant, ' ') + " +0000";
+  return *this < distantPast() || *this > distantFuture()
+             ? kUnavailable
+             : printed("%04d-%02u-%02u %02d:%02d:%02d +0000",
+                       sys_seconds(seconds(wholeSecondsSince1970())));
 }
 
 std::string Date::iso8601() const {
-  using std::chrono::sys_days;
-  constexpr std::chrono::sys_seconds firstYear = sys_days(std::chrono::year(0) / 1 / 1);
-  constexpr std::chrono::sys_seconds endOfYears = sys_days(std::chrono::year(10000) / 1 / 1);
-
   // The fraction alone is rounded: as a double it is exact, the sum of milliseconds is not.
-  const std::int64_t whole = wholeSecondsSince1970();
-  const auto rounded = std::llround((seconds_ - static_cast<double>(whole)) * 1000);
-  const std::chrono::sys_seconds instant(
-      std::chrono::seconds(whole + (rounded == kMillisecondsPerSecond ? 1 : 0)));
-  if (instant < firstYear || instant >= endOfYears) {
-    return std::string(kUnavailable);
-  }
-  std::string text = civilText(instant, 'T') + '.';
-  appendPadded(text, rounded % kMillisecondsPerSecond, 3);
-  return text + 'Z';
+  const sys_seconds whole{seconds(wholeSecondsSince1970())};
+  const auto rounded = std::llround((seconds_ - double(whole.time_since_epoch().count())) * 1000);
+  const sys_seconds instant = whole + seconds(rounded == 1000 ? 1 : 0);
+  return instant < sys_days(year(0) / 1 / 1) || instant >= sys_days(year(10000) / 1 / 1)
+             ? kUnavailable
+             : printed("%04d-%02u-%02uT%02d:%02d:%02d.%03dZ", instant, int(rounded % 1000));
 }
 
 std::optional<Date> Date::fromISO8601(std::string_view text) {
-  Reader in(text);
-  const int year = in.number(4);
-  in.expect('-');
-  const int month = in.number(2);
-  in.expect('-');
-  const int day = in.number(2);
-  in.expect('T');
-  const int hour = in.number(2);
-  in.expect(':');
-  const int minute = in.number(2);
-  int second = 0;
-  double fraction = 0;
-  if (in.accept(':')) {
-    second = in.number(2);
-    fraction = in.accept('.') ? in.fraction() : 0;
-  }
-
-  int offsetMinutes = 0;
-  if (!in.accept('Z')) {
-    const int sign = in.accept('-') ? -1 : 1;
-    if (sign > 0) {
-      in.expect('+');
-    }
-    const int offsetHour = in.number(2);
-    in.expect(':');
-    const int offsetMinute = in.number(2);
-    if (offsetHour > 23 || offsetMinute > 59) {
-      return std::nullopt;
-    }
-    offsetMinutes = sign * (offsetHour * 60 + offsetMinute);
-  }
-
-  const std::chrono::year_month_day date(std::chrono::year(year),
-                                         std::chrono::month(static_cast<unsigned>(month)),
-                                         std::chrono::day(static_cast<unsigned>(day)));
-  if (!in.atEnd() || !date.ok() || hour > 23 || minute > 59 || second > 59) {
+  static const Pattern form(
+      "[0-9]{4}-[0-9]{2}-[0-9]{2}T([01][0-9]|2[0-3]):[0-5][0-9](:[0-5][0-9](\\.[0-9]+)?)?"
+      "(Z|[+-]([01][0-9]|2[0-3]):[0-5][0-9])");
+  if (!form.matches(text)) {
     return std::nullopt;
   }
-  const std::chrono::sys_seconds instant = std::chrono::sys_days(date) + std::chrono::hours(hour) +
-                                           std::chrono::minutes(minute - offsetMinutes) +
-                                           std::chrono::seconds(second);
-  return since1970(static_cast<double>(instant.time_since_epoch().count()) + fraction);
+  const auto number = [&](std::size_t at, std::size_t width = 2) {
+    return leading<unsigned>(text.substr(at, width));
+  };
+  const year_month_day day(year(int(number(0, 4))), month(number(5)), std::chrono::day(number(8)));
+  if (!day.ok()) {
+    return std::nullopt;
+  }
+  auto minute = sys_days(day) + hours(number(11)) + minutes(number(14));
+  if (!text.ends_with('Z')) {
+    const std::size_t zone = text.size() - std::string_view("+00:00").size();
+    const auto offset = hours(number(zone + 1)) + minutes(number(zone + 4));
+    minute -= text[zone] == '-' ? -offset : offset;
+  }
+  const double second = text[16] == ':' ? leading<double>(text.substr(17)) : 0;
+  return since1970(double(seconds(minute.time_since_epoch()).count()) + second);
 }
 
 }  // namespace platform

@@ -9,7 +9,7 @@
 
 namespace platform {
 
-/// An instant, in seconds since 1970-01-01 00:00:00 UTC; it knows no zone and no calendar.
+/// An instant, in seconds since 1970-01-01 00:00:00 UTC, without a zone or a calendar.
 ///
 /// Fractions are kept to the precision of a double (better than a microsecond until the year 2100).
 /// Equality and order are those of the seconds. A date is never NaN.
@@ -26,8 +26,8 @@ class Date {
   constexpr double timeIntervalSince1970() const { return seconds_; }
   constexpr Date addingTimeInterval(double seconds) const { return Date(seconds_ + seconds); }
 
-  /// The second in which the instant lies: fractions are cut off toward the past. Doubles tell no
-  /// seconds apart beyond 2^53 of them; an instant further away counts as that far.
+  /// The second that contains the instant: fractions are cut off toward the past. Clamped to 2^53,
+  /// beyond which doubles no longer tell seconds apart.
   std::int64_t wholeSecondsSince1970() const;
 
   /// The standard description: "2023-11-14 22:13:20 +0000", in UTC, fractions cut off (toward the
@@ -35,12 +35,11 @@ class Date {
   std::string description() const;
 
   /// ISO 8601 in UTC with milliseconds, "2023-11-14T22:13:20.000Z"; rounded to the millisecond.
-  /// Years that four digits can't hold give "<description unavailable>", which nothing reads as a
-  /// date.
+  /// "<description unavailable>" for years that four digits can't hold.
   std::string iso8601() const;
 
   /// Reads ISO 8601 with a zone: "2023-11-14T22:13:20Z", "...22:13:20.25+01:00", "...22:13Z".
-  /// Nothing for any other form, a date that no calendar has or a time that no clock shows.
+  /// Nothing for any other form or a date or time that does not exist.
   static std::optional<Date> fromISO8601(std::string_view text);
 
   friend constexpr auto operator<=>(Date, Date) = default;

@@ -1,9 +1,11 @@
 #include "platform/foundation/time/device.h"
 
-#include <charconv>
 #include <chrono>
+#include <cstdio>
 #include <mutex>
 #include <utility>
+
+#include "platform/support/pattern.h"
 
 namespace platform {
 
@@ -14,7 +16,7 @@ struct Settings {
   Device device;
 };
 
-/// Never destroyed: threads may still ask for the time while the process exits.
+/// Never destroyed: other threads may still read the time while the process exits.
 Settings& settings() {
   static Settings& instance = *new Settings;
   return instance;
@@ -23,23 +25,14 @@ Settings& settings() {
 }  // namespace
 
 std::optional<OperatingSystemVersion> parseOperatingSystemVersion(std::string_view text) {
-  OperatingSystemVersion version{.major = 0};
-  const char* position = text.data();
-  const char* const end = position + text.size();
-  for (int* part : {&version.major, &version.minor, &version.patch}) {
-    const auto [next, error] = std::from_chars(position, end, *part);
-    if (error != std::errc() || *position == '-') {
-      return std::nullopt;
-    }
-    if (next == end) {
-      return version;
-    }
-    if (*next != '.') {
-      return std::nullopt;
-    }
-    position = next + 1;
+  static const Pattern form("[0-9]{1,9}([.][0-9]{1,9}){0,2}");
+  if (!form.matches(text)) {
+    return std::nullopt;
   }
-  return std::nullopt;
+  OperatingSystemVersion version;
+  std::sscanf(
+      std::string(text).c_str(), "%d.%d.%d", &version.major, &version.minor, &version.patch);
+  return version;
 }
 
 bool isOperatingSystemAtLeast(OperatingSystemVersion version) {
@@ -48,7 +41,7 @@ bool isOperatingSystemAtLeast(OperatingSystemVersion version) {
 }
 
 Date Clock::now() const {
-  if (kind == Kind::standing) {
+  if (kind == Kind::frozen) {
     return instant;
   }
   const std::chrono::duration<double> running = std::chrono::system_clock::now().time_since_epoch();

@@ -21,42 +21,40 @@ struct OperatingSystemVersion {
 /// "17", "17.0" or "16.4.1"; nothing for anything else.
 std::optional<OperatingSystemVersion> parseOperatingSystemVersion(std::string_view text);
 
-/// Whether the device runs that version of the system or a later one.
+/// Whether the device's system has that version or a later one.
 bool isOperatingSystemAtLeast(OperatingSystemVersion version);
 
-/// Where a device takes the present instant from.
+/// The source of the present instant.
 struct Clock {
-  enum class Kind { running, shifted, standing };
+  enum class Kind { running, shifted, frozen };
   Kind kind = Kind::running;
-  /// Seconds ahead of the system's clock, for a shifted clock.
+  /// For a shifted clock: seconds ahead of the system's clock.
   double shift = 0;
-  /// The instant at which a standing clock stands.
+  /// For a frozen clock.
   Date instant = Date::since1970(0);
 
-  static Clock standingAt(Date instant) { return {Kind::standing, 0, instant}; }
+  static Clock frozenAt(Date instant) { return {Kind::frozen, 0, instant}; }
   static Clock shiftedBy(double seconds) { return {Kind::shifted, seconds, Date::since1970(0)}; }
   Date now() const;
   friend bool operator==(const Clock&, const Clock&) = default;
 };
 
-/// The settings of the phone that the process runs on.
-///
-/// `Date::now`, `Calendar::current`, `Locale::current` and `TimeZone::current` read it at the
-/// moment of the call. It is the only seam between product code and the world.
+/// The phone's settings. `Date::now`, `Calendar::current`, `Locale::current` and
+/// `TimeZone::current` read them at every call; tests set them.
 struct Device {
   Clock clock = {};
   /// An identifier of the system's tz database, such as "America/Mexico_City".
   std::string timeZone = "UTC";
   /// A locale identifier, such as "es_MX".
   std::string locale = "es_MX";
-  /// The user's languages, most preferred first, as language tags ("es-MX", "en"); they choose the
-  /// localisation. Empty: the locale's own.
+  /// The user's languages, most preferred first, as language tags ("es-MX", "en"). They determine
+  /// the localisation; if empty, the locale does.
   std::vector<std::string> languages = {};
   OperatingSystemVersion systemVersion = {};
   friend bool operator==(const Device&, const Device&) = default;
 };
 
-/// A copy of the present settings. Safe from any thread, as is setting them.
+/// A copy of the current settings. Both functions are safe from any thread.
 Device currentDevice();
 void setCurrentDevice(Device device);
 

@@ -1,10 +1,10 @@
 #include "platform/foundation/time/time_zone.h"
 
+#include <absl/strings/ascii.h>
 #include <absl/time/civil_time.h>
 #include <absl/time/time.h>
 
 #include <algorithm>
-#include <array>
 
 #include "platform/foundation/time/device.h"
 #include "platform/support/require.h"
@@ -13,22 +13,18 @@ namespace platform {
 
 namespace {
 
-// What lies in the database's folder, or is known to its reader, without being a zone's name: the
-// machine's own settings, the same zones once more, the last of them counting leap seconds.
-constexpr std::array<std::string_view, 3> kNoZones = {"localtime", "posixrules", "UTC0"};
-constexpr std::array<std::string_view, 2> kNoAreas = {"posix/", "right/"};
-
 /// Whether the text has the form of a zone's name: parts between single slashes, as in
 /// "America/Argentina/Buenos_Aires" and "Etc/GMT+5". So it can't lead out of the database's folder.
+/// Excludes what the folder or its reader knows besides: the machine's own settings, and the same
+/// zones again, the last of them counting leap seconds.
 bool isZoneName(std::string_view text) {
-  const auto isNameCharacter = [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-           c == '+' || c == '-' || c == '/';
+  const auto isNameCharacter = [](unsigned char c) {
+    return absl::ascii_isalnum(c) || c == '_' || c == '+' || c == '-' || c == '/';
   };
   return !text.empty() && std::ranges::all_of(text, isNameCharacter) && !text.starts_with('/') &&
-         !text.ends_with('/') && text.find("//") == std::string_view::npos &&
-         std::ranges::find(kNoZones, text) == kNoZones.end() &&
-         std::ranges::none_of(kNoAreas, [&](auto area) { return text.starts_with(area); });
+         !text.ends_with('/') && text.find("//") == text.npos && text != "localtime" &&
+         text != "posixrules" && text != "UTC0" && !text.starts_with("posix/") &&
+         !text.starts_with("right/");
 }
 
 }  // namespace
@@ -42,7 +38,7 @@ std::optional<TimeZone> TimeZone::withIdentifier(std::string_view identifier) {
   if (!isZoneName(identifier)) {
     return std::nullopt;
   }
-  // The reader keeps what it has read: a zone's second use costs a look-up.
+  // Abseil caches the zones that it has loaded.
   Impl impl{.identifier = std::string(identifier), .zone = {}};
   if (!absl::LoadTimeZone(impl.identifier, &impl.zone)) {
     return std::nullopt;
@@ -51,7 +47,7 @@ std::optional<TimeZone> TimeZone::withIdentifier(std::string_view identifier) {
 }
 
 TimeZone TimeZone::current() {
-  // A device seldom moves, and every text and every day asks for its zone.
+  // Every text and every day needs the zone, which seldom changes.
   thread_local std::optional<TimeZone> last;
   const std::string identifier = currentDevice().timeZone;
   if (!last || last->identifier() != identifier) {

@@ -10,25 +10,24 @@
 
 namespace platform {
 
-/// A zone of the system's tz database, which is newer than the copy that ICU carries.
+/// A zone of the system's tz database, which is newer than ICU's own copy.
 ///
 /// A cheap value; safe from any thread.
 class TimeZone {
  public:
-  /// Nothing for a name that the database does not have: the spelling is exact, and neither a path
-  /// nor the machine's own "localtime" is a name.
+  /// Nothing for a name that is not in the database. The case of letters counts; paths and the
+  /// machine's own "localtime" are not names.
   static std::optional<TimeZone> withIdentifier(std::string_view identifier);
-  /// The device's zone at the moment of the call. Whoever sets the device has checked the name, so
-  /// one that the database does not have stops the process.
+  /// The device's current zone. Stops the process if the database has none of that name, which the
+  /// host checks before it sets the device.
   static TimeZone current();
 
   const std::string& identifier() const;
   /// The offset from UTC at that instant, daylight saving included.
   int secondsFromGMT(Date date) const;
 
-  /// The first instant at which the zone's clocks show a time on the wall, which is counted in
-  /// seconds since 1970-01-01 00:00:00 on that wall. A skipped time stands for the first instant
-  /// after the gap.
+  /// The first instant with a civil time, which is given as seconds since 1970-01-01 00:00:00 of
+  /// the same zone; the first instant after the gap if that time is skipped.
   Date firstDateShowing(std::int64_t wallSeconds) const;
 
  private:

@@ -173,7 +173,7 @@ TEST(Moods, OfTenYearsTakeATenthOfTheMemoryAllowed) {
   const auto extension =
       host::ExtensionProcess::start(std::filesystem::path(GLANCERY_BUILD) / "Glancery.appex");
   ASSERT_TRUE(extension) << extension.error().reason;
-  const Device device = {.clock = Clock::standingAt(now)};
+  const Device device = {.clock = Clock::frozenAt(now)};
   ASSERT_TRUE((*extension)->ask(ConfigureRequest{device, container.path().string(), {}}));
   for (int look = 0; look < 3; ++look) {
     const auto answer = (*extension)

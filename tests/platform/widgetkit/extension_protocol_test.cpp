@@ -7,7 +7,7 @@ namespace {
 
 const HostMessage kHostMessages[] = {
     {1,
-     ConfigureRequest{.device = {.clock = Clock::standingAt(Date::since1970(1700000000.25)),
+     ConfigureRequest{.device = {.clock = Clock::frozenAt(Date::since1970(1700000000.25)),
                                  .timeZone = "America/Mexico_City",
                                  .locale = "es_MX",
                                  .languages = {"es-MX", "en"},

@@ -209,7 +209,7 @@ TEST(ExtensionServiceEvents, AreFinishedOnceTheWidgetsCompletionWasCalled) {
 TEST_F(Service, SettingsComeIntoForce) {
   const world::Container container;
   service.handle({1,
-                  ConfigureRequest{.device = {.clock = Clock::standingAt(Date::since1970(42)),
+                  ConfigureRequest{.device = {.clock = Clock::frozenAt(Date::since1970(42)),
                                               .timeZone = "Asia/Tokyo"},
                                    .container = container.path().string(),
                                    .infoOverrides = {}}});

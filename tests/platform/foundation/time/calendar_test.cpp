@@ -143,7 +143,7 @@ const NearDayCase kNearDays[] = {
 TEST(Calendar, TellsTodayAndYesterday) {
   for (const auto& row : kNearDays) {
     const OnDevice device(
-        {.clock = Clock::standingAt(instant(row.now)), .timeZone = std::string(row.zone)});
+        {.clock = Clock::frozenAt(instant(row.now)), .timeZone = std::string(row.zone)});
     EXPECT_EQ(Calendar::current().isDateInToday(instant(row.date)), row.today) << row.name;
     EXPECT_EQ(Calendar::current().isDateInYesterday(instant(row.date)), row.yesterday) << row.name;
   }
@@ -165,7 +165,7 @@ struct Sweep {
   std::string_view zone;
   int firstYear;
   int endYear;
-  /// Fine enough to meet every change of the clocks in those years.
+  /// Short enough to find every change of an offset in those years.
   int step;
 };
 
@@ -183,7 +183,7 @@ const Sweep kSweeps[] = {
     {"Pacific/Chatham", 2024, 2026, 900},      {"Pacific/Kwajalein", 1993, 1994, 1800},
 };
 
-/// Every civil day that the sweep's instants show, by its number, with the first of those instants.
+/// The civil days of the sweep by their numbers, with the first instant found in each.
 std::map<std::int64_t, Date> firstInstants(const Sweep& sweep, const TimeZone& zone) {
   std::map<std::int64_t, Date> first;
   const Date end = instant(std::to_string(sweep.endYear) + "-01-03T00:00:00Z");
@@ -206,7 +206,7 @@ TEST(Calendar, EveryDayStartsAtItsFirstInstantAndLeadsToTheNext) {
       const Date lastSeen = next->second.addingTimeInterval(-sweep.step);
       EXPECT_EQ(calendar.startOfDay(day->second), day->second);
       EXPECT_EQ(calendar.startOfDay(lastSeen), day->second);
-      // Where midnight was skipped, the time on the wall is that of one o'clock.
+      // If midnight was skipped, the day starts at one o'clock.
       const auto later = calendar.dateByAddingDays(1, day->second);
       ASSERT_TRUE(later);
       EXPECT_EQ(calendar.startOfDay(*later), next->second);

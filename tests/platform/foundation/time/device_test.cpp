@@ -35,12 +35,12 @@ TEST(SystemVersion, ComparesNumbersNotText) {
   EXPECT_FALSE(isOperatingSystemAtLeast({17}));
 }
 
-TEST(Clock, RunsShiftsAndStands) {
+TEST(Clock, RunsShiftsAndFreezes) {
   const auto systemTime = [] {
     return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
         .count();
   };
-  const OnDevice standing({.clock = Clock::standingAt(instant("2025-03-05T18:30:00Z"))});
+  const OnDevice frozen({.clock = Clock::frozenAt(instant("2025-03-05T18:30:00Z"))});
   EXPECT_EQ(Date::now(), instant("2025-03-05T18:30:00Z"));
 
   constexpr double twoDays = 172800;
