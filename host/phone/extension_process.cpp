@@ -60,6 +60,10 @@ void closeAll(std::initializer_list<int> descriptors) {
 
 }  // namespace
 
+std::size_t defaultMemoryLimit() {
+  return std::size_t{GLANCERY_EXTENSION_MEMORY_MIB} << 20;
+}
+
 std::expected<std::unique_ptr<ExtensionProcess>, ExtensionFailure> ExtensionProcess::start(
     const std::filesystem::path& folder, ExtensionLimits limits, ExtensionRequests requests) {
   const std::filesystem::path program = folder / "Glancery";

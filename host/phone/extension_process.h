@@ -19,12 +19,15 @@
 
 namespace host {
 
+/// The memory limit that the build sets, in bytes; 0 for none.
+std::size_t defaultMemoryLimit();
+
 /// What an extension may use before the host ends it.
 struct ExtensionLimits {
   std::chrono::milliseconds answer = std::chrono::seconds(10);
   /// Dirty memory in bytes, as `dirtyMemoryOf` counts it; 0 for no limit. It is looked at while an
   /// answer is awaited; at no time can the extension reserve more than twice as much.
-  std::size_t memory = std::size_t{GLANCERY_EXTENSION_MEMORY_MIB} << 20;
+  std::size_t memory = defaultMemoryLimit();
   /// Whoever requests it, from any thread, waits for no answer any longer.
   std::stop_token leaving = {};
 };
