@@ -9,7 +9,7 @@
 
 namespace glancery {
 
-/// The extension's widgets, in the order in which a gallery presents them.
+/// The extension's widgets in the order of the gallery.
 struct GlanceryBundle {
   std::tuple<Checkin, Streak, Affirmation, Binnacle> body() const { return {}; }
 };

@@ -9,8 +9,8 @@
 #include "platform/intents/intent.h"
 #include "platform/intents/intent_response.h"
 
-// The shape that an intent definition without parameters generates: check-in and mood log take
-// their configuration as such an intent, and there is nothing in it to configure.
+// The types that are generated for an intent definition without parameters. The check-in and the
+// mood log have it as their configuration, so there is nothing to configure.
 
 namespace glancery {
 
@@ -22,8 +22,7 @@ class ConfigurationIntent : public platform::INIntent {
   std::string_view className() const override { return kClassName; }
 };
 
-/// How a request for the intent went, as generated responses say it; apps and system exchange the
-/// numbers.
+/// The result of an intent. Apps and system exchange the numbers.
 enum class ConfigurationIntentResponseCode : std::int64_t {
   unspecified,
   ready,
@@ -34,7 +33,7 @@ enum class ConfigurationIntentResponseCode : std::int64_t {
   failureRequiringAppLaunch,
 };
 
-/// Nothing for a number that stands for no code.
+/// Nothing for a number that is not a code.
 std::optional<ConfigurationIntentResponseCode> configurationIntentResponseCode(
     std::int64_t rawValue);
 
@@ -45,7 +44,7 @@ class ConfigurationIntentResponse : public platform::INIntentResponse {
 
   ConfigurationIntentResponse() = default;
   ConfigurationIntentResponse(Code code, std::shared_ptr<platform::NSUserActivity> userActivity);
-  /// An archive holds no code: the response comes back unspecified.
+  /// An archive does not contain the code, which is then `unspecified`.
   static std::shared_ptr<ConfigurationIntentResponse> initWithCoder(platform::NSCoder& coder);
   std::string_view className() const override { return kClassName; }
 
@@ -56,8 +55,7 @@ class ConfigurationIntentResponse : public platform::INIntentResponse {
   Code code_ = Code::unspecified;
 };
 
-/// Answers the intent. Both operations are optional: a handler overrides those that it offers, and
-/// the others say that they are not offered.
+/// Handles the intent. Both operations are optional: a handler overrides those that it offers.
 class ConfigurationIntentHandling {
  public:
   using Response = std::shared_ptr<ConfigurationIntentResponse>;
@@ -65,11 +63,11 @@ class ConfigurationIntentHandling {
 
   virtual ~ConfigurationIntentHandling() = default;
 
-  /// Each calls `completion` once, at once or later; false, without a call, if it is not offered.
+  /// Each calls `completion` once, now or later; returns false, without a call, if not offered.
   virtual bool confirmConfiguration(const ConfigurationIntent& intent, Completion completion);
   virtual bool handleConfiguration(const ConfigurationIntent& intent, Completion completion);
 
-  /// The same, with the response to wait for; nothing if it is not offered.
+  /// The same with a future response; nothing if not offered.
   std::optional<std::future<Response>> confirm(const ConfigurationIntent& intent);
   std::optional<std::future<Response>> handle(const ConfigurationIntent& intent);
 };

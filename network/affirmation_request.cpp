@@ -14,7 +14,7 @@ namespace {
 constexpr double kTimeout = 60;
 constexpr int kSecondsPerHour = 3600;
 
-// The server takes whole hours; the division drops the minutes toward zero.
+// The division drops the minutes, toward zero.
 std::string timezoneNow() {
   const int hours = TimeZone::current().secondsFromGMT(Date::now()) / kSecondsPerHour;
   return "UTC" + std::string(hours < 0 ? "" : "+") + std::to_string(hours);
@@ -42,7 +42,7 @@ std::expected<Data, NSError> affirmationRequestBody(const AffirmationRequestFiel
                  {"timezone", fields.timezone},
                  {"appVersion", kAppVersion},
                  {"uid", fields.uid},
-                 // One fact under two names: the server has readers of either.
+                 // The server expects the system under both names.
                  {"user_os", "ios"},
                  {"os", "ios"},
                  {"internal", Dictionary{{"events", Array()}}}});

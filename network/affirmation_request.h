@@ -10,26 +10,25 @@
 
 namespace glancery {
 
-/// What the server is told as the app's version, whatever the bundle's own is: it goes by the
-/// version of the interface.
+/// The app version that is sent to the server. Fixed: it does not follow the bundle's version.
 inline constexpr const char* kAppVersion = "4.47.3";
 
-/// What the server learns of the device and its user.
+/// The parts of the request's body that depend on device and user.
 struct AffirmationRequestFields {
-  /// The language alone, "es".
+  /// The language code without region, "es".
   std::string locale;
-  /// "UTC" and whole hours with their sign: "UTC-5".
+  /// "UTC" and the offset in whole hours with its sign: "UTC-5".
   std::string timezone;
   std::string uid;
 };
 
-/// Of the device as it is now.
+/// Reads the device's current settings.
 AffirmationRequestFields affirmationRequestFields(const std::string& uid);
 
 /// The request without its body.
 platform::NSURLRequest affirmationRequest(const platform::URL& url, const std::string& apiKey);
 
-/// The body, a JSON object. Fails on a user identifier that is no text.
+/// The body, a JSON object. Fails on a user identifier that is not UTF-8.
 std::expected<platform::Data, platform::NSError> affirmationRequestBody(
     const AffirmationRequestFields& fields);
 

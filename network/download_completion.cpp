@@ -15,7 +15,7 @@ using namespace platform;
 
 namespace {
 
-/// Bodies of this size and more stay out of the log.
+/// Bodies of this size and more are not logged.
 constexpr std::size_t kLoggedBodyLimit = 1024;
 constexpr const char* kDefaultColor = "blush";
 
@@ -61,8 +61,7 @@ void NetworkManager::handleDownloadedFile(const NSURLSessionDownloadTask& task,
   } else {
     log("[NetworkManager BG] No HTTP response received.");
   }
-  // The platform keeps the extension awake until its completion handler runs: no path may skip
-  // this.
+  // Every path must get here, as this calls the platform's completion handler.
   cleanupAndComplete(location);
 }
 
@@ -164,8 +163,7 @@ void NetworkManager::completeBackgroundEventsOnMainQueue() {
   DispatchQueue::main().async([this] { completeBackgroundEvents(); });
 }
 
-// Reading, calling and clearing in one step of the main queue calls a handler at most once. The
-// first completion step lets go of it, not the last.
+// Runs on the main queue only, so a handler is called at most once, by the first completion.
 void NetworkManager::completeBackgroundEvents() {
   if (backgroundCompletionHandler) {
     backgroundCompletionHandler();

@@ -39,7 +39,7 @@ void NetworkManager::fetchAffirmation() {
   if (!uid) {
     log("[NetworkManager - Glancery] Error: Attempted fetchAffirmation without a valid UID in "
         "UserDefaults. Aborting.");
-    // A failed fetch also lets go of a completion handler that the platform may be waiting for.
+    // A failed fetch also calls a pending completion handler, as the platform may wait for it.
     cleanupAndComplete(std::nullopt);
     return;
   }
@@ -93,7 +93,7 @@ void NetworkManager::fetchAffirmation() {
   urlSession_->downloadTaskWithRequest(std::move(request))->resume();
 }
 
-// An empty address can't be asked; an empty key is the server's to refuse.
+// An empty URL counts as missing; an empty key is sent as it is.
 std::optional<NetworkManager::Configuration> NetworkManager::readConfiguration() const {
   const auto info = NSBundle::mainBundle().infoDictionary();
   if (!info) {

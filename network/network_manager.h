@@ -9,26 +9,26 @@
 
 namespace glancery {
 
-/// What the server's answer held; each absent where it was not there as a string.
+/// The members of the server's response; a member that is not a string is absent.
 struct AffirmationResponse {
   std::optional<std::string> text = {};
   std::optional<std::string> color = {};
   friend bool operator==(const AffirmationResponse&, const AffirmationResponse&) = default;
 };
 
-/// The extension's only client of the network: starts the download of today's affirmation, and, in
-/// this launch or a later one, stores what came and has the widget reloaded.
+/// The extension's only network client: starts the download of an affirmation and, in this launch
+/// or a later one, stores the result and reloads the widget.
 ///
-/// `fetchAffirmation` runs on the main thread; the delegate callbacks run on the session's queue;
-/// reloads and the completion handler always run on the main queue. No failure reaches a caller:
-/// every path says so in the log and ends in `cleanupAndComplete`.
+/// `fetchAffirmation` runs on the main thread, the delegate callbacks on the session's queue,
+/// reloads and the completion handler on the main queue. No failure reaches a caller: each is
+/// logged and ends in `cleanupAndComplete`.
 class NetworkManager final : public platform::NSURLSessionDownloadDelegate {
  public:
-  /// The process's one client, made at its first use and never released. Making it is also how a
-  /// relaunched extension reconnects to the downloads that an earlier launch started.
+  /// The client of this process, created at the first use and never destroyed. Its creation also
+  /// connects a relaunched extension to the downloads that an earlier launch started.
   static NetworkManager& shared();
 
-  /// Starts a new download, whatever others are under way.
+  /// Starts a new download, even if others are running.
   void fetchAffirmation();
 
   void didFinishDownloadingToURL(platform::NSURLSession& session,
@@ -63,7 +63,8 @@ class NetworkManager final : public platform::NSURLSessionDownloadDelegate {
   platform::NSURLSession* urlSession_ = nullptr;
 
  public:
-  /// What the platform wants called once the events it woke the extension for are dealt with.
+  /// The platform's callback for the end of the background events that it launched the extension
+  /// for.
   std::function<void()> backgroundCompletionHandler = {};
 
  private:

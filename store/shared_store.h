@@ -3,31 +3,31 @@
 #include <array>
 #include <string_view>
 
-/// The names that host app, widget host and extension agree on: the app group's suite and its keys,
-/// the widgets' kinds, the moods. Installed versions have stored data under them, so a name that is
-/// changed here loses what users have.
+/// The names that host app, widget host and extension share: the app group's suite and its keys,
+/// the widgets' kinds, the moods. Installed versions have stored data under them, so changing a
+/// name loses data.
 ///
-/// Each access opens the suite afresh, so that it sees what the other process last wrote.
+/// Every access opens the suite again, so that it sees the other processes' last writes.
 namespace glancery {
 
 inline constexpr const char* kAppGroupIdentifier = "group.com.quiloapp.sharedData";
 
-/// The background session that the affirmation is downloaded in; the client makes it, and the
-/// widget takes its events.
+/// The background session of the affirmation's downloads. The client creates it; the widget
+/// receives its events.
 inline constexpr const char* kBackgroundSessionIdentifier = "com.quiloapp.fetchAffirmationTask";
 
 // Written by the host app.
 
-/// A JSON object: `count`, the days in a row; `timestamp`, the last active moment in seconds since
+/// A JSON object: `count`, the days in a row; `timestamp`, the last active instant in seconds since
 /// 1970.
 inline constexpr const char* kStreakDataKey = "streakData";
-/// The signed-in user's identifier; absent or empty when nobody is.
+/// The signed-in user's identifier; absent or empty if no user is signed in.
 inline constexpr const char* kSharedUidKey = "sharedUid";
-/// A JSON object of strings: the day, "yyyy-MM-dd" in the device's calendar, zone and digits, to
-/// the mood's name.
+/// A JSON object of strings: the keys are days, "yyyy-MM-dd" in the device's calendar, zone and
+/// digits; the values are names of moods.
 inline constexpr const char* kMoodsDataKey = "moodsDataKey";
 
-// Kept by the extension.
+// Written by the extension.
 
 inline constexpr const char* kSuccessImageIndexKey = "streakImageIndex";
 inline constexpr const char* kFailImageIndexKey = "streakFailImageIndex";
@@ -36,20 +36,20 @@ inline constexpr const char* kFailIndexLastUpdateDateKey = "failIndexLastUpdateD
 
 /// A JSON object of strings: `text` and `color`.
 inline constexpr const char* kAffirmationDataKey = "affirmationData";
-/// The moment at which the affirmation's provider last started a fetch.
+/// The instant at which the affirmation's provider last started a fetch.
 inline constexpr const char* kAffirmationLastFetchKey = "affirmationLastFetchTime";
-/// Where older versions kept the colour; nobody reads it any more.
+/// The colour's key in older versions. Not read any more.
 inline constexpr const char* kObsoleteAffirmationColorKey = "affirmationColor";
 
-// The kinds by which the widgets are asked for, reloaded and placed.
+// The widgets' kinds, by which they are requested, reloaded and placed.
 
 inline constexpr const char* kCheckinKind = "Checkin";
 inline constexpr const char* kStreakKind = "StreakWidget";
 inline constexpr const char* kAffirmationKind = "AffirmationWidget";
 inline constexpr const char* kBinnacleKind = "Binnacle";
 
-/// The moods from worst to best, as they are stored for a day, name their pictures and end the
-/// faces' deep links.
+/// The moods from worst to best, as in the stored days, the pictures' names and the faces' deep
+/// links.
 inline constexpr std::array<std::string_view, 5> kMoodNames = {
     "veryBad", "bad", "neutral", "well", "veryWell"};
 

@@ -9,7 +9,7 @@ using namespace platform;
 
 std::optional<std::string> signedInUid(const std::string& suiteName, const std::string& key) {
   const auto suite = NSUserDefaults::initWithSuiteName(suiteName);
-  // The platform's string accessor would return a number as text; an identifier is always a string.
+  // Not the platform's string accessor: that returns a number as text.
   const auto object = suite ? suite->objectForKey(key) : std::nullopt;
   const auto* uid = object ? object->as<std::string>() : nullptr;
   return uid && !uid->empty() ? std::optional(*uid) : std::nullopt;

@@ -15,8 +15,8 @@ Color hexColor(std::string_view text) {
   std::uint64_t v = 0;
   NSScanner(hex).scanHexLongLong(v);
 
-  // The count is that of the characters, not of the digits among them, and the topmost component is
-  // left unmasked: the same strings give the same colours on every platform of the app.
+  // Counts the characters of the text, not the digits that were scanned. The topmost component is
+  // not masked, so digits beyond the expected ones make it larger than 255.
   std::uint64_t a = 1, r = 1, g = 1, b = 0;
   switch (characterCount(hex)) {
     case 3:

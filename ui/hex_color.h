@@ -6,11 +6,11 @@
 
 namespace glancery {
 
-/// The colour of a hexadecimal string: "RGB", "RRGGBB" or "AARRGGBB", alpha first, whatever stands
-/// around it that is no letter or digit ("#C02121").
+/// The sRGB colour of a hexadecimal string: "RGB", "RRGGBB" or "AARRGGBB". Characters around it
+/// that are neither letters nor digits are ignored ("#C02121").
 ///
-/// Never fails: digits that are none end the number, and a string of any other length gives an
-/// almost transparent yellow that nobody should see but a developer.
+/// Never fails: the number ends at the first character that is not a digit, and a string of another
+/// length gives an almost transparent yellow.
 platform::Color hexColor(std::string_view text);
 
 }  // namespace glancery

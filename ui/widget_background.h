@@ -4,8 +4,8 @@
 
 namespace glancery {
 
-/// The view with a background of the whole widget: from iOS 17 on its container background, which
-/// lies under the content margins, before that a plain one behind the view.
+/// Adds a background that fills the widget: from iOS 17 on the container background, which also
+/// covers the content margins, before that a plain background of the view.
 platform::View widgetBackground(const platform::View& content, const platform::View& background);
 
 }  // namespace glancery

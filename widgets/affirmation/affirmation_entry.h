@@ -8,12 +8,12 @@
 
 namespace glancery {
 
-/// What the affirmation widget shows, from `date` on.
+/// The contents of the affirmation widget from `date` on.
 struct AffirmationEntry {
   platform::Date date = platform::Date::since1970(0);
   std::optional<std::string> affirmation = {};
   std::optional<std::string> colorName = {};
-  /// Whether a user is signed in; only then does the widget open the app's affirmation.
+  /// Whether a user is signed in; otherwise the widget has no link.
   bool hasUid = false;
 };
 

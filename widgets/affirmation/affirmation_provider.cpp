@@ -88,7 +88,7 @@ void AffirmationProvider::fetch(Date now) const {
   log("[AffirmationProvider] Saved current time ", now, " as last fetch time.");
 }
 
-// An empty text falls back, an empty colour does not: the view has a picture for every colour.
+// An empty text is replaced by the placeholder; an empty colour is kept.
 AffirmationEntry AffirmationProvider::entryForUser() const {
   const StoredAffirmation stored = readStoredAffirmation();
   const bool hasText = stored.text && !stored.text->empty();

@@ -9,19 +9,19 @@
 
 namespace glancery {
 
-/// The stored affirmation; each part absent where the record does not have it.
+/// The stored affirmation; parts that the record lacks are absent.
 struct StoredAffirmation {
   std::optional<std::string> text = {};
   std::optional<std::string> color = {};
   friend bool operator==(const StoredAffirmation&, const StoredAffirmation&) = default;
 };
 
-/// Supplies the affirmation widget's entries, and has a new affirmation fetched at most once a
-/// calendar day.
+/// Supplies the affirmation widget's entries, and fetches a new affirmation at most once a calendar
+/// day.
 ///
-/// A timeline always shows what is stored now: what a fetch brings is shown by the timeline that is
-/// asked for when it is there. The fetch counts from its start, so one that failed is not repeated
-/// before the next day. Without a signed-in user nothing is fetched.
+/// A timeline shows the affirmation that is stored when it is requested; the result of a fetch is
+/// shown by the reload that follows it. A fetch counts from its start, so a failed one is not
+/// repeated before the next day. Nothing is fetched without a signed-in user.
 struct AffirmationProvider {
   using Entry = AffirmationEntry;
 
@@ -33,7 +33,7 @@ struct AffirmationProvider {
   std::string userDefaultsUidKey;
 
   AffirmationEntry placeholder(const platform::TimelineProviderContext& context) const;
-  /// The placeholder, whatever is stored.
+  /// The placeholder, even if an affirmation is stored.
   void getSnapshot(const platform::TimelineProviderContext& context,
                    const platform::Completion<AffirmationEntry>& completion) const;
   void getTimeline(

@@ -19,10 +19,10 @@ using namespace platform;
 
 namespace {
 
-// Provider and view must agree on it: the view never shows it as such.
+// Shared by provider and view: the view replaces it by a localised text.
 constexpr const char* kPlaceholder = "Yo sé que cualquiera sería afortunado de tener mi amistad.";
 
-// The reload that the line announces comes with the end of the download.
+// The timeline is reloaded when the download has ended.
 void handleLocaleChange(const std::string& kind) {
   log("[AffirmationWidget] NSLocale.currentLocaleDidChangeNotification received. Fetching new "
       "affirmation and reloading timeline for kind: ",

@@ -8,11 +8,11 @@ namespace glancery {
 
 /// Declares the affirmation widget: a sentence a day, medium.
 ///
-/// Every record that is made listens for a change of the device's locale from then on, for as long
-/// as the process lives, and has an affirmation in the new language fetched.
+/// The constructor adds an observer of the device's locale, which fetches an affirmation in the new
+/// language; it stays until the process ends.
 struct Affirmation {
   std::string kind;
-  /// The client's session, whose events the widget takes.
+  /// The client's session, whose events the widget handles.
   std::string backgroundSessionIdentifier;
 
   Affirmation();

@@ -34,13 +34,13 @@ const Theme* themeOf(const AffirmationEntry& entry) {
   return theme == kThemes.end() ? nullptr : theme;
 }
 
-// A colour that nobody knows keeps the picture of blush, but black text on it.
+// An unknown colour has the picture of blush, but black text.
 Color textColor(const AffirmationEntry& entry) {
   const Theme* theme = themeOf(entry);
   return theme ? hexColor(theme->textColor) : Color::black;
 }
 
-// Whoever sees the provider's own sentence has no affirmation yet, signed in or not.
+// The provider's placeholder means that there is no affirmation yet.
 std::string displayText(const AffirmationEntry& entry, const std::string& placeholderText) {
   const bool missing = !entry.affirmation || entry.affirmation->empty();
   if (missing || *entry.affirmation == placeholderText) {

@@ -7,16 +7,16 @@
 
 namespace glancery {
 
-/// One sentence, centred, in the colour of its theme.
+/// A centred sentence in the colour of its theme.
 struct AffirmationWidgetEntryView {
   AffirmationEntry entry;
-  /// The provider's sentence for want of another, which no user ever sees as such.
+  /// The provider's placeholder, which the view replaces by a localised text.
   std::string placeholderText;
 
   platform::View body() const;
 };
 
-/// The picture behind it, which fills the widget whatever its shape.
+/// The picture behind the sentence, stretched to the widget's size.
 platform::View affirmationBackground(const AffirmationEntry& entry);
 
 }  // namespace glancery

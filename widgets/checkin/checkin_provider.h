@@ -8,8 +8,8 @@
 
 namespace glancery {
 
-/// Supplies the check-in widget's one entry. The host app asks for a reload when a user signs in or
-/// out; nothing else changes what the widget shows.
+/// Supplies the check-in widget's single entry. Its timeline is reloaded only on request, never by
+/// date.
 struct CheckinProvider {
   using Entry = CheckinSimpleEntry;
   using Intent = ConfigurationIntent;

@@ -8,11 +8,11 @@
 
 namespace glancery {
 
-/// What the check-in widget shows. Never replaced by date.
+/// The contents of the check-in widget.
 struct CheckinSimpleEntry {
   platform::Date date = platform::Date::since1970(0);
   std::shared_ptr<ConfigurationIntent> configuration = {};
-  /// Whether a user is signed in; without one the faces lead nowhere.
+  /// Whether a user is signed in; otherwise the faces are not links.
   bool hasUid = false;
   friend bool operator==(const CheckinSimpleEntry&, const CheckinSimpleEntry&) = default;
 };

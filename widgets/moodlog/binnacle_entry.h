@@ -10,13 +10,13 @@
 
 namespace glancery {
 
-/// What the mood log shows, from `date` on.
+/// The contents of the mood log from `date` on.
 struct BinnacleEntry {
   platform::Date date = platform::Date::since1970(0);
   /// From six days ago to today.
   std::vector<MoodDay> moodDays = {};
   std::shared_ptr<ConfigurationIntent> configuration = {};
-  /// Whether a user is signed in; without one a tap leads nowhere.
+  /// Whether a user is signed in; otherwise the widget has no link.
   bool hasUid = false;
 };
 

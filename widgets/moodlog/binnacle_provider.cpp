@@ -34,7 +34,7 @@ std::vector<MoodDay> weekWith(const Dictionary& moods) {
     const std::string key = keys.stringFromDate(day.date);
     const std::optional<std::string> mood = moods.string(key);
     day.mood = withRawValue<MoodType>(mood.value_or("")).value_or(MoodType::emptyDay);
-    // The one line without the name of its component, and meant to be.
+    // This line intentionally has no prefix, unlike the others.
     log("Debug: Processed day - Date: ",
         key,
         ", Label: ",

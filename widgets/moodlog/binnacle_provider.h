@@ -10,13 +10,13 @@
 namespace glancery {
 
 /// Supplies the mood log's entries: the last seven days with the moods that the host app stored.
-/// Asks to be asked again at midnight, when every day moves on.
+/// Requests a new timeline at midnight, when the days change.
 struct BinnacleProvider {
   using Entry = BinnacleEntry;
   using Intent = ConfigurationIntent;
 
   BinnacleEntry placeholder(const platform::TimelineProviderContext& context) const;
-  /// Sample moods; the user's own show in the timeline alone.
+  /// Shows sample moods; only the timeline shows the user's own.
   void getSnapshot(const std::shared_ptr<ConfigurationIntent>& configuration,
                    const platform::TimelineProviderContext& context,
                    const platform::Completion<BinnacleEntry>& completion) const;
@@ -24,7 +24,7 @@ struct BinnacleProvider {
                    const platform::TimelineProviderContext& context,
                    const platform::Completion<platform::Timeline<BinnacleEntry>>& completion) const;
 
-  /// The stored week; a week without moods if there is no record that can be read.
+  /// The stored week; a week without moods if there is no readable record.
   std::vector<MoodDay> readMoodDataFromUserDefaults() const;
 };
 

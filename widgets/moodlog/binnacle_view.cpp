@@ -25,7 +25,7 @@ CellSizes sizesFor(double width) {
   return width < 300 ? CellSizes{30, 8} : CellSizes{35, 11};
 }
 
-/// The five moods serve both schemes; the empty day, a mere outline, has one picture for each.
+/// The moods have one picture for both colour schemes, the empty day one for each.
 std::string pictureName(MoodType mood, bool dark) {
   return mood == MoodType::emptyDay && dark ? "emptyDayDark" : std::string(rawValue(mood));
 }

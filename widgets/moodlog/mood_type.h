@@ -10,8 +10,8 @@
 
 namespace glancery {
 
-/// The mood of a day. The raw values are what the host app stores and, but for the dark empty day,
-/// what the pictures are called.
+/// The mood of a day. The raw values are the names that the host app stores and, except for the
+/// empty day in dark mode, those of the pictures.
 enum class MoodType : std::uint8_t { veryBad, bad, neutral, well, veryWell, emptyDay };
 
 }  // namespace glancery

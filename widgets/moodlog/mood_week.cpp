@@ -16,7 +16,7 @@ namespace {
 constexpr int kDays = 7;
 constexpr std::size_t kShortWeekday = 3;
 
-// From today back.
+// Starts with today and goes back.
 constexpr std::array kSampleMoods = {MoodType::well,
                                      MoodType::emptyDay,
                                      MoodType::veryBad,

@@ -11,8 +11,8 @@
 
 namespace glancery {
 
-/// Names days as the mood log does: "Hoy", "Ayer", before that a short weekday in the words of the
-/// device's locale, "Lun".
+/// The mood log's names of days: "Hoy", "Ayer", for earlier days the short weekday of the device's
+/// locale, "Lun".
 class DayLabels {
  public:
   explicit DayLabels(platform::Calendar calendar);
@@ -20,18 +20,17 @@ class DayLabels {
 
  private:
   platform::Calendar calendar_;
-  /// Serves all days: a formatter of its own for each would cost more than the rest of a week.
+  /// Shared by all days, as the first text of a formatter is slow.
   platform::NSDateFormatter weekday_;
 };
 
-/// The first three letters where the language abbreviates weekdays with a point, "lun.", which the
-/// row has no room for: Spanish, depending on the age of the locale data, and French.
+/// Cuts weekdays of Spanish and French to three characters: "Lun." becomes "Lun".
 std::string cutWeekday(const std::string& weekday, const std::optional<std::string>& languageCode);
 
-/// The last seven days of the current calendar, from six days ago to today, none with a mood.
+/// The last seven days of the current calendar, from six days ago to today, without moods.
 std::vector<MoodDay> emptyWeek();
 
-/// The same with moods that show what the widget is about.
+/// The same with the sample moods of placeholder and snapshot.
 std::vector<MoodDay> sampleWeek();
 
 }  // namespace glancery

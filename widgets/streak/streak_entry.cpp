@@ -6,7 +6,7 @@ platform::Mirror mirror(const StreakEntry& entry) {
   return {{"date", entry.date},
           {"displayStreakCount", entry.displayStreakCount},
           {"backgroundImageName", entry.backgroundImageName},
-          {"displayType", nameOf(entry.displayType)},
+          {"displayType", platform::rawValue(entry.displayType)},
           {"failMessageKey", entry.failMessageKey},
           {"timeBasedMessageKey", entry.timeBasedMessageKey},
           {"showTimeBasedText", entry.showTimeBasedText},

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "platform/foundation/data/raw_representable.h"
 #include "platform/foundation/time/date.h"
 #include "platform/widgetkit/timeline.h"
 
@@ -12,11 +14,7 @@ namespace glancery {
 
 enum class StreakDisplayType : std::uint8_t { successCounter, failMessage };
 
-constexpr std::string_view nameOf(StreakDisplayType type) {
-  return type == StreakDisplayType::successCounter ? "successCounter" : "failMessage";
-}
-
-/// What the streak widget shows, from `date` on.
+/// The contents of the streak widget from `date` on.
 struct StreakEntry {
   platform::Date date = platform::Date::since1970(0);
   std::int64_t displayStreakCount = 0;
@@ -32,3 +30,7 @@ struct StreakEntry {
 platform::Mirror mirror(const StreakEntry& entry);
 
 }  // namespace glancery
+
+template <>
+inline constexpr std::array<std::string_view, 2> platform::kRawValues<glancery::StreakDisplayType> =
+    {"successCounter", "failMessage"};

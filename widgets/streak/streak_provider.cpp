@@ -16,8 +16,8 @@ namespace {
 constexpr std::int64_t kSuccessImages = 5;
 constexpr std::int64_t kFailImages = 4;
 
-/// The hours at which the sky changes. Hour 0 is never greater than the present one; midnight is
-/// the start of the next day.
+/// The hours of the next update. Hour 0 is never greater than the current one; the update at
+/// midnight is the start of the next day.
 constexpr int kRefreshHours[] = {0, 8, 10, 12, 14, 16, 18, 20, 22};
 
 StreakState stateOf(const StreakRecord& record, const Calendar& calendar, Date yesterdayStart) {
@@ -36,28 +36,33 @@ std::string numbered(std::string_view name, std::int64_t index) {
   return std::string(name) + std::to_string(addTrapping(index, 1));
 }
 
-std::string backdropName(Backdrop backdrop, std::int64_t success, std::int64_t fail) {
+/// The stored indices of the pictures.
+struct PictureIndices {
+  std::int64_t success;
+  std::int64_t fail;
+};
+
+std::string backdropName(Backdrop backdrop, PictureIndices indices) {
   switch (backdrop) {
     case Backdrop::numberedSuccess:
-      return numbered("streakBg_success", success);
+      return numbered("streakBg_success", indices.success);
     case Backdrop::numberedFail:
-      return numbered("streakBg_fail", fail);
+      return numbered("streakBg_fail", indices.fail);
     case Backdrop::sky:
       break;
   }
   return timeOfDayBackground();
 }
 
-StreakEntry entryFor(
-    StreakState state, Date now, std::int64_t count, std::int64_t success, std::int64_t fail) {
+StreakEntry entryFor(StreakState state, Date now, std::int64_t count, PictureIndices indices) {
   const StateRow& row = rowFor(state);
   StreakEntry entry;
   entry.date = now;
   entry.displayStreakCount = row.counter == Counter::streak ? count : 0;
-  entry.backgroundImageName = backdropName(row.backdrop, success, fail);
+  entry.backgroundImageName = backdropName(row.backdrop, indices);
   entry.displayType = row.displayType;
   if (row.message == Message::fail) {
-    entry.failMessageKey = numbered("STREAK_FAIL_MESSAGE_", fail);
+    entry.failMessageKey = numbered("STREAK_FAIL_MESSAGE_", indices.fail);
   }
   if (row.message == Message::timeOfDay) {
     entry.timeBasedMessageKey = timeOfDayTextKey();
@@ -121,20 +126,20 @@ void StreakProvider::getTimeline(const TimelineProviderContext&,
       require(calendar.dateByAddingDays(-1, calendar.startOfDay(now)), "the day before today");
 
   const StreakRecord record = readStreakData();
-  const std::int64_t success = readIndex(successImageIndexKey);
-  const std::int64_t fail = readIndex(failImageIndexKey);
+  const PictureIndices indices = {.success = readIndex(successImageIndexKey),
+                                  .fail = readIndex(failImageIndexKey)};
   const auto successDate = readDate(successIndexLastUpdateDateKey);
   const auto failDate = readDate(failIndexLastUpdateDateKey);
 
   const int hour = calendar.hour(now);
   const StreakState state = stateOf(record, calendar, yesterdayStart);
-  // The entry shows the indices as they were read, one step ahead of what is stored below: on the
-  // day's first look the user sees picture s+1, on every later one the picture after that.
-  StreakEntry entry = entryFor(state, now, record.count, success, fail);
+  // Uses the indices as read, before they are changed below: the day's first entry shows picture
+  // s + 1, every later one the picture after that.
+  StreakEntry entry = entryFor(state, now, record.count, indices);
 
   switch (state) {
     case StreakState::maintainedToday:
-      rotateSuccessIndex(success, successDate, now);
+      rotateSuccessIndex(indices.success, successDate, now);
       break;
     case StreakState::activeYesterday:
       log("[StreakProvider] Active Yesterday, Not Today.");
@@ -143,7 +148,7 @@ void StreakProvider::getTimeline(const TimelineProviderContext&,
       log("[StreakProvider] Initial State.");
       break;
     case StreakState::broken:
-      rotateFailIndex(fail, failDate, now);
+      rotateFailIndex(indices.fail, failDate, now);
       break;
   }
   entry.flameImageName = flameFor(state, hour);
@@ -154,7 +159,7 @@ void StreakProvider::getTimeline(const TimelineProviderContext&,
       ", Bg=",
       entry.backgroundImageName,
       ", Type=",
-      nameOf(entry.displayType),
+      rawValue(entry.displayType),
       ", ShowTimeText=",
       entry.showTimeBasedText,
       ", Flame=",
@@ -189,7 +194,7 @@ StreakRecord StreakProvider::readStreakData() const {
   if (const auto seconds = fields->number("timestamp"); seconds && *seconds > 0.0) {
     record.lastDate = Date::since1970(*seconds);
   } else {
-    // The count stays: it is right even where the date is not.
+    // The count is kept even if the date is invalid.
     log("[StreakProvider] Timestamp missing or invalid in deserialized streak data");
   }
   log("[StreakProvider] Deserialized streakCount: ",

@@ -11,18 +11,18 @@
 
 namespace glancery {
 
-/// The host app's record of the streak, after every kind of damage was turned into a default.
+/// The host app's record of the streak. Missing or damaged parts have their defaults.
 struct StreakRecord {
   std::int64_t count = 0;
-  /// The last active moment; absent reads as never active.
+  /// The last active instant; absent if the user was never active.
   std::optional<platform::Date> lastDate = {};
   friend bool operator==(const StreakRecord&, const StreakRecord&) = default;
 };
 
 /// Supplies the streak widget's entries from the shared suite.
 ///
-/// Holds nothing between calls: which success and fail picture comes next, and when each last
-/// moved, lives in the suite. Each of the two moves at most once a calendar day.
+/// Stateless: the indices of the success and fail pictures and the dates of their last changes are
+/// in the suite. Each index changes at most once a calendar day.
 struct StreakProvider {
   using Entry = StreakEntry;
 

@@ -6,7 +6,7 @@
 
 namespace glancery {
 
-/// Where the user stands today.
+/// The state of the user's streak today.
 enum class StreakState : std::uint8_t { maintainedToday, activeYesterday, initial, broken };
 
 enum class Counter : std::uint8_t { streak, zero };
@@ -14,7 +14,7 @@ enum class Backdrop : std::uint8_t { numberedSuccess, numberedFail, sky };
 enum class Message : std::uint8_t { none, timeOfDay, fail };
 enum class Flame : std::uint8_t { steady, endsAtNight };
 
-/// What the widget shows in a state.
+/// The widget's contents in a state.
 struct StateRow {
   StreakState state;
   Counter counter;

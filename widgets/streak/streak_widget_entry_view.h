@@ -5,10 +5,10 @@
 
 namespace glancery {
 
-/// The flame, the count and, in some states, a message, over the entry's backdrop.
+/// The flame, the count and, in some states, a message over the entry's backdrop.
 struct StreakWidgetEntryView {
   StreakEntry entry;
-  /// Whether the view reaches over the content margins that hosts add from iOS 17 on.
+  /// Whether the view covers the content margins that the system adds from iOS 17 on.
   bool applyNegativePadding = false;
 
   platform::View body() const;

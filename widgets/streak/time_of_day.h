@@ -4,10 +4,10 @@
 
 namespace glancery {
 
-/// The backdrop of the present hour, by the device's calendar at the moment of the call.
+/// The backdrop of the current hour of the device's calendar.
 std::string timeOfDayBackground();
 
-/// The key of the present hour's line of encouragement, likewise.
+/// The key of the current hour's message.
 std::string timeOfDayTextKey();
 
 }  // namespace glancery
