@@ -4,7 +4,7 @@
 
 #include "platform/foundation/time/device.h"
 
-/// Runs a test on a device of its own; the one before is back when it ends.
+/// Changes the device for a test and restores the previous one at its end.
 class OnDevice {
  public:
   explicit OnDevice(platform::Device device) { platform::setCurrentDevice(std::move(device)); }

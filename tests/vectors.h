@@ -10,7 +10,7 @@
 
 #include "tests/instant.h"
 
-/// The rows of `tests/data/<file>`: answers that the platform's own libraries gave.
+/// The rows of `tests/data/<file>`: recorded results of the platform's libraries.
 inline std::vector<nlohmann::json> vectorRows(std::string_view file) {
   const std::string path = std::string(GLANCERY_TEST_DATA "/").append(file);
   std::ifstream in(path);

@@ -61,7 +61,7 @@ TEST(GlanceryBundle, EndsWellWhenItsHostHasNothingMoreToAsk) {
   EXPECT_EQ(status, 0);
 }
 
-/// Every key that the widgets show or a gallery looks up.
+/// The keys that the widgets and the gallery use.
 std::vector<std::string> shownKeys() {
   std::vector<std::string> keys = {"%lld",
                                    "CHECKIN_TITLE",

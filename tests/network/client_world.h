@@ -11,20 +11,19 @@
 #include "platform/widgetkit/widget_center.h"
 #include "tests/world.h"
 
-// The process's one client, with a host that writes down what it is asked for.
+// The client of this process, with a host that records its requests.
 
 namespace world {
 
-// What host app and extension have agreed on stands here in full: a test that took it from the
-// product would agree with any slip in it.
+// The names shared with the host app are repeated here, so that a test fails if one changes.
 inline constexpr const char* kAppGroup = "group.com.quiloapp.sharedData";
 inline constexpr const char* kSession = "com.quiloapp.fetchAffirmationTask";
 
-/// What the client asked of its host since the last `ClientWorld` was made.
+/// The client's requests to its host since the last `ClientWorld` was created.
 struct Asked {
   std::vector<platform::NSURLRequest> downloads = {};
   std::vector<std::string> reloads = {};
-  /// What the host answers to the next download.
+  /// The host's answer to the next download.
   std::optional<platform::NSError> refusal = {};
 };
 
@@ -33,7 +32,7 @@ inline Asked& asked() {
   return all;
 }
 
-/// Runs what waits on the main queue. The descriptor is always readable.
+/// Runs the blocks of the main queue. The descriptor is always readable.
 inline void runMainQueue() {
   static const int always = [] {
     std::array<int, 2> ends = {};
@@ -44,7 +43,7 @@ inline void runMainQueue() {
   platform::runMainQueueUntilReadable(always);
 }
 
-/// What the client logs when it is made, at its first use in this process.
+/// The client's log of its creation, at its first use in this process.
 inline const std::vector<std::string>& logOfFirstUse() {
   static const auto lines = [] {
     const CapturedLog log;
@@ -54,7 +53,7 @@ inline const std::vector<std::string>& logOfFirstUse() {
   return lines;
 }
 
-/// A container, a signed-in user, a configured bundle, and the client with nothing left over.
+/// A container, a signed-in user, a configured bundle, and the client without pending work.
 class ClientWorld {
  public:
   explicit ClientWorld(platform::Dictionary info = {{"ApiBaseUrl", "https://api.example.com"},

@@ -16,10 +16,10 @@
 #include "store/shared_store.h"
 #include "tests/network/client_world.h"
 
-/// Runs, once, where this process next has a file written to the disk.
+/// Runs once, at the next `fsync` of this process.
 std::function<void()> onFlush;
 
-/// Takes the place of the system's.
+/// Replaces the system's function.
 extern "C" int fsync(int file) {
   if (const auto hook = std::exchange(onFlush, nullptr)) {
     hook();
@@ -142,9 +142,9 @@ struct Configured {
   const char* name;
   Dictionary info;
   Value uid;
-  /// The lines behind the first one, as far as this configuration decides them.
+  /// The lines after the first one that depend on the configuration.
   Lines says;
-  /// The address that is asked; empty if none is.
+  /// The request's URL; empty if there is no request.
   std::string asks;
   friend void PrintTo(const Configured& row, std::ostream* out) { *out << row.name; }
 };
@@ -252,7 +252,7 @@ Lines deliver(
   meanwhile();
   done.get_future().wait();
   runMainQueue();
-  EXPECT_FALSE(std::filesystem::exists(file)) << "the temporary file stays";
+  EXPECT_FALSE(std::filesystem::exists(file)) << "the temporary file must be removed";
   return log.lines();
 }
 
@@ -260,7 +260,7 @@ struct Answer {
   const char* name;
   std::optional<std::int64_t> status;
   std::string body;
-  /// The stored record; nothing where it stays as it was.
+  /// The stored record; nothing if it does not change.
   std::optional<Dictionary> record;
   /// Every line between the location and the end of the file.
   Says says;
@@ -299,7 +299,7 @@ Says bad(const std::string& status, const std::string& body) {
   return {kStatus + status, kBadStatus + status, kErrorBody + body};
 }
 
-/// A usable answer: what the response said and what is stored of it.
+/// A usable response and the record stored from it.
 Says saved(const std::string& text,
            const std::string& color,
            const std::string& stored,
@@ -311,7 +311,7 @@ Says saved(const std::string& text,
           kSaved};
 }
 
-/// An answer that is not JSON.
+/// A response that is not JSON.
 Says refused(const std::string& logged, const std::string& status = "200") {
   return {kStatus + status,
           StartsWith("[NetworkManager - Glancery BG Parsing] JSON parsing error: The data"),
@@ -440,9 +440,9 @@ TEST(DownloadCompletion, SavesThenReloadsThenCompletes) {
   };
   deliver(world, 200, kGood, {}, [&] {
     ASSERT_EQ(flushing.get_future().wait_for(std::chrono::seconds(60)), std::future_status::ready)
-        << "the record is not written to the disk";
+        << "the record must be synced";
     runMainQueue();
-    EXPECT_THAT(order, IsEmpty()) << "the record is not on the disk yet";
+    EXPECT_THAT(order, IsEmpty()) << "the record is not synced yet";
     EXPECT_TRUE(ClientWorld::suite().dataForKey("affirmationData"));
     flushed.set_value();
   });
@@ -506,7 +506,7 @@ TEST(DownloadCompletion, ASuiteThatCantBeOpenedSavesNothing) {
   EXPECT_THAT(asked().reloads, IsEmpty());
 }
 
-/// Has the session tell that all events are delivered, and waits for the delegate.
+/// Lets the session report that all events were delivered, and waits for the delegate.
 void finishEvents() {
   std::promise<void> done;
   NSURLSession::withIdentifier(kSession)->finishEvents([&] { done.set_value(); });

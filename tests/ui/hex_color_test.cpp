@@ -29,13 +29,13 @@ const Case kCases[] = {
     {"123", bytes(17, 34, 51)},
     {"80FF0000", bytes(255, 0, 0, 128)},
     {"12345678", bytes(0x34, 0x56, 0x78, 0x12)},
-    // The count is that of the characters, whatever the scanner accepted among them.
+    // Characters count, not the digits that the scanner accepts.
     {"ZZZZZZ", bytes(0, 0, 0)},
     {"C0212Z", bytes(12, 2, 18)},
     {"12 456", bytes(0, 0, 18)},
     {"0xFFFF", bytes(0, 255, 255)},
     {"0xF", bytes(0, 0, 255)},
-    // Letters outside ASCII are characters too, combined ones a single one.
+    // Characters outside ASCII count as well; combining ones count as one.
     {"ñandúe", bytes(0, 0, 0)},
     {"fe\u0301", kUnusable},
     {"12345", kUnusable},

@@ -11,14 +11,14 @@
 #include "tests/platform/render/layout/layout_fixture.h"
 #include "tests/world.h"
 
-// Views laid out as a host does, with the tests' own typeface.
+// Views with a host's layout and the tests' typeface.
 
 namespace world {
 
 inline constexpr platform::EdgeInsets kNoMargins = {};
 inline constexpr platform::EdgeInsets kMargins = {16, 16, 16, 16};
 
-/// Twice as large as any face or mood is drawn.
+/// Twice the drawn size of any face or mood.
 inline std::optional<platform::Size> largePictures(std::string_view) {
   return platform::Size{80, 80};
 }
@@ -37,8 +37,7 @@ inline platform::DisplayList laidOut(
   return platform::layOut(archived, widget, margins, {text, imageSize});
 }
 
-/// While it lives, the main bundle translates `key`: a text that is looked up shows as
-/// "translated".
+/// Lets the main bundle translate `key` to "translated" while it exists.
 class Translated {
  public:
   explicit Translated(const std::string& key) {

@@ -30,8 +30,8 @@ const std::string kProvided =
     kLog + "Provided timeline with 2 entries. Next update at 2024-03-06 06:00:00 +0000.";
 using Lines = std::vector<std::string>;
 
-/// The widget's own provider. Every record of the widget hears of locale changes ever after, so
-/// that one serves all tests.
+/// The widget's provider. Every widget object observes locale changes until the process ends, so
+/// all tests share one.
 const AnyTimelineProvider& provider() {
   static const WidgetConfiguration& widget = *new WidgetConfiguration(Affirmation().body());
   return *widget.provider;
@@ -145,7 +145,7 @@ TEST_P(FetchPolicy, AsksOnceACalendarDay) {
   EXPECT_EQ(ClientWorld::suite().objectForKey("affirmationLastFetchTime"),
             row.fetches ? Value(instant(row.now)) : row.lastFetch);
   evaluate();
-  EXPECT_EQ(asked().downloads.size(), row.fetches ? 1u : 0u) << "the second look of the day";
+  EXPECT_EQ(asked().downloads.size(), row.fetches ? 1u : 0u) << "the second timeline of the day";
 }
 
 INSTANTIATE_TEST_SUITE_P(Days, FetchPolicy, ::testing::ValuesIn(kPolicies), [](const auto& row) {
@@ -326,7 +326,7 @@ TEST(AffirmationView, TheNarrowerWidgetHasTheLargerMargin) {
   }
 }
 
-/// The first entry of the widget's own timeline, as a host on that system gets it.
+/// The first entry of the widget's timeline on that version of the system.
 ArchivedView shownByWidget(OperatingSystemVersion version) {
   Device device = currentDevice();
   device.systemVersion = version;
@@ -353,7 +353,7 @@ TEST(AffirmationWidget, LinksOnlyForAUserAndBacksItselfByVersion) {
       shownByWidget({17, 0}).children.at(0).element));
 }
 
-// The provider's own sentence, as it stands for users without an affirmation, is never shown.
+// The provider's placeholder is never shown.
 TEST(AffirmationWidget, NeverShowsItsPlaceholder) {
   const ClientWorld world;
   const ArchivedView shown = shownByWidget({16, 4});
@@ -366,7 +366,7 @@ TEST(AffirmationWidget, NeverShowsItsPlaceholder) {
 
 TEST(AffirmationWidget, EveryRecordHearsOfALocaleChange) {
   const ClientWorld world;
-  // Other tests have made records as well, and none is ever forgotten.
+  // Other tests have created observers as well, and none is ever removed.
   const auto heard = [] {
     asked().downloads.clear();
     const CapturedLog log;
@@ -400,7 +400,7 @@ TEST(AffirmationWidget, TakesTheEventsOfItsSession) {
   EXPECT_THAT(log.lines(),
               ElementsAre("[AffirmationWidget] Received background session event for identifier: "
                           "session"));
-  EXPECT_EQ(completed, 0) << "it is the client's to call";
+  EXPECT_EQ(completed, 0) << "only the client may call it";
   NetworkManager::shared().backgroundCompletionHandler();
   EXPECT_EQ(completed, 1);
 }

@@ -34,7 +34,7 @@ TEST(Emotion, StandsForItsExactName) {
 
 constexpr const char* kSuite = "group.com.quiloapp.sharedData";
 
-/// What the three requests answer while the suite holds `uid`.
+/// The results of the three requests while the suite holds `uid`.
 std::vector<bool> signedIn(const Value& uid) {
   const Container container;
   if (!uid.isNull()) {

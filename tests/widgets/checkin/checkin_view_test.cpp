@@ -47,7 +47,7 @@ constexpr const char* kLinked =
 TEST(CheckinView, StandsInTheMiddleOnBothSystems) {
   phone({16, 4});
   EXPECT_EQ(displayListText(laidOut(view(true), kMedium)), kLinked);
-  // Its background is the content's own here, and the widget's from the next version on.
+  // Before iOS 17 the background belongs to the content, from then on to the widget.
   EXPECT_EQ(laidOut(view(true), kMedium, kMargins).items.at(0).frame, (Rect{16, 16, 306, 126}));
   phone({17, 0});
   EXPECT_EQ(displayListText(laidOut(view(true), kMedium, kMargins)), kLinked);

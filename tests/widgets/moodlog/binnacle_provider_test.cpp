@@ -54,7 +54,7 @@ std::vector<std::string> labelsOf(const std::vector<MoodDay>& week) {
   return labels;
 }
 
-/// The one entry of a timeline, when the next is due, and what was logged.
+/// The single entry of a timeline, the date of the next one, and the log.
 struct Evaluation {
   BinnacleEntry entry;
   std::optional<Date> after;
@@ -91,13 +91,13 @@ struct Case {
   std::string_view name;
   Value stored;
   std::vector<MoodType> moods;
-  /// Behind the two lines that every look begins with.
+  /// The lines after the first two, which are always the same.
   std::vector<std::string> log;
   friend void PrintTo(const Case& row, std::ostream* out) { *out << row.name; }
 };
 
 const std::vector<MoodType> kEmpty(7, emptyDay);
-/// Every look begins with these.
+/// The first lines of every timeline.
 const std::vector<std::string> kAsked = {"[BinnacleProvider] getTimeline called.",
                                          "[BinnacleProvider] readMoodDataFromUserDefaults called."};
 const std::string kRead = "[BinnacleProvider] Successfully deserialized mood data.";
@@ -108,7 +108,7 @@ const std::string kCast =
 const std::string kMissing =
     std::string("[BinnacleProvider] No serialized mood data found for key ") + kMoodsDataKey;
 
-/// The lines of the seven days; those in `said` carry a text and a mood.
+/// The lines of the seven days; those in `said` have a text and a mood.
 std::vector<std::string> days(const std::string& found,
                               const std::map<std::string, std::string>& said = {}) {
   std::vector<std::string> lines = {kRead, kFound + found};

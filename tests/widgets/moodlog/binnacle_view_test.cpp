@@ -46,7 +46,7 @@ constexpr const char* kShown =
 TEST(BinnacleView, IsAWeekInTheMiddleOnBothSystems) {
   setCurrentDevice({.systemVersion = {16, 4}});
   EXPECT_EQ(displayListText(laidOut(view(kWeek), kMedium)), kShown);
-  // Its background is the content's own here, and the widget's from the next version on.
+  // Before iOS 17 the background belongs to the content, from then on to the widget.
   EXPECT_EQ(laidOut(view(kWeek), kMedium, kMargins).items.at(0).frame, (Rect{16, 16, 306, 126}));
   setCurrentDevice({.systemVersion = {17, 0}});
   EXPECT_EQ(displayListText(laidOut(view(kWeek), kMedium, kMargins)), kShown);
@@ -90,7 +90,8 @@ TEST(BinnacleView, ShowsTheLastSevenDaysAndLoadsWithoutAny) {
                           "11 500 #674B28FF D6",
                           "11 500 #674B28FF D7",
                           "11 500 #674B28FF D8"));
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "") << "days of one mood differ by their ids";
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "")
+      << "days with the same mood differ by their ids";
   EXPECT_EQ(laidOut(view({bad, well}), kMedium).items.size(), 5u);
   EXPECT_THAT(textStyles(laidOut(view({}), kMedium)),
               ElementsAre("12 400 #3C3C4399 Cargando ánimo..."));

@@ -129,7 +129,7 @@ INSTANTIATE_TEST_SUITE_P(Days, StreakEvaluation, ::testing::ValuesIn(kCases), []
   return std::string(row.param.name);
 });
 
-// The platform's own answers
+// Answers of the platform
 
 std::optional<std::string> iso(std::optional<Date> date) {
   return date.transform([](Date when) { return when.iso8601(); });

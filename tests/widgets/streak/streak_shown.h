@@ -6,7 +6,7 @@
 
 namespace world {
 
-/// The streak widget's view laid out as a host does. Its flame is twice as large as it is drawn.
+/// The streak widget's view with a host's layout. The flame's picture is twice as large as drawn.
 inline platform::DisplayList laidOut(const glancery::StreakWidgetEntryView& view,
                                      platform::Size widget,
                                      platform::EdgeInsets margins = kNoMargins) {

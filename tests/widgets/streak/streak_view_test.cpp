@@ -103,7 +103,7 @@ TEST(StreakView, ItsPictureReachesIntoTheSafeArea) {
   EXPECT_EQ(stack.children.at(0).element, ArchivedView::Element(IgnoresSafeAreaModifier{}));
 }
 
-/// The content of the widget's own configuration, as a host on that system gets it.
+/// The content of the widget's configuration on that version of the system.
 ArchivedView widgetContent(OperatingSystemVersion version) {
   const world::Container container;
   setCurrentDevice({.systemVersion = version});

@@ -9,8 +9,7 @@
 #include "tests/world.h"
 #include "widgets/streak/streak_provider.h"
 
-// A suite as the host app and earlier evaluations left it, and what one more evaluation makes of
-// it.
+// A suite as left by the host app and earlier evaluations, and the result of the next evaluation.
 
 namespace world {
 
@@ -33,7 +32,7 @@ inline platform::Dictionary stored() {
   return suite().dictionaryRepresentation();
 }
 
-/// The one entry of a timeline, when the next is due, and what was logged.
+/// The single entry of a timeline, the date of the next one, and the log.
 struct Evaluation {
   glancery::StreakEntry entry;
   std::optional<platform::Date> after;

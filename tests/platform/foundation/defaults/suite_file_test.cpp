@@ -10,7 +10,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Stores a number in the suite, on the disk.
+/// Stores a number in the suite and syncs it.
 void store(const fs::path& path, int number) {
   const SuiteFile suite(path);
   const auto changed = suite.change([number](Dictionary& members) {
@@ -52,8 +52,8 @@ TEST(SuiteFile, WritesThroughLinks) {
   store(path, 3);
   ::testing::internal::GetCapturedStderr();
   EXPECT_EQ(world::readWhole(target.string() + ".damaged"), "rubbish");
-  EXPECT_TRUE(fs::exists(target.string() + ".lock")) << "writers by any name share one lock";
-  EXPECT_EQ(std::distance(fs::directory_iterator(path.parent_path()), {}), 2) << "the links alone";
+  EXPECT_TRUE(fs::exists(target.string() + ".lock")) << "writers through any link share one lock";
+  EXPECT_EQ(std::distance(fs::directory_iterator(path.parent_path()), {}), 2) << "only the links";
 }
 
 }  // namespace

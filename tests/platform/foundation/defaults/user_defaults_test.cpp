@@ -45,7 +45,7 @@ NSUserDefaults suite() {
   return NSUserDefaults::initWithSuiteName(kSuite).value();
 }
 
-/// Each test has a container of its own, which is the process's while the test runs.
+/// Gives each test its own container, which is the current one while the test runs.
 class UserDefaults : public ::testing::Test {
  protected:
   UserDefaults() {
@@ -132,7 +132,7 @@ TEST_F(UserDefaults, IntegersStayInTheirRange) {
 TEST_F(UserDefaults, EachWriteChangesOneKey) {
   auto defaults = suite();
   EXPECT_TRUE(defaults.dictionaryRepresentation().empty());
-  EXPECT_TRUE(fs::is_empty(container_)) << "opening and reading writes nothing";
+  EXPECT_TRUE(fs::is_empty(container_)) << "opening and reading must not write";
   defaults.removeObjectForKey("absent");
   EXPECT_FALSE(fs::exists(file()));
 
@@ -150,7 +150,7 @@ TEST_F(UserDefaults, EachWriteChangesOneKey) {
   EXPECT_FALSE(fs::exists(folder() / (std::string(kSuite) + ".plist.new")));
 }
 
-// The container may come from a phone, where others have put what we know nothing of.
+// A container from a phone may hold keys of other programs.
 TEST_F(UserDefaults, KeepsForeignKeys) {
   const Dictionary foreign{{"AppleLanguages", Array{"es-MX", "en"}},
                            {"when", Date::since1970(-12345.5)},
@@ -204,7 +204,7 @@ TEST_F(UserDefaults, SuitesThatCannotBeOpened) {
   }
 }
 
-// What can't be written changes nothing, and says so with the key.
+// A failed write changes nothing and prints the key.
 TEST_F(UserDefaults, RefusedWritesAreReported) {
   auto defaults = suite();
   defaults.setInteger(7, "kept");
@@ -238,7 +238,7 @@ TEST_F(UserDefaults, DamagedFilesAreSetAsideAndNeverOverwritten) {
   for (const std::string& damage : damages) {
     put(file(), damage);
     EXPECT_TRUE(suite().dictionaryRepresentation().empty());
-    EXPECT_EQ(contentsOf(file()), damage) << "reading leaves it alone";
+    EXPECT_EQ(contentsOf(file()), damage) << "reading must not change the file";
     suite().setInteger(1, "new");
     EXPECT_EQ(suite().dictionaryRepresentation(), (Dictionary{{"new", 1}}));
   }
@@ -249,7 +249,7 @@ TEST_F(UserDefaults, DamagedFilesAreSetAsideAndNeverOverwritten) {
   }
 }
 
-// A list that is no dictionary is no suite, and removing a key is a write too.
+// A list that is not a dictionary is not a suite. Removing a key is a write as well.
 TEST_F(UserDefaults, OtherPropertyListsAreSetAside) {
   put(file(), *NSPropertyListSerialization::dataWithPropertyList(Array{1}));
   ::testing::internal::CaptureStderr();
@@ -274,7 +274,7 @@ TEST_F(UserDefaults, EveryTruncationIsSetAside) {
   ::testing::internal::GetCapturedStderr();
 }
 
-/// Runs `work` in another process, which ends with it; true is its success.
+/// Runs `work` in a new process, which succeeds if `work` returns true.
 pid_t inProcess(const std::function<bool()>& work) {
   const pid_t child = ::fork();
   if (child == 0) {
@@ -289,8 +289,8 @@ int statusOf(pid_t child) {
   return status;
 }
 
-// Two writers count in one suite, each under a key of its own and once under a key per number; a
-// reader sees both counts only grow.
+// Two writers count in one suite, each under its own key and with one more key per number. A reader
+// must see both counts only grow.
 TEST_F(UserDefaults, ConcurrentWritersLoseNothing) {
   constexpr int kWrites = 1000;
   int start[2];
@@ -343,8 +343,8 @@ TEST_F(UserDefaults, ConcurrentWritersLoseNothing) {
   EXPECT_EQ(statusOf(reader), 0);
 }
 
-/// A process that counts under `key`, from what the suite holds, and tells each number through a
-/// pipe once it is written.
+/// A process that counts under `key`, starting with the suite's number, and sends each number
+/// through a pipe once it is written.
 struct Counter {
   explicit Counter(const std::string& name) : key(name) {
     int ends[2];
@@ -359,10 +359,11 @@ struct Counter {
       }
     });
     ::close(ends[1]);
-    EXPECT_EQ(::read(acknowledged, &told, sizeof told), sizeof told) << "it counts at all";
+    EXPECT_EQ(::read(acknowledged, &told, sizeof told), sizeof told)
+        << "the process has written a number";
   }
 
-  /// Ends the process in the middle of whatever it does; the last number it has told.
+  /// Kills the process; returns the last number that it has sent.
   std::int64_t kill() {
     ::kill(process, SIGKILL);
     EXPECT_TRUE(WIFSIGNALED(statusOf(process)));
@@ -397,13 +398,13 @@ TEST_F(UserDefaults, KillsLoseNoAcknowledgedWrite) {
     ::usleep(static_cast<useconds_t>(random() % 2000));
     const std::int64_t b = second.kill();
     const auto seen = suite().dictionaryRepresentation();
-    // The write under way when the kill came may have made it.
+    // The write during the kill may have succeeded.
     ASSERT_THAT(seen.integer("a").value_or(0), ::testing::AnyOf(a, a + 1));
     ASSERT_THAT(seen.integer("b").value_or(0), ::testing::AnyOf(b, b + 1));
     ASSERT_EQ(seen.string("sharedUid"), "uid");
   }
   suite().setInteger(1, "stop");
-  EXPECT_EQ(statusOf(reader), 0) << "a reader met a file that was not whole";
+  EXPECT_EQ(statusOf(reader), 0) << "a reader found an incomplete file";
   EXPECT_THAT(filesSetAside(), IsEmpty());
 }
 

@@ -74,7 +74,7 @@ TEST(URL, RefusesWhatCannotBeMended) {
   }
 }
 
-// Whatever is accepted stands as it is from then on, and in ASCII that may be printed.
+// What is accepted parses to itself and is printable ASCII.
 TEST(URL, IsMendedOnce) {
   for (const std::string_view before :
        {"https://h/", "https://h/?", "https://h/#", "https://h:1", "https://", "a"}) {

@@ -27,7 +27,7 @@ struct PrintedCase {
   std::string_view iso8601;
 };
 
-// Cutting and rounding part ways, and before 1970 cutting goes toward the past, not toward 1970.
+// Cutting and rounding differ, and before 1970 fractions are cut toward the past.
 const PrintedCase kPrinted[] = {
     {-0.5, "1969-12-31 23:59:59 +0000", "1969-12-31T23:59:59.500Z"},
     {-0.0001, "1969-12-31 23:59:59 +0000", "1970-01-01T00:00:00.000Z"},

@@ -18,7 +18,7 @@ TimeZone zoneNamed(std::string_view identifier) {
 
 TEST(TimeZone, AgreesWithThePlatform) {
   for (const auto& row : vectorRows("zone.json")) {
-    // As people of the zone see it in "UTC%+d": whole hours, cut toward zero.
+    // In "UTC%+d" the hours are cut toward zero.
     const int seconds = row.contains("zone")
                             ? zoneNamed(row["zone"].get<std::string>())
                                   .secondsFromGMT(instant(row["at"].get<std::string>()))
@@ -77,7 +77,7 @@ TEST(TimeZone, RefusesWhatTheDatabaseDoesNotName) {
   using namespace std::string_view_literals;
   EXPECT_FALSE(TimeZone::withIdentifier("UTC\0"sv));
   EXPECT_FALSE(TimeZone::withIdentifier("Europe/Madrid\0x"sv));
-  // A name that failed once does not become known as UTC.
+  // Abseil must not return a failed name as UTC the second time.
   EXPECT_FALSE(TimeZone::withIdentifier("Europe/Atlantis"));
 }
 
