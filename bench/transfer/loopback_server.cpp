@@ -31,7 +31,7 @@ bool send(int connection, std::string_view bytes) {
   return true;
 }
 
-/// The end of the first request in `bytes`, or npos while it is not all there.
+/// The end of the first request in `bytes`, or npos if it is incomplete.
 std::size_t endOfRequest(const std::string& bytes) {
   const std::size_t head = bytes.find("\r\n\r\n");
   const std::size_t length = bytes.find("Content-Length: ");

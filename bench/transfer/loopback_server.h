@@ -6,8 +6,8 @@
 
 namespace bench {
 
-/// A server on loopback in a process of its own, which answers a POST to `/SIZE` with that many
-/// bytes and keeps its connections. It costs all clients the same.
+/// A server on loopback in another process, which answers a POST to `/SIZE` with that many bytes
+/// and keeps its connections.
 class LoopbackServer {
  public:
   LoopbackServer();

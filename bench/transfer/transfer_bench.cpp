@@ -71,7 +71,7 @@ class Service {
     for (const host::TransferTask& task : service_.finished()) {
       require(task.state() == host::TransferState::done && task.outcome.size > 0,
               "a download failed");
-      require(service_.markDelivered(task.id).has_value(), "a download can't be forgotten");
+      require(service_.markDelivered(task.id).has_value(), "a download can't be removed");
     }
   }
 
@@ -96,7 +96,7 @@ void wholePaths(const Work& work) {
   }
 }
 
-/// One handle, which keeps its connection.
+/// libcurl alone: one handle, which keeps its connection.
 class Bare {
  public:
   explicit Bare(const Work& work) : work_(work) {
@@ -159,8 +159,8 @@ fs::path newFolder(const fs::path& parent) {
   return name;
 }
 
-/// Where everything is downloaded to. It is removed at the end only: ext4 is slow to make files for
-/// some seconds after many were removed, and none of the ways should pay for the one before it.
+/// The folder for all downloads. It is removed at the end only: for some seconds after many files
+/// were removed, ext4 creates files slowly, which would count for the next way.
 const fs::path& ground() {
   static const fs::path folder = newFolder(fs::current_path());
   return folder;
@@ -168,7 +168,7 @@ const fs::path& ground() {
 
 double milliseconds(void (*go)(const Work&), const std::string& url) {
   const Work work = {url, newFolder(ground())};
-  ::sync();  // What one way leaves to be written is not the next one's to wait for.
+  ::sync();  // Otherwise this way would wait for the writes of the previous one.
   const auto start = std::chrono::steady_clock::now();
   go(work);
   return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
@@ -222,7 +222,7 @@ int main(int count, char** arguments) {
   }
   const bench::LoopbackServer server;
   curl_global_init(CURL_GLOBAL_DEFAULT);
-  (void)ground();  // The processes that measure memory use the same.
+  (void)ground();  // The processes that measure memory share it.
   bool reached = memoryStays(server);
 
   struct Way {
@@ -237,7 +237,7 @@ int main(int count, char** arguments) {
   const std::size_t size = std::size(ways);
   for (int round = 0; round < rounds; ++round) {
     for (std::size_t step = 0; step < size; ++step) {
-      // Now in one order, now in the other: it matters who comes before.
+      // The order alternates: the previous way affects the next one.
       Way& way = ways[round % 2 == 0 ? step : size - 1 - step];
       way.spent.push_back(milliseconds(way.go, server.url(kBody)));
     }
@@ -246,7 +246,7 @@ int main(int count, char** arguments) {
   for (const Way& way : ways) {
     std::printf("  %-56s %8.1f\n", way.name, bench::spreadOf(way.spent).median);
   }
-  // What else the machine does weighs on both ways of a round alike.
+  // Other load on the machine affects both ways of a round alike.
   const auto ratio = [&](std::size_t way) {
     std::vector<double> ratios;
     for (int round = 0; round < rounds; ++round) {

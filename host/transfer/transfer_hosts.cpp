@@ -16,7 +16,7 @@ namespace host {
 
 namespace {
 
-/// The ids of hosts are the offsets after this one.
+/// Larger offsets are ids of hosts.
 constexpr std::int64_t kDatabaseByte = 0;
 
 struct flock byteLock(std::int64_t at) {

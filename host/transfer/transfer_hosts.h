@@ -7,23 +7,23 @@
 
 namespace host {
 
-/// The hosts that are alive: each locks one byte of a shared file, at the offset that is its id.
-/// The system releases the lock when the process ends by any means, and closes the file, which
+/// The live hosts of a container: each locks one byte of a shared file, at the offset that is its
+/// id. When a process ends by any means, the system releases its lock and closes the file, which
 /// notifies the hosts that watch it. Used by one thread; throws std::system_error.
 class TransferHosts {
  public:
   explicit TransferHosts(std::filesystem::path file);
 
-  /// Locks a byte from now on; does it again if the file was removed since.
+  /// Locks this host's byte, unless that is done and the file is still the same.
   void join();
-  /// Unlike that of any other host; valid after `join`.
+  /// Random, so that no other host has it; locked after `join`.
   std::int64_t id() const { return id_; }
   bool isAlive(std::int64_t id) const;
-  /// Keeps other hosts from creating or replacing the database for as long as the result lives.
+  /// While the result lives, no other host creates or replaces the database. Waits for those that
+  /// do.
   platform::FileDescriptor lockDatabase() const;
 
-  /// Makes `descriptor` readable when a process that used the database ends, and when the file is
-  /// removed.
+  /// Makes `descriptor` readable when a host ends, and when the file is removed.
   void watch();
   int descriptor() const { return watcher_.get(); }
   /// Whether that happened since the last call.

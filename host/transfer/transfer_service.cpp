@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
-#include <limits>
 #include <system_error>
 #include <utility>
 
@@ -29,29 +28,23 @@ constexpr std::size_t kParallel = 8;
 constexpr double kResourceLimit = 7.0 * 24 * 60 * 60;
 constexpr double kLongestPause = 15 * 60;
 constexpr double kNever = std::numeric_limits<double>::infinity();
-/// The longest sleep; the timer's own range is shorter than that of an instant.
+/// A limit for the timer, whose range is smaller than that of an instant.
 constexpr double kLongestSleep = 60 * 60;
-/// How long after a failure the disk is tried again.
 constexpr double kDiskRetryDelay = 1;
-/// A host that ends closes its files before it releases its locks.
+/// The system closes the files of a process that ends before it releases its locks.
 constexpr double kLockReleaseDelay = 0.05;
-/// How often a request that must not be repeated at will is sent: once, and twice again.
+/// How often a request is sent if its method is not idempotent.
 constexpr int kMostSends = 3;
-/// Free space without which nothing is sent.
+/// With less free space on the disk, nothing is sent.
 constexpr std::uintmax_t kLeastFreeBytes = 1 << 20;
 
-/// In seconds: twice as long after each failed attempt.
+/// In seconds; twice as long after each failed attempt.
 double pauseAfter(int attempts) {
   return std::min(kLongestPause, std::ldexp(1.0, std::clamp(attempts - 1, 0, 20)));
 }
 
-/// By RFC 9110, section 9.2.2.
-bool isIdempotent(const std::string& method) {
-  return method != "POST" && method != "PATCH" && method != "CONNECT";
-}
-
-platform::NSError cannotWrite(const std::string& why) {
-  platform::NSError error = urlError(cannotWriteToFile);
+platform::NSError withReason(platform::URLErrorCode code, const std::string& why) {
+  platform::NSError error = urlError(code);
   error.localizedDescription += ": " + why;
   return error;
 }
@@ -82,7 +75,11 @@ TransferService::TransferService(const std::filesystem::path& container, Transfe
   watch(epoll_, store_.hosts().descriptor());
 }
 
-TransferService::~TransferService() = default;
+TransferService::~TransferService() {
+  for (auto& [id, source] : running_) {
+    source.request_stop();
+  }
+}
 
 std::expected<std::int64_t, std::string> TransferService::add(const TransferRequest& request) {
   if (auto checked = checkRequest(request); !checked) {
@@ -109,8 +106,7 @@ std::expected<bool, std::string> TransferService::cancel(const TransferTask& tas
   return done;
 }
 
-/// Reads this host's tasks again: hosts may have ended, tasks may have been cancelled, and all may
-/// have been removed.
+/// Reads this host's tasks again: other processes may have left, cancelled or removed tasks.
 void TransferService::refresh() {
   const double now = settings_.clock();
   refreshAt_ = kNever;
@@ -127,7 +123,11 @@ void TransferService::refresh() {
     const TransferTask* task = find(id);
     return !task || task->ended != 0;
   };
-  std::erase_if(running_, [&](const auto& attempt) { return isOver(attempt.first); });
+  for (const auto& [id, source] : std::map(running_)) {
+    if (isOver(id)) {
+      stop(id);
+    }
+  }
   std::erase_if(unwritten_, [&](const auto& end) { return isOver(end.first); });
 }
 
@@ -151,9 +151,8 @@ void TransferService::step(std::chrono::milliseconds longest) {
   auto arrivals = std::exchange(arrivals_, {});
   lock.unlock();
   for (auto& [id, end] : arrivals) {
-    if (running_.erase(id) > 0) {
-      handle(id, std::move(end), now);
-    }
+    running_.erase(id);
+    handle(id, std::move(end), now);
   }
   for (const auto& [id, outcome] : std::map(unwritten_)) {
     end(tasks_.at(id), outcome);
@@ -164,7 +163,7 @@ void TransferService::step(std::chrono::milliseconds longest) {
 
 void TransferService::advance(double now) {
   for (auto& [id, task] : tasks_) {
-    // After the clock was set back, the next attempt would be far away.
+    // If the clock was set back, `next` is too far away.
     task.next = std::min(task.next, now + pauseAfter(task.attempts));
     if (task.ended != 0 || unwritten_.contains(id)) {
       continue;
@@ -186,32 +185,63 @@ void TransferService::advance(double now) {
 /// Sends nothing unless the answer can be stored.
 void TransferService::start(TransferTask& task, double now) {
   const std::filesystem::path file = store_.bodyOf(task.id);
-  platform::FileDescriptor body = platform::openFile(file, O_WRONLY | O_CREAT | O_TRUNC);
+  // A stopped attempt may still write to an earlier file.
+  ::unlink(file.c_str());
+  platform::FileDescriptor body = platform::openFile(file, O_WRONLY | O_CREAT);
   int error = body ? 0 : errno;
   std::error_code ignored;
   if (body && std::filesystem::space(file, ignored).available < kLeastFreeBytes) {
     error = ENOSPC;
   }
   if (error != 0) {
-    postpone(task, cannotWrite(std::generic_category().message(error)), now);
+    postpone(task, withReason(cannotWriteToFile, std::generic_category().message(error)), now);
+    return;
+  }
+  try {
+    if (workers_.size() <= running_.size()) {
+      workers_.emplace_back([this](const std::stop_token& over) { work(over); });
+    }
+  } catch (const std::system_error& failure) {
+    postpone(
+        task, withReason(unknown, std::string("can't start a thread: ") + failure.what()), now);
     return;
   }
   ++task.sends;
   const auto kept = store_.keep(task);
   if (!kept) {
     --task.sends;
-    postpone(task, cannotWrite(kept.error()), now);
+    postpone(task, withReason(cannotWriteToFile, kept.error()), now);
   } else if (!*kept) {
     refreshAt_ = now;
   } else {
-    running_.emplace(task.id, [this, task, answer = std::move(body)](std::stop_token stop) {
-      AttemptEnd end = attempt_(task, answer.get(), stop);
-      if (!stop.stop_requested()) {
-        const std::lock_guard lock(mutex_);
-        arrivals_.emplace(task.id, std::move(end));
-        ::eventfd_write(arrived_.get(), 1);
-      }
-    });
+    const std::stop_token stop = running_[task.id].get_token();
+    const std::lock_guard lock(mutex_);
+    jobs_.push_back({task, std::move(body), stop});
+    queued_.notify_one();
+  }
+}
+
+void TransferService::stop(std::int64_t id) {
+  if (auto attempt = running_.extract(id)) {
+    attempt.mapped().request_stop();
+    const std::lock_guard lock(mutex_);
+    arrivals_.erase(id);
+  }
+}
+
+/// Runs queued attempts until `over` is requested.
+void TransferService::work(const std::stop_token& over) {
+  std::unique_lock lock(mutex_);
+  while (queued_.wait(lock, over, [this] { return !jobs_.empty(); })) {
+    const Job job = std::move(jobs_.front());
+    jobs_.pop_front();
+    lock.unlock();
+    AttemptEnd end = attempt_(job.task, job.body.get(), job.stop);
+    lock.lock();
+    if (!job.stop.stop_requested()) {
+      arrivals_[job.task.id] = std::move(end);
+      ::eventfd_write(arrived_.get(), 1);
+    }
   }
 }
 
@@ -238,7 +268,7 @@ void TransferService::postpone(TransferTask& task, platform::NSError why, double
 }
 
 void TransferService::end(TransferTask& task, TransferOutcome outcome) {
-  running_.erase(task.id);
+  stop(task.id);
   if (outcome.error) {
     removeFiles(task.id);
   }
@@ -266,7 +296,7 @@ bool TransferService::load() {
   return attempt_ != nullptr;
 }
 
-/// Wakes the caller for the next attempt, a resource limit, or the disk.
+/// Sets the timer for the next attempt, resource limit or retry of the disk.
 void TransferService::armTimer(double now) {
   double next = std::min(refreshAt_, unwritten_.empty() ? kNever : now + kDiskRetryDelay);
   for (const auto& [id, task] : tasks_) {
@@ -353,7 +383,7 @@ std::vector<std::string> TransferService::takeReports() {
   return reports;
 }
 
-/// Whether it was done; a failure is reported, unless it is the last one again.
+/// Whether it was done; reports a failure, unless it is the same as the last one.
 template <class T>
 bool TransferService::note(const std::expected<T, std::string>& done) {
   if (!done && done.error() != lastReport_) {

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <expected>
 #include <filesystem>
 #include <functional>
@@ -9,6 +11,7 @@
 #include <map>
 #include <mutex>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <thread>
 #include <vector>
@@ -22,8 +25,8 @@ namespace host {
 /// Seconds since 1970 by the machine's clock.
 double systemSeconds();
 
-/// `libglancery_transfer.so` beside the running program, which sends requests. It is loaded for the
-/// first of them: linking the network library would cost every command two milliseconds.
+/// `libglancery_transfer.so` beside the running program. It is loaded for the first attempt:
+/// linking the network library would add two milliseconds to the start of every command.
 std::filesystem::path transferLibrary();
 
 struct TransferSettings {
@@ -31,34 +34,34 @@ struct TransferSettings {
   std::filesystem::path library = transferLibrary();
 };
 
-/// Carries out background transfers: a task is on the disk before `add` returns, is tried until a
-/// server has answered it or its time is over, and is kept with its result until that has been
-/// delivered.
+/// Carries out background transfers. A task is on the disk before `add` returns. It is attempted
+/// until a server has answered or its time is over, and kept with its result until the result has
+/// been delivered.
 ///
-/// A complete answer of any status ends a task. Offline, an unreachable server, a lost connection
-/// and silence lead to another attempt; cancellation, a URL that no transfer can reach, an answer
-/// that can't be parsed and the resource limit of seven days end a task with an error. A request
-/// whose method is not idempotent is sent at most three times, then -1005 ends the task.
+/// A complete answer of any status ends a task. After a failed connection, a lost one or a timeout
+/// there is another attempt. Cancellation, an unsupported URL, an answer that can't be parsed and
+/// the resource limit of seven days end a task with an error. A request whose method is not
+/// idempotent is sent at most three times, then -1005 ends the task.
 ///
-/// The database and the network library are opened when there is a task. Used by one thread;
-/// nothing blocks except for the disk, and `step` for as long as it is told to.
+/// The database and the network library are opened when there is a task. Used by one thread; only
+/// the disk and `step` block.
 class TransferService {
  public:
   explicit TransferService(const std::filesystem::path& container, TransferSettings settings = {});
   ~TransferService();
 
-  /// Adds a task and returns its id; the error says what is wrong with the request or the disk.
+  /// Adds a task and returns its id; the error names what is wrong with the request or the disk.
   std::expected<std::int64_t, std::string> add(const TransferRequest& request);
 
-  /// Takes over the tasks of hosts that have ended, now and from now on.
+  /// Takes over the tasks of hosts that have ended, now and whenever another host ends.
   void adopt();
-  /// Ends a pending task of any host with -999, or forgets an ended one. False if there is no such
-  /// task any more. The host that runs it stops when this process ends.
+  /// Ends a pending task of any host with -999, or removes an ended one. False if there is no such
+  /// task any more. If another host runs the task, it stops when this process ends.
   std::expected<bool, std::string> cancel(const TransferTask& task);
 
   /// Readable when `step` has something to do.
   int descriptor() const { return epoll_.get(); }
-  /// Waits up to `longest` for something to do and does it.
+  /// Waits up to `longest` for something to do, and does it.
   void step(std::chrono::milliseconds longest = {});
 
   /// The tasks that have ended and are to be delivered, in the order in which they ended.
@@ -68,24 +71,27 @@ class TransferService {
   /// The task of this id, or null; valid until the next call that is not const.
   const TransferTask* find(std::int64_t id) const;
 
-  /// The file with the body of a finished download, under a name that the receiver may remove: a
-  /// link, so that the result can be delivered again if this process ends first.
+  /// A link to the body of a finished download, which the receiver may remove. The body stays, so
+  /// that the result can be delivered again if this process ends first.
   std::expected<std::filesystem::path, std::string> handOver(std::int64_t id) const;
-  /// Whether the receiver has removed that name.
+  /// Whether the receiver has removed that link.
   bool wasTaken(std::int64_t id) const;
-  /// Forgets a task that has ended, with its files.
+  /// Removes a task that has ended, and its files.
   std::expected<void, std::string> markDelivered(std::int64_t id);
-  /// Keeps the reason, and the result for a later host; `finished` no longer returns it.
+  /// Stores why the result can't be delivered. It is kept for a later host; `finished` no longer
+  /// returns it.
   void markUndelivered(std::int64_t id, const std::string& why);
 
-  /// What went wrong outside the calls (a damaged database, no network library, a full disk), a
-  /// sentence each; every one is returned once.
+  /// Errors outside the calls (a damaged database, no network library, a full disk), a sentence
+  /// each; every one is returned once.
   std::vector<std::string> takeReports();
 
  private:
   void refresh();
   void advance(double now);
   void start(TransferTask& task, double now);
+  void stop(std::int64_t id);
+  void work(const std::stop_token& over);
   void handle(std::int64_t id, AttemptEnd end, double now);
   void postpone(TransferTask& task, platform::NSError why, double now);
   void end(TransferTask& task, TransferOutcome outcome);
@@ -101,7 +107,9 @@ class TransferService {
   bool loadFailed_ = false;
   /// This host's tasks, as in the database.
   std::map<std::int64_t, TransferTask> tasks_;
-  /// Ends that could not be written to the database yet.
+  /// Stops the attempts that are queued or run.
+  std::map<std::int64_t, std::stop_source> running_;
+  /// Outcomes that could not be written to the database yet.
   std::map<std::int64_t, TransferOutcome> unwritten_;
   /// Tasks that this host has failed to deliver.
   std::set<std::int64_t> undeliverable_;
@@ -112,11 +120,19 @@ class TransferService {
   std::vector<std::string> reports_;
   std::string lastReport_;
 
-  // Attempts run on threads of their own, which announce their ends at `arrived_`.
+  struct Job {
+    TransferTask task;
+    platform::FileDescriptor body;
+    std::stop_token stop;
+  };
+  // Attempts run on threads that are kept for later attempts, with their connections. Each
+  // announces the end of an attempt at `arrived_`.
   std::mutex mutex_;
+  std::condition_variable_any queued_;
+  std::deque<Job> jobs_;
   std::map<std::int64_t, AttemptEnd> arrivals_;
   platform::FileDescriptor arrived_;
-  std::map<std::int64_t, std::jthread> running_;
+  std::vector<std::jthread> workers_;
 };
 
 }  // namespace host

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <set>
-#include <string_view>
+#include <sstream>
 #include <system_error>
 
 #include "platform/foundation/network/url_error.h"
@@ -29,7 +29,8 @@ constexpr const char* kSchema = R"sql(CREATE TABLE tasks(
   attempts INTEGER NOT NULL DEFAULT 0, next REAL NOT NULL DEFAULT 0,
   sends INTEGER NOT NULL DEFAULT 0, ended INTEGER NOT NULL DEFAULT 0,
   error INTEGER, reason BLOB, status INTEGER, size INTEGER NOT NULL DEFAULT 0,
-  undelivered BLOB NOT NULL DEFAULT x''))sql";
+  undelivered BLOB NOT NULL DEFAULT x'');
+CREATE INDEX ends ON tasks(ended) WHERE ended > 0)sql";
 constexpr const char* kAllTasks = "SELECT * FROM tasks ORDER BY ended, id";
 
 fs::path transfersFolder(const fs::path& container) {
@@ -49,24 +50,23 @@ std::string joined(const HeaderFields& headers) {
   return lines;
 }
 
-HeaderFields split(std::string_view lines) {
+HeaderFields split(const std::string& lines) {
   HeaderFields headers;
-  for (std::size_t end = 0; (end = lines.find('\n')) != lines.npos; lines.remove_prefix(end + 1)) {
-    const std::string_view line = lines.substr(0, end);
-    const std::size_t colon = std::min(line.find(':'), line.size());
-    headers.emplace_back(line.substr(0, colon), line.substr(std::min(colon + 1, line.size())));
+  std::istringstream in(lines);
+  for (std::string name, value; std::getline(in, name, ':') && std::getline(in, value);) {
+    headers.emplace_back(name, value);
   }
   return headers;
 }
 
-/// A value of another type, which only a foreign writer could have left, is 0 or empty.
+/// 0 or empty if the value has another type, which only another program could have written.
 template <class T>
 T at(const Row& row, std::size_t column) {
   const T* value = std::get_if<T>(&row.at(column));
   return value ? *value : T();
 }
 
-/// By the order of columns in the schema.
+/// The columns are in the schema's order.
 TransferTask taskOf(const Row& row, const TransferHosts& hosts) {
   const auto integer = [&](std::size_t column) { return at<std::int64_t>(row, column); };
   const auto bytes = [&](std::size_t column) { return at<std::string>(row, column); };
@@ -160,7 +160,7 @@ TransferStore::Result<std::vector<TransferTask>> TransferStore::claim() {
     makeFolders();
     hosts_.join();
     hosts_.watch();
-    // Listed first: a file that appears later may be that of a task that is added meanwhile.
+    // Files are listed before tasks: a file that is made later may belong to a later task.
     const auto files = filesIn(folder_);
     std::vector<TransferTask> all;
     std::vector<TransferTask> own;
@@ -226,10 +226,12 @@ TransferStore::Result<bool> TransferStore::keep(const TransferTask& task) {
 TransferStore::Result<bool> TransferStore::end(TransferTask& task) {
   const auto& [error, status, size] = task.outcome;
   return attempt([&] {
-    const Rows rows = run(Survives::powerCut,
-                          "UPDATE tasks SET ended = 1 + (SELECT max(ended) FROM tasks), error = ?,"
-                          " reason = ?, status = ?, size = ? WHERE id = ? AND ended = 0"
-                          " RETURNING ended",
+    // The body is not synced: after a power cut the outcome alone would be of no use.
+    const Rows rows = run(error ? Survives::powerCut : Survives::kill,
+                          "UPDATE tasks SET ended ="
+                          " 1 + (SELECT coalesce(max(ended), 0) FROM tasks WHERE ended > 0),"
+                          " error = ?, reason = ?, status = ?, size = ?"
+                          " WHERE id = ? AND ended = 0 RETURNING ended",
                           {error ? Value(error->code) : Value(),
                            error ? Value(error->localizedDescription) : Value(),
                            status ? Value(std::int64_t{*status}) : Value(),
@@ -260,8 +262,7 @@ TransferStore::Rows TransferStore::run(Survives commit, const char* sql, Values 
     return {};
   }
   try {
-    database_->run(commit == Survives::powerCut ? "PRAGMA synchronous = FULL"
-                                                : "PRAGMA synchronous = NORMAL");
+    database_->syncCommits(commit == Survives::powerCut);
     return database_->run(sql, parameters);
   } catch (const platform::SqliteError& failure) {
     if (failure.damaged) {
@@ -272,7 +273,7 @@ TransferStore::Rows TransferStore::run(Survives commit, const char* sql, Values 
   }
 }
 
-/// False if there is no database and none is to be created.
+/// False if there is no database and `create` is false.
 bool TransferStore::open(bool create) {
   if (hasMoved()) {
     database_.reset();
@@ -285,7 +286,8 @@ bool TransferStore::open(bool create) {
   makeFolders();
   hosts_.join();
   const platform::FileDescriptor lock = hosts_.lockDatabase();
-  // Requests hold keys: nobody else may read the files that SQLite creates with the same mode.
+  // Requests contain keys, so only the owner may read the database. SQLite gives its other files
+  // the same mode.
   ::mknod((folder_ / kDatabase).c_str(), S_IFREG | 0600, 0);
   try {
     database_.emplace(folder_ / kDatabase, kSchema);
@@ -299,7 +301,7 @@ bool TransferStore::open(bool create) {
   return true;
 }
 
-/// Makes folders that outlive a power cut.
+/// Makes the folders, synced to the disk.
 void TransferStore::makeFolders() {
   for (const fs::path& folder : {folder_.parent_path(), folder_}) {
     if (::mkdir(folder.c_str(), 0700) != 0) {
@@ -314,7 +316,7 @@ void TransferStore::makeFolders() {
   }
 }
 
-/// Renames the database and its log, so that SQLite's own tools can still open them.
+/// Renames the database and its log together, so that SQLite's tools can open them.
 void TransferStore::setAside(const std::string& why) {
   const bool alreadyDone = hasMoved();
   database_.reset();

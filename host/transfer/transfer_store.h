@@ -17,25 +17,25 @@ namespace host {
 
 /// All downloads of a container.
 struct TransferListing {
-  /// Pending tasks in the order in which they were added, then the others in the order of their
-  /// end.
+  /// Pending tasks in the order in which they were added, then ended ones in the order of their
+  /// ends.
   std::vector<TransferTask> tasks = {};
-  /// What is wrong with the database, and which copies were set aside; a sentence each.
+  /// Damage to the database, and damaged databases that were set aside; a sentence each.
   std::vector<std::string> damaged = {};
 };
 
-/// Reads and changes nothing; other processes may be at work meanwhile.
+/// Reads the downloads and changes nothing. Other processes may change them meanwhile.
 TransferListing listTransfers(const std::filesystem::path& container);
 
-/// The tasks of a container, as one host sees and changes them: in `<container>/Library/Transfers`,
-/// an SQLite database and a file for each body.
+/// The tasks of a container, as one host reads and changes them: an SQLite database and a file for
+/// each body, in `<container>/Library/Transfers`.
 ///
-/// A kill at any instant leaves every task with all that was acknowledged before. `add`, `end` and
-/// `remove` survive a power cut; the rest only the end of the process. Each task belongs to one
-/// live host. A damaged database is set aside under another name, and an empty one replaces it, as
-/// it does one that was removed. Errors are sentences that name the file.
+/// A change survives the end of the process. `add`, `remove` and an `end` with an error also
+/// survive a power cut; after one, a download that was done may be pending again. Each task belongs
+/// to one live host. A damaged database is set aside under another name. It is replaced by an empty
+/// one, and so is one that was removed. Errors are sentences that name the file.
 ///
-/// Opens nothing before there is something to transfer. Used by one thread.
+/// Opens nothing before the first task. Used by one thread.
 class TransferStore {
  public:
   template <class T>
@@ -44,27 +44,27 @@ class TransferStore {
   explicit TransferStore(const std::filesystem::path& container);
 
   Result<std::int64_t> add(const TransferRequest& request, double now);
-  /// Takes over the tasks of hosts that have ended, removes files that belong to no task, and
-  /// returns all tasks of this host; `hosts` says from then on when to call it again. An ended task
-  /// whose body is incomplete is pending again.
+  /// Takes over the tasks of hosts that have ended, removes files of no task, and returns all tasks
+  /// of this host. From then on `hosts` notifies when to call it again. A task that is done but
+  /// whose body is incomplete becomes pending.
   Result<std::vector<TransferTask>> claim();
 
   // These return false if another process has ended, taken over or removed the task.
-  /// Keeps what became of a task of this host: `attempts`, `next`, `sends`, the outcome's error and
-  /// `undelivered`.
+  /// Stores `attempts`, `next`, `sends`, the outcome's error and `undelivered` of a task of this
+  /// host.
   Result<bool> keep(const TransferTask& task);
   /// Ends a pending task of any host with its `outcome`; sets `ended`.
   Result<bool> end(TransferTask& task);
   Result<bool> remove(std::int64_t id);
 
   std::filesystem::path bodyOf(std::int64_t id) const;
-  /// Another name of the body, which the extension that reads it may remove.
+  /// The link to the body that an extension reads and removes.
   std::filesystem::path linkOf(std::int64_t id) const;
 
   TransferHosts& hosts() { return hosts_; }
   /// Whether the database was removed or renamed since it was last used.
   bool hasMoved() const { return database_ && database_->hasMoved(); }
-  /// What went wrong outside the calls, a sentence each; every one is returned once.
+  /// Errors outside the calls, a sentence each; every one is returned once.
   std::vector<std::string> takeReports() { return std::exchange(reports_, {}); }
 
  private:

@@ -46,6 +46,10 @@ std::expected<void, std::string> checkRequest(const TransferRequest& request) {
   return {};
 }
 
+bool isIdempotent(std::string_view method) {
+  return method != "POST" && method != "PATCH" && method != "CONNECT";
+}
+
 bool isTransferable(std::string_view url) {
   const std::string scheme(url.substr(0, url.find("//")));
   return ::strcasecmp(scheme.c_str(), "http:") == 0 || ::strcasecmp(scheme.c_str(), "https:") == 0;

@@ -12,25 +12,28 @@
 
 namespace host {
 
-/// Names and values, in order; a name may come twice.
+/// Names and values, in order; names may repeat.
 using HeaderFields = std::vector<std::pair<std::string, std::string>>;
 
-/// What an extension asks to have transferred.
+/// A request of an extension.
 struct TransferRequest {
-  /// The identifier of the background session that the result goes to.
+  /// The identifier of the background session that receives the result.
   std::string session = {};
   std::string url = {};
   std::string method = "GET";
   HeaderFields headers = {};
   std::string body = {};
-  /// Seconds without a byte after which an attempt is given up and another one made.
+  /// Seconds without a byte after which an attempt fails.
   double timeout = 60;
   friend bool operator==(const TransferRequest&, const TransferRequest&) = default;
 };
 
-/// Whether the request can be put into an HTTP message as it is; the error names what can't.
-/// Whether its URL can be reached is found out by trying.
+/// Whether the request is a valid HTTP message; the error names the part that is not. The URL is
+/// checked by the attempts.
 std::expected<void, std::string> checkRequest(const TransferRequest& request);
+
+/// Whether a request with this method may be repeated, by RFC 9110, section 9.2.2.
+bool isIdempotent(std::string_view method);
 
 /// Whether the URL's scheme is http or https.
 bool isTransferable(std::string_view url);
@@ -39,7 +42,7 @@ bool isTransferable(std::string_view url);
 struct TransferOutcome {
   /// Set if there is no complete answer.
   std::optional<platform::NSError> error = {};
-  /// The status of the answer; with an error, of one that was cut off.
+  /// The status of the answer; with an error, of an incomplete answer.
   std::optional<int> status = {};
   /// The length of the body in bytes.
   std::uint64_t size = 0;
@@ -48,23 +51,22 @@ struct TransferOutcome {
 
 enum class TransferState : std::uint8_t { pending, done, failed };
 
-/// One download from its request until its result has been delivered. Instants are seconds since
-/// 1970.
+/// One download, until its result has been delivered. Instants are seconds since 1970.
 struct TransferTask {
-  /// Unlike that of any other task of the same database, now or later.
+  /// Never used again in the same database.
   std::int64_t id = 0;
   TransferRequest request = {};
   double created = 0;
   /// Attempts that failed, and the instant of the next one.
   int attempts = 0;
   double next = 0;
-  /// How often the request may have reached a server.
+  /// Attempts whose request may have reached a server.
   int sends = 0;
   /// The task's place in the order of ends; 0 while it is pending.
   std::int64_t ended = 0;
-  /// The task's end; of a pending task, the last attempt's.
+  /// Of a pending task, the outcome of the last attempt.
   TransferOutcome outcome = {};
-  /// Why the result could not be delivered, if that was tried.
+  /// Why the result can't be delivered; empty if that was not tried.
   std::string undelivered = {};
   /// Whether the host that runs the task is alive.
   bool hosted = true;

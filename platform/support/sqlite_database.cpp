@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <cerrno>
+#include <string_view>
 #include <system_error>
 
 namespace platform {
@@ -18,6 +19,8 @@ void bind(sqlite3_stmt* statement, int index, const Value& value) {
     sqlite3_bind_double(statement, index, *real);
   } else if (const auto* bytes = std::get_if<std::string>(&value)) {
     sqlite3_bind_blob64(statement, index, bytes->data(), bytes->size(), SQLITE_STATIC);
+  } else {
+    sqlite3_bind_null(statement, index);
   }
 }
 
@@ -42,6 +45,10 @@ void SqliteDatabase::Close::operator()(sqlite3* connection) const {
   sqlite3_close(connection);
 }
 
+void SqliteDatabase::Close::operator()(sqlite3_stmt* statement) const {
+  sqlite3_finalize(statement);
+}
+
 SqliteDatabase::SqliteDatabase(const std::filesystem::path& file, const char* schema)
     : file_(file) {
   sqlite3* connection = nullptr;
@@ -53,17 +60,18 @@ SqliteDatabase::SqliteDatabase(const std::filesystem::path& file, const char* sc
   }
   constexpr int kBusyTimeout = 5000;
   sqlite3_busy_timeout(connection, kBusyTimeout);
-  // The next process finds the last pages in the write-ahead log: closing need not wait for them.
+  // The next process reads the last pages from the write-ahead log: closing need not copy them.
   sqlite3_db_config(connection, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 
   const Value version = run("PRAGMA user_version").at(0).at(0);
   if (schema && version == Value(std::int64_t{0})) {
-    run("PRAGMA journal_mode = WAL");
-    run(schema);
-    run("PRAGMA user_version = 1");
+    execute("PRAGMA journal_mode = WAL");
+    execute(schema);
+    execute("PRAGMA user_version = 1");
   } else if (version != Value(std::int64_t{1})) {
     throw SqliteError(file_.string() + " is of another version", true);
   }
+  execute("PRAGMA synchronous = FULL");
   const auto verdict = std::get<std::string>(run("PRAGMA quick_check(1)").at(0).at(0));
   if (verdict != "ok") {
     const std::string lastLine = verdict.substr(verdict.rfind('\n') + 1);
@@ -73,11 +81,17 @@ SqliteDatabase::SqliteDatabase(const std::filesystem::path& file, const char* sc
 
 std::vector<SqliteDatabase::Row> SqliteDatabase::run(const char* sql,
                                                      std::initializer_list<Value> parameters) {
-  sqlite3_stmt* prepared = nullptr;
-  if (sqlite3_prepare_v2(connection_.get(), sql, -1, &prepared, nullptr) != SQLITE_OK) {
-    throw failure();
+  auto known = prepared_.find(std::string_view(sql));
+  if (known == prepared_.end()) {
+    sqlite3_stmt* prepared = nullptr;
+    if (sqlite3_prepare_v2(connection_.get(), sql, -1, &prepared, nullptr) != SQLITE_OK) {
+      throw failure();
+    }
+    known = prepared_.emplace(sql, prepared).first;
   }
-  const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement(prepared, sqlite3_finalize);
+  sqlite3_stmt* const prepared = known->second.get();
+  // A statement that is not reset holds its lock.
+  const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> inUse(prepared, sqlite3_reset);
   int index = 0;
   for (const Value& parameter : parameters) {
     bind(prepared, ++index, parameter);
@@ -96,6 +110,20 @@ std::vector<SqliteDatabase::Row> SqliteDatabase::run(const char* sql,
   return rows;
 }
 
+void SqliteDatabase::syncCommits(bool sync) {
+  if (sync != syncs_) {
+    execute(sync ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL");
+    syncs_ = sync;
+  }
+}
+
+/// Runs statements that return nothing.
+void SqliteDatabase::execute(const char* sql) {
+  if (sqlite3_exec(connection_.get(), sql, nullptr, nullptr, nullptr) != SQLITE_OK) {
+    throw failure();
+  }
+}
+
 bool SqliteDatabase::hasMoved() const {
   int moved = 0;
   sqlite3_file_control(connection_.get(), "main", SQLITE_FCNTL_HAS_MOVED, &moved);
@@ -103,11 +131,11 @@ bool SqliteDatabase::hasMoved() const {
 }
 
 SqliteError SqliteDatabase::failure() const {
-  // SQLite knows the number of failed opens only.
+  // SQLite keeps the error number of failed opens only.
   const int last = errno;
   const int code = sqlite3_errcode(connection_.get());
-  const int known = sqlite3_system_errno(connection_.get());
-  const int system = known != 0 ? known : last;
+  const int kept = sqlite3_system_errno(connection_.get());
+  const int system = kept != 0 ? kept : last;
   const bool fromSystem = system != 0 && (code == SQLITE_CANTOPEN || code == SQLITE_IOERR);
   const std::string why = fromSystem ? std::generic_category().message(system)
                                      : std::string(sqlite3_errmsg(connection_.get()));

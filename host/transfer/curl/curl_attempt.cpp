@@ -3,36 +3,81 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
-#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string_view>
 #include <system_error>
 
-#include "host/transfer/curl/curl_error.h"
 #include "host/transfer/transfer_attempt.h"
-#include "host/transfer/transfer_task.h"
 #include "platform/foundation/network/url_error.h"
 #include "platform/support/files.h"
 
 namespace host {
 
+namespace {
+
 using enum AttemptEnd::Kind;
+using enum platform::URLErrorCode;
 using platform::NSError;
 using platform::urlError;
 
-namespace {
-
-constexpr int kMostHops = 20;
+constexpr int kMostRedirects = 20;
 /// Of all headers of one answer.
 constexpr std::size_t kMostHeadBytes = 64 << 10;
 
 using HeaderList = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
 using Easy = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
 using Multi = std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)>;
+
+struct Failure {
+  CURLcode result;
+  platform::URLErrorCode code;
+  AttemptEnd::Kind kind;
+};
+
+// clang-format off
+constexpr std::array kFailures = {
+    Failure{CURLE_COULDNT_RESOLVE_PROXY,    cannotFindHost,             lost},
+    Failure{CURLE_COULDNT_RESOLVE_HOST,     cannotFindHost,             lost},
+    Failure{CURLE_COULDNT_CONNECT,          cannotConnectToHost,        lost},
+    Failure{CURLE_OPERATION_TIMEDOUT,       timedOut,                   lost},
+    Failure{CURLE_PARTIAL_FILE,             networkConnectionLost,      lost},
+    Failure{CURLE_GOT_NOTHING,              networkConnectionLost,      lost},
+    Failure{CURLE_SEND_ERROR,               networkConnectionLost,      lost},
+    Failure{CURLE_RECV_ERROR,               networkConnectionLost,      lost},
+    Failure{CURLE_HTTP2,                    networkConnectionLost,      lost},
+    Failure{CURLE_HTTP2_STREAM,             networkConnectionLost,      lost},
+    // A kept connection ended, and `mayBeSent` refuses to repeat the request.
+    Failure{CURLE_ABORTED_BY_CALLBACK,      networkConnectionLost,      lost},
+    Failure{CURLE_SSL_CONNECT_ERROR,        secureConnectionFailed,     refused},
+    Failure{CURLE_PEER_FAILED_VERIFICATION, serverCertificateUntrusted, refused},
+    Failure{CURLE_SSL_CACERT_BADFILE,       secureConnectionFailed,     refused},
+    Failure{CURLE_SSL_CIPHER,               secureConnectionFailed,     refused},
+    Failure{CURLE_URL_MALFORMAT,            badURL,                     refused},
+    Failure{CURLE_WEIRD_SERVER_REPLY,       cannotParseResponse,        refused},
+    // The answer's protocol: the scheme of the URL was checked before.
+    Failure{CURLE_UNSUPPORTED_PROTOCOL,     cannotParseResponse,        refused},
+    Failure{CURLE_BAD_CONTENT_ENCODING,     cannotParseResponse,        refused},
+    Failure{CURLE_WRITE_ERROR,              cannotParseResponse,        refused},
+};
+// clang-format on
+
+/// What a CURLcode other than CURLE_OK means, given the system's error number or 0.
+Failure failureOf(CURLcode result, int systemError) {
+  if (result == CURLE_COULDNT_CONNECT && (systemError == ENETUNREACH || systemError == ENETDOWN)) {
+    return {result, notConnectedToInternet, lost};
+  }
+  if (result == CURLE_SSL_CONNECT_ERROR && systemError != 0) {
+    return {result, networkConnectionLost, lost};
+  }
+  const auto* known = std::ranges::find(kFailures, result, &Failure::result);
+  return known != kFailures.end() ? *known : Failure{result, unknown, refused};
+}
 
 std::string_view trimmed(std::string_view text) {
   constexpr std::string_view kBlank = " \t\r\n";
@@ -45,8 +90,8 @@ bool equalIgnoringCase(std::string_view a, std::string_view b) {
   return a.size() == b.size() && ::strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
-/// The request's headers in libcurl's notation, in which a trailing semicolon stands for a header
-/// without a value and a trailing colon removes one that libcurl would add.
+/// The request's headers in libcurl's notation: "Name;" is a header without a value, and "Name:"
+/// removes a header that libcurl would add.
 HeaderList headerList(const TransferRequest& request) {
   curl_slist* list = curl_slist_append(nullptr, "Expect:");
   bool typed = false;
@@ -61,9 +106,9 @@ HeaderList headerList(const TransferRequest& request) {
 }
 
 std::string proxyExceptions() {
-  const char* known = std::getenv("no_proxy");
-  known = known ? known : std::getenv("NO_PROXY");
-  return (known ? std::string(known) + "," : "") + "localhost,127.0.0.1,::1";
+  const char* set = std::getenv("no_proxy");
+  set = set ? set : std::getenv("NO_PROXY");
+  return (set ? std::string(set) + "," : "") + "localhost,127.0.0.1,::1";
 }
 
 std::string hostOf(const std::string& url) {
@@ -95,47 +140,42 @@ class Attempt {
 
   CURL* handle() const { return easy_.get(); }
 
-  /// What the end of the current request means; `result` is a CURLcode. Nothing if the handle is
-  /// set up for another request.
+  /// What the end of the current request means for the attempt. Nothing if it goes on: then the
+  /// handle is set up for another request.
   std::optional<AttemptEnd> finish(CURLcode result) {
     if (fileError_) {
       NSError error = urlError(cannotWriteToFile);
       error.localizedDescription += ": " + fileError_.message();
       return ended(lost, error);
     }
-    // libcurl says that it has no memory when a single header exceeds its own limit.
+    // libcurl reports a single header beyond its own limit as CURLE_OUT_OF_MEMORY.
     if (headSize_ > kMostHeadBytes || result == CURLE_OUT_OF_MEMORY) {
       return ended(refused, urlError(dataLengthExceedsMaximum));
     }
-    // libcurl takes a head that was cut off for a complete one.
+    // libcurl reports no error when the connection ends within the headers.
     if (result != CURLE_OK || !headEnded_) {
-      const int system = static_cast<int>(info(CURLINFO_OS_ERRNO));
-      const auto [code, error, final] =
-          failureOf(result == CURLE_OK ? CURLE_GOT_NOTHING : result, system);
-      NSError described = urlError(error);
-      if (error == unknown) {
-        described.localizedDescription += std::string(": ") + curl_easy_strerror(code);
+      long system = 0;
+      curl_easy_getinfo(handle(), CURLINFO_OS_ERRNO, &system);
+      const Failure failure =
+          failureOf(result == CURLE_OK ? CURLE_GOT_NOTHING : result, static_cast<int>(system));
+      NSError error = urlError(failure.code);
+      if (failure.code == unknown) {
+        error.localizedDescription += std::string(": ") + curl_easy_strerror(result);
       }
-      return ended(final ? refused : lost, described);
+      return ended(failure.kind, error);
     }
     return redirects() ? follow() : ended(answered, std::nullopt);
   }
 
   AttemptEnd ended(AttemptEnd::Kind kind, std::optional<NSError> error) const {
-    const bool sent = hops_ > 0 || info(CURLINFO_REQUEST_SIZE) > 0;
-    const auto status = status_ >= 200 ? std::optional(status_) : std::nullopt;
-    return {kind, {.error = std::move(error), .status = status, .size = size_}, sent};
+    const auto status = status_ >= 200 ? std::optional(static_cast<int>(status_)) : std::nullopt;
+    return {kind, {.error = std::move(error), .status = status, .size = size_}, sent_};
   }
 
  private:
   template <class T>
   void set(CURLoption option, T value) {
     curl_easy_setopt(handle(), option, value);
-  }
-  long info(CURLINFO which) const {
-    long value = 0;
-    curl_easy_getinfo(handle(), which, &value);
-    return value;
   }
 
   void setUp() {
@@ -155,6 +195,12 @@ class Attempt {
     set(CURLOPT_CONNECTTIMEOUT, timeout);
     set(CURLOPT_LOW_SPEED_LIMIT, 1L);
     set(CURLOPT_LOW_SPEED_TIME, timeout);
+    set(CURLOPT_PREREQDATA, this);
+    set(
+        CURLOPT_PREREQFUNCTION, +[](void* self, char*, char*, int, int) {
+          return static_cast<Attempt*>(self)->mayBeSent() ? CURL_PREREQFUNC_OK
+                                                          : CURL_PREREQFUNC_ABORT;
+        });
     set(CURLOPT_WRITEDATA, this);
     set(
         CURLOPT_WRITEFUNCTION, +[](char* bytes, std::size_t, std::size_t count, void* self) {
@@ -170,6 +216,8 @@ class Attempt {
   void setUpRequest() {
     const std::string& method = request_.method;
     const bool sendsBody = method == "POST" || !request_.body.empty();
+    headEnded_ = false;
+    sentHere_ = false;
     set(CURLOPT_URL, request_.url.c_str());
     set(CURLOPT_HTTPGET, 1L);
     if (method == "HEAD") {
@@ -185,38 +233,49 @@ class Attempt {
     set(CURLOPT_HTTPHEADER, headers_.get());
   }
 
+  /// Called when a connection is ready for the request. libcurl repeats a request by itself if a
+  /// kept connection ends without an answer, although the server may have received it: only an
+  /// idempotent request may be repeated.
+  bool mayBeSent() {
+    sent_ = true;
+    return !std::exchange(sentHere_, true) || isIdempotent(request_.method);
+  }
+
   bool redirects() const {
-    return hasLocation_ && (status_ == 307 || status_ == 308 || (status_ >= 301 && status_ <= 303));
+    const bool byStatus = status_ == 307 || status_ == 308 || (status_ >= 301 && status_ <= 303);
+    curl_header* location = nullptr;
+    return byStatus &&
+           curl_easy_header(handle(), "Location", 0, CURLH_HEADER, -1, &location) == CURLHE_OK &&
+           *location->value != '\0';
   }
 
   std::optional<AttemptEnd> follow() {
     const char* target = nullptr;
     curl_easy_getinfo(handle(), CURLINFO_REDIRECT_URL, &target);
     const std::string url = target ? target : "";
-    const int status = std::exchange(status_, 0);
+    const long status = std::exchange(status_, 0);
     if (!isTransferable(url)) {
       return ended(refused, urlError(unsupportedURL));
     }
     if (isSecure(request_.url) && !isSecure(url)) {
       return ended(refused, urlError(insecureLoadRefused));
     }
-    if (++hops_ > kMostHops) {
+    if (++redirects_ > kMostRedirects) {
       return ended(refused, urlError(httpTooManyRedirects));
     }
-    // As browsers do.
+    // Browsers change the method in the same cases.
     const std::string& method = request_.method;
     if ((status == 303 && method != "HEAD") || (status < 303 && method == "POST")) {
       request_.method = "GET";
       request_.body.clear();
     }
-    // The headers may hold keys of the application, which are for the first host only.
+    // Headers may hold the application's keys, which no other host may see.
     if (!equalIgnoringCase(hostOf(url), firstHost_)) {
       std::erase_if(request_.headers, [](const auto& header) {
         return !equalIgnoringCase(header.first, "Content-Type");
       });
     }
     request_.url = url;
-    headEnded_ = false;
     setUpRequest();
     return std::nullopt;
   }
@@ -233,16 +292,10 @@ class Attempt {
   bool receiveHeader(std::string_view line) {
     if (line.starts_with("HTTP/")) {
       headSize_ = 0;
-      status_ = 0;
-      hasLocation_ = false;
       headEnded_ = false;
-      const std::size_t space = std::min(line.find(' '), line.size() - 1);
-      std::from_chars(line.data() + space + 1, line.data() + line.size(), status_);
     }
+    curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &status_);
     headSize_ += line.size();
-    const std::size_t colon = std::min(line.find(':'), line.size() - 1);
-    hasLocation_ = hasLocation_ || (equalIgnoringCase(line.substr(0, colon), "Location") &&
-                                    !trimmed(line.substr(colon + 1)).empty());
     headEnded_ = headEnded_ || trimmed(line).empty();
     return headSize_ <= kMostHeadBytes;
   }
@@ -250,14 +303,16 @@ class Attempt {
   Easy easy_;
   TransferRequest request_;
   std::string firstHost_;
-  int hops_ = 0;
+  int redirects_ = 0;
   HeaderList headers_;
   int body_;
+  /// Whether this request, or any of the attempt, may have reached a server.
+  bool sentHere_ = false;
+  bool sent_ = false;
   std::error_code fileError_;
-  int status_ = 0;
+  long status_ = 0;
   std::uint64_t size_ = 0;
   std::size_t headSize_ = 0;
-  bool hasLocation_ = false;
   bool headEnded_ = false;
 };
 
@@ -268,25 +323,26 @@ class Attempt {
 extern "C" __attribute__((visibility("default"))) host::AttemptEnd glanceryAttemptTransfer(
     const host::TransferTask& task, int body, std::stop_token stop) {
   static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
+  thread_local const host::Multi multi(curl_multi_init(), curl_multi_cleanup);
   host::Attempt attempt(task, body);
-  const host::Multi multi(curl_multi_init(), curl_multi_cleanup);
   if (ready != CURLE_OK || !multi || !attempt.handle()) {
     return attempt.ended(host::lost, platform::urlError(platform::URLErrorCode::unknown));
   }
-  const std::stop_callback wake(stop, [&] { curl_multi_wakeup(multi.get()); });
+  CURLM* const kept = multi.get();
+  const std::stop_callback wake(stop, [kept] { curl_multi_wakeup(kept); });
   std::optional<host::AttemptEnd> end;
   while (!end && !stop.stop_requested()) {
-    curl_multi_add_handle(multi.get(), attempt.handle());
+    curl_multi_add_handle(kept, attempt.handle());
     const CURLMsg* done = nullptr;
     for (int count = 0; !done && !stop.stop_requested();) {
-      curl_multi_perform(multi.get(), &count);
-      done = curl_multi_info_read(multi.get(), &count);
+      curl_multi_perform(kept, &count);
+      done = curl_multi_info_read(kept, &count);
       if (!done) {
-        curl_multi_poll(multi.get(), nullptr, 0, 1'000'000, nullptr);
+        curl_multi_poll(kept, nullptr, 0, 1'000'000, nullptr);
       }
     }
     const CURLcode result = done ? done->data.result : CURLE_ABORTED_BY_CALLBACK;
-    curl_multi_remove_handle(multi.get(), attempt.handle());
+    curl_multi_remove_handle(kept, attempt.handle());
     end = attempt.finish(result);
   }
   return end.value_or(attempt.ended(host::lost, std::nullopt));

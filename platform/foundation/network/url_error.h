@@ -6,10 +6,9 @@
 
 namespace platform {
 
-// What ends a transfer or makes it wait, by the platform's numbers.
-
 inline constexpr const char* NSURLErrorDomain = "NSURLErrorDomain";
 
+/// Errors of transfers, by the platform's numbers.
 enum class URLErrorCode : std::int64_t {
   unknown = -1,
   cancelled = -999,
@@ -29,7 +28,7 @@ enum class URLErrorCode : std::int64_t {
   cannotWriteToFile = -3003,
 };
 
-/// The error of that number, in the platform's words.
+/// The error with this code and the platform's description of it.
 NSError urlError(URLErrorCode code);
 
 }  // namespace platform

@@ -1,7 +1,7 @@
 #include <netdb.h>
 #include <unistd.h>
 
-// Preloaded into a host, takes the place of the system's name resolution: no name is ever resolved.
+// Preloaded into a host, replaces the system's name resolution by one that never returns.
 extern "C" int getaddrinfo(const char*, const char*, const addrinfo*, addrinfo**) {
   for (;;) {
     ::pause();

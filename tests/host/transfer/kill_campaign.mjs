@@ -1,11 +1,10 @@
-// Kills hosts and extensions at random instants and looks at what is left:
+// Kills hosts and extensions at random instants and checks what they leave:
 //
 //   GLANCERY=build/glancery node tests/host/transfer/kill_campaign.mjs 2000
 //
-// Every round is a day of its own with a user of its own. Two hosts are started, one after the other
-// or both at once, and each is killed or loses its extension. Then the last host of the day carries
-// everything out. A round kills each task at most twice, so that its affirmation always arrives:
-// after three sends the contract is an error instead.
+// Every round is another day with another user. Two hosts are started, in turn or both at once, and
+// each host or its extension is killed. A third host then completes all downloads. A round interrupts
+// each task at most twice, so that its affirmation arrives: after three sends it would be an error.
 import {execFile, spawn} from 'node:child_process';
 import {mkdtempSync, readFileSync, readdirSync, rmSync, symlinkSync} from 'node:fs';
 import http from 'node:http';
@@ -14,30 +13,30 @@ import path from 'node:path';
 import {setTimeout as sleep} from 'node:timers/promises';
 import {promisify} from 'node:util';
 
-const kProgram = path.resolve(process.env.GLANCERY);
-const kKills = Number(process.argv[2] ?? 50);
-const kMostSends = 3;
-const kPatience = 60_000;
-const kCommands = [
+const program = path.resolve(process.env.GLANCERY);
+const wantedKills = Number(process.argv[2] ?? 50);
+const mostSends = 3;
+const longestWait = 60_000;
+const commands = [
   ['timeline', 'AffirmationWidget', '--settle'],
   ['timeline', 'AffirmationWidget'],
   ['app', 'locale-change', '--settle'],
   ['home', '--port', '0'],
 ];
-// A command adds at most one task, whose request tells the language: each command has its own.
-const kLocales = ['es_MX', 'en_US', 'fr_FR'];
-const kLanguages = kLocales.map((locale) => locale.slice(0, 2));
-const kOwnFiles = /^(hosts|transfers\.db(-wal|-shm)?)$/;
+// Each host has its own language, which identifies its task in the request.
+const locales = ['es_MX', 'en_US', 'fr_FR'];
+const languages = locales.map((locale) => locale.slice(0, 2));
+const ownFiles = /^(hosts|transfers\.db(-wal|-shm)?)$/;
 
 const scratch = mkdtempSync(path.join(tmpdir(), 'kill-campaign-'));
 const container = path.join(scratch, 'container');
 const extension = path.join(scratch, 'Glancery.appex');
-symlinkSync(path.join(path.dirname(kProgram), 'Glancery.appex'), extension);
+symlinkSync(path.join(path.dirname(program), 'Glancery.appex'), extension);
 
 const figures = {rounds: 0, hostsKilled: 0, extensionsKilled: 0, leftPending: 0, leftDone: 0, sends: 0};
 const kills = () => figures.hostsKilled + figures.extensionsKilled;
 
-/** How often the server was asked, by user and language. */
+/** The number of requests, by user and language. */
 const asked = new Map();
 const server = http.createServer(async (request, answer) => {
   const chunks = await request.toArray().catch(() => []);
@@ -57,8 +56,8 @@ const server = http.createServer(async (request, answer) => {
 const timesAsked = (uid, language) => asked.get(`${uid} ${language}`) ?? 0;
 
 const glancery = async (...words) => {
-  const options = {timeout: kPatience, killSignal: 'SIGKILL'};
-  return (await promisify(execFile)(kProgram, [...words, '--container', container], options)).stdout;
+  const options = {timeout: longestWait, killSignal: 'SIGKILL'};
+  return (await promisify(execFile)(program, [...words, '--container', container], options)).stdout;
 };
 const json = async (...words) => JSON.parse(await glancery(...words));
 
@@ -68,7 +67,7 @@ function expect(holds, what, seen) {
   }
 }
 
-/** The campaign's hosts and extensions: all of their command lines name its folder. */
+/** The hosts and extensions of this campaign: their command lines name its folder. */
 function processes() {
   return readdirSync('/proc').filter((pid) => {
     try {
@@ -81,7 +80,7 @@ function processes() {
 
 async function untilAllHaveEnded() {
   for (const start = Date.now(); processes().length > 0; await sleep(5)) {
-    expect(Date.now() - start < kPatience, 'processes do not end', processes());
+    expect(Date.now() - start < longestWait, 'processes do not end', processes());
   }
 }
 
@@ -93,7 +92,7 @@ function childrenOf(pid) {
   }
 }
 
-/** False if the process has ended by itself. */
+/** False if the process had ended before. */
 function killed(pid) {
   try {
     return process.kill(pid, 'SIGKILL');
@@ -104,28 +103,28 @@ function killed(pid) {
 }
 
 /** Starts a host and kills it, or its extension, after that many milliseconds. */
-async function shoot(words, after) {
-  const host = spawn(kProgram, words, {stdio: 'ignore'});
+async function runAndKill(words, after) {
+  const host = spawn(program, words, {stdio: 'ignore'});
   const ended = new Promise((resolve) => host.once('exit', resolve));
   await sleep(after);
   const children = Math.random() < 0.5 ? childrenOf(host.pid) : [];
   if (children.some(killed)) {
     ++figures.extensionsKilled;
-    if (words[0] === 'home') {  // It stays until it is ended.
+    if (words[0] === 'home') {  // It would not end by itself.
       await sleep(Math.random() * after);
       host.kill('SIGKILL');
     }
   } else if (host.kill('SIGKILL')) {
     ++figures.hostsKilled;
   }
-  const late = sleep(kPatience, 'late', {ref: false});
+  const late = sleep(longestWait, 'late', {ref: false});
   expect(await Promise.race([ended, late]) !== 'late', 'a host does not end', words);
 }
 
 const stored = (suite) => suite.affirmationData
   ? JSON.parse(Buffer.from(suite.affirmationData.data, 'base64')).text.split(' ')[0] : null;
 
-/** With no process alive: the downloads; a fetch of that day must be one or have its affirmation. */
+/** Waits for all processes to end and returns the downloads. A fetch time needs a download or its affirmation. */
 async function atRest(uid, now, earlier) {
   await untilAllHaveEnded();
   const suite = await json('store', 'dump');
@@ -148,26 +147,26 @@ async function round(span) {
     '--info', `ApiBaseUrl=http://127.0.0.1:${server.address().port}`, '--info', 'ApiKey=k-1',
   ];
   const hosts = [0, 1].map((which) => [
-    ...kCommands[Math.floor(Math.random() * kCommands.length)],
-    '--container', container, ...device, '--locale', kLocales[which],
+    ...commands[Math.floor(Math.random() * commands.length)],
+    '--container', container, ...device, '--locale', locales[which],
   ]);
   await glancery('app', 'sign-in', uid);
   let downloads = [];
   if (Math.random() < 0.5) {
-    await Promise.all(hosts.map((words) => shoot(words, Math.random() * span)));
+    await Promise.all(hosts.map((words) => runAndKill(words, Math.random() * span)));
     downloads = await atRest(uid, now, downloads);
   } else {
     for (const words of hosts) {
-      await shoot(words, Math.random() * span);
+      await runAndKill(words, Math.random() * span);
       downloads = await atRest(uid, now, downloads);
     }
   }
 
-  const before = kLanguages.map((language) => timesAsked(uid, language));
+  const before = languages.map((language) => timesAsked(uid, language));
   const start = Date.now();
-  const {log} = await json('timeline', 'AffirmationWidget', '--settle', '--json', ...device, '--locale', kLocales[2]);
+  const {log} = await json('timeline', 'AffirmationWidget', '--settle', '--json', ...device, '--locale', locales[2]);
   const took = Date.now() - start;
-  const after = kLanguages.map((language) => timesAsked(uid, language));
+  const after = languages.map((language) => timesAsked(uid, language));
   const pending = downloads.filter(({state}) => state === 'pending').length;
   figures.leftPending += pending;
   figures.leftDone += downloads.length - pending;
@@ -179,17 +178,17 @@ async function round(span) {
   const own = after[2];
   expect(saved === downloads.length + own, 'not each download is delivered once', [saved, own, downloads]);
   expect(after[0] + after[1] === before[0] + before[1] + pending && own <= 1,
-    'the last host asks for what is already there, or not at all', [before, after, downloads]);
-  expect(Math.max(...after) <= kMostSends, 'a request is sent too often', after);
-  const files = readdirSync(path.join(container, 'Library/Transfers')).filter((name) => !kOwnFiles.test(name));
+    'the last host repeats a request, or sends none', [before, after, downloads]);
+  expect(Math.max(...after) <= mostSends, 'a request is sent too often', after);
+  const files = readdirSync(path.join(container, 'Library/Transfers')).filter((name) => !ownFiles.test(name));
   expect(files.length === 0, 'files are left behind', files);
   return took;
 }
 
 await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
 try {
-  // The instants follow how long an undisturbed host takes, which depends on the machine's load.
-  for (let span = 300, said = 0; kills() < kKills;) {
+  // The instants of the kills follow how long an undisturbed host takes, which depends on the load.
+  for (let span = 300, said = 0; kills() < wantedKills;) {
     span = 0.8 * span + 0.2 * 1.3 * Math.min(await round(span), 5000);
     if (kills() >= said + 100) {
       said = kills();

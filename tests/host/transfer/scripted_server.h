@@ -16,7 +16,7 @@
 
 namespace world {
 
-/// What a server does once it has a request.
+/// The answer to a request, and what follows it.
 struct Reply {
   enum class After { keep, close, hang };
   std::string bytes;
@@ -31,7 +31,7 @@ inline Reply answer(const std::string& head,
       after};
 }
 
-/// A port on loopback, kept from all others; connections are refused until somebody listens.
+/// A reserved port on loopback; connections are refused until a server listens on it.
 struct LoopbackSocket {
   explicit LoopbackSocket(int wanted = 0)
       : number(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
@@ -56,7 +56,7 @@ struct LoopbackSocket {
   int port = 0;
 };
 
-/// A server on loopback that answers as it is told, a thread a connection.
+/// A server on loopback that answers by a script, with a thread for each connection.
 class ScriptedServer {
  public:
   using Script = std::function<Reply(std::size_t count, const std::string& request)>;
@@ -67,7 +67,7 @@ class ScriptedServer {
     }
     acceptor_ = std::thread([this] { accept(); });
   }
-  /// Gives the replies in turn, the last one for good.
+  /// Sends the replies in order, and the last one to all later requests.
   explicit ScriptedServer(std::vector<Reply> replies, int port = 0)
       : ScriptedServer(
             [replies = std::move(replies)](std::size_t count, const std::string&) {
@@ -84,7 +84,7 @@ class ScriptedServer {
       }
     }
     changed_.notify_all();
-    acceptor_.join();  // It adds the others.
+    acceptor_.join();  // It adds to `threads_`.
     for (std::thread& thread : threads_) {
       thread.join();
     }
@@ -118,7 +118,7 @@ class ScriptedServer {
     }
   }
 
-  /// One request with its body; empty at the end of the connection.
+  /// Reads one request with its body; empty at the end of the connection.
   static std::string read(int connection) {
     std::string bytes;
     std::size_t wanted = std::string::npos;

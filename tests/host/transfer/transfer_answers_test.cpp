@@ -23,11 +23,11 @@ std::string repeated(const std::string& text, int count) {
 
 struct Case {
   const char* name;
-  /// In turn, the last one for good.
+  /// In order; the last one also answers all later requests.
   std::vector<Reply> replies;
   std::string end;
   std::string body = "";
-  /// Failed attempts before that, and all requests that the server saw.
+  /// Failed attempts, and all requests that the server received.
   int failed = 0;
   std::size_t requests = 1;
   friend void PrintTo(const Case& row, std::ostream* out) { *out << row.name; }
@@ -40,18 +40,18 @@ const Case kCases[] = {
     {"plain", {kGood}, "200", "hello"},
     {"onAConnectionThatStaysOpen", {answer("200 OK", "hello", hang)}, "200", "hello"},
     {"withoutALength", {{"HTTP/1.1 200 OK\r\n\r\nhello"}}, "200", "hello"},
-    {"ofTheOldVersion", {{"HTTP/1.0 200 OK\r\n\r\nhello"}}, "200", "hello"},
+    {"version1_0", {{"HTTP/1.0 200 OK\r\n\r\nhello"}}, "200", "hello"},
     {"withoutAReason", {answer("200", "hello")}, "200", "hello"},
     {"empty", {answer("200 OK")}, "200"},
     {"noContent", {{"HTTP/1.1 204 No Content\r\n\r\n", hang}}, "204"},
     {"chunked", {{chunked("2\r\nhe\r\n3\r\nllo\r\n0\r\n\r\n"), hang}}, "200", "hello"},
     {"chunkedWithATrailer", {{chunked("5\r\nhello\r\n0\r\nX-Sum: 1\r\n\r\n"), hang}}, "200", "hello"},
     {"withZeroBytes", {answer("200 OK", std::string("\0\xFF", 2))}, "200", std::string("\0\xFF", 2)},
-    {"announced", {{"HTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\n" + kGood.bytes}}, "200", "hello"},
+    {"earlyHints", {{"HTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\n" + kGood.bytes}}, "200", "hello"},
 
-    // Whatever a server says is an answer.
+    // A complete answer of any status ends the task.
     {"status299", {answer("299 Odd", "hello")}, "299", "hello"},
-    {"status300WithoutAPlace", {answer("300 Choices", "hello")}, "300", "hello"},
+    {"status300WithoutALocation", {answer("300 Choices", "hello")}, "300", "hello"},
     {"status304", {{"HTTP/1.1 304 Not Modified\r\n\r\n", hang}}, "304"},
     {"status401", {answer("401 Unauthorized\r\nWWW-Authenticate: Basic", "no")}, "401", "no"},
     {"status404", {answer("404 Not Found", "nothing")}, "404", "nothing"},
@@ -61,16 +61,16 @@ const Case kCases[] = {
     {"status600", {answer("600 Odd", "hello")}, "600", "hello"},
     {"status999", {answer("999 Odd", "hello")}, "999", "hello"},
 
-    // What may go better another time is tried again.
+    // Lost connections lead to another attempt.
     {"nothingAtAll", {{""}, kGood}, "200", "hello", 1, 2},
     {"cutInTheHead", {{"HTTP/1.1 200 OK\r\nConte"}, kGood}, "200", "hello", 1, 2},
     {"cutInTheBody", {{"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nshort"}, kGood}, "200", "hello", 1, 2},
     {"cutTwice", {{"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nshort"}, {""}, kGood}, "200", "hello", 2, 3},
     {"cutInAChunk", {{chunked("9\r\nshort")}, kGood}, "200", "hello", 1, 2},
-    {"cutBehindAChunk", {{chunked("5\r\nshort\r\n")}, kGood}, "200", "hello", 1, 2},
-    {"cutBehindAnAnnouncement", {{"HTTP/1.1 103 Early Hints\r\n\r\n"}, kGood}, "200", "hello", 1, 2},
+    {"cutAfterAChunk", {{chunked("5\r\nshort\r\n")}, kGood}, "200", "hello", 1, 2},
+    {"cutAfterEarlyHints", {{"HTTP/1.1 103 Early Hints\r\n\r\n"}, kGood}, "200", "hello", 1, 2},
 
-    // Nonsense will stay nonsense.
+    // Invalid answers end the task with an error.
     {"noHTTP", {{"220 mail.example ESMTP\r\n"}}, "-1017"},
     {"emptyLine", {{"\r\n\r\n"}}, "-1017"},
     {"statusOfFourDigits", {{"HTTP/1.1 2000 OK\r\n\r\n"}}, "-1017"},
@@ -79,10 +79,10 @@ const Case kCases[] = {
     {"statusOfLetters", {{"HTTP/1.1 OK 200\r\n\r\n"}}, "-1017"},
     {"unknownVersion", {{"HTTP/9.1 200 OK\r\n\r\nhello"}}, "-1017"},
     {"badChunk", {{chunked("zz\r\nhello\r\n")}, kGood}, "200", "hello", 1, 2},
-    {"redirectsWithoutEnd", {answer("302 Found\r\nLocation: /again", "", keep)}, "-1007", "", 0, 21},
+    {"endlessRedirects", {answer("302 Found\r\nLocation: /again", "", keep)}, "-1007", "", 0, 21},
     {"redirectToAnotherScheme", {answer("302 Found\r\nLocation: ftp://127.0.0.1/x")}, "-1002"},
-    {"redirectToNonsense", {answer("302 Found\r\nLocation: /x"), {"220 mail.example ESMTP\r\n"}}, "-1017", "", 0, 2},
-    {"redirectWithoutAPlace", {answer("302 Found", "hello")}, "302", "hello"},
+    {"redirectToAnotherProtocol", {answer("302 Found\r\nLocation: /x"), {"220 mail.example ESMTP\r\n"}}, "-1017", "", 0, 2},
+    {"redirectWithoutALocation", {answer("302 Found", "hello")}, "302", "hello"},
     {"redirectWithABody", {answer("302 Found\r\nLocation: /x", "moved"), kGood}, "200", "hello", 0, 2},
     {"manyHeaders", {{"HTTP/1.1 200 OK\r\n" + repeated("X: " + std::string(1000, 'x') + "\r\n", 100) + "\r\n"}}, "-1103"},
     {"oneLongHeader", {{"HTTP/1.1 200 OK\r\nX: " + std::string(1 << 20, 'x')}}, "-1103"},
@@ -123,7 +123,7 @@ struct Redirect {
   bool keepsBody;
 };
 
-// The platform's own choice, which is that of browsers.
+// The platform changes the method in the same cases as browsers.
 // clang-format off
 const Redirect kRedirects[] = {
     {301, "GET", "GET", false},  {301, "POST", "GET", false}, {302, "POST", "GET", false},

@@ -15,7 +15,7 @@ namespace {
 using namespace world;
 using enum Reply::After;
 
-/// A host that only transfers, as a process of its own.
+/// A process that only transfers.
 class Worker {
  public:
   Worker(const std::filesystem::path& container, const std::string& url, int count)
@@ -50,7 +50,7 @@ struct Stage {
 const Stage kStages[] = {
     {"added", answer("200 OK", "hello"), "added"},
     {"asked", {"", hang}, ""},
-    {"inTheMidstOfTheBody", {"HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhel", hang}, ""},
+    {"withinTheBody", {"HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhel", hang}, ""},
     {"finished", answer("200 OK", "hello"), "finished"},
 };
 
@@ -70,7 +70,7 @@ TEST_P(Killed, AnotherHostFinishesAndDelivers) {
   }
   Worker second(folder.path(), server.url(), 0);
   const auto [what, id] = second.next();
-  // A result may have been delivered just before the kill, and only then it is not seen again.
+  // The worker may have delivered the result just before the kill.
   if (GetParam().line != "finished") {
     EXPECT_EQ(what, "finished");
     second.await("delivered");
@@ -84,7 +84,7 @@ INSTANTIATE_TEST_SUITE_P(When, Killed, ::testing::ValuesIn(kStages), [](const au
   return std::string(row.param.name);
 });
 
-TEST(Killed, AgainAndAgainAtAnyMomentNothingIsLost) {
+TEST(Killed, ManyTimesAtAnyInstantLosesNothing) {
   ScriptedServer server([](std::size_t, const std::string&) {
     return answer("200 OK", std::string(1000, 'x'), keep);
   });
@@ -96,12 +96,12 @@ TEST(Killed, AgainAndAgainAtAnyMomentNothingIsLost) {
     if (line.first == "added") {
       added.insert(line.second);
     } else if (line.first == "finished") {
-      delivered.insert(line.second);  // What was handed out once counts, whatever is killed then.
+      delivered.insert(line.second);  // Counts as delivered even if the kill follows.
     }
   };
   for (int round = 0; round < 24; ++round) {
     Worker worker(folder.path(), server.url(), 6);
-    // One line later in every round, so that the kill falls into every stage.
+    // Each round kills the worker one line later, so that all stages are met.
     for (int lines = 0; lines < round; ++lines) {
       note(worker.next());
     }

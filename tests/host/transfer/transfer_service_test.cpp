@@ -25,9 +25,9 @@ std::string urlOf(const LoopbackSocket& socket) {
 }
 
 TEST(TransferService, WaitsForAServerWithGrowingPausesThatOutliveTheHost) {
-  const LoopbackSocket nobody;
+  const LoopbackSocket closed;
   Transfers transfers;
-  const auto id = transfers.add({.url = urlOf(nobody)});
+  const auto id = transfers.add({.url = urlOf(closed)});
   std::vector<double> pauses;
   for (int attempt = 1; attempt <= 12; ++attempt) {
     transfers.stepUntilWaiting(id, attempt);
@@ -41,12 +41,12 @@ TEST(TransferService, WaitsForAServerWithGrowingPausesThatOutliveTheHost) {
     transfers.now = transfers.task(id).next;
   }
   EXPECT_THAT(pauses, ElementsAre(1, 2, 4, 8, 16, 32, 64, 128, 256, 512, 900, 900));
-  ScriptedServer server(std::vector{answer("200 OK", "hello")}, nobody.port);
+  ScriptedServer server(std::vector{answer("200 OK", "hello")}, closed.port);
   transfers.settle();
   EXPECT_EQ(endOf(transfers.task(id)), "200");
 }
 
-TEST(TransferService, DoesNotTryBeforeThePauseIsOverWhereverTheClockIsSet) {
+TEST(TransferService, WaitsForTheEndOfThePauseEvenIfTheClockIsSet) {
   ScriptedServer server({Reply{""}, Reply{""}, answer("200 OK")});
   Transfers transfers;
   const auto id = transfers.add({.url = server.url()});
@@ -83,8 +83,7 @@ TEST(TransferService, SilenceEndsAnAttempt) {
   EXPECT_EQ(transfers.body(id), "hello");
 }
 
-/// A server that takes the whole request and then hangs up is asked three times at most, unless the
-/// method may be repeated.
+/// The server reads the whole request and closes the connection without an answer.
 TEST(TransferService, SendsAPostThreeTimesAtMost) {
   for (const auto& [method, sends] : {std::pair("POST", 3u), std::pair("GET", 6u)}) {
     ScriptedServer server({Reply{""}});
@@ -140,8 +139,8 @@ TEST(TransferService, AnAttemptThatAKillInterruptedCountsAsSent) {
 TEST(TransferService, TheResourceLimitEndsATask) {
   ScriptedServer server({Reply{"", hang}});
   Transfers transfers;
-  const LoopbackSocket nobody;
-  const auto refused = transfers.add({.url = urlOf(nobody)});
+  const LoopbackSocket closed;
+  const auto refused = transfers.add({.url = urlOf(closed)});
   const auto silent = transfers.add({.url = server.url(), .timeout = 1e9});
   transfers.stepUntilWaiting(refused);
   server.awaitRequests(1);
@@ -173,7 +172,7 @@ const Unreachable kUnreachable[] = {
     {"http://exa mple/", "-1000", "bad URL"},
 };
 
-TEST(TransferService, RefusesAddressesThatNoTransferCanReach) {
+TEST(TransferService, RefusesUnsupportedURLs) {
   Transfers transfers;
   for (const Unreachable& row : kUnreachable) {
     const auto id = transfers.add({.url = row.url});
@@ -183,10 +182,10 @@ TEST(TransferService, RefusesAddressesThatNoTransferCanReach) {
   }
   const auto id = transfers.add({.url = "http://no-such-host.invalid/"});
   transfers.stepUntilWaiting(id);
-  EXPECT_EQ(transfers.task(id).outcome.error->code, -1003) << "a network may come";
+  EXPECT_EQ(transfers.task(id).outcome.error->code, -1003) << "the network may come back";
 }
 
-TEST(TransferService, RefusesRequestsThatNoMessageCanHold) {
+TEST(TransferService, RefusesInvalidRequests) {
   Transfers transfers;
   const std::pair<TransferRequest, std::string> kRows[] = {
       {{.method = "PO ST"}, "method is not a token: \"PO ST\""},
@@ -229,8 +228,8 @@ TEST(TransferService, CancellingEndsATaskHereAndInAnotherProcess) {
   EXPECT_THAT(transfers.bodies(), IsEmpty());
 }
 
-TEST(TransferService, TwoTasksForOneAddressAreTwoTransfersAtOnce) {
-  // The first is answered only when the second has been asked.
+TEST(TransferService, TwoTasksForOneURLAreTwoTransfersAtOnce) {
+  // The first answer waits for the second request.
   std::atomic<int> asked = 0;
   ScriptedServer server([&](std::size_t count, const std::string&) {
     ++asked;
@@ -324,8 +323,7 @@ TEST(TransferService, ABodyGoesThroughWithoutBeingHeld) {
   });
   Transfers transfers;
   const auto id = transfers.add({.url = server.url()});
-  // The server of the test holds the body, so the peak is not that of the process but its growth
-  // while bytes arrive.
+  // The server of this test holds the body in the same process: only the growth counts.
   server.awaitRequests(0);
   const auto resident = [] {
     std::ifstream in("/proc/self/statm");
@@ -348,17 +346,17 @@ TEST(TransferService, ABodyGoesThroughWithoutBeingHeld) {
   EXPECT_LT(most - std::min(first, most), kSize / 8);
 }
 
-TEST(TransferService, ItsDescriptorTellsWhenThereIsSomethingToDo) {
+TEST(TransferService, ItsDescriptorIsReadableWhenThereIsSomethingToDo) {
   ScriptedServer server({Reply{""}, answer("200 OK")});
   Folder folder;
-  TransferSettings settings;  // With the machine's clock: the pause of a second is waited out.
+  TransferSettings settings;  // With the machine's clock, so that the pause takes a second.
   settings.library = GLANCERY_BUILD "/libglancery_transfer.so";
   TransferService service(folder.path(), settings);
   ASSERT_TRUE(service.add(TransferRequest{.session = "s", .url = server.url()}));
   int wakes = 0;
   while (service.pending() > 0) {
     pollfd wanted = {service.descriptor(), POLLIN, 0};
-    ASSERT_EQ(::poll(&wanted, 1, 20'000), 1) << "nobody would have called step";
+    ASSERT_EQ(::poll(&wanted, 1, 20'000), 1) << "`step` would not be called";
     service.step();
     ++wakes;
   }
@@ -388,11 +386,11 @@ void waitFor(TransferService& service, const std::function<bool()>& done) {
   }
 }
 
-TEST(TransferService, LearnsOfTasksThatAnEndedHostLeftWithoutATimer) {
+TEST(TransferService, TakesOverTasksOfAnEndedHostWithoutATimer) {
   ScriptedServer server({answer("200 OK")});
   Transfers transfers;
   pollfd wanted = {transfers.service().descriptor(), POLLIN, 0};
-  EXPECT_EQ(::poll(&wanted, 1, 100), 0) << "it is idle";
+  EXPECT_EQ(::poll(&wanted, 1, 100), 0) << "nothing is pending";
   {
     TransferService command(transfers.container());
     ASSERT_TRUE(command.add({.session = "s", .url = server.url()}));
@@ -420,7 +418,45 @@ TEST(TransferService, AfterItsDatabaseWasRemovedItSendsNothingAndGoesOn) {
   EXPECT_EQ(endOf(transfers.task(id)), "200");
 }
 
-/// While no file can be written, or none be opened.
+/// A system that can't start a thread for an attempt, as its stack is too large.
+TEST(TransferService, AnAttemptWhoseThreadCannotStartIsRepeatedLater) {
+  ScriptedServer server({answer("200 OK", "hello")});
+  Transfers transfers;
+  const auto id = transfers.add({.url = server.url(), .method = "POST"});
+  pthread_attr_t before;
+  ::pthread_getattr_default_np(&before);
+  pthread_attr_t huge = before;
+  ::pthread_attr_setstacksize(&huge, std::size_t{1} << 47);
+  ::pthread_setattr_default_np(&huge);
+  transfers.service().step();
+  ::pthread_setattr_default_np(&before);
+  EXPECT_EQ(endOf(transfers.task(id)), "pending");
+  EXPECT_EQ(transfers.task(id).attempts, 1);
+  EXPECT_EQ(transfers.task(id).sends, 0);
+  EXPECT_THAT(transfers.task(id).outcome.error->localizedDescription,
+              HasSubstr("can't start a thread: Resource temporarily unavailable"));
+  EXPECT_EQ(server.requests().size(), 0u);
+  transfers.skipPause();
+  transfers.settle();
+  EXPECT_EQ(endOf(transfers.task(id)), "200");
+}
+
+/// libcurl repeats a request by itself if a kept connection ends without an answer.
+TEST(TransferService, APostOnAKeptConnectionIsNotRepeatedByTheLibrary) {
+  for (const auto& [method, attempts] : {std::pair("POST", 1), std::pair("GET", 0)}) {
+    ScriptedServer server({answer("200 OK", "", keep), Reply{""}, answer("200 OK", "hello")});
+    Transfers transfers;
+    transfers.add({.url = server.url()});
+    transfers.settle();
+    const auto id = transfers.add({.url = server.url(), .method = method, .body = "{}"});
+    transfers.settle();
+    EXPECT_EQ(endOf(transfers.task(id)), "200");
+    EXPECT_EQ(transfers.task(id).attempts, attempts) << method;
+    EXPECT_EQ(server.requests().size(), 3u);
+  }
+}
+
+/// No file can be written, or none can be opened.
 TEST(TransferService, SendsNothingWhoseAnswerItCannotStore) {
   const std::pair<__rlimit_resource, const char*> kRows[] = {
       {RLIMIT_FSIZE, "File too large"}, {RLIMIT_NOFILE, "Too many open files"}};

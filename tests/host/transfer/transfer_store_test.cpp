@@ -74,7 +74,7 @@ TEST(TransferStore, AnEndIsKeptOnce) {
   EXPECT_EQ(store.remove(left.task.id), false);
 }
 
-/// Each row damages the database of one download in another way.
+/// Each row damages the database in another way.
 TEST(TransferStore, ADamagedDatabaseIsSetAsideAndReported) {
   const struct {
     std::size_t from;
@@ -85,7 +85,7 @@ TEST(TransferStore, ADamagedDatabaseIsSetAsideAndReported) {
                {60, std::string("\0\0\0\x07", 4), "of another version"}};
   for (const auto& row : kRows) {
     const Left left;
-    // The pages lie in the log until they are moved.
+    // The pages must be in the database, not in its log.
     fs::remove(left.database());
     fs::remove(left.database().string() + "-wal");
     fs::remove(left.database().string() + "-shm");
@@ -108,7 +108,7 @@ TEST(TransferStore, ADamagedDatabaseIsSetAsideAndReported) {
   }
 }
 
-TEST(TransferStore, FilesOfNoTaskGoAtTheNextStart) {
+TEST(TransferStore, FilesOfNoTaskAreRemovedAtTheNextStart) {
   const Left left;
   const fs::path strays[] = {left.body.parent_path() / "77.body",
                              left.body.parent_path() / "77.tmp"};
@@ -122,7 +122,7 @@ TEST(TransferStore, FilesOfNoTaskGoAtTheNextStart) {
   EXPECT_TRUE(fs::exists(left.body));
 }
 
-TEST(TransferStore, ABodyThatIsShortOrGoneIsDownloadedAgain) {
+TEST(TransferStore, AnIncompleteBodyIsDownloadedAgain) {
   for (const char* body : {"hel", ""}) {
     const Left left;
     body[0] ? writeWhole(left.body, body) : void(fs::remove(left.body));
@@ -150,7 +150,7 @@ TEST(TransferStore, EachTaskHasOneHostUntilThatEnds) {
   EXPECT_EQ(second.claim().value().size(), 2u);
 }
 
-TEST(TransferStore, AContainerThatCannotHoldItIsNamed) {
+TEST(TransferStore, AnUnusableContainerIsNamed) {
   const Folder folder;
   writeWhole(folder.path() / "file", "");
   TransferStore nowhere(folder.path() / "file");

@@ -13,7 +13,7 @@ using namespace world;
 
 constexpr const char* kOpenssl = "/usr/bin/openssl";
 
-/// A certificate of localhost's that vouches for itself.
+/// A self-signed certificate for localhost.
 struct Certificate {
   Certificate() {
     const Ran made = run(kOpenssl,
@@ -40,7 +40,7 @@ struct Certificate {
   Certificate(const Certificate&) = delete;
   Certificate& operator=(const Certificate&) = delete;
 
-  /// Whether it counts as an authority from now on.
+  /// Adds it to the trusted authorities or removes it.
   void trust(bool yes) const {
     yes ? ::setenv("SSL_CERT_FILE", file.c_str(), 1) : ::unsetenv("SSL_CERT_FILE");
   }
@@ -50,7 +50,7 @@ struct Certificate {
   std::string key = folder.path() / "key.pem";
 };
 
-TEST(TransferTLS, TrustsNobodyWhomNoAuthorityVouchesFor) {
+TEST(TransferTLS, RefusesCertificatesOfNoTrustedAuthority) {
   const Certificate certificate;
   Child server({kOpenssl,
                 "s_server",
@@ -85,7 +85,7 @@ TEST(TransferTLS, TrustsNobodyWhomNoAuthorityVouchesFor) {
   }
 }
 
-/// Speaks HTTP/2 and nothing older; resets the first stream that asks for /reset.
+/// A server for HTTP/2 only, which resets the first request for /reset.
 constexpr const char* kHTTP2Server = R"(
   const fs = require('fs');
   const [, key, cert] = process.argv.map((name, index) => index && fs.readFileSync(name));

@@ -4,8 +4,8 @@
 
 #include "host/transfer/transfer_service.h"
 
-// A host that does nothing but transfer: adds N tasks for an address, carries them out together
-// with what it finds, and says every step on standard output, a line each. Some test kills it.
+// A host that only transfers: `transfer_worker CONTAINER URL N` adds N tasks, runs them and those
+// it takes over, and prints a line for each step. Tests kill it.
 
 namespace {
 

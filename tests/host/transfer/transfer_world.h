@@ -11,12 +11,12 @@
 
 namespace world {
 
-/// A phone's transfers, with a clock that moves only as it is told.
+/// A transfer service in a container of its own, with a clock that the test sets.
 class Transfers {
  public:
   Transfers() { restart(); }
 
-  /// As after the host was ended: nothing is left but the disk.
+  /// Replaces the service by another one for the same container.
   void restart() {
     service_.reset();
     host::TransferSettings settings;
@@ -33,7 +33,7 @@ class Transfers {
     return id.value_or(0);
   }
 
-  /// Steps until every task has ended, waiting out every pause at once.
+  /// Steps until all tasks have ended; skips the pauses between attempts.
   void settle() {
     while (service_->pending() > 0) {
       service_->step(std::chrono::milliseconds(1));
@@ -46,7 +46,7 @@ class Transfers {
       service_->step(std::chrono::milliseconds(1));
     }
   }
-  /// Puts the clock forward to the next attempt where all tasks wait for theirs.
+  /// Sets the clock to the earliest next attempt.
   void skipPause() {
     double next = 0;
     for (const auto& waiting : host::listTransfers(folder_.path()).tasks) {
@@ -68,7 +68,7 @@ class Transfers {
   std::string body(std::int64_t id) const { return readWhole(bodyFile(id)); }
   const std::filesystem::path& container() const { return folder_.path(); }
   std::filesystem::path folder() const { return folder_.path() / "Library" / "Transfers"; }
-  /// The names of the files beside the database's.
+  /// The names of all files except the database's and `hosts`.
   std::vector<std::string> bodies() const {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(folder())) {
