@@ -26,7 +26,6 @@ struct AppOptions {
   bool settle = false;
 };
 
-/// The change of the locale is the one thing here that the extension itself hears of.
 void changeLocale(const AppOptions& options) {
   WidgetHost host(settle(options.device));
   host.changeLocale();
@@ -38,72 +37,41 @@ void changeLocale(const AppOptions& options) {
   }
 }
 
-CLI::App* addAction(CLI::App& app,
-                    const std::string& name,
-                    const std::string& description,
-                    const std::shared_ptr<AppOptions>& options,
-                    const std::function<void(const AppOptions&)>& action) {
-  CLI::App* command = app.add_subcommand(name, description);
-  options->device.addSuiteOptions(*command);
-  command->callback([options, action] {
-    settleSuite(options->device);
-    action(*options);
-  });
-  return command;
-}
-
 }  // namespace
 
 void addAppCommand(CLI::App& app) {
-  CLI::App* group =
-      app.add_subcommand("app", "Plays the host app: writes what it would write into the suite");
+  CLI::App* group = app.add_subcommand("app", "Writes to the suite as the host app would");
   group->require_subcommand(1);
+  auto options = std::make_shared<AppOptions>();
+  const auto add = [&](const char* name, const char* description, const auto& action) {
+    return addSuiteCommand(*group, name, description, options->device, action);
+  };
 
-  auto signInOptions = std::make_shared<AppOptions>();
-  addAction(*group,
-            "sign-in",
-            "Signs a user in",
-            signInOptions,
-            [](const AppOptions& options) { signIn(options.uid); })
-      ->add_option("UID", signInOptions->uid, "The user's identifier")
+  add("sign-in", "Signs a user in", [options] { signIn(options->uid); })
+      ->add_option("UID", options->uid, "The user's identifier")
       ->required();
 
-  addAction(*group,
-            "sign-out",
-            "Signs the user out",
-            std::make_shared<AppOptions>(),
-            [](const AppOptions&) { signOut(); });
+  add("sign-out", "Signs the user out", [] { signOut(); });
 
-  auto streakOptions = std::make_shared<AppOptions>();
-  CLI::App* streak =
-      addAction(*group,
-                "streak",
-                "Records the streak of active days",
-                streakOptions,
-                [](const AppOptions& options) {
-                  recordStreak(options.count, instantOf(options.lastActive, "--last-active"));
-                });
-  streak->add_option("N", streakOptions->count, "Days in a row")->required();
-  streak->add_option("--last-active",
-                     streakOptions->lastActive,
-                     "The last active moment, ISO 8601 (default: now)");
+  CLI::App* streak = add("streak", "Records the streak of active days", [options] {
+    recordStreak(options->count, instantOf(options->lastActive, "--last-active"));
+  });
+  streak->add_option("N", options->count, "Days in a row")->required();
+  streak->add_option(
+      "--last-active", options->lastActive, "The last active instant, ISO 8601 (default: now)");
 
-  auto moodOptions = std::make_shared<AppOptions>();
-  CLI::App* mood =
-      addAction(*group, "mood", "Records the mood of a day", moodOptions, [](const auto& options) {
-        recordNamedMood(options.mood, options.day);
-      });
-  mood->add_option("NAME", moodOptions->mood, "veryBad, bad, neutral, well or veryWell")
-      ->required();
-  mood->add_option("--day", moodOptions->day, "The day, such as 2026-03-05 (default: today)");
-  moodOptions->device.addCalendarOptions(*mood);
+  CLI::App* mood = add("mood", "Records the mood of a day", [options] {
+    recordNamedMood(options->mood, options->day);
+  });
+  mood->add_option("NAME", options->mood, "veryBad, bad, neutral, well or veryWell")->required();
+  mood->add_option("--day", options->day, "The day, such as 2026-03-05 (default: today)");
+  options->device.addCalendarOptions(*mood);
 
-  auto localeOptions = std::make_shared<AppOptions>();
   CLI::App* locale = group->add_subcommand(
-      "locale-change", "Tells a running extension that the device's locale is now --locale");
-  localeOptions->device.addTo(*locale);
-  locale->add_flag("--settle", localeOptions->settle, "Wait until every download was delivered");
-  locale->callback([localeOptions] { changeLocale(*localeOptions); });
+      "locale-change", "Notifies a running extension that the device's locale is now --locale");
+  options->device.addTo(*locale);
+  locale->add_flag("--settle", options->settle, "Wait until all downloads are delivered");
+  locale->callback([options] { changeLocale(*options); });
 }
 
 }  // namespace host

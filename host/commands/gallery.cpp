@@ -9,18 +9,6 @@
 
 namespace host {
 
-namespace {
-
-std::string familyList(const GalleryItem& item) {
-  std::string list;
-  for (const platform::WidgetFamily family : item.families) {
-    list += (list.empty() ? "" : ", ") + std::string(nameOf(family));
-  }
-  return list;
-}
-
-}  // namespace
-
 void addGalleryCommand(CLI::App& app) {
   auto options = std::make_shared<DeviceOptions>();
   auto json = std::make_shared<bool>(false);
@@ -35,8 +23,10 @@ void addGalleryCommand(CLI::App& app) {
       return;
     }
     for (const GalleryItem& item : gallery) {
-      std::cout << item.kind << " (" << familyList(item) << ")\n  " << item.displayName << "\n  "
-                << item.description << '\n';
+      std::cout << item.kind << " ("
+                << listOf(item.families,
+                          [](platform::WidgetFamily family) { return nameOf(family); })
+                << ")\n  " << item.displayName << "\n  " << item.description << '\n';
     }
   });
 }

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/foundation/text/base64.h"
+#include "platform/support/utf8.h"
 
 namespace host {
 
@@ -15,7 +16,7 @@ using Json = nlohmann::ordered_json;
 Json toJson(const Value& value);
 Json toJson(const MirroredField& field);
 
-/// The members of a dictionary, a record or an entry, in their order.
+/// The members of a dictionary, record or entry, in order.
 Json toObject(const auto& members) {
   Json json = Json::object();
   for (const auto& [name, value] : members) {
@@ -71,12 +72,44 @@ Json timelineObject(const std::string& kind,
   return {{"kind", kind}, {"entries", entries}, {"policy", policy}, {"log", log}};
 }
 
-// Whatever bytes a program printed as its log, the JSON around them stays valid.
+// A log may contain bytes that are not valid UTF-8: they are replaced.
 std::string printed(const Json& json) {
   return json.dump(2, ' ', false, Json::error_handler_t::replace);
 }
 
+std::string isoDate(double seconds) {
+  return Date::since1970(seconds).iso8601();
+}
+
+Json toJson(const TransferTask& task) {
+  const auto& [error, status, size] = task.outcome;
+  const bool waits = task.ended == 0 && task.attempts > 0;
+  return {{"id", task.id},
+          {"session", excerpt(task.request.session)},
+          {"method", task.request.method},
+          {"url", excerpt(task.request.url, kLongestURL)},
+          {"state", nameOf(task.state())},
+          {"hosted", task.hosted},
+          {"created", isoDate(task.created)},
+          {"attempts", task.attempts},
+          {"sends", task.sends},
+          {"nextAttempt", waits ? Json(isoDate(task.next)) : Json()},
+          {"status", status ? Json(*status) : Json()},
+          {"bytes", status ? Json(size) : Json()},
+          {"error",
+           error ? Json{{"domain", error->domain},
+                        {"code", error->code},
+                        {"description", error->localizedDescription}}
+                 : Json()},
+          {"undelivered", task.undelivered.empty() ? Json() : Json(excerpt(task.undelivered))}};
+}
+
 }  // namespace
+
+const char* nameOf(TransferState state) {
+  constexpr const char* kNames[] = {"pending", "done", "failed"};
+  return kNames[std::to_underlying(state)];
+}
 
 std::string valueJSON(const Value& value) {
   return printed(toJson(value));
@@ -121,6 +154,14 @@ std::string galleryJSON(const std::vector<GalleryItem>& gallery) {
                     {"families", families}});
   }
   return printed(json);
+}
+
+std::string downloadsJSON(const TransferListing& listing) {
+  Json downloads = Json::array();
+  for (const TransferTask& task : listing.tasks) {
+    downloads.push_back(toJson(task));
+  }
+  return printed({{"downloads", downloads}, {"damaged", listing.damaged}});
 }
 
 }  // namespace host

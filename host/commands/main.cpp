@@ -1,4 +1,7 @@
+#include <algorithm>
+#include <functional>
 #include <iostream>
+#include <memory>
 
 #include <CLI/CLI.hpp>
 
@@ -7,10 +10,13 @@
 #include "host/commands/man_pages.h"
 #include "host/commands/version.h"
 #include "host/phone/command_error.h"
+#include "host/phone/device_options.h"
+
+namespace host {
 
 namespace {
 
-/// A word where only the name of a command can stand is one, or is named in an error.
+/// Names a word that stands where only a command can, and is not one.
 void checkCommandName(const CLI::App& app, int argc, char** argv) {
   const CLI::App* group = &app;
   for (int index = 1; index < argc && argv[index][0] != '-'; ++index) {
@@ -18,16 +24,13 @@ void checkCommandName(const CLI::App& app, int argc, char** argv) {
     if (commands.empty()) {
       return;
     }
-    std::string names;
-    const CLI::App* next = nullptr;
-    for (const CLI::App* command : commands) {
-      names += (names.empty() ? "" : ", ") + command->get_name();
-      next = command->get_name() == argv[index] ? command : next;
+    const auto found = std::ranges::find(commands, argv[index], &CLI::App::get_name);
+    if (found == commands.end()) {
+      throw wrongValue("unknown command",
+                       argv[index],
+                       "give one of " + listOf(commands, std::mem_fn(&CLI::App::get_name)));
     }
-    if (!next) {
-      throw host::wrongValue("no command", argv[index], "give one of " + names);
-    }
-    group = next;
+    group = *found;
   }
 }
 
@@ -38,26 +41,41 @@ void addReferenceCommands(CLI::App& app) {
   const auto shell = std::make_shared<std::string>();
   completion->add_option("SHELL", *shell, "bash, zsh or fish")->required();
   completion->callback([shell] {
-    const std::string script = host::completionScript(*shell);
+    const std::string script = completionScript(*shell);
     if (script.empty()) {
-      throw host::wrongValue("SHELL", *shell, "give bash, zsh or fish");
+      throw wrongValue("SHELL", *shell, "give bash, zsh or fish");
     }
     std::cout << script;
   });
   CLI::App* man = app.add_subcommand("man", "Writes a manual page for each command");
   const auto folder = std::make_shared<std::string>();
   man->add_option("-o,--output", *folder, "Folder for the pages")->required();
-  man->callback([&app, folder] { host::writeManPages(app, *folder); });
+  man->callback([&app, folder] { writeManPages(app, *folder); });
 }
 
 }  // namespace
 
+CLI::App* addSuiteCommand(CLI::App& group,
+                          const char* name,
+                          const char* description,
+                          DeviceOptions& device,
+                          const std::function<void()>& action) {
+  CLI::App* command = group.add_subcommand(name, description);
+  device.addSuiteOptions(*command);
+  command->callback([&device, action] {
+    settleSuite(device);
+    action();
+  });
+  return command;
+}
+
+}  // namespace host
+
 int main(int argc, char** argv) {
-  CLI::App app("Glancery's widget host: what a phone would be around the widget extension.",
-               "glancery");
+  CLI::App app("Glancery's widget host: runs the widget extension as a phone would.", "glancery");
   app.require_subcommand(1);
   app.footer(
-      "Exit status: 0 done, 1 it could not be done, 2 wrong usage, 3 a comparison differed.\n"
+      "Exit status: 0 success, 1 failure, 2 wrong usage, 3 a comparison differs.\n"
       "Every command has --help.");
   host::addGalleryCommand(app);
   host::addProviderCommands(app);
@@ -69,7 +87,7 @@ int main(int argc, char** argv) {
   host::addDownloadsCommand(app);
   host::addApiCommand(app);
   host::addHomeCommand(app);
-  addReferenceCommands(app);
+  host::addReferenceCommands(app);
   app.set_version_flag("--version", host::version());
   if (argc > 1 && std::string_view(argv[1]) == "--complete") {
     for (const std::string& word : host::completions(app, {argv + 2, argv + argc})) {
@@ -78,16 +96,16 @@ int main(int argc, char** argv) {
     return host::kDone;
   }
   try {
-    checkCommandName(app, argc, argv);
+    host::checkCommandName(app, argc, argv);
     app.parse(argc, argv);
     std::cout.flush();
     if (!std::cout) {
-      throw host::CommandError("standard output can't be written");
+      throw host::CommandError("can't write to standard output");
     }
     return host::kDone;
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) {
-      return app.exit(error);  // Help was asked for.
+      return app.exit(error);  // --help or --version
     }
     std::cerr << "glancery: " << error.what() << " (see --help)\n";
     return host::kWrongUsage;

@@ -7,7 +7,6 @@
 
 #include "host/commands/commands.h"
 #include "host/commands/json_output.h"
-#include "host/commands/provider_request.h"
 #include "host/phone/command_error.h"
 #include "host/phone/widget_host.h"
 
@@ -43,51 +42,35 @@ void printTimeline(const std::string& kind, const ArchivedTimeline& timeline) {
             << '\n';
 }
 
-void printLog(const std::vector<std::string>& log) {
-  for (const std::string& line : log) {
-    std::cout << line << '\n';
+void provide(ProvideRequest::What what, const ProviderOptions& options) {
+  const bool isTimeline = what == ProvideRequest::What::timeline;
+  WidgetHost host(settle(options.device));
+  std::vector<LoggedTimeline> answers;
+  const auto ask = [&] {
+    const std::size_t before = host.log().size();
+    ArchivedTimeline timeline = host.provide(what, options.kind);
+    const std::vector<std::string> log = host.log();
+    answers.push_back(
+        {std::move(timeline), {log.begin() + static_cast<std::ptrdiff_t>(before), log.end()}});
+  };
+  ask();
+  if (options.settle) {
+    host.settleDownloads(options.kind, std::chrono::seconds(options.longest), ask);
   }
-}
-
-void printAnswer(ProvideRequest::What what,
-                 const ProviderOptions& options,
-                 const ArchivedTimeline& timeline,
-                 const std::vector<std::string>& log) {
-  const bool planned = what == ProvideRequest::What::timeline;
+  const ArchivedTimeline& first = answers.front().timeline;
   if (options.json) {
-    std::cout << (planned ? timelineJSON(options.kind, timeline, log)
-                          : entryJSON(options.kind, timeline.entries.front(), log))
+    std::cout << (options.settle ? settledJSON(options.kind, answers, host.log())
+                  : isTimeline   ? timelineJSON(options.kind, first, host.log())
+                                 : entryJSON(options.kind, first.entries.front(), host.log()))
               << '\n';
     return;
   }
-  if (planned) {
-    printTimeline(options.kind, timeline);
-  } else {
-    printEntry(timeline.entries.front());
+  for (const LoggedTimeline& answer : answers) {
+    isTimeline ? printTimeline(options.kind, answer.timeline) : printEntry(first.entries.front());
   }
-  printLog(log);
-}
-
-/// Asks, downloads, and asks again for as long as reloads are requested.
-void printSettled(WidgetHost& host, const ProviderOptions& options) {
-  std::vector<LoggedTimeline> timelines;
-  const auto ask = [&] {
-    const std::size_t before = host.log().size();
-    LoggedTimeline logged{host.provide(ProvideRequest::What::timeline, options.kind), {}};
-    const auto lines = host.log();
-    logged.log.assign(lines.begin() + static_cast<std::ptrdiff_t>(before), lines.end());
-    timelines.push_back(std::move(logged));
-  };
-  ask();
-  host.settleDownloads(options.kind, std::chrono::seconds(options.longest), ask);
-  if (options.json) {
-    std::cout << settledJSON(options.kind, timelines, host.log()) << '\n';
-    return;
+  for (const std::string& line : host.log()) {
+    std::cout << line << '\n';
   }
-  for (const LoggedTimeline& logged : timelines) {
-    printTimeline(options.kind, logged.timeline);
-  }
-  printLog(host.log());
 }
 
 }  // namespace
@@ -104,26 +87,20 @@ void addProviderCommands(CLI::App& app) {
   for (const char* name : kRequestNames) {
     const auto what = requestNamed(name);
     auto options = std::make_shared<ProviderOptions>();
-    CLI::App* command = app.add_subcommand(
-        name, "Asks a widget's provider for its " + std::string(name) + " and prints the answer");
+    CLI::App* command =
+        app.add_subcommand(name, "Prints the " + std::string(name) + " of a widget's provider");
     command->add_option("KIND", options->kind, "The widget, as gallery lists it")->required();
     command->add_flag("--json", options->json, "Print JSON");
     options->device.addTo(*command);
     if (what == ProvideRequest::What::timeline) {
-      command->add_flag("--settle", options->settle, "Wait until every download was delivered");
-      command->add_option("--for", options->longest, "Seconds that --settle waits at most")
+      command->add_flag("--settle",
+                        options->settle,
+                        "Wait until all downloads are delivered, and ask again for each reload");
+      command->add_option("--for", options->longest, "The longest wait of --settle, in seconds")
           ->check(CLI::Range(1, 86400))
           ->capture_default_str();
     }
-    command->callback([options, what] {
-      WidgetHost host(settle(options->device));
-      if (options->settle) {
-        printSettled(host, *options);
-        return;
-      }
-      const ArchivedTimeline timeline = host.provide(what, options->kind);
-      printAnswer(what, *options, timeline, host.log());
-    });
+    command->callback([options, what] { provide(what, *options); });
   }
 }
 

@@ -7,7 +7,6 @@
 #include <CLI/CLI.hpp>
 
 #include "host/commands/commands.h"
-#include "host/commands/provider_request.h"
 #include "host/phone/command_error.h"
 #include "host/phone/screens.h"
 #include "host/phone/widget_host.h"
@@ -39,8 +38,8 @@ const ArchivedEntry& chosenEntry(const ArchivedTimeline& timeline,
   return timeline.entries[index];
 }
 
-/// The file's bytes, in the form that its ending names.
-std::string picture(WidgetHost& host, const DisplayList& list, const std::string& ending) {
+/// The bytes of the file, in the format of its extension.
+std::string encoded(WidgetHost& host, const DisplayList& list, const std::string& ending) {
   if (ending == ".json") {
     return displayListJSON(list) + "\n";
   }
@@ -69,13 +68,12 @@ void render(const RenderOptions& options) {
   const ArchivedTimeline timeline = host.provide(what, options.kind);
   const ArchivedEntry& entry = chosenEntry(timeline, options.entry);
   const DisplayList list = host.display(entry, host.familyOf(options.kind));
-  const std::string bytes = picture(host, list, ending);
+  const std::string bytes = encoded(host, list, ending);
   if (const auto error = writeFile(options.output, bytes)) {
-    throw CommandError(options.output + " can't be written: " + error.message());
+    throw CommandError("can't write " + options.output + ": " + error.message());
   }
   for (const std::string& name : host.renderer().missingImages()) {
-    std::cerr << "glancery: the bundle has no picture \"" << name
-              << "\"; nothing was drawn there\n";
+    std::cerr << "glancery: the bundle has no image \"" << name << "\"; nothing was drawn there\n";
   }
 }
 
@@ -84,14 +82,14 @@ void render(const RenderOptions& options) {
 void addRenderCommand(CLI::App& app) {
   auto options = std::make_shared<RenderOptions>();
   CLI::App* command =
-      app.add_subcommand("render", "Draws what a widget shows now: a picture or a display list");
+      app.add_subcommand("render", "Draws a widget as it is shown now: an image or a display list");
   command->add_option("KIND", options->kind, "The widget, as gallery lists it")->required();
   command->add_option("-o,--output", options->output, "FILE.png, FILE.svg or FILE.json")
       ->required();
   command->add_option("--of", options->of, "placeholder, snapshot or timeline")
       ->capture_default_str();
   command->add_option(
-      "--entry", options->entry, "Place in the timeline, from 0 (default: the one shown now)");
+      "--entry", options->entry, "Index in the timeline, from 0 (default: the entry shown now)");
   options->device.addTo(*command);
   command->callback([options] { render(*options); });
 }

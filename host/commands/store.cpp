@@ -32,10 +32,10 @@ std::optional<Number> parseNumber(const std::string& text) {
   return error == std::errc() && rest == end ? std::optional(number) : std::nullopt;
 }
 
-/// The value that a word means under a type.
+/// How a type is written on the command line.
 struct ValueType {
   const char* name;
-  const char* right;
+  const char* format;
   std::optional<Value> (*parse)(const std::string& text);
 };
 
@@ -73,11 +73,7 @@ constexpr ValueType kValueTypes[] = {
 };
 
 std::string typeNames() {
-  std::string names;
-  for (const ValueType& type : kValueTypes) {
-    names += (names.empty() ? "" : ", ") + std::string(type.name);
-  }
-  return names;
+  return listOf(kValueTypes, [](const ValueType& type) { return type.name; });
 }
 
 Value valueOf(const StoreOptions& options) {
@@ -88,18 +84,15 @@ Value valueOf(const StoreOptions& options) {
     auto value = type.parse(options.value);
     if (!value) {
       throw wrongValue(
-          "VALUE", options.value, "a value of type " + options.type + " is " + type.right);
+          "VALUE", options.value, "a value of type " + options.type + " is " + type.format);
     }
     return *std::move(value);
   }
   throw wrongValue("--type", options.type, "give one of " + typeNames());
 }
 
-CommandError unknownKey(const Dictionary& all, const std::string& key) {
-  std::string keys;
-  for (const auto& [known, value] : all) {
-    keys += (keys.empty() ? "" : ", ") + known;
-  }
+CommandError unknownKey(const Dictionary& suite, const std::string& key) {
+  const std::string keys = listOf(suite, [](const auto& member) { return member.first; });
   return CommandError("no value under the key \"" + key + "\": the suite holds " +
                       (keys.empty() ? "nothing" : keys));
 }
@@ -122,7 +115,7 @@ void set(const StoreOptions& options) {
 }
 
 void remove(const StoreOptions& options) {
-  readSharedSuite();  // A damaged suite is reported, and not set aside: there is nothing to delete.
+  readSharedSuite();  // Reports a damaged suite, which saving would set aside.
   saveSharedSuite([&](Dictionary& suite) {
     if (!suite.remove(options.key)) {
       throw unknownKey(suite, options.key);
@@ -135,37 +128,27 @@ void dump(const StoreOptions&) {
   std::cout << valueJSON(readSharedSuite()) << '\n';
 }
 
-/// Adds one of the group's commands; those with a key take it as their first word.
-CLI::App* addAction(CLI::App& group,
-                    const char* name,
-                    const char* description,
-                    bool takesKey,
-                    const std::shared_ptr<StoreOptions>& options,
-                    void (*action)(const StoreOptions&)) {
-  CLI::App* command = group.add_subcommand(name, description);
-  if (takesKey) {
-    command->add_option("KEY", options->key, "The value's key")->required();
-  }
-  options->device.addSuiteOptions(*command);
-  command->callback([options, action] {
-    settleSuite(options->device);
-    action(*options);
-  });
-  return command;
-}
-
 }  // namespace
 
 void addStoreCommand(CLI::App& app) {
   CLI::App* group = app.add_subcommand("store", "Reads and writes the shared suite by key");
   group->require_subcommand(1);
-  addAction(*group, "get", "Prints a value", true, std::make_shared<StoreOptions>(), get);
-  addAction(*group, "delete", "Removes a value", true, std::make_shared<StoreOptions>(), remove);
-  addAction(*group, "dump", "Prints every value", false, std::make_shared<StoreOptions>(), dump);
-
   auto options = std::make_shared<StoreOptions>();
-  CLI::App* setCommand = addAction(*group, "set", "Stores a value", true, options, set);
-  setCommand->add_option("VALUE", options->value, "The value, as its type words it")->required();
+  const auto add = [&](const char* name, const char* description, auto action) {
+    return addSuiteCommand(
+        *group, name, description, options->device, [options, action] { action(*options); });
+  };
+  const auto addWithKey = [&](const char* name, const char* description, auto action) {
+    CLI::App* command = add(name, description, action);
+    command->add_option("KEY", options->key, "The key of the value")->required();
+    return command;
+  };
+  addWithKey("get", "Prints a value", get);
+  addWithKey("delete", "Removes a value", remove);
+  add("dump", "Prints every value", dump);
+  CLI::App* setCommand = addWithKey("set", "Stores a value", set);
+  setCommand->add_option("VALUE", options->value, "The value, written as its type requires")
+      ->required();
   setCommand->add_option("--type", options->type, "One of " + typeNames())->capture_default_str();
 }
 

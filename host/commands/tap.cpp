@@ -38,7 +38,7 @@ void tap(const TapOptions& options) {
     point = parsePoint(options.point);
     if (!point) {
       throw wrongValue(
-          "POINT", options.point, "give points from the widget's top left, such as 40,79");
+          "POINT", options.point, "give X,Y in points from the top left, such as 40,79");
     }
   }
   WidgetHost host(settle(options.device));
@@ -65,8 +65,8 @@ void tap(const TapOptions& options) {
 
 void addTapCommand(CLI::App& app) {
   auto options = std::make_shared<TapOptions>();
-  CLI::App* command =
-      app.add_subcommand("tap", "Prints the deep link that a tap on a widget opens, or nothing");
+  CLI::App* command = app.add_subcommand(
+      "tap", "Prints the deep link that a tap on a widget opens; nothing if there is none");
   command->add_option("KIND", options->kind, "The widget, as gallery lists it")->required();
   command->add_option(
       "POINT", options->point, "X,Y in points from the top left (default: the middle)");

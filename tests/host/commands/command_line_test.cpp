@@ -35,7 +35,7 @@ TEST(CommandLine, TheGalleryIsInOrderAndInTheUsersLanguage) {
   EXPECT_NE(gallery, json(phone.glancery({"gallery", "--json", "--locale", "fr_FR"})));
 }
 
-TEST(CommandLine, AStreakGoesInAndItsTimelineComesOut) {
+TEST(CommandLine, AStoredStreakIsInTheTimeline) {
   const Phone phone;
   const Words timeline = {"timeline",
                           "StreakWidget",
@@ -64,7 +64,7 @@ TEST(CommandLine, AStreakGoesInAndItsTimelineComesOut) {
       "[StreakProvider] Maintained Today. Index updated: 0 -> 1.",
       "[StreakProvider] Timeline generated. Entry: Count=12, Bg=streakBg_success1, Type=successCounter, ShowTimeText=false, Flame=flame. Next update: 2024-03-05 18:00:00 +0000"]
   })"));
-  // In the order in which a reader expects them.
+  // The order of the members counts as well.
   EXPECT_EQ(first.dump().substr(0, 24), R"({"kind":"StreakWidget",")");
   EXPECT_EQ(json(phone.glancery(timeline))["entries"][0]["backgroundImageName"],
             "streakBg_success2");
@@ -77,7 +77,7 @@ TEST(CommandLine, AStreakGoesInAndItsTimelineComesOut) {
   EXPECT_THAT(plist.out, HasSubstr("<date>2024-03-05T16:00:00Z</date>"));
 }
 
-TEST(CommandLine, SamplesAreOneEntryWithoutAPolicy) {
+TEST(CommandLine, PlaceholderAndSnapshotAreOneEntryWithoutAPolicy) {
   const Phone phone;
   const Json placeholder = json(phone.glancery({"placeholder", "StreakWidget", "--json"}));
   EXPECT_EQ(placeholder["entry"]["displayStreakCount"], 5);
@@ -128,12 +128,12 @@ TEST(CommandLine, RendersPicturesAndDisplayLists) {
   };
   EXPECT_EQ(dimension(16), 474);
   EXPECT_EQ(dimension(20), 474);
-  EXPECT_EQ(png, render("again.png", {})) << "the same picture twice is the same bytes";
+  EXPECT_EQ(png, render("again.png", {})) << "the same image is the same bytes";
   EXPECT_NE(png, render("snapshot.png", {"--of", "snapshot"}));
   EXPECT_THAT(render("picture.svg", {}), HasSubstr("<svg"));
 }
 
-TEST(CommandLine, APictureThatTheBundleLacksIsSaidAndTheRestDrawn) {
+TEST(CommandLine, AMissingImageIsReportedAndTheRestIsDrawn) {
   const Phone phone;
   phone.glancery({"app", "streak", "3", "--last-active", "2024-03-05T10:00:00Z"});
   phone.glancery({"store", "set", glancery::kSuccessImageIndexKey, "-3", "--type", "integer"});
@@ -146,13 +146,12 @@ TEST(CommandLine, APictureThatTheBundleLacksIsSaidAndTheRestDrawn) {
                                   "--time-zone",
                                   "UTC"});
   EXPECT_EQ(ran.status, 0);
-  EXPECT_EQ(
-      ran.err,
-      "glancery: the bundle has no picture \"streakBg_success-2\"; nothing was drawn there\n");
+  EXPECT_EQ(ran.err,
+            "glancery: the bundle has no image \"streakBg_success-2\"; nothing was drawn there\n");
   EXPECT_TRUE(std::filesystem::exists(phone.file("a.png")));
 }
 
-TEST(CommandLine, EveryLineOfTheStreakFitsTheSmallestPhoneBesideTwoDigits) {
+TEST(CommandLine, TheStreakTextFitsTheSmallestPhoneBesideTwoDigits) {
   const Phone phone;
   phone.glancery({"app", "streak", "28", "--last-active", "2024-03-04T12:00:00Z"});
   const std::string file = phone.file("list.json").string();
@@ -340,7 +339,7 @@ TEST(CommandLine, AContainerThatIsAFileIsNamed) {
   EXPECT_THAT(ran.err, HasSubstr(phone.container().string()));
 }
 
-TEST(CommandLine, ASuiteThatCantBeOpenedStillGivesATimeline) {
+TEST(CommandLine, AnUnreadableSuiteStillGivesATimeline) {
   const Phone phone;
   std::filesystem::create_directories(phone.suiteFile());
   const Json timeline = json(phone.glancery({"timeline", "StreakWidget", "--json"}));
@@ -349,7 +348,7 @@ TEST(CommandLine, ASuiteThatCantBeOpenedStillGivesATimeline) {
   EXPECT_EQ(phone.glancery({"store", "dump"}).status, 1);
 }
 
-TEST(CommandLine, TheOverflowThatStopsTheExtensionIsReported) {
+TEST(CommandLine, AnOverflowInTheExtensionIsReported) {
   const Phone phone;
   phone.glancery({"app", "streak", "3", "--last-active", "2024-03-05T10:00:00Z"});
   phone.glancery({"store",
@@ -382,7 +381,7 @@ TEST(CommandLine, EveryCommandHasHelp) {
   }
 }
 
-TEST(CommandLine, TheExtensionAloneSaysWhatItIs) {
+TEST(CommandLine, TheExtensionStartedByHandSaysWhatItIs) {
   const Ran ran = run(std::string(GLANCERY_BUILD) + "/Glancery.appex/Glancery", {});
   EXPECT_EQ(ran.status, 2);
   EXPECT_THAT(ran.err, HasSubstr("a widget host starts it"));

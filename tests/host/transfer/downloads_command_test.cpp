@@ -19,11 +19,11 @@ using platform::urlError;
 using platform::URLErrorCode;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
-using Json = nlohmann::json;
+using Json = nlohmann::ordered_json;
 
 constexpr double kCreated = 1'700'000'000;
 
-/// What a host that has ended left: a task in each state.
+/// A task in each state, left by a host that has ended.
 struct Left {
   Left() {
     std::filesystem::create_directories(phone.container());
@@ -54,13 +54,17 @@ TEST(DownloadsCommand, ListsWhatIsPendingDoneAndFailedAndWhy) {
   const Left left;
   const Json list = left.list();
   ASSERT_EQ(list["downloads"].size(), 3u);
-  EXPECT_EQ(list["downloads"][0], Json::parse(R"({
+  // Compared as texts: the order of the members counts.
+  EXPECT_EQ(list["downloads"][0].dump(),
+            Json::parse(R"({
     "id": 1, "session": "s", "method": "POST", "url": "http://x/�",
     "state": "pending", "hosted": false, "created": "2023-11-14T22:13:20.000Z",
-    "attempts": 2, "nextAttempt": "2023-11-14T22:14:20.000Z", "status": null, "bytes": null,
+    "attempts": 2, "sends": 0, "nextAttempt": "2023-11-14T22:14:20.000Z", "status": null,
+    "bytes": null,
     "error": {"domain": "NSURLErrorDomain", "code": -1004,
-              "description": "Could not connect to the server."}, "undelivered": null})"));
-  // The ended ones in the order of their ends.
+              "description": "Could not connect to the server."}, "undelivered": null})")
+                .dump());
+  // Ended downloads are in the order of their ends.
   EXPECT_EQ(list["downloads"][1]["id"], 3);
   EXPECT_EQ(list["downloads"][1]["state"], "failed");
   EXPECT_EQ(list["downloads"][1]["error"]["code"], -1001);
@@ -120,12 +124,32 @@ TEST(DownloadsCommand, CancelsWhatAnotherHostIsRunning) {
   EXPECT_EQ(worker.line(), "finished " + id);
 }
 
-/// Neither the time that a command may take nor a cancellation waits for a name.
+/// A host runs eight attempts at once; a ninth download is in its queue.
+TEST(DownloadsCommand, SaysWhichDownloadsWaitInAQueue) {
+  ScriptedServer server(std::vector{Reply{"", Reply::After::hang}});
+  const Phone phone;
+  std::filesystem::create_directories(phone.container());
+  Child worker({GLANCERY_TRANSFER_WORKER, phone.container(), server.url(), "9"});
+  const auto lines = [&] { return phone.glancery({"downloads"}).out; };
+  server.awaitRequests(8);
+  const std::string out = lines();
+  const auto count = [&](const std::string& text) {
+    std::size_t found = 0;
+    for (std::size_t at = 0; (at = out.find(text, at)) != out.npos; ++at) {
+      ++found;
+    }
+    return found;
+  };
+  EXPECT_EQ(count("may be sent, no answer yet\n"), 8u) << out;
+  EXPECT_EQ(count("waits for a running host to send it\n"), 1u) << out;
+}
+
+/// Neither the limit of --for nor a cancellation waits for name resolution.
 TEST(DownloadsCommand, AResolverThatHangsBlocksNothing) {
   const Phone phone;
   ASSERT_EQ(phone.glancery({"app", "sign-in", "u-1"}).status, 0);
   ::setenv("LD_PRELOAD", GLANCERY_HANGING_RESOLVER, 1);
-  // A sanitizer's library asks to be the first one.
+  // A sanitizer's library must otherwise be the first one.
   ::setenv("ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0", 1);
   const Ran ran = phone.glancery({"timeline",
                                   "AffirmationWidget",
