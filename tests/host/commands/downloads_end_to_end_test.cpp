@@ -52,7 +52,7 @@ Reply good(const std::string& text = "Hoy puedo.", const std::string& color = "g
   return answer("200 OK", affirmation(text, color));
 }
 
-/// Those of the lines that tell of a delivery, each cut to the words it is known by.
+/// The lines about a delivery, each cut to its constant part.
 std::vector<std::string> milestones(const std::vector<std::string>& log) {
   std::vector<std::string> passed;
   for (const std::string& line : log) {
@@ -69,7 +69,7 @@ std::vector<std::string> logOf(const Json& answer) {
   return answer["log"].get<std::vector<std::string>>();
 }
 
-/// Ends what the host runs, which is its extension and nothing else; answers how many that were.
+/// Kills the children of the host, which are extensions, and returns their number.
 int killExtensionOf(pid_t host) {
   int killed = 0;
   std::error_code gone;
@@ -87,7 +87,7 @@ int killExtensionOf(pid_t host) {
 class Downloads : public ::testing::Test {
  protected:
   Downloads() {
-    // An extension that outlives its host becomes a child of this process.
+    // Extensions that outlive their host become children of this process.
     ::prctl(PR_SET_CHILD_SUBREAPER, 1);
     EXPECT_EQ(phone.glancery({"app", "sign-in", "u-1"}).status, 0);
   }
@@ -121,7 +121,7 @@ class Downloads : public ::testing::Test {
   Phone phone;
 };
 
-/// What the timelines that were asked for showed first, in turn.
+/// The first entry of each timeline, in order.
 std::vector<std::string> shown(const Json& settled) {
   std::vector<std::string> sentences;
   for (const Json& timeline : settled["timelines"]) {
@@ -136,7 +136,7 @@ TEST_F(Downloads, OneADayAndTheWidgetShowsIt) {
   const ScriptedServer server({good("Hoy puedo.", "gold"), good("Mañana también.", "sky")});
   const Json first = settle(server.port(), kNoon);
   EXPECT_THAT(shown(first), ElementsAre("blush: " + std::string(kPlaceholder), "gold: Hoy puedo."));
-  // To the extension that asked for it, once; it was not woken for events that could be over.
+  // Delivered once, to the extension that asked: it was not launched for background events.
   EXPECT_THAT(milestones(logOf(first)), ElementsAre(kFinished, kSaved, kCompleted));
   EXPECT_THAT(shown(settle(server.port(), kEvening)), ElementsAre("gold: Hoy puedo."));
   EXPECT_THAT(server.requests(), SizeIs(1));
@@ -145,7 +145,7 @@ TEST_F(Downloads, OneADayAndTheWidgetShowsIt) {
   EXPECT_THAT(server.requests(), SizeIs(2));
 }
 
-TEST_F(Downloads, TheServerSeesExactlyTheRequest) {
+TEST_F(Downloads, TheServerReceivesExactlyTheRequest) {
   const ScriptedServer server({good()});
   settle(server.port());
   ASSERT_THAT(server.requests(), SizeIs(1));
@@ -169,7 +169,7 @@ TEST_F(Downloads, TheServerSeesExactlyTheRequest) {
     "user_os": "ios", "os": "ios", "internal": {"events": []}})"));
 }
 
-TEST_F(Downloads, WhatOneHostLeavesTheNextDeliversToANewExtension) {
+TEST_F(Downloads, ADownloadOfOneHostIsDeliveredByTheNext) {
   const ScriptedServer server({good()});
   EXPECT_EQ(glancery({"timeline", "AffirmationWidget"}, server.port()).status, 0);
   ASSERT_THAT(pending(), SizeIs(1));
@@ -183,7 +183,7 @@ TEST_F(Downloads, WhatOneHostLeavesTheNextDeliversToANewExtension) {
   EXPECT_THAT(server.requests(), SizeIs(1));
 }
 
-TEST_F(Downloads, AChangedLocaleIsFetchedForInItsLanguage) {
+TEST_F(Downloads, AChangedLocaleIsFetchedInItsLanguage) {
   const ScriptedServer server({good()});
   const Ran ran =
       glancery({"app", "locale-change", "--settle", "--locale", "en_US"}, server.port());
@@ -203,7 +203,7 @@ TEST_F(Downloads, TwoAtOnceAreBothDelivered) {
         if (count == 1) {
           second.set_value();
         }
-        arrived.wait();  // Neither is answered before both have asked.
+        arrived.wait();  // Both are answered after the second request.
         return good("Número " + std::to_string(count) + ".");
       });
   EXPECT_EQ(glancery({"timeline", "AffirmationWidget"}, server.port()).status, 0);
@@ -216,7 +216,7 @@ TEST_F(Downloads, TwoAtOnceAreBothDelivered) {
 
 struct Stage {
   const char* name;
-  /// What the server has said when the host is killed.
+  /// What the server has sent when the host is killed.
   Reply first;
 };
 
@@ -229,7 +229,7 @@ TEST_P(HostKilled, TheNextHostFinishesAndDelivers) {
     server.awaitRequests(1);
     EXPECT_EQ(host.end(SIGKILL), 128 + SIGKILL);
   }
-  // The extension follows its host, by itself.
+  // The extension ends by itself after its host.
   EXPECT_GT(::waitpid(-1, nullptr, 0), 0);
   ASSERT_THAT(pending(), SizeIs(1));
 
@@ -250,17 +250,17 @@ INSTANTIATE_TEST_SUITE_P(When, HostKilled, ::testing::ValuesIn(kStages), [](cons
 
 /// A fetch time without a download would cost the user that day's affirmation.
 void expectATaskForTheFetchTime(const Phone& phone) {
-  while (::waitpid(-1, nullptr, 0) > 0) {  // The extension follows its host.
+  while (::waitpid(-1, nullptr, 0) > 0) {  // The extension ends after its host.
   }
   const bool fetched = phone.glancery({"store", "get", "affirmationLastFetchTime"}).status == 0;
   const Json downloads = Json::parse(phone.glancery({"downloads", "--json"}).out)["downloads"];
   EXPECT_TRUE(!fetched || downloads.size() == 1) << downloads;
 }
 
-TEST_F(Downloads, AHostThatDiesOverTheRequestLeavesNoFetchTime) {
+TEST_F(Downloads, AHostKilledDuringTheRequestLeavesNoFetchTime) {
   const pid_t pid = ::fork();
   if (pid == 0) {
-    ::signal(SIGPIPE, SIG_IGN);  // The extension inherits it: its log does not end it.
+    ::signal(SIGPIPE, SIG_IGN);  // Inherited by the extension: its closed log does not end it.
     auto started = host::ExtensionProcess::start(
         GLANCERY_BUILD "/Glancery.appex",
         {.memory = 0},
@@ -284,19 +284,19 @@ TEST_F(Downloads, AHostThatDiesOverTheRequestLeavesNoFetchTime) {
   expectATaskForTheFetchTime(phone);
 }
 
-TEST_F(Downloads, AHostThatIsKilledAtAnyTimeLeavesNoFetchTimeWithoutATask) {
+TEST_F(Downloads, AHostKilledAtAnyInstantLeavesNoFetchTimeWithoutATask) {
   using Clock = std::chrono::steady_clock;
   constexpr int kKills = 25;
-  const LoopbackSocket nobody;
+  const LoopbackSocket closed;
   Clock::duration whole = {};
   for (int i = 0; i <= kKills; ++i) {
     const Phone other;
     EXPECT_EQ(other.glancery({"app", "sign-in", "u-1"}).status, 0);
-    Words words = asked({GLANCERY_BUILD "/glancery", "timeline", "AffirmationWidget"}, nobody.port);
+    Words words = asked({GLANCERY_BUILD "/glancery", "timeline", "AffirmationWidget"}, closed.port);
     words.insert(words.end(), {"--container", other.container().string()});
     const auto start = Clock::now();
     Child host(words);
-    if (i == 0) {  // The first one shows how long it takes.
+    if (i == 0) {  // The first host is not killed: it measures the duration.
       EXPECT_EQ(host.end(0), 0);
       whole = Clock::now() - start;
     } else {
@@ -315,28 +315,27 @@ struct Moment {
 
 class ExtensionKilled : public Downloads, public ::testing::WithParamInterface<Moment> {
  protected:
-  // Under the address sanitizer, a process that is killed while it looks for leaks leaves the one
-  // that does it for it behind.
+  // A process that is killed during its leak check leaves the checking process behind.
   ExtensionKilled() { ::setenv("ASAN_OPTIONS", "detect_leaks=0", 1); }
   ~ExtensionKilled() override { ::unsetenv("ASAN_OPTIONS"); }
 };
 
 TEST_P(ExtensionKilled, AnotherOneIsStartedForItsResult) {
-  const bool whileUnderWay = GetParam().removed.empty();
+  const bool duringDownload = GetParam().removed.empty();
   const int removals = ::inotify_init1(IN_CLOEXEC);
   std::promise<pid_t> host;
   const ScriptedServer server(
       [&, pid = host.get_future().share()](std::size_t, const std::string&) {
         const auto transfers = phone.container() / "Library" / "Transfers";
         EXPECT_GE(::inotify_add_watch(removals, transfers.c_str(), IN_DELETE), 0);
-        if (whileUnderWay) {
+        if (duringDownload) {
           EXPECT_EQ(killExtensionOf(pid.get()), 1);
         }
         return good();
       });
   Child child(settling(server.port()));
   host.set_value(child.pid());
-  if (!whileUnderWay) {
+  if (!duringDownload) {
     std::string events;
     while (events.find(GetParam().removed) == std::string::npos) {
       std::array<char, 4096> event = {};
@@ -344,7 +343,7 @@ TEST_P(ExtensionKilled, AnotherOneIsStartedForItsResult) {
       ASSERT_GT(count, 0);
       events.append(event.data(), static_cast<std::size_t>(count));
     }
-    // It may be through with the rest before it is hit.
+    // It may have ended its work before the kill.
     killExtensionOf(child.pid());
   }
   Words lines;
@@ -354,7 +353,7 @@ TEST_P(ExtensionKilled, AnotherOneIsStartedForItsResult) {
   ::close(removals);
   EXPECT_EQ(child.end(0), 0);
   EXPECT_THAT(lines, Contains("  affirmation: Hoy puedo."));
-  if (whileUnderWay) {
+  if (duringDownload) {
     EXPECT_THAT(milestones(lines),
                 ElementsAre(kWoken, kFinished, kSaved, kCompleted, kAllDelivered));
   }
@@ -363,9 +362,9 @@ TEST_P(ExtensionKilled, AnotherOneIsStartedForItsResult) {
 }
 
 const Moment kMoments[] = {
-    {"whileItIsUnderWay", ""},
+    {"duringTheDownload", ""},
     // The extension removes it after it has stored what was in it.
-    {"onceItHasTakenTheBody", ".tmp"},
+    {"afterItHasReadTheBody", ".tmp"},
 };
 INSTANTIATE_TEST_SUITE_P(When, ExtensionKilled, ::testing::ValuesIn(kMoments), [](const auto& row) {
   return std::string(row.param.name);
@@ -374,7 +373,7 @@ INSTANTIATE_TEST_SUITE_P(When, ExtensionKilled, ::testing::ValuesIn(kMoments), [
 struct Answers {
   const char* name;
   std::vector<Reply> replies;
-  /// What the widget shows at last, after "gold: Ayer." of the day before.
+  /// What the widget shows in the end; on the day before it is "gold: Ayer.".
   std::string shown;
   std::string logged;
 };
@@ -408,8 +407,8 @@ const Answers kAnswers[] = {
      {answer("200 OK", std::string(std::size_t{1} << 20, ' ') + affirmation("Larga.", "sky"))},
      "sky: Larga.",
      "Text='Larga.'"},
-    // No launch survives it, and yet it must not stand in the way of all others.
-    {"hugerThanTheExtensionMayBe",
+    // Every launch ends over it, but it must not block the others.
+    {"largerThanTheExtensionMayBe",
      {answer("200 OK", std::string(std::size_t{64} << 20, 'x'))},
      "gold: Ayer.",
      kAllDelivered},
@@ -419,9 +418,9 @@ INSTANTIATE_TEST_SUITE_P(With, Answered, ::testing::ValuesIn(kAnswers), [](const
 });
 
 TEST_F(Downloads, AServerThatIsNotThereIsWaitedForUntilTheDownloadIsCancelled) {
-  const LoopbackSocket nobody;
+  const LoopbackSocket closed;
   const Ran ran =
-      glancery({"timeline", "AffirmationWidget", "--settle", "--for", "1"}, nobody.port);
+      glancery({"timeline", "AffirmationWidget", "--settle", "--for", "1"}, closed.port);
   EXPECT_EQ(ran.status, 1);
   EXPECT_EQ(std::ranges::count(ran.err, '\n'), 1) << ran.err;
   EXPECT_THAT(ran.err, HasSubstr("Could not connect to the server."));
@@ -431,7 +430,7 @@ TEST_F(Downloads, AServerThatIsNotThereIsWaitedForUntilTheDownloadIsCancelled) {
 
   const std::string id = pending()[0]["id"].dump();
   EXPECT_EQ(phone.glancery({"downloads", "cancel", id}).status, 0);
-  const Json settled = settle(nobody.port);
+  const Json settled = settle(closed.port);
   EXPECT_THAT(milestones(logOf(settled)), ElementsAre(kWoken, kCompleted, kAllDelivered));
   EXPECT_THAT(logOf(settled), Contains("[NetworkManager BG] Task completed with error: cancelled"));
   EXPECT_THAT(pending(), IsEmpty());

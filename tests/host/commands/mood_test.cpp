@@ -96,7 +96,7 @@ TEST(Moods, WrittenAtOnceAreAllThere) {
             (Words{"emptyDay", "well", "well", "well", "well", "well", "emptyDay"}));
 }
 
-// A phone that counts years in another way, or writes other digits, finds the days it wrote itself.
+// A device with another calendar or other digits finds the days that it wrote.
 TEST(Moods, GoInUnderTheDevicesOwnDays) {
   for (const char* locale : {"ar_EG", "th_TH", "fa_IR", "ja_JP"}) {
     const Phone phone;
@@ -128,7 +128,7 @@ TEST(Moods, ARecordThatCantBeReadIsLeftAlone) {
 
 TEST(CheckinTaps, FindTheirFaces) {
   const Phone phone;
-  EXPECT_EQ(printed(phone, {"tap", "Checkin", "41,79"}), "") << "nobody is signed in";
+  EXPECT_EQ(printed(phone, {"tap", "Checkin", "41,79"}), "") << "no user is signed in";
   printed(phone, {"app", "sign-in", "u"}, {});
   const std::pair<const char*, const char*> kTaps[] = {
       {"41,79", "quiloapp://emotion/veryBad\n"},
@@ -157,7 +157,7 @@ TEST(MoodLogPicture, FollowsTheScheme) {
   EXPECT_EQ(list("dark")["items"][1]["name"], "emptyDayDark");
 }
 
-// Under a sanitizer every process is larger than any limit a phone would set.
+// Under a sanitizer every process is larger than the limit.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST(Moods, OfTenYearsTakeATenthOfTheMemoryAllowed) {
   using namespace platform;
