@@ -32,6 +32,19 @@ std::optional<Number> parseNumber(const std::string& text) {
   return error == std::errc() && rest == end ? std::optional(number) : std::nullopt;
 }
 
+template <class T>
+std::optional<Value> valueFrom(const std::optional<T>& parsed) {
+  return parsed ? std::optional(Value(*parsed)) : std::nullopt;
+}
+
+std::optional<bool> parseBoolean(const std::string& text) {
+  return text == "true" || text == "false" ? std::optional(text == "true") : std::nullopt;
+}
+
+std::optional<Data> parseData(const std::string& text) {
+  return decodeBase64(text).transform([](auto bytes) { return Data{bytes}; });
+}
+
 /// How a type is written on the command line.
 struct ValueType {
   const char* name;
@@ -39,38 +52,17 @@ struct ValueType {
   std::optional<Value> (*parse)(const std::string& text);
 };
 
+// clang-format off
 constexpr ValueType kValueTypes[] = {
-    {"string", "any text", [](const std::string& text) { return std::optional(Value(text)); }},
-    {"integer",
-     "a whole number of 64 bits",
-     [](const std::string& text) {
-       return parseNumber<std::int64_t>(text).transform([](auto n) { return Value(n); });
-     }},
-    {"real",
-     "a number such as 1.5",
-     [](const std::string& text) {
-       return parseNumber<double>(text).transform([](auto n) { return Value(n); });
-     }},
-    {"boolean",
-     "true or false",
-     [](const std::string& text) {
-       const bool known = text == "true" || text == "false";
-       return known ? std::optional(Value(text == "true")) : std::nullopt;
-     }},
-    {"date",
-     "an instant such as 2026-03-05T08:30:00Z",
-     [](const std::string& text) {
-       return Date::fromISO8601(text).transform([](Date date) { return Value(date); });
-     }},
-    {"data",
-     "base64",
-     [](const std::string& text) {
-       return decodeBase64(text).transform([](auto bytes) { return Value(Data{bytes}); });
-     }},
-    {"text-data",
-     "any text, stored as its bytes",
-     [](const std::string& text) { return std::optional(Value(Data{text})); }},
+    {"string", "any text", [](const auto& text) { return std::optional(Value(text)); }},
+    {"integer", "a whole number of 64 bits", [](const auto& text) { return valueFrom(parseNumber<std::int64_t>(text)); }},
+    {"real", "a number such as 1.5", [](const auto& text) { return valueFrom(parseNumber<double>(text)); }},
+    {"boolean", "true or false", [](const auto& text) { return valueFrom(parseBoolean(text)); }},
+    {"date", "an instant such as 2026-03-05T08:30:00Z", [](const auto& text) { return valueFrom(Date::fromISO8601(text)); }},
+    {"data", "base64", [](const auto& text) { return valueFrom(parseData(text)); }},
+    {"text-data", "any text, stored as its bytes", [](const auto& text) { return std::optional(Value(Data{text})); }},
 };
+// clang-format on
 
 std::string typeNames() {
   return listOf(kValueTypes, [](const ValueType& type) { return type.name; });

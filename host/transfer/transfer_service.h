@@ -16,7 +16,6 @@
 #include <thread>
 #include <vector>
 
-#include "host/transfer/transfer_attempt.h"
 #include "host/transfer/transfer_store.h"
 #include "host/transfer/transfer_task.h"
 

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "host/transfer/transfer_attempt.h"
+#include "host/transfer/transfer_task.h"
 #include "platform/foundation/network/url_error.h"
 #include "platform/support/files.h"
 
