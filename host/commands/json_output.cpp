@@ -111,18 +111,19 @@ const char* nameOf(TransferState state) {
   return kNames[std::to_underlying(state)];
 }
 
-std::string valueJSON(const Value& value) {
-  return printed(toJson(value));
-}
-
 std::string fieldJSON(const MirroredField& field) {
   return printed(toJson(field));
 }
 
-std::string timelineJSON(const std::string& kind,
-                         const ArchivedTimeline& timeline,
-                         const std::vector<std::string>& log) {
-  return printed(timelineObject(kind, timeline, log));
+std::string answerJSON(ProvideRequest::What what,
+                       const std::string& kind,
+                       const ArchivedTimeline& answer,
+                       const std::vector<std::string>& log) {
+  if (what == ProvideRequest::What::timeline) {
+    return printed(timelineObject(kind, answer, log));
+  }
+  return printed(
+      {{"kind", kind}, {"entry", toObject(answer.entries.front().fields)}, {"log", log}});
 }
 
 std::string settledJSON(const std::string& kind,
@@ -133,12 +134,6 @@ std::string settledJSON(const std::string& kind,
     objects.push_back(timelineObject(kind, logged.timeline, logged.log));
   }
   return printed({{"timelines", objects}, {"log", log}});
-}
-
-std::string entryJSON(const std::string& kind,
-                      const ArchivedEntry& entry,
-                      const std::vector<std::string>& log) {
-  return printed({{"kind", kind}, {"entry", toObject(entry.fields)}, {"log", log}});
 }
 
 std::string galleryJSON(const std::vector<GalleryItem>& gallery) {

@@ -60,8 +60,7 @@ void provide(ProvideRequest::What what, const ProviderOptions& options) {
   const ArchivedTimeline& first = answers.front().timeline;
   if (options.json) {
     std::cout << (options.settle ? settledJSON(options.kind, answers, host.log())
-                  : isTimeline   ? timelineJSON(options.kind, first, host.log())
-                                 : entryJSON(options.kind, first.entries.front(), host.log()))
+                                 : answerJSON(what, options.kind, first, host.log()))
               << '\n';
     return;
   }

@@ -95,7 +95,7 @@ void get(const StoreOptions& options) {
   if (!value) {
     throw unknownKey(suite, options.key);
   }
-  std::cout << valueJSON(*value) << '\n';
+  std::cout << fieldJSON(*value) << '\n';
 }
 
 void set(const StoreOptions& options) {
@@ -117,7 +117,7 @@ void remove(const StoreOptions& options) {
 }
 
 void dump(const StoreOptions&) {
-  std::cout << valueJSON(readSharedSuite()) << '\n';
+  std::cout << fieldJSON(Value(readSharedSuite())) << '\n';
 }
 
 }  // namespace
