@@ -15,10 +15,23 @@ endif()
 # A folder is a target: a static library named after it, whose links repeat its row of the
 # include table in docs/ARCHITECTURE.md.
 #
-#   glancery_library(name SOURCES a.cpp ... [PUBLIC lib ...] [PRIVATE lib ...])
+# SCHEMA x.fbs makes "x_generated.h" for the library's own sources.
+#
+#   glancery_library(name SOURCES a.cpp ... [SCHEMA x.fbs] [PUBLIC lib ...] [PRIVATE lib ...])
 function(glancery_library name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  cmake_parse_arguments(ARG "" "SCHEMA" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
   add_library(${name} STATIC ${ARG_SOURCES})
+  if(ARG_SCHEMA)
+    cmake_path(GET ARG_SCHEMA STEM stem)
+    set(header ${CMAKE_CURRENT_BINARY_DIR}/${stem}_generated.h)
+    add_custom_command(OUTPUT ${header}
+      COMMAND ${FLATC} --cpp --cpp-std c++17 --scoped-enums --gen-object-api
+        --cpp-str-type std::string_view --cpp-str-flex-ctor --cpp-include string_view
+        -o ${CMAKE_CURRENT_BINARY_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_SCHEMA}
+      DEPENDS ${ARG_SCHEMA})
+    target_sources(${name} PRIVATE ${header})
+    target_include_directories(${name} SYSTEM PRIVATE ${CMAKE_CURRENT_BINARY_DIR})
+  endif()
   target_link_libraries(${name} PUBLIC glancery_options ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
 endfunction()
 

@@ -6,23 +6,23 @@
 #include <cstdlib>
 #include <string_view>
 
-// What the fuzz targets share.
+// Shared by the fuzz targets.
 
 namespace fuzz {
 
-/// Stops the run, which keeps the input.
+/// Aborts unless `holds`; the fuzzer then keeps the input.
 inline void expect(bool holds, std::string_view what) {
   if (!holds) {
-    std::fprintf(stderr, "Not so: %.*s\n", static_cast<int>(what.size()), what.data());
+    std::fprintf(stderr, "Failed: %.*s\n", static_cast<int>(what.size()), what.data());
     std::abort();
   }
 }
 
-/// What was read, which must be a value or a reason.
+/// Whether the input was accepted. A refusal must have a reason.
 template <class Expected>
 bool accepted(const Expected& read) {
   if (!read) {
-    expect(!read.error().empty(), "what is refused is refused with a reason");
+    expect(!read.error().empty(), "a refusal has a reason");
   }
   return read.has_value();
 }
@@ -31,7 +31,7 @@ inline std::string_view bytes(const std::uint8_t* data, std::size_t size) {
   return {reinterpret_cast<const char*>(data), size};
 }
 
-/// Sends standard output, where the log goes, to nowhere.
+/// Discards standard output, which is the log.
 inline void silenceLog() {
   expect(std::freopen("/dev/null", "w", stdout) != nullptr, "/dev/null takes the log");
 }

@@ -11,7 +11,7 @@ namespace {
 
 int reloads = 0;
 
-/// A descriptor with something to read, at which the main queue stops once it is empty.
+/// A readable descriptor: the main queue runs until it is empty, then stops.
 int readable() {
   int ends[2];
   fuzz::expect(::pipe(ends) == 0 && ::write(ends[1], "x", 1) == 1, "there is a pipe");
@@ -20,7 +20,8 @@ int readable() {
 
 }  // namespace
 
-// The input is the body of the server's answer: what it says must come out of the store unchanged.
+// The input is the body of the server's answer. An affirmation in it must be read from the store
+// unchanged.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const fuzz::Phone phone;
   static const int stop = readable();
@@ -36,8 +37,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   reloads = 0;
   manager.saveAffirmation(*response.text, color);
   runMainQueueUntilReadable(stop);
-  fuzz::expect(reloads == 1, "what was saved is shown");
+  fuzz::expect(reloads == 1, "a saved affirmation reloads the widget");
   const glancery::StoredAffirmation stored = {.text = response.text, .color = color};
-  fuzz::expect(fuzz::readSharedRecords().affirmation == stored, "what was saved can be read");
+  fuzz::expect(fuzz::readSharedRecords().affirmation == stored, "a saved affirmation can be read");
   return 0;
 }

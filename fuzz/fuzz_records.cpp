@@ -15,7 +15,7 @@ void store(const Data& json) {
   }
 }
 
-/// JSON has one kind of number: 5.0 is written as 5, -0.0 is read as 0.
+/// Equal but for the kind of number: 5.0 is written as 5, and -0.0 is read as 0.
 bool sameJSON(const Value& left, const Value& right) {
   if (left.array() && right.array()) {
     return std::ranges::equal(*left.array(), *right.array(), sameJSON);
@@ -31,8 +31,8 @@ bool sameJSON(const Value& left, const Value& right) {
 
 }  // namespace
 
-// The input is what the host app left, as JSON, for each of the three widgets. Written anew by our
-// own writer it must say the same to them.
+// The input is the record of each of the three widgets, as JSON. They must read the same from it
+// after our own writer has rewritten it.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const fuzz::Phone phone;
   const Data input{std::string(fuzz::bytes(data, size))};
@@ -43,13 +43,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (!object) {
     fuzz::expect(!object.error().debugDescription.empty(), "JSON is refused with a reason");
     store(Data{});
-    fuzz::expect(records == fuzz::readSharedRecords(), "no record at all says the same as damage");
+    fuzz::expect(records == fuzz::readSharedRecords(), "a missing record reads like a damaged one");
     return 0;
   }
   const auto rewritten = NSJSONSerialization::dataWithJSONObject(*object);
-  fuzz::expect(rewritten.has_value(), "JSON that was read can be written");
+  fuzz::expect(rewritten.has_value(), "parsed JSON can be written");
   store(*rewritten);
-  fuzz::expect(records == fuzz::readSharedRecords(), "JSON that was rewritten says the same");
+  fuzz::expect(records == fuzz::readSharedRecords(), "rewritten JSON reads the same");
   const auto reread = NSJSONSerialization::JSONObjectWithData(*rewritten);
   fuzz::expect(reread && sameJSON(*reread, *object), "JSON survives a round trip");
   return 0;

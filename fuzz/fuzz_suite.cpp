@@ -16,8 +16,8 @@ void place(std::string_view bytes) {
 
 }  // namespace
 
-// The input is the suite's file itself: every record is read from it, and once more from what our
-// own writer makes of it.
+// The input is the suite's file. Every record must read the same after our own writer has rewritten
+// it.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const fuzz::Phone phone;
   const auto input = fuzz::bytes(data, size);
@@ -30,11 +30,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   const auto written = NSPropertyListSerialization::dataWithPropertyList(*value);
-  fuzz::expect(written.has_value(), "a list that was read can be written");
+  fuzz::expect(written.has_value(), "a parsed list can be written");
   place(*written);
-  fuzz::expect(records == fuzz::readSharedRecords(), "a suite that was rewritten says the same");
+  fuzz::expect(records == fuzz::readSharedRecords(), "a rewritten suite reads the same");
   const auto again = NSPropertyListSerialization::propertyListWithData(*written);
-  // In bytes: among values NaN would differ from itself.
+  // Compared as bytes: as a value, NaN differs from itself.
   fuzz::expect(again && NSPropertyListSerialization::dataWithPropertyList(*again) == written,
                "a list survives a round trip");
   return 0;

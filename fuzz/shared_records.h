@@ -16,12 +16,12 @@
 
 namespace fuzz {
 
-/// A container for this process's suites, in memory, and a phone whose clock stands.
+/// A device with a frozen clock and a container for the suites in memory.
 class Phone {
  public:
   Phone() {
     std::string name = "/dev/shm/glancery-fuzz-XXXXXX";
-    expect(::mkdtemp(name.data()) != nullptr, "there is a folder for the container");
+    expect(::mkdtemp(name.data()) != nullptr, "a folder for the container can be made");
     container() = name;
     platform::setSharedContainer(name);
     platform::setCurrentDevice(
@@ -37,7 +37,7 @@ class Phone {
   }
 };
 
-/// What the widgets make of the suite.
+/// What the widgets read from the suite.
 struct SharedRecords {
   glancery::StreakRecord streak;
   glancery::StoredAffirmation affirmation;
@@ -65,7 +65,7 @@ inline SharedRecords readSharedRecords() {
     records.moods.push_back(day.mood);
   }
   expect(!records.streak.lastDate || records.streak.lastDate->timeIntervalSince1970() > 0,
-         "the last active day lies after 1970");
+         "the last active day is after 1970");
   expect(records.moods.size() == 7, "a week has seven days, whatever is stored");
   return records;
 }

@@ -1,73 +1,89 @@
 #include "host/schedule/timeline_file.h"
 
-#include <array>
+#include <stored_widget_generated.h>
+
+#include <algorithm>
 #include <cctype>
-#include <cmath>
+#include <iterator>
 #include <utility>
 
-#include "platform/foundation/data/cbor.h"
-#include "platform/foundation/data/value.h"
 #include "platform/support/files.h"
+#include "platform/widgetkit/wire_copier.h"
 
 namespace host {
 
 using namespace platform;
 namespace fs = std::filesystem;
 
+namespace wire {
+
+void members(auto& copier, RequestT& wire, auto& request) {
+  copier.code("cause", wire.cause, request.cause, ReloadCause::clock);
+  copier.text("why", wire.why, request.why);
+}
+
+template <bool kReading>
+void members(WireCopier<kReading>& copier, StoredWidgetT& wire, auto& widget) {
+  auto& schedule = widget.schedule;
+  copier.text("device", wire.device, widget.device);
+  copier.text("hostApp", wire.host_app, widget.hostApp);
+  copier.number("fetched", wire.fetched, schedule.fetched);
+  copier.table("fetchedFor", wire.fetched_for, schedule.fetchedFor);
+  copier.table("wanted", wire.wanted, schedule.wanted);
+  copier.number("lastByPolicy", wire.last_by_policy, schedule.lastByPolicy);
+  if constexpr (kReading) {
+    for (double& seconds : wire.counted) {
+      copier.number("counted", seconds, schedule.counted.emplace_back(Date::since1970(0)));
+    }
+  } else {
+    std::ranges::transform(
+        schedule.counted, std::back_inserter(wire.counted), &Date::timeIntervalSince1970);
+  }
+}
+
+}  // namespace wire
+
 namespace {
 
-Value encoded(const std::optional<ReloadRequest>& request) {
-  return request ? Value(Dictionary{{"cause", std::to_underlying(request->cause)},
-                                    {"why", request->why}})
-                 : Value();
+std::expected<std::string, std::string> encode(const StoredWidget& widget) {
+  const EncodedMessage timeline = platform::encode(ExtensionMessage{0, widget.timeline});
+  if (!timeline) {
+    return timeline;
+  }
+  WireCopier<false> copier;
+  wire::StoredWidgetT copy;
+  members(copier, copy, widget);
+  if (!copier.fault().empty()) {
+    return std::unexpected(copier.fault());
+  }
+  copy.timeline.assign(timeline->begin(), timeline->end());
+  flatbuffers::FlatBufferBuilder builder;
+  builder.Finish(wire::StoredWidget::Pack(builder, &copy));
+  return std::string(reinterpret_cast<const char*>(builder.GetBufferPointer()), builder.GetSize());
 }
 
-std::optional<ReloadRequest> requestOf(const Value* value) {
-  const Dictionary* members = value ? value->dictionary() : nullptr;
-  if (!members) {
-    return std::nullopt;
+std::expected<StoredWidget, std::string> decode(std::string_view bytes) {
+  const auto* data = reinterpret_cast<const std::uint8_t*>(bytes.data());
+  if (!flatbuffers::Verifier(data, bytes.size()).VerifyBuffer<wire::StoredWidget>(nullptr)) {
+    return std::unexpected("damaged");
   }
-  const auto cause = members->integer("cause");
-  const auto why = members->string("why");
-  if (!cause || *cause < 0 || *cause > std::to_underlying(ReloadCause::clock) || !why) {
-    return std::nullopt;
+  wire::StoredWidgetT copy;
+  flatbuffers::GetRoot<wire::StoredWidget>(data)->UnPackTo(&copy);
+  auto message = decodeExtensionMessage(
+      {reinterpret_cast<const char*>(copy.timeline.data()), copy.timeline.size()});
+  if (!message) {
+    return std::unexpected(message.error());
   }
-  return ReloadRequest{static_cast<ReloadCause>(*cause), *why};
-}
-
-// Dates travel as seconds.
-std::optional<Date> dateOf(const std::optional<double>& seconds) {
-  return seconds && std::isfinite(*seconds) ? std::optional(Date::since1970(*seconds))
-                                            : std::nullopt;
-}
-
-std::optional<StoredWidget> storedWidget(const Dictionary& members) {
-  const auto device = members.string("device");
-  const auto hostApp = members.string("hostApp");
-  const auto fetchedFor = requestOf(members.find("fetchedFor"));
-  const Value* const counted = members.find("counted");
-  const Value* const timeline = members.find("timeline");
-  if (!device || !hostApp || !fetchedFor || !counted || !counted->array() || !timeline) {
-    return std::nullopt;
+  auto* timeline = std::get_if<ArchivedTimeline>(&message->content);
+  if (!timeline) {
+    return std::unexpected("it holds another message than a timeline");
   }
-  auto message = decodeExtensionMessage(*timeline);
-  auto* archived = message ? std::get_if<ArchivedTimeline>(&message->content) : nullptr;
-  if (!archived) {
-    return std::nullopt;
-  }
-  StoredWidget widget = {.device = *device,
-                         .hostApp = *hostApp,
-                         .schedule = {.fetched = dateOf(members.number("fetched")),
-                                      .fetchedFor = *fetchedFor,
-                                      .wanted = requestOf(members.find("wanted")),
-                                      .lastByPolicy = dateOf(members.number("lastByPolicy"))},
-                         .timeline = std::move(*archived)};
-  for (const Value& at : *counted->array()) {
-    const auto date = dateOf(at.number());
-    if (!date) {
-      return std::nullopt;
-    }
-    widget.schedule.counted.push_back(*date);
+  StoredWidget widget;
+  widget.timeline = *std::move(timeline);
+  WireCopier<true> copier(bytes.size());
+  members(copier, copy, widget);
+  if (!copier.fault().empty()) {
+    return std::unexpected(copier.fault());
   }
   return widget;
 }
@@ -93,19 +109,7 @@ fs::path timelineFile(const fs::path& container, const std::string& kind) {
 }
 
 std::expected<void, std::string> storeWidget(const fs::path& file, const StoredWidget& widget) {
-  Array counted;
-  for (const Date at : widget.schedule.counted) {
-    counted.emplace_back(at);
-  }
-  const auto bytes =
-      encodeCBOR(Dictionary{{"device", widget.device},
-                            {"hostApp", widget.hostApp},
-                            {"fetched", widget.schedule.fetched},
-                            {"fetchedFor", encoded(widget.schedule.fetchedFor)},
-                            {"wanted", encoded(widget.schedule.wanted)},
-                            {"lastByPolicy", widget.schedule.lastByPolicy},
-                            {"counted", std::move(counted)},
-                            {"timeline", encode(ExtensionMessage{0, widget.timeline})}});
+  const auto bytes = encode(widget);
   if (!bytes) {
     return std::unexpected(file.string() + " can't be written: " + bytes.error());
   }
@@ -125,13 +129,11 @@ std::expected<std::optional<StoredWidget>, std::string> loadWidget(const fs::pat
     }
     return std::unexpected(file.string() + " can't be read: " + bytes.error().message());
   }
-  const auto value = decodeCBOR(*bytes);
-  auto widget = value && value->dictionary() ? storedWidget(*value->dictionary()) : std::nullopt;
+  auto widget = decode(*bytes);
   if (!widget) {
-    return std::unexpected(file.string() + " is no timeline of a widget" +
-                           (value ? "" : ": " + value.error()));
+    return std::unexpected(file.string() + " is not a stored timeline: " + widget.error());
   }
-  return widget;
+  return *std::move(widget);
 }
 
 }  // namespace host

@@ -10,10 +10,10 @@
 
 namespace host {
 
-/// What a home screen keeps of a placed widget, so that it shows it at once the next time.
+/// What a home screen keeps of a placed widget, to show it at once after its next start.
 struct StoredWidget {
-  /// What the timeline was made from, as texts that are compared whole: the device's settings and
-  /// what the host app had written.
+  /// What the timeline was made from: the device's settings and a fingerprint of what the host app
+  /// had written. They are only compared.
   std::string device;
   std::string hostApp;
   ScheduleRecord schedule;
@@ -24,15 +24,16 @@ struct StoredWidget {
 /// `<container>/Library/Widgets`
 std::filesystem::path timelineFolder(const std::filesystem::path& container);
 
-/// `<kind>.timeline` in there, letters of the kind that no file name should have as %XX.
+/// `<kind>.timeline` in that folder; bytes other than ASCII letters, digits, `-` and `_` become
+/// %XX.
 std::filesystem::path timelineFile(const std::filesystem::path& container, const std::string& kind);
 
-/// Replaces the file in one step; the error says what could not be written. Not synced: what is
-/// lost is asked for again.
+/// Replaces the file in one step; the error names the file. Not synced: a lost timeline is
+/// requested again.
 std::expected<void, std::string> storeWidget(const std::filesystem::path& file,
                                              const StoredWidget& widget);
 
-/// Nothing where there is no file; the error names a file that can't be read.
+/// Nothing if there is no file. The error names a file that can't be read or that is damaged.
 std::expected<std::optional<StoredWidget>, std::string> loadWidget(
     const std::filesystem::path& file);
 

@@ -10,16 +10,16 @@
 
 namespace platform {
 
-/// The members of one object on their way into or out of a keyed archive.
+/// The members of an object in a keyed archive.
 ///
-/// A member that is absent decodes to nothing; one of another type does too, but is an error of the
-/// whole object, which then can't be made from the archive.
+/// An absent member decodes to nothing. A member of another type also does, and sets `error`: the
+/// object can't be made from the archive.
 class NSCoder {
  public:
   NSCoder() = default;
   explicit NSCoder(Dictionary members) : members_(std::move(members)) {}
 
-  /// Nothing encodes as an absent member.
+  /// Without a value, encodes no member.
   template <class T>
   void encodeObject(const std::optional<T>& object, std::string key) {
     if (object) {
@@ -47,8 +47,8 @@ class NSCoder {
   std::optional<NSError> error_;
 };
 
-/// An object that keyed archives hold. Its class also has `kClassName` and
-/// `static std::shared_ptr<T> initWithCoder(NSCoder&)`, which makes no object if decoding fails.
+/// An object in keyed archives. Its class also has `kClassName` and
+/// `static std::shared_ptr<T> initWithCoder(NSCoder&)`, which returns null if decoding fails.
 class NSCoding {
  public:
   virtual ~NSCoding() = default;

@@ -8,8 +8,8 @@
 
 namespace platform {
 
-/// A request that the system can make of an app: the base of the classes that intent definitions
-/// generate. Shared by reference; not safe from several threads.
+/// The base of the classes that are generated from intent definitions. Shared by reference; not
+/// thread safe.
 class INIntent : public NSCoding {
  public:
   static constexpr std::string_view kClassName = "INIntent";
@@ -20,14 +20,14 @@ class INIntent : public NSCoding {
   std::string_view className() const override { return kClassName; }
   void encodeWithCoder(NSCoder& coder) const override;
 
-  /// The words that the app proposes for asking by voice.
+  /// The phrase that the app suggests for requests by voice.
   const std::optional<std::string>& suggestedInvocationPhrase() const { return phrase_; }
   void setSuggestedInvocationPhrase(std::optional<std::string> phrase) {
     phrase_ = std::move(phrase);
   }
 
  protected:
-  /// What every class of intents decodes; false if that fails.
+  /// Decodes the members of this class; false if that fails.
   bool decode(NSCoder& coder);
 
  private:

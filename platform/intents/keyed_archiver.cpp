@@ -26,7 +26,7 @@ std::expected<NSCoder, NSError> NSKeyedUnarchiver::coderForObject(std::string_vi
   const auto archived = archive ? archive->string("$class") : std::nullopt;
   const Value* root = archive ? archive->find("root") : nullptr;
   if (!archived || !root || !root->dictionary()) {
-    return std::unexpected(readCorruptError("it is no keyed archive"));
+    return std::unexpected(readCorruptError("it is not a keyed archive"));
   }
   if (*archived != className) {
     return std::unexpected(readCorruptError("it holds an object of the class " +

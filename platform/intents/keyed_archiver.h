@@ -9,17 +9,17 @@
 
 namespace platform {
 
-/// Archives: a property list of an object's class and of its members by key. The form is that of
-/// this system alone; an archive that a phone wrote numbers its objects and is not read.
+/// Archives are property lists with an object's class and its members by key. The format is our
+/// own: archives that a phone wrote, which number their objects, can't be read.
 struct NSKeyedArchiver {
-  /// Fails on members that no property list can hold; the error names the member.
+  /// Fails on members that a property list can't hold; the error names the member.
   static std::expected<Data, NSError> archivedDataWithRootObject(const NSCoding& object);
 };
 
 class NSKeyedUnarchiver {
  public:
-  /// The object, from bytes that nobody has checked. Fails on what is no archive, on an object of
-  /// another class and on members that the class does not take.
+  /// The object in untrusted bytes. Fails on bytes that are not an archive, an object of another
+  /// class and members that the class rejects.
   template <class T>
   static std::expected<std::shared_ptr<T>, NSError> unarchivedObject(const Data& data) {
     auto coder = coderForObject(T::kClassName, data);

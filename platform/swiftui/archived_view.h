@@ -2,12 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <expected>
 #include <string>
 #include <variant>
 #include <vector>
 
-#include "platform/foundation/data/value.h"
 #include "platform/swiftui/color.h"
 #include "platform/swiftui/font.h"
 #include "platform/swiftui/geometry.h"
@@ -17,55 +15,55 @@ namespace platform {
 
 enum class TextAlignment : std::uint8_t { leading, center, trailing };
 
-/// A text as it is shown: localised, in one style, in one colour.
+/// A localised text in one style and one colour.
 struct ArchivedText {
   std::string text = {};
   Font font = {};
-  /// Points added after each character cluster but a line's last.
+  /// Points added after each character cluster except the last one of a line.
   double tracking = 0;
   Color color = Color::black;
-  /// Of the lines within the text's own box.
+  /// Of the lines within the text's frame.
   TextAlignment alignment = TextAlignment::leading;
   friend bool operator==(const ArchivedText&, const ArchivedText&) = default;
 };
 
-/// A picture of the bundle's asset catalogue, by name.
+/// An image of the bundle's asset catalogue.
 struct ArchivedImage {
   std::string name = {};
-  /// Takes whatever size it is proposed, stretched; otherwise its natural size.
+  /// Whether it is stretched to its proposal; otherwise it has its natural size.
   bool resizable = false;
   friend bool operator==(const ArchivedImage&, const ArchivedImage&) = default;
 };
 
-/// A colour as a view: it takes the whole proposal.
+/// A colour that fills the proposal.
 struct ArchivedFill {
   Color color = {};
   friend bool operator==(const ArchivedFill&, const ArchivedFill&) = default;
 };
 
-/// Takes the whole proposal and places its one child at the top left.
+/// Takes the whole proposal and places its child at the top leading corner.
 struct ArchivedGeometryReader {
   friend bool operator==(const ArchivedGeometryReader&, const ArchivedGeometryReader&) = default;
 };
 
-/// Its one child opens this address when tapped.
+/// Opens a URL when its child is tapped.
 struct ArchivedLink {
   std::string url = {};
   friend bool operator==(const ArchivedLink&, const ArchivedLink&) = default;
 };
 
-/// Wherever no link is, the widget opens this address.
+/// The URL that the widget opens where it has no link.
 struct ArchivedWidgetURL {
   std::string url = {};
   friend bool operator==(const ArchivedWidgetURL&, const ArchivedWidgetURL&) = default;
 };
 
-/// What an extension hands its host instead of pixels: primitive views and modifiers, every
-/// decision taken, texts localised and pictures by name.
+/// What an extension sends to its host instead of pixels: primitive views and modifiers, with
+/// bodies evaluated, texts localised and images by name.
 ///
-/// A plain value. Texts, images and fills have no children; modifiers, links and geometry readers
-/// have one, backgrounds two (the content, then what lies behind it), stacks any number. An empty
-/// overlay stack shows nothing.
+/// Texts, images and fills have no children; modifiers, links and geometry readers have one,
+/// backgrounds two (the content, then what is behind it), stacks any number. An empty overlay stack
+/// shows nothing.
 struct ArchivedView {
   using Element = std::variant<ArchivedText,
                                ArchivedImage,
@@ -88,18 +86,7 @@ struct ArchivedView {
   friend bool operator==(const ArchivedView&, const ArchivedView&) = default;
 };
 
-/// Views in one another, the outermost counted; deeper archives are refused when they are read.
+/// The most views that may be nested in each other, the outermost included.
 inline constexpr std::size_t kMaxViewDepth = 128;
-
-/// The archive as a value, for messages between processes. A view nested in another nests its value
-/// by one level.
-Value encodeView(const ArchivedView& view);
-/// Reads it back from a value that nobody has checked. Afterwards counts of children are as
-/// `ArchivedView` says, strings are UTF-8, colours lie in their range, sizes of type and ratios are
-/// positive and all lengths finite, but for the infinity that a flexible frame's maximum may be.
-///
-/// The error names the element at fault by the way to it from the root, child by child, and its
-/// kind: `view /0/2 (text): "size" must be a positive number`.
-std::expected<ArchivedView, std::string> decodeView(const Value& value);
 
 }  // namespace platform

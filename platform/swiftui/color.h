@@ -6,8 +6,8 @@
 
 namespace platform {
 
-/// A colour in sRGB, components and opacity from 0 to 1, not premultiplied; or one of the
-/// platform's own that differ between light and dark.
+/// A colour in sRGB, with components and opacity from 0 to 1, not premultiplied; or a semantic
+/// colour of the platform, which differs between light and dark.
 struct Color {
   enum class Role : std::uint8_t { fixed, primary, secondary };
 
@@ -20,13 +20,13 @@ struct Color {
   static const Color white;
   static const Color black;
   static const Color clear;
-  /// What texts have where nothing else is said: black on light, white on dark.
+  /// The default colour of texts: black on light, white on dark.
   static const Color primary;
   static const Color secondary;
 
-  /// The colour as it is in a scheme; its role is then `fixed`.
+  /// The colour in a scheme, with the role `fixed`.
   constexpr Color resolved(ColorScheme scheme) const;
-  /// The same colour, as opaque as said.
+  /// The same colour with another opacity.
   constexpr Color withOpacity(double value) const { return {red, green, blue, value, role}; }
 
   friend bool operator==(const Color&, const Color&) = default;

@@ -1,24 +1,34 @@
 #pragma once
 
+#include <utility>
+
 #include "platform/swiftui/archived_view.h"
 #include "platform/swiftui/color_scheme.h"
 
 namespace platform {
 
-/// What a view inherits from the views around it.
+/// Values that a view inherits from the views around it.
 struct EnvironmentValues {
   ColorScheme colorScheme = ColorScheme::light;
   TextAlignment multilineTextAlignment = TextAlignment::leading;
 };
 
-/// The environment of the body that this thread evaluates now; the defaults outside of one.
-const EnvironmentValues& currentEnvironment();
+namespace detail {
+inline constexpr EnvironmentValues kDefaultEnvironment;
+inline constinit thread_local const EnvironmentValues* environment = &kDefaultEnvironment;
+}  // namespace detail
+
+/// The environment of the body that this thread is evaluating; the defaults outside of a body.
+inline const EnvironmentValues& currentEnvironment() {
+  return *detail::environment;
+}
 
 /// Makes `values` current on this thread while it lives.
 class EnvironmentScope {
  public:
-  explicit EnvironmentScope(const EnvironmentValues& values);
-  ~EnvironmentScope();
+  explicit EnvironmentScope(const EnvironmentValues& values)
+      : outer_(std::exchange(detail::environment, &values)) {}
+  ~EnvironmentScope() { detail::environment = outer_; }
   EnvironmentScope(const EnvironmentScope&) = delete;
   EnvironmentScope& operator=(const EnvironmentScope&) = delete;
 
@@ -26,7 +36,7 @@ class EnvironmentScope {
   const EnvironmentValues* outer_;
 };
 
-/// A view's field that reads one value of the environment whenever the view's body is evaluated:
+/// A field of a view that reads a value of the environment when the view's body is evaluated:
 /// `Environment<&EnvironmentValues::colorScheme> _colorScheme;`
 template <auto Member>
 struct Environment {

@@ -5,7 +5,7 @@
 
 namespace platform {
 
-/// Weights by the usual numbers of a variable typeface's `wght` axis.
+/// Weights as values of a variable typeface's `wght` axis.
 enum class Weight : std::int16_t {
   ultraLight = 100,
   thin = 200,
@@ -26,7 +26,7 @@ struct Font {
   Weight weight = Weight::regular;
 
   static Font system(double size, Weight weight = Weight::regular) { return {{}, size, weight}; }
-  /// The platform's small print.
+  /// The platform's style for captions.
   static Font caption() { return system(12); }
   static Font custom(std::string family, double size) { return {std::move(family), size}; }
   friend bool operator==(const Font&, const Font&) = default;

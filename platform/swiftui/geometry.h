@@ -31,7 +31,7 @@ struct Rect {
   friend bool operator==(const Rect&, const Rect&) = default;
 };
 
-/// The least rectangle around both.
+/// The smallest rectangle that contains both.
 inline Rect unite(const Rect& one, const Rect& other) {
   const double left = std::min(one.x, other.x);
   const double top = std::min(one.y, other.y);
@@ -41,7 +41,7 @@ inline Rect unite(const Rect& one, const Rect& other) {
           std::max(one.y + one.height, other.y + other.height) - top};
 }
 
-/// What lies in both: nothing wide or high where they do not meet.
+/// The part that is in both; its width or height is 0 if they do not overlap.
 inline Rect intersect(const Rect& one, const Rect& other) {
   const double left = std::max(one.x, other.x);
   const double top = std::max(one.y, other.y);
@@ -51,14 +51,15 @@ inline Rect intersect(const Rect& one, const Rect& other) {
           std::max(std::min(one.y + one.height, other.y + other.height) - top, 0.0)};
 }
 
-/// What a parent offers a child: a length, infinity, or none for the child's ideal length.
+/// What a parent proposes to a child: on each axis a length, infinity, or none for the child's
+/// ideal length.
 struct ProposedSize {
   std::optional<double> width;
   std::optional<double> height;
   friend bool operator==(const ProposedSize&, const ProposedSize&) = default;
 };
 
-/// Distances inward from each edge; negative ones reach outward.
+/// Distances inward from each edge; negative ones are outward.
 struct EdgeInsets {
   double top = 0;
   double leading = 0;
@@ -80,15 +81,6 @@ enum class Edge : std::uint8_t {
 constexpr bool contains(Edge set, Edge edge) {
   return (static_cast<int>(set) & static_cast<int>(edge)) == static_cast<int>(edge);
 }
-
-enum class HorizontalAlignment : std::uint8_t { leading, center, trailing };
-enum class VerticalAlignment : std::uint8_t { top, center, bottom };
-
-struct Alignment {
-  HorizontalAlignment horizontal = HorizontalAlignment::center;
-  VerticalAlignment vertical = VerticalAlignment::center;
-  friend bool operator==(const Alignment&, const Alignment&) = default;
-};
 
 enum class Axis : std::uint8_t { horizontal, vertical };
 enum class LayoutDirection : std::uint8_t { leftToRight, rightToLeft };

@@ -5,23 +5,20 @@
 
 #include "platform/swiftui/geometry.h"
 
-// What stacks, frames and modifiers carry; a view and its archived form hold the same values.
+// Layouts and modifiers; a view and its archived form hold the same values. Everything is centred.
 
 namespace platform {
 
-/// Children beside or below one another. Without a spacing the platform picks each gap.
+/// Children beside or below each other. Without `spacing` the platform chooses the gaps.
 struct StackLayout {
   Axis axis = Axis::vertical;
-  /// Across the axis; the other half is not used.
-  Alignment alignment = {};
   std::optional<double> spacing = {};
   friend bool operator==(const StackLayout&, const StackLayout&) = default;
 };
 
-/// Children over one another, back to front.
+/// Children over each other, back to front.
 struct OverlayStackLayout {
-  Alignment alignment = {};
-  friend bool operator==(const OverlayStackLayout&, const OverlayStackLayout&) = default;
+  friend bool operator==(OverlayStackLayout, OverlayStackLayout) = default;
 };
 
 struct PaddingModifier {
@@ -29,29 +26,24 @@ struct PaddingModifier {
   friend bool operator==(const PaddingModifier&, const PaddingModifier&) = default;
 };
 
-/// Fixes one or both axes; an absent one passes through.
+/// Sets the length of one axis or both; the child decides an absent one.
 struct FixedFrame {
   std::optional<double> width = {};
   std::optional<double> height = {};
-  Alignment alignment = {};
   friend bool operator==(const FixedFrame&, const FixedFrame&) = default;
 };
 
-/// Bounds either axis from below and above; absent bounds follow the child.
+/// Takes the proposal up to a maximum, which may be infinite; the child decides an axis without
+/// one.
 struct FlexibleFrame {
-  std::optional<double> minWidth = {};
-  std::optional<double> idealWidth = {};
   std::optional<double> maxWidth = {};
-  std::optional<double> minHeight = {};
-  std::optional<double> idealHeight = {};
   std::optional<double> maxHeight = {};
-  Alignment alignment = {};
   friend bool operator==(const FlexibleFrame&, const FlexibleFrame&) = default;
 };
 
 enum class ContentMode : std::uint8_t { fit, fill };
 
-/// Keeps width over height; without a ratio, that of the child's ideal size.
+/// Keeps `ratio`, the width divided by the height; without one, that of the child's ideal size.
 struct AspectRatioModifier {
   std::optional<double> ratio = {};
   ContentMode contentMode = ContentMode::fit;
@@ -63,17 +55,14 @@ struct IgnoresSafeAreaModifier {
   friend bool operator==(const IgnoresSafeAreaModifier&, const IgnoresSafeAreaModifier&) = default;
 };
 
-/// Draws the second child behind the first, proposed the first one's size.
+/// Draws the second child behind the first and proposes the first one's size to it.
 struct BackgroundModifier {
-  Alignment alignment = {};
-  friend bool operator==(const BackgroundModifier&, const BackgroundModifier&) = default;
+  friend bool operator==(BackgroundModifier, BackgroundModifier) = default;
 };
 
 /// Draws the second child behind the whole widget, under its content margins.
 struct ContainerBackgroundModifier {
-  Alignment alignment = {};
-  friend bool operator==(const ContainerBackgroundModifier&,
-                         const ContainerBackgroundModifier&) = default;
+  friend bool operator==(ContainerBackgroundModifier, ContainerBackgroundModifier) = default;
 };
 
 }  // namespace platform

@@ -6,8 +6,8 @@
 
 namespace platform {
 
-/// A key of the string catalogue, with the integers interpolated into it: a text made from a number
-/// alone has the key "%lld" and the number as its argument.
+/// A key of the string catalogue and the integers to interpolate. A text that is only a number has
+/// the key "%lld" and the number as its argument.
 struct LocalizedStringKey {
   LocalizedStringKey(std::string name, std::vector<std::int64_t> interpolated = {})
       : key(std::move(name)), arguments(std::move(interpolated)) {}

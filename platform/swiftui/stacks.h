@@ -13,9 +13,9 @@
 
 namespace platform {
 
-/// The views that a collection's elements give, in order. `id` tells the elements apart: a member,
-/// a function of an element, or `std::identity`. Equal ids are reported on standard
-/// error; their elements are all shown.
+/// The views of a collection's elements, in order. `id` identifies an element: a member, a function
+/// of an element, or `std::identity`. Duplicate ids are reported on standard error; their elements
+/// are shown nevertheless.
 template <std::ranges::forward_range Range, class Identity, class Content>
 std::vector<View> ForEach(const Range& elements, const Identity& id, const Content& content) {
   std::vector<View> views;
@@ -30,8 +30,8 @@ std::vector<View> ForEach(const Range& elements, const Identity& id, const Conte
   return views;
 }
 
-/// What the three stacks share: children of any view type, of optional views (an absent one leaves
-/// no gap) and of lists of views.
+/// The base of the three stacks. Children are views of any type, optional views (an absent one
+/// leaves no gap) and lists of views.
 class Stack : public View {
  protected:
   template <class... Children>
@@ -59,7 +59,7 @@ class Stack : public View {
 };
 
 struct StackOptions {
-  /// Without one the platform picks each gap.
+  /// Without one the platform chooses the gaps.
   std::optional<double> spacing = {};
 };
 
@@ -83,21 +83,21 @@ class VStack : public Stack {
   explicit VStack(const Children&... children) : VStack(StackOptions(), children...) {}
 };
 
-/// Children over one another, back to front, centred.
+/// Children over each other, back to front, centred.
 class ZStack : public Stack {
  public:
   template <class... Children>
   explicit ZStack(const Children&... children) : Stack(OverlayStackLayout{}, children...) {}
 };
 
-/// Shows what its content makes of the size it is proposed. Its proposal must follow from the
-/// widget's size through paddings and frames alone.
+/// Shows the view that `content` returns for the proposed size. The proposal must follow from the
+/// widget's size through paddings and frames alone: see `archiveView`.
 class GeometryReader : public View {
  public:
   explicit GeometryReader(GeometryContent content) : View(ViewNode{std::move(content)}) {}
 };
 
-/// A view that opens an address when tapped.
+/// A view that opens a URL when tapped.
 class Link : public View {
  public:
   Link(const URL& destination, const View& label)

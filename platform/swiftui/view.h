@@ -20,32 +20,42 @@ namespace platform {
 class View;
 struct ViewNode;
 
-/// The placement that `containerBackground` is for.
+/// Where `containerBackground` applies.
 enum class ContainerBackgroundPlacement : std::uint8_t { widget };
 
-/// The modifiers that every view takes; each wraps the view in a new one.
+/// The modifiers of every view; each returns the view wrapped in a new one.
 template <class Self>
 class ViewModifiers {
  public:
-  /// The platform's own length where none is given: 16 points.
-  View padding(Edge edges, double length = 16) const;
-  View padding(double length) const;
-  View frame(FixedFrame frame) const;
-  View frame(FlexibleFrame frame) const;
-  View aspectRatio(std::optional<double> ratio, ContentMode mode) const;
-  View scaledToFill() const;
-  View scaledToFit() const;
-  View ignoresSafeArea(Edge edges = Edge::all) const;
-  View background(const View& background, Alignment alignment = {}) const;
-  View containerBackground(ContainerBackgroundPlacement placement,
-                           const View& background,
-                           Alignment alignment = {}) const;
-  View multilineTextAlignment(TextAlignment alignment) const;
-  /// Without an address the view stays as it is.
+  /// The default is the platform's.
+  auto padding(Edge edges, double length = 16) const {
+    const auto inset = [&](Edge edge) { return contains(edges, edge) ? length : 0; };
+    return wrapped(PaddingModifier{{.top = inset(Edge::top),
+                                    .leading = inset(Edge::leading),
+                                    .bottom = inset(Edge::bottom),
+                                    .trailing = inset(Edge::trailing)}});
+  }
+  auto padding(double length) const { return padding(Edge::all, length); }
+  auto frame(FixedFrame frame) const { return wrapped(frame); }
+  auto frame(FlexibleFrame frame) const { return wrapped(frame); }
+  auto aspectRatio(std::optional<double> ratio, ContentMode mode) const {
+    return wrapped(AspectRatioModifier{ratio, mode});
+  }
+  auto ignoresSafeArea(Edge edges = Edge::all) const {
+    return wrapped(IgnoresSafeAreaModifier{edges});
+  }
+  auto background(const View& background) const {
+    return wrapped(BackgroundModifier(), background);
+  }
+  auto containerBackground(ContainerBackgroundPlacement, const View& background) const {
+    return wrapped(ContainerBackgroundModifier(), background);
+  }
+  auto multilineTextAlignment(TextAlignment alignment) const { return wrapped(alignment); }
+  /// Without a URL, returns the view itself.
   View widgetURL(const std::optional<URL>& url) const;
 
  private:
-  const Self& self() const { return static_cast<const Self&>(*this); }
+  View wrapped(auto element, const auto&... behind) const;
 };
 
 /// A text in one style.
@@ -53,7 +63,7 @@ class Text : public ViewModifiers<Text> {
  public:
   /// Looked up in the main bundle's string catalogue when the view is archived.
   explicit Text(LocalizedStringKey key) : content_(std::move(key)) {}
-  /// Shown as it is.
+  /// Shown without a lookup.
   static Text verbatim(std::string text) { return Text(std::move(text), Verbatim()); }
 
   Text font(Font font) const {
@@ -84,14 +94,12 @@ class Text : public ViewModifiers<Text> {
   Color color_ = Color::primary;
 };
 
-enum class ResizingMode : std::uint8_t { stretch };
-
-/// A picture of the main bundle's asset catalogue.
+/// An image of the main bundle's asset catalogue.
 class Image : public ViewModifiers<Image> {
  public:
   explicit Image(std::string name) : archived_{.name = std::move(name)} {}
 
-  /// Cap insets other than zero and tiling are not implemented and have no parameter.
+  /// Stretches the whole image: there are no cap insets and there is no tiling.
   Image resizable() const {
     Image image = *this;
     image.archived_.resizable = true;
@@ -104,7 +112,7 @@ class Image : public ViewModifiers<Image> {
   ArchivedImage archived_;
 };
 
-/// What a geometry reader's content learns.
+/// What a geometry reader passes to its content.
 struct GeometryProxy {
   Size size;
 };
@@ -115,9 +123,9 @@ concept CompositeView = requires(const T& view) {
   { view.body() } -> std::convertible_to<View>;
 };
 
-/// Any view: a cheap, immutable handle to a tree.
+/// Any view: an immutable handle to a tree, cheap to copy.
 ///
-/// A body runs only when the tree is archived, so that it sees the environment it is shown in.
+/// A body runs only when the tree is archived, in the environment in which it is shown.
 class View : public ViewModifiers<View> {
  public:
   View(const Text& text);
@@ -145,11 +153,9 @@ class View : public ViewModifiers<View> {
   std::shared_ptr<const ViewNode> node_;
 };
 
-/// A view in the making: like its archived form, with bodies and texts still to be resolved.
+/// Like the archived form of a view, but bodies have not run and texts are not looked up. A
+/// TextAlignment applies to all texts within its child.
 struct ViewNode {
-  struct MultilineTextAlignment {
-    TextAlignment alignment;
-  };
   using Element = std::variant<Text,
                                Image,
                                Color,
@@ -162,7 +168,7 @@ struct ViewNode {
                                IgnoresSafeAreaModifier,
                                BackgroundModifier,
                                ContainerBackgroundModifier,
-                               MultilineTextAlignment,
+                               TextAlignment,
                                ArchivedLink,
                                ArchivedWidgetURL,
                                View::GeometryContent,
@@ -183,70 +189,14 @@ inline View::View(ViewNode node) : node_(std::make_shared<const ViewNode>(std::m
 }
 
 template <class Self>
-View ViewModifiers<Self>::padding(Edge edges, double length) const {
-  const auto inset = [&](Edge edge) { return contains(edges, edge) ? length : 0; };
-  const EdgeInsets insets = {.top = inset(Edge::top),
-                             .leading = inset(Edge::leading),
-                             .bottom = inset(Edge::bottom),
-                             .trailing = inset(Edge::trailing)};
-  return View(ViewNode{PaddingModifier{insets}, {self()}});
-}
-
-template <class Self>
-View ViewModifiers<Self>::padding(double length) const {
-  return padding(Edge::all, length);
-}
-
-template <class Self>
-View ViewModifiers<Self>::frame(FixedFrame frame) const {
-  return View(ViewNode{frame, {self()}});
-}
-
-template <class Self>
-View ViewModifiers<Self>::frame(FlexibleFrame frame) const {
-  return View(ViewNode{frame, {self()}});
-}
-
-template <class Self>
-View ViewModifiers<Self>::aspectRatio(std::optional<double> ratio, ContentMode mode) const {
-  return View(ViewNode{AspectRatioModifier{ratio, mode}, {self()}});
-}
-
-template <class Self>
-View ViewModifiers<Self>::scaledToFill() const {
-  return aspectRatio(std::nullopt, ContentMode::fill);
-}
-
-template <class Self>
-View ViewModifiers<Self>::scaledToFit() const {
-  return aspectRatio(std::nullopt, ContentMode::fit);
-}
-
-template <class Self>
-View ViewModifiers<Self>::ignoresSafeArea(Edge edges) const {
-  return View(ViewNode{IgnoresSafeAreaModifier{edges}, {self()}});
-}
-
-template <class Self>
-View ViewModifiers<Self>::background(const View& background, Alignment alignment) const {
-  return View(ViewNode{BackgroundModifier{alignment}, {self(), background}});
-}
-
-template <class Self>
-View ViewModifiers<Self>::containerBackground(ContainerBackgroundPlacement,
-                                              const View& background,
-                                              Alignment alignment) const {
-  return View(ViewNode{ContainerBackgroundModifier{alignment}, {self(), background}});
-}
-
-template <class Self>
-View ViewModifiers<Self>::multilineTextAlignment(TextAlignment alignment) const {
-  return View(ViewNode{ViewNode::MultilineTextAlignment{alignment}, {self()}});
+View ViewModifiers<Self>::wrapped(auto element, const auto&... behind) const {
+  return View(ViewNode{std::move(element), {static_cast<const Self&>(*this), behind...}});
 }
 
 template <class Self>
 View ViewModifiers<Self>::widgetURL(const std::optional<URL>& url) const {
-  return url ? View(ViewNode{ArchivedWidgetURL{url->absoluteString()}, {self()}}) : View(self());
+  return url ? wrapped(ArchivedWidgetURL{url->absoluteString()})
+             : View(static_cast<const Self&>(*this));
 }
 
 }  // namespace platform

@@ -1,6 +1,7 @@
 #include "platform/swiftui/view_archiver.h"
 
 #include <algorithm>
+#include <concepts>
 
 #include "platform/support/require.h"
 
@@ -8,12 +9,8 @@ namespace platform {
 
 namespace {
 
+/// The size of a view's proposal, if it follows from the widget's size.
 using KnownSize = std::optional<Size>;
-
-double clampTo(double value, std::optional<double> low, std::optional<double> high) {
-  value = high ? std::min(value, *high) : value;
-  return low ? std::max(value, *low) : value;
-}
 
 KnownSize inside(const PaddingModifier& padding, KnownSize size) {
   return size.transform([&](Size outer) {
@@ -31,9 +28,27 @@ KnownSize inside(const FixedFrame& frame, KnownSize size) {
 
 KnownSize inside(const FlexibleFrame& frame, KnownSize size) {
   return size.transform([&](Size outer) {
-    return Size{clampTo(outer.width, frame.minWidth, frame.maxWidth),
-                clampTo(outer.height, frame.minHeight, frame.maxHeight)};
+    return Size{std::min(outer.width, frame.maxWidth.value_or(infinity)),
+                std::min(outer.height, frame.maxHeight.value_or(infinity))};
   });
+}
+
+template <class T, class... Types>
+concept OneOf = (std::same_as<T, Types> || ...);
+
+KnownSize inside(const OneOf<ArchivedLink,
+                             ArchivedWidgetURL,
+                             IgnoresSafeAreaModifier,
+                             BackgroundModifier,
+                             ContainerBackgroundModifier> auto&,
+                 KnownSize size) {
+  return size;
+}
+
+/// Their proposals depend on the sizes of their children.
+KnownSize inside(const OneOf<StackLayout, OverlayStackLayout, AspectRatioModifier> auto&,
+                 KnownSize) {
+  return std::nullopt;
 }
 
 }  // namespace
@@ -43,118 +58,64 @@ class ViewArchiver {
   explicit ViewArchiver(const NSBundle& bundle) : bundle_(bundle) {}
 
   ArchivedView archive(const View& view, KnownSize size, const EnvironmentValues& values) const {
-    return std::visit(
-        [&](const auto& element) { return archive(element, view.node_->children, size, values); },
-        view.node_->element);
+    const Place place = {view.node_->children, size, values};
+    return std::visit([&](const auto& element) { return archive(element, place); },
+                      view.node_->element);
   }
 
  private:
-  using Children = std::vector<View>;
+  struct Place {
+    const std::vector<View>& children;
+    KnownSize size;
+    const EnvironmentValues& values;
+  };
 
-  ArchivedView archive(const Text& text,
-                       const Children&,
-                       KnownSize,
-                       const EnvironmentValues& values) const {
+  ArchivedView archive(const Text& text, const Place& place) const {
     const auto* key = std::get_if<LocalizedStringKey>(&text.content_);
     return {ArchivedText{
         .text = key ? bundle_.localizedString(key->key, key->arguments)
                     : std::get<std::string>(text.content_),
         .font = text.font_,
         .tracking = text.tracking_,
-        .color = text.color_.resolved(values.colorScheme),
-        .alignment = values.multilineTextAlignment,
+        .color = text.color_.resolved(place.values.colorScheme),
+        .alignment = place.values.multilineTextAlignment,
     }};
   }
 
-  ArchivedView archive(const Image& image,
-                       const Children&,
-                       KnownSize,
-                       const EnvironmentValues&) const {
-    return {image.archived_};
+  ArchivedView archive(const Image& image, const Place&) const { return {image.archived_}; }
+
+  ArchivedView archive(const Color& color, const Place& place) const {
+    return {ArchivedFill{color.resolved(place.values.colorScheme)}};
   }
 
-  ArchivedView archive(const Color& color,
-                       const Children&,
-                       KnownSize,
-                       const EnvironmentValues& values) const {
-    return {ArchivedFill{color.resolved(values.colorScheme)}};
+  ArchivedView archive(const View::Body& body, const Place& place) const {
+    const EnvironmentScope scope(place.values);
+    return archive(body(), place.size, place.values);
   }
 
-  ArchivedView archive(const View::Body& body,
-                       const Children&,
-                       KnownSize size,
-                       const EnvironmentValues& values) const {
-    const EnvironmentScope scope(values);
-    return archive(body(), size, values);
-  }
-
-  ArchivedView archive(const View::GeometryContent& content,
-                       const Children&,
-                       KnownSize size,
-                       const EnvironmentValues& values) const {
-    if (!size) {
+  ArchivedView archive(const View::GeometryContent& content, const Place& place) const {
+    if (!place.size) {
       fatalError("GeometryReader: its proposal does not follow from the widget's size alone");
     }
-    const EnvironmentScope scope(values);
-    return {ArchivedGeometryReader{}, {archive(content(GeometryProxy{*size}), size, values)}};
+    const EnvironmentScope scope(place.values);
+    return {ArchivedGeometryReader{},
+            {archive(content(GeometryProxy{*place.size}), place.size, place.values)}};
   }
 
-  ArchivedView archive(const ViewNode::MultilineTextAlignment& modifier,
-                       const Children& children,
-                       KnownSize size,
-                       EnvironmentValues values) const {
-    values.multilineTextAlignment = modifier.alignment;
-    return archive(children.front(), size, values);
+  ArchivedView archive(TextAlignment alignment, const Place& place) const {
+    EnvironmentValues values = place.values;
+    values.multilineTextAlignment = alignment;
+    return archive(place.children.front(), place.size, values);
   }
 
-  /// Modifiers whose child has a proposal of its own.
-  template <class Modifier>
-  requires requires(const Modifier& modifier) { inside(modifier, KnownSize()); }
-  ArchivedView archive(const Modifier& modifier,
-                       const Children& children,
-                       KnownSize size,
-                       const EnvironmentValues& values) const {
-    return {modifier, {archive(children.front(), inside(modifier, size), values)}};
-  }
-
-  /// What lies behind a view takes that view's size, which only the host knows.
-  ArchivedView archive(const BackgroundModifier& modifier,
-                       const Children& children,
-                       KnownSize size,
-                       const EnvironmentValues& values) const {
-    return {modifier,
-            {archive(children[0], size, values), archive(children[1], std::nullopt, values)}};
-  }
-  ArchivedView archive(const ContainerBackgroundModifier& modifier,
-                       const Children& children,
-                       KnownSize size,
-                       const EnvironmentValues& values) const {
-    return {modifier,
-            {archive(children[0], size, values), archive(children[1], std::nullopt, values)}};
-  }
-
-  /// Addresses and safe areas leave the proposal as it is.
-  template <class Modifier>
-  requires(std::same_as<Modifier, ArchivedLink> || std::same_as<Modifier, ArchivedWidgetURL> ||
-           std::same_as<Modifier, IgnoresSafeAreaModifier>) ArchivedView
-      archive(const Modifier& modifier,
-              const Children& children,
-              KnownSize size,
-              const EnvironmentValues& values)
-  const { return {modifier, {archive(children.front(), size, values)}}; }
-
-  /// Stacks and aspect ratios propose what depends on their children's sizes.
-  template <class Layout>
-  requires(std::same_as<Layout, StackLayout> || std::same_as<Layout, OverlayStackLayout> ||
-           std::same_as<Layout, AspectRatioModifier>) ArchivedView
-      archive(const Layout& layout,
-              const Children& children,
-              KnownSize,
-              const EnvironmentValues& values)
-  const {
-    ArchivedView archived{layout};
-    for (const View& child : children) {
-      archived.children.push_back(archive(child, std::nullopt, values));
+  /// Layouts and modifiers. The second child is what lies behind the first: it is proposed a size
+  /// that only the host knows.
+  ArchivedView archive(const auto& modifier, const Place& place) const {
+    ArchivedView archived{modifier};
+    for (const View& child : place.children) {
+      const bool isFirst = &child == &place.children.front();
+      archived.children.push_back(
+          archive(child, isFirst ? inside(modifier, place.size) : std::nullopt, place.values));
     }
     return archived;
   }

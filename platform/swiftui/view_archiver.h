@@ -11,8 +11,8 @@ namespace platform {
 /// Evaluates a view for a host: runs every body in its environment, resolves geometry readers and
 /// looks texts up in `bundle`.
 ///
-/// `proposal` is the size that the host will lay the view out in. A geometry reader anywhere but
-/// under paddings, frames and backgrounds' contents stops the process: its size would depend on
+/// `proposal` is the size that the host will propose to the view. Stops the process if a geometry
+/// reader is inside a stack, an aspect ratio or what is behind a view: its size would depend on
 /// typefaces, which the extension does not have.
 ArchivedView archiveView(const View& view,
                          Size proposal,

@@ -1,5 +1,3 @@
-#include "platform/widgetkit/extension_main.h"
-
 #include <sys/socket.h>
 #include <sys/stat.h>
 
@@ -12,26 +10,28 @@
 #include "platform/support/require.h"
 #include "platform/widgetkit/extension_service.h"
 #include "platform/widgetkit/message_channel.h"
+#include "platform/widgetkit/widget_bundle.h"
 #include "platform/widgetkit/widget_center.h"
 
 namespace platform {
 
 namespace {
 
-/// The process's one line to its host, and the messages that came while it waited for another.
-class HostLine {
+/// The connection to the host and the messages that arrived while it waited for `DownloadStarted`.
+class HostConnection {
  public:
-  HostLine() : channel_(kHostSocket) {}
+  HostConnection() : channel_(kHostSocket) {}
 
   void send(const ExtensionMessage& message) {
     const auto sent = channel_.send(encode(message));
-    // A host that is gone is noticed by the next receive; an answer that can't be sent is one.
+    // A closed socket is noticed by the next receive. A message that can't be encoded becomes a
+    // failure.
     if (!sent && sent.error().kind == ChannelError::Kind::malformed) {
       (void)channel_.send(encode(ExtensionMessage{message.id, Failure{sent.error().what}}));
     }
   }
 
-  /// The next message, or nothing once the host has closed the line. Runs the main queue meanwhile.
+  /// Runs the main queue until a message arrives; nothing if the host has closed the socket.
   std::optional<HostMessage> next() {
     while (deferred_.empty()) {
       auto message = receive(std::chrono::milliseconds(0));
@@ -48,13 +48,12 @@ class HostLine {
     return message;
   }
 
-  /// Hands a request over and waits until the host has it on its disk. The main queue stands still
-  /// meanwhile, and other messages wait their turn. Ends the process if the host closes the
-  /// line: the caller would otherwise store that the download was started, although it may not have
-  /// been.
+  /// Sends a request and waits until the host has stored it on disk. The main queue does not run
+  /// meanwhile; other messages are deferred. Ends the process if the host closes the socket: the
+  /// caller would otherwise record a download that may not have been started.
   std::expected<void, NSError> start(const std::string& session, const NSURLRequest& request) {
     if (std::this_thread::get_id() != mainThread_) {
-      fatalError("NSURLSessionDownloadTask: resume is implemented for the main thread alone");
+      fatalError("NSURLSessionDownloadTask: resume is implemented on the main thread only");
     }
     const std::int64_t number = ++lastDownload_;
     send({number,
@@ -112,18 +111,17 @@ void NSExtensionMain(std::vector<WidgetConfiguration> widgets) {
                stderr);
     std::exit(2);
   }
-  // Never destroyed, and never lost sight of: a delegate queue may still answer while the process
-  // ends.
-  static auto* const line = new HostLine();
+  // Never destroyed: a delegate queue may still answer while the process exits.
+  static auto* const host = new HostConnection();
   static auto* const service = new ExtensionService(
-      std::move(widgets), [](const ExtensionMessage& message) { line->send(message); });
+      std::move(widgets), [](const ExtensionMessage& message) { host->send(message); });
   WidgetCenter::shared().setHost([](const std::string& kind) {
-    line->send({0, ReloadTimelines{kind}});
+    host->send({0, ReloadTimelines{kind}});
   });
   setBackgroundTransferStarter([](const std::string& session, const NSURLRequest& request) {
-    return line->start(session, request);
+    return host->start(session, request);
   });
-  while (const auto message = line->next()) {
+  while (const auto message = host->next()) {
     service->handle(*message);
   }
 }

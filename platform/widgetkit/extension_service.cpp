@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <iterator>
-#include <ranges>
+#include <utility>
 
 #include "platform/dispatch/dispatch_queue.h"
 #include "platform/foundation/bundle/bundle.h"
+#include "platform/foundation/data/json_serialization.h"
 #include "platform/foundation/defaults/user_defaults.h"
 #include "platform/foundation/locale/locale.h"
 #include "platform/foundation/process/notification_center.h"
@@ -18,57 +19,101 @@ namespace {
 void configure(const ConfigureRequest& request) {
   setCurrentDevice(request.device);
   setSharedContainer(request.container);
-  // What the bundle has read stays with it: another clock or language changes no file.
+  // Keeps the bundle and what it has read if only device settings changed.
   const NSBundle bundle = NSBundle::mainBundle();
   if (bundle.infoOverrides() != request.infoOverrides) {
     NSBundle::setMainBundle(NSBundle(bundle.bundlePath(), request.infoOverrides));
   }
 }
 
-/// People and tests read dates as texts, however deep they lie.
-Value readable(const Value& value) {
+/// Replaces the dates in a value, at any depth, by ISO 8601 strings: JSON has no dates.
+Value withDatesAsStrings(const Value& value) {
   if (const auto* date = value.as<Date>()) {
     return date->iso8601();
   }
   if (const Array* array = value.array()) {
-    Array texts;
-    std::ranges::transform(*array, std::back_inserter(texts), readable);
-    return texts;
+    Array strings;
+    std::ranges::transform(*array, std::back_inserter(strings), withDatesAsStrings);
+    return strings;
   }
   if (const Dictionary* dictionary = value.dictionary()) {
-    Dictionary texts;
+    Dictionary strings;
     for (const auto& [key, member] : *dictionary) {
-      texts.set(key, readable(member));
+      strings.set(key, withDatesAsStrings(member));
     }
-    return texts;
+    return strings;
   }
   return value;
 }
 
-Mirror readableFields(Mirror fields) {
-  for (auto& [name, field] : fields) {
-    if (auto* value = std::get_if<Value>(&field)) {
-      *value = readable(*value);
-      continue;
+/// A record's fields as a JSON object in the record's order, which a Dictionary does not keep.
+class FieldsWriter {
+ public:
+  void write(const auto& record) {
+    const char* separator = "{";
+    for (const auto& [name, field] : record) {
+      json_ += std::exchange(separator, ",");
+      write(Value(name));
+      json_ += ':';
+      write(field);
     }
-    for (auto& [member, value] : std::get<std::vector<MirroredRecord>>(field) | std::views::join) {
-      value = readable(value);
+    json_ += record.empty() ? "{}" : "}";
+  }
+  void write(const MirroredField& field) {
+    std::visit([&](const auto& content) { write(content); }, field);
+  }
+  void write(const std::vector<MirroredRecord>& records) {
+    json_ += '[';
+    for (const MirroredRecord& record : records) {
+      json_ += &record == &records.front() ? "" : ",";
+      write(record);
+    }
+    json_ += ']';
+  }
+  void write(const Value& value) {
+    const auto json = NSJSONSerialization::dataWithJSONObject(withDatesAsStrings(value));
+    if (json) {
+      json_ += json->bytes;
+    } else {
+      error_ = json.error().debugDescription;
     }
   }
-  return fields;
-}
 
-ArchivedEntry archiveEntry(const WidgetEntry& entry, Size size) {
+  std::expected<std::string, std::string> take() && {
+    return error_.empty() ? std::expected<std::string, std::string>(std::move(json_))
+                          : std::unexpected(std::move(error_));
+  }
+
+ private:
+  std::string json_;
+  std::string error_;
+};
+
+/// The answer to a request for entries: `Failure` if an entry's fields are not JSON.
+ExtensionMessage::Content archived(const std::vector<WidgetEntry>& entries,
+                                   TimelineReloadPolicy policy,
+                                   Size size) {
   const NSBundle bundle = NSBundle::mainBundle();
-  const auto archived = [&](ColorScheme scheme) {
-    return archiveView(entry.view, size, EnvironmentValues{.colorScheme = scheme}, bundle);
-  };
-  return {.date = entry.date,
-          .fields = readableFields(entry.fields),
-          .light = archived(ColorScheme::light),
-          .dark = archived(ColorScheme::dark),
-          .direction = isWrittenRightToLeft(bundle.localization()) ? LayoutDirection::rightToLeft
-                                                                   : LayoutDirection::leftToRight};
+  const auto direction = isWrittenRightToLeft(bundle.localization()) ? LayoutDirection::rightToLeft
+                                                                     : LayoutDirection::leftToRight;
+  ArchivedTimeline timeline{{}, policy};
+  for (const WidgetEntry& entry : entries) {
+    FieldsWriter writer;
+    writer.write(entry.fields);
+    auto fields = std::move(writer).take();
+    if (!fields) {
+      return Failure{"the fields of an entry can't be sent: " + fields.error()};
+    }
+    const auto view = [&](ColorScheme scheme) {
+      return archiveView(entry.view, size, EnvironmentValues{.colorScheme = scheme}, bundle);
+    };
+    timeline.entries.push_back({.date = entry.date,
+                                .fields = *std::move(fields),
+                                .light = view(ColorScheme::light),
+                                .dark = view(ColorScheme::dark),
+                                .direction = direction});
+  }
+  return timeline;
 }
 
 }  // namespace
@@ -97,7 +142,7 @@ void ExtensionService::perform(std::int64_t id, const DescribeRequest&) {
 
 void ExtensionService::perform(std::int64_t id, const LocaleChanged&) {
   NSNotificationCenter::defaultCenter().post(NSCurrentLocaleDidChangeNotification);
-  perform(id, AwaitMainQueue());  // The observers wait there.
+  perform(id, AwaitMainQueue());  // The observers run on the main queue.
 }
 
 void ExtensionService::perform(std::int64_t id, const AwaitMainQueue&) {
@@ -108,7 +153,8 @@ void ExtensionService::perform(std::int64_t id, const BackgroundEvents& events) 
   const auto widget = std::ranges::find(
       widgets_, events.session, &WidgetConfiguration::backgroundSessionIdentifier);
   if (events.session.empty() || widget == widgets_.end()) {
-    answer_({id, Failure{"no widget takes the events of the session \"" + events.session + "\""}});
+    answer_(
+        {id, Failure{"no widget handles the events of the session \"" + events.session + "\""}});
     return;
   }
   const auto state = events_[events.session] = std::make_shared<Events>();
@@ -142,7 +188,7 @@ void ExtensionService::perform(std::int64_t id, const FinishEvents& finish) {
     return;
   }
   session->finishEvents([this, id, events = announced.mapped()] {
-    // Behind the reloads and completion steps that the deliveries left on the main queue.
+    // After the reloads and completion steps that the deliveries have put onto the main queue.
     DispatchQueue::main().async([this, id, events] {
       if (events->completed) {
         answer_({id, Done()});
@@ -154,7 +200,7 @@ void ExtensionService::perform(std::int64_t id, const FinishEvents& finish) {
 }
 
 void ExtensionService::perform(std::int64_t id, const DownloadStarted&) {
-  answer_({id, Failure{"nobody waits for the start of download " + std::to_string(id)}});
+  answer_({id, Failure{"no download waits to be started as number " + std::to_string(id)}});
 }
 
 void ExtensionService::perform(std::int64_t id, const ProvideRequest& request) {
@@ -163,19 +209,15 @@ void ExtensionService::perform(std::int64_t id, const ProvideRequest& request) {
     answer_({id, Failure{"no widget has the kind \"" + request.kind + "\""}});
     return;
   }
-  if (!widget->provider) {
-    answer_({id, Failure{"the widget \"" + request.kind + "\" is declared but has no provider"}});
-    return;
-  }
   if (std::ranges::find(widget->families, request.context.family) == widget->families.end()) {
     answer_({id,
-             Failure{"the widget \"" + request.kind + "\" does not come in the family " +
+             Failure{"the widget \"" + request.kind + "\" does not support the family " +
                      std::string(nameOf(request.context.family))}});
     return;
   }
   const Size size = request.context.displaySize;
   const auto answerOne = [answer = answer_, id, size](const WidgetEntry& entry) {
-    answer({id, ArchivedTimeline{{archiveEntry(entry, size)}, TimelineReloadPolicy::never}});
+    answer({id, archived({entry}, TimelineReloadPolicy::never, size)});
   };
   switch (request.what) {
     case ProvideRequest::What::placeholder:
@@ -185,14 +227,10 @@ void ExtensionService::perform(std::int64_t id, const ProvideRequest& request) {
       widget->provider->getSnapshot(request.context, answerOne);
       break;
     case ProvideRequest::What::timeline:
-      widget->provider->getTimeline(request.context,
-                                    [answer = answer_, id, size](const WidgetTimeline& timeline) {
-                                      ArchivedTimeline archived{{}, timeline.policy};
-                                      for (const WidgetEntry& entry : timeline.entries) {
-                                        archived.entries.push_back(archiveEntry(entry, size));
-                                      }
-                                      answer({id, std::move(archived)});
-                                    });
+      widget->provider->getTimeline(
+          request.context, [answer = answer_, id, size](const WidgetTimeline& timeline) {
+            answer({id, archived(timeline.entries, timeline.policy, size)});
+          });
       break;
   }
 }

@@ -13,11 +13,11 @@
 
 namespace platform {
 
-/// Answers a host's messages with a bundle's widgets.
+/// Handles the messages of a host for the widgets of a bundle.
 ///
-/// `handle` is called on the main thread, and providers run there. An answer is handed to `answer`
-/// when what was asked for is done, before `handle` returns or later, on whichever thread that
-/// happens; what goes wrong is a `Failure` that names it. Must outlive the main queue's blocks.
+/// `handle` is called on the main thread, where providers run. `answer` is called on any thread
+/// when the request is done, before `handle` returns or later; errors are answered with a
+/// `Failure`. The service must outlive the blocks on the main queue.
 class ExtensionService {
  public:
   using Answer = std::function<void(ExtensionMessage)>;
@@ -26,10 +26,10 @@ class ExtensionService {
   void handle(const HostMessage& message);
 
  private:
-  /// A session's waiting events, from their announcement until all that followed from them is done.
+  /// The announced events of a session, until `FinishEvents` has been answered.
   struct Events {
     bool completed = false;
-    /// The `FinishEvents` that waits for the completion.
+    /// The number of the `FinishEvents` that waits for the completion.
     std::optional<std::int64_t> finishing = {};
   };
 
@@ -45,7 +45,7 @@ class ExtensionService {
 
   std::vector<WidgetConfiguration> widgets_;
   Answer answer_;
-  /// By session; for the main thread alone.
+  /// By session; used on the main thread only.
   std::map<std::string, std::shared_ptr<Events>> events_;
 };
 

@@ -9,8 +9,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include "platform/foundation/data/cbor.h"
-
 namespace platform {
 
 namespace {
@@ -56,8 +54,8 @@ MessageChannel::~MessageChannel() {
   ::close(descriptor_);
 }
 
-std::expected<void, ChannelError> MessageChannel::send(const Value& value) {
-  const auto body = encodeCBOR(value);
+std::expected<void, ChannelError> MessageChannel::send(
+    const std::expected<std::string, std::string>& body) {
   if (!body) {
     return std::unexpected(malformed(body.error()));
   }
@@ -101,7 +99,7 @@ std::expected<std::optional<std::size_t>, ChannelError> MessageChannel::announce
   return kHeader + length;
 }
 
-std::expected<Value, ChannelError> MessageChannel::receive(
+std::expected<std::string, ChannelError> MessageChannel::receive(
     std::optional<std::chrono::milliseconds> timeout) {
   const auto deadline =
       timeout.transform([](std::chrono::milliseconds wait) { return Clock::now() + wait; });
@@ -111,12 +109,9 @@ std::expected<Value, ChannelError> MessageChannel::receive(
       return std::unexpected(length.error());
     }
     if (*length && buffer_.size() >= **length) {
-      auto value = decodeCBOR(std::string_view(buffer_).substr(kHeader, **length - kHeader));
+      std::string message = buffer_.substr(kHeader, **length - kHeader);
       buffer_.erase(0, **length);
-      if (!value) {
-        return std::unexpected(malformed(value.error()));
-      }
-      return *std::move(value);
+      return message;
     }
     const auto readable = waitReadable(descriptor_, deadline);
     if (!readable) {

@@ -7,23 +7,21 @@
 #include <optional>
 #include <string>
 
-#include "platform/foundation/data/value.h"
-
 namespace platform {
 
-/// Why a channel gave nothing.
+/// Why a channel could not send or receive.
 struct ChannelError {
   enum class Kind { closed, timedOut, malformed, system };
   Kind kind = Kind::closed;
   std::string what;
 };
 
-/// Values over a stream socket: four bytes of length, most significant first, then CBOR.
+/// Messages over a stream socket: four bytes of length, most significant first, then the message.
 ///
 /// Owns the descriptor. `send` is safe from any thread; one thread receives.
 class MessageChannel {
  public:
-  /// No message is longer; whoever announces a longer one is cut off as malformed.
+  /// The longest message in bytes. A peer that announces a longer one gets `malformed`.
   static constexpr std::size_t kMaxLength = std::size_t{16} << 20;
 
   explicit MessageChannel(int descriptor) : descriptor_(descriptor) {}
@@ -31,17 +29,18 @@ class MessageChannel {
   MessageChannel(const MessageChannel&) = delete;
   MessageChannel& operator=(const MessageChannel&) = delete;
 
-  std::expected<void, ChannelError> send(const Value& value);
+  /// Sends what `encode` returned; its error is returned as `malformed`.
+  std::expected<void, ChannelError> send(const std::expected<std::string, std::string>& message);
 
-  /// The next message whole. `timedOut` after that long without one; what had arrived by then is
-  /// kept for the next call. No timeout waits for ever.
-  std::expected<Value, ChannelError> receive(
+  /// The next whole message. Returns `timedOut` after `timeout` and keeps what has arrived by then
+  /// for the next call; waits forever without a timeout.
+  std::expected<std::string, ChannelError> receive(
       std::optional<std::chrono::milliseconds> timeout = std::nullopt);
 
   int descriptor() const { return descriptor_; }
 
  private:
-  /// Bytes of the first message in `buffer_`, header included, once that is known.
+  /// The size of the first message in `buffer_` including its header, once the header is there.
   std::expected<std::optional<std::size_t>, ChannelError> announced() const;
 
   int descriptor_;

@@ -17,24 +17,25 @@
 
 namespace platform {
 
-/// A nested record's members under their own names and in their own order.
+/// The members of a nested record, by name, in the record's order.
 using MirroredRecord = std::vector<std::pair<std::string, Value>>;
 
-/// What one field of a record holds: a value, or a list of nested records.
+/// A field of a record: a value or a list of nested records.
 using MirroredField = std::variant<Value, std::vector<MirroredRecord>>;
 
-/// A record's fields under their own names and in their own order, for people and tests.
+/// The fields of a record, by name, in the record's order; for people and tests.
 using Mirror = std::vector<std::pair<std::string, MirroredField>>;
 
-/// A record with the moment from which a widget shows it, and `Mirror mirror(const Entry&)` beside
-/// it.
+/// A record with the instant at which a widget begins to show it, and a function
+/// `Mirror mirror(const Entry&)`.
 template <class Entry>
 concept TimelineEntry = std::copyable<Entry> && requires(const Entry& entry) {
   { entry.date } -> std::convertible_to<Date>;
   { mirror(entry) } -> std::same_as<Mirror>;
 };
 
-/// The earliest moment at which a host asks for the next timeline; none: only when it is told to.
+/// The earliest instant at which a host requests the next timeline; without one, it only does so
+/// for a reload request.
 struct TimelineReloadPolicy {
   std::optional<Date> date = {};
 
@@ -45,19 +46,19 @@ struct TimelineReloadPolicy {
 
 inline constexpr TimelineReloadPolicy TimelineReloadPolicy::never{};
 
-/// What a widget shows from when on, in order of dates, and when to ask again.
+/// The entries of a widget, ordered by date, and when to request the next ones.
 template <TimelineEntry Entry>
 struct Timeline {
   std::vector<Entry> entries;
   TimelineReloadPolicy policy;
 };
 
-/// Where and for what a host asks.
+/// What a host requests entries for.
 struct TimelineProviderContext {
   WidgetFamily family = WidgetFamily::systemSmall;
   /// The widget's size less its content margins, in points.
   Size displaySize = {};
-  /// Whether the answer is for the gallery.
+  /// Whether the entries are for the gallery.
   bool isPreview = false;
   friend bool operator==(const TimelineProviderContext&, const TimelineProviderContext&) = default;
 };
@@ -65,8 +66,8 @@ struct TimelineProviderContext {
 template <class T>
 using Completion = std::function<void(T)>;
 
-/// Supplies a static configuration's entries, on the thread that the host's request runs on. Each
-/// completion is called exactly once, at once or later.
+/// Supplies the entries of a static configuration. Runs on the main thread; each completion is
+/// called exactly once, before the function returns or later.
 template <class Provider>
 concept TimelineProvider = TimelineEntry<typename Provider::Entry> &&
     requires(const Provider& provider,
@@ -78,7 +79,7 @@ concept TimelineProvider = TimelineEntry<typename Provider::Entry> &&
   provider.getTimeline(context, planned);
 };
 
-/// Supplies an intent configuration's entries likewise, for the configuration that the user chose.
+/// The same for an intent configuration, with the configuration that the user chose.
 template <class Provider>
 concept IntentTimelineProvider = TimelineEntry<typename Provider::Entry> &&
     std::derived_from<typename Provider::Intent, INIntent> &&

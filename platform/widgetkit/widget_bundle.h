@@ -4,25 +4,24 @@
 #include <tuple>
 #include <vector>
 
-#include "platform/widgetkit/extension_main.h"
 #include "platform/widgetkit/widget_configuration.h"
 
 namespace platform {
 
-/// A widget record: its body declares it.
+/// A widget: its body declares it.
 template <class T>
 concept Widget = std::default_initializable<T> && requires(const T& widget) {
   { widget.body() } -> std::same_as<WidgetConfiguration>;
 };
 
-/// How the process entry reaches a bundle: makes it and reads its body, the widgets in gallery
+/// A bundle for the process entry: `body` makes the bundle and returns its widgets in gallery
 /// order.
 struct WidgetBundleConformance {
   std::vector<WidgetConfiguration> (*body)();
 };
 
-/// The conformance of a bundle type, whose `body()` is a tuple of widget records. Made once and
-/// kept for the process; safe from any thread.
+/// The conformance of a bundle type, whose `body()` is a tuple of widgets. One for the process;
+/// safe from any thread.
 template <class Bundle>
 const WidgetBundleConformance& widgetBundleConformance() {
   static const WidgetBundleConformance conformance = {[] {
@@ -35,7 +34,12 @@ const WidgetBundleConformance& widgetBundleConformance() {
   return conformance;
 }
 
-/// The widget-bundle main: hands the process over to the host until the host lets go of it.
+/// The entry of the extension: serves the host at the socket `kHostSocket` and runs the main queue
+/// on the calling thread. Returns when the host closes the socket. Exits with status 2 and a
+/// message on standard error if the process was not started by a host.
+void NSExtensionMain(std::vector<WidgetConfiguration> widgets);
+
+/// The widget-bundle main: serves the host until it closes the socket.
 inline void runWidgetBundle(const WidgetBundleConformance& conformance) {
   NSExtensionMain(conformance.body());
 }

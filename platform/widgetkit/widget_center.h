@@ -6,16 +6,15 @@
 
 namespace platform {
 
-/// The extension's line to its host for what nobody asked it for.
+/// Sends the extension's own requests to its host.
 class WidgetCenter {
  public:
   static WidgetCenter& shared();
 
-  /// Asks the host to ask again for the timelines of exactly that kind. From any thread.
+  /// Requests a reload of the timelines of exactly that kind. Safe from any thread.
   void reloadTimelines(std::string_view kind) const;
 
-  /// Takes the requests from now on: the extension's main hands them to the host, a test counts
-  /// them. Set before the first request.
+  /// Sets the function that sends a request. Not safe while another thread makes requests.
   void setHost(std::function<void(const std::string& kind)> host) { host_ = std::move(host); }
 
  private:

@@ -13,7 +13,7 @@
 
 namespace platform {
 
-/// An entry of any type, with the view that its widget makes of it.
+/// An entry of any type with its view.
 struct WidgetEntry {
   Date date;
   Mirror fields;
@@ -25,7 +25,7 @@ struct WidgetTimeline {
   TimelineReloadPolicy policy;
 };
 
-/// A provider of any type together with its widget's content.
+/// A provider of any type with its widget's content.
 class AnyTimelineProvider {
  public:
   virtual ~AnyTimelineProvider() = default;
@@ -36,21 +36,21 @@ class AnyTimelineProvider {
                            Completion<WidgetTimeline> completion) const = 0;
 };
 
-/// Takes a background session's identifier, and what to call once its events are dealt with.
+/// Takes the identifier of a background session and a completion to call when its events are
+/// handled.
 using BackgroundEventsHandler =
     std::function<void(const std::string& identifier, std::function<void()> completion)>;
 
-/// What a widget declares to its host. A cheap value; the modifiers return a changed copy.
+/// What a widget declares to its host. The modifiers return a changed copy.
 struct WidgetConfiguration {
-  /// The widget's identity towards hosts and reload requests.
+  /// The widget's identifier in requests.
   std::string kind;
-  /// Absent while a widget is declared but answers no requests.
   std::shared_ptr<const AnyTimelineProvider> provider = {};
   /// Keys that the host looks up in the extension's string catalogue.
   std::string displayNameKey = {};
   std::string descriptionKey = {};
   std::vector<WidgetFamily> families = {WidgetFamily::systemSmall, WidgetFamily::systemMedium};
-  /// The background session whose events the widget takes; empty for none.
+  /// The background session whose events the widget handles; empty for none.
   std::string backgroundSessionIdentifier = {};
   BackgroundEventsHandler backgroundEventsHandler = {};
 
@@ -63,8 +63,8 @@ struct WidgetConfiguration {
   WidgetConfiguration supportedFamilies(std::vector<WidgetFamily> supported) const {
     return with([&](WidgetConfiguration& changed) { changed.families = std::move(supported); });
   }
-  /// `handler` runs on the main thread when the extension was started for the results of exactly
-  /// that session. It must see to it that its completion is called once they have been dealt with.
+  /// `handler` runs on the main thread when the extension was launched for results of the session
+  /// `matching`. Its completion must be called when they have been handled.
   WidgetConfiguration onBackgroundURLSessionEvents(std::string matching,
                                                    BackgroundEventsHandler handler) const {
     return with([&](WidgetConfiguration& changed) {
@@ -118,8 +118,8 @@ class StaticProvider final : public AnyTimelineProvider {
   Content content_;
 };
 
-/// Asks an intent provider for what a static one is asked for. Nobody configures a widget of this
-/// host: every request comes with a new intent, which holds the defaults.
+/// Makes a static provider of an intent provider. This host has no way to configure a widget: every
+/// request gets a new intent with the default values.
 template <IntentTimelineProvider Provider>
 struct Unconfigured {
   using Entry = typename Provider::Entry;
@@ -142,7 +142,7 @@ struct Unconfigured {
 
 }  // namespace detail
 
-/// A widget whose user has nothing to configure. `content` turns an entry into a view.
+/// A widget without a configuration. `content` makes the view of an entry.
 template <TimelineProvider Provider, class Content>
 WidgetConfiguration StaticConfiguration(std::string kind, Provider provider, Content content) {
   return {.kind = std::move(kind),
@@ -150,7 +150,7 @@ WidgetConfiguration StaticConfiguration(std::string kind, Provider provider, Con
               std::move(provider), std::move(content))};
 }
 
-/// A widget that its user configures through an intent.
+/// A widget that the user configures with an intent.
 template <class Intent, IntentTimelineProvider Provider, class Content>
 WidgetConfiguration IntentConfiguration(std::string kind, Provider provider, Content content) {
   static_assert(std::same_as<Intent, typename Provider::Intent>);

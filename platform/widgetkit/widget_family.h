@@ -7,7 +7,7 @@
 
 namespace platform {
 
-/// The sizes of widget on a home screen.
+/// The sizes of widgets on a home screen.
 enum class WidgetFamily : std::uint8_t { systemSmall, systemMedium };
 
 inline constexpr std::array<std::string_view, 2> kWidgetFamilyNames = {"systemSmall",

@@ -63,7 +63,7 @@ TEST(ConfigurationIntent, ComesBackFromAnArchiveOrTheErrorSaysWhyNot) {
 
   const std::pair<Data, const char*> kBad[] = {
       {Data{"no archive"}, "No property list"},
-      {archiveOf("ConfigurationIntent", "text"), "no keyed archive"},
+      {archiveOf("ConfigurationIntent", "text"), "not a keyed archive"},
       {archived(ConfigurationIntentResponse()), "the class ConfigurationIntentResponse"},
       {archiveOf("ConfigurationIntent", Dictionary{{"suggestedInvocationPhrase", 5}}),
        "\"suggestedInvocationPhrase\" is of another type"},

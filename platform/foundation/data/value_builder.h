@@ -10,16 +10,15 @@
 
 namespace platform {
 
-/// Takes the events of nlohmann's parsers, under the names they must have there, and puts a `Value`
-/// together. Nesting is bounded here, while parsing: a deep tree, once built, could neither be
-/// copied nor freed without running out of stack.
+/// Builds a `Value` from the events of nlohmann's parser, which prescribes the names. Limits
+/// nesting while parsing: copying or freeing a deep tree would exhaust the stack.
 class ValueBuilder {
  public:
   explicit ValueBuilder(int maxDepth) : maxDepth_(static_cast<std::size_t>(maxDepth)) {}
 
-  /// The finished value, once the parser has said that all went well.
+  /// The value, after the parser succeeded.
   Value take() { return std::move(root_); }
-  /// What stopped the parser, in words for people; UTF-8 whatever the input was.
+  /// Why the parser failed; valid UTF-8 for any input.
   const std::string& failure() const { return failure_; }
   bool isTooDeep() const { return tooDeep_; }
 
@@ -48,13 +47,13 @@ class ValueBuilder {
 
   template <class Exception>
   bool parse_error(std::size_t, const std::string&, const Exception& exception) {
-    // The library opens with its own name of the error, in brackets.
+    // The library's message begins with an error name in brackets.
     const std::string_view text = exception.what();
     const auto end = text.find("] ");
     return fail(text.starts_with('[') && end != text.npos ? text.substr(end + 2) : text);
   }
 
- protected:
+ private:
   bool fail(std::string_view why) {
     failure_ = excerpt(why);
     return false;
@@ -70,7 +69,6 @@ class ValueBuilder {
     return true;
   }
 
- private:
   struct Container {
     bool isObject;
     std::string key = {};

@@ -5,9 +5,8 @@
 
 namespace platform {
 
-/// What is wrong with a part of a value, and how to get to that part from the top: `week[3].mood`.
-/// A writer that fails inside returns one, and each level it passes on the way out puts its own
-/// step in front, so that a write that succeeds pays nothing for it.
+/// What is wrong with a part of a value and the path to it: `week[3].mood`. Each level of a writer
+/// that returns the fault prepends its own step, so that a successful write builds no path.
 struct ValueFault {
   std::string what;
   std::string path = {};

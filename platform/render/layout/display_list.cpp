@@ -1,9 +1,11 @@
 #include "platform/render/layout/display_list.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <ostream>
 #include <sstream>
 #include <utility>
@@ -15,49 +17,41 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// Rounded to that many steps in one; never minus zero.
+/// Rounds to a multiple of 1 / `steps`; never returns minus zero.
 double rounded(double number, double steps) {
   return std::round(number * steps) / steps + 0.0;
 }
 
-/// In the fewest digits that read back the same, never in powers of ten.
-std::string decimal(double number) {
+/// With two decimals at most and without an exponent.
+std::string hundredths(double number) {
   char digits[400];
-  const auto end = std::to_chars(digits, std::end(digits), number, std::chars_format::fixed).ptr;
+  const auto end =
+      std::to_chars(digits, std::end(digits), rounded(number, 100), std::chars_format::fixed).ptr;
   return std::string(digits, end);
 }
 
-std::string hundredths(double number) {
-  return decimal(rounded(number, 100));
-}
-
 std::string hex(const Color& color) {
-  std::string text = "#";
-  for (const double component : {color.red, color.green, color.blue, color.opacity}) {
-    const auto byte = static_cast<unsigned>(std::lround(std::clamp(component, 0.0, 1.0) * 255));
-    constexpr char digits[] = "0123456789ABCDEF";
-    text += digits[byte / 16];
-    text += digits[byte % 16];
-  }
+  const auto byte = [](double component) {
+    return static_cast<unsigned>(std::lround(std::clamp(component, 0.0, 1.0) * 255));
+  };
+  char text[40];
+  std::snprintf(text,
+                sizeof text,
+                "#%02X%02X%02X%02X",
+                byte(color.red),
+                byte(color.green),
+                byte(color.blue),
+                byte(color.opacity));
   return text;
 }
 
-std::string_view name(TextAlignment alignment) {
-  switch (alignment) {
-    case TextAlignment::leading:
-      return "leading";
-    case TextAlignment::center:
-      return "center";
-    case TextAlignment::trailing:
-      return "trailing";
-  }
-  return {};
-}
+// In the order of TextAlignment.
+constexpr std::array kAlignmentNames = {"leading", "center", "trailing"};
 
-/// A whole number without a decimal point.
+/// Whole numbers are written without a decimal point.
 Json jsonNumber(double number) {
-  constexpr double exact = 1e15;
-  if (std::trunc(number) == number && std::abs(number) < exact) {
+  constexpr double kExact = 1e15;
+  if (std::trunc(number) == number && std::abs(number) < kExact) {
     return static_cast<std::int64_t>(number);
   }
   return number;
@@ -67,60 +61,41 @@ Json thousandths(double number) {
   return jsonNumber(rounded(number, 1000));
 }
 
-Json jsonOf(const std::optional<std::string>& text) {
-  return text ? Json(*text) : Json(nullptr);
-}
-
-// clang-format off
-std::string_view type(const ImageItem&) { return "image"; }
-std::string_view type(const TextItem&)  { return "text"; }
-std::string_view type(const FillItem&)  { return "fill"; }
-// clang-format on
-
 void write(Json& json, const ImageItem& image) {
+  json["type"] = "image";
   json["name"] = image.name;
 }
 
 void write(Json& json, const TextItem& item) {
   const Font& font = item.text.font;
+  json["type"] = "text";
   json["text"] = item.text.text;
   json["lines"] = item.lines;
   json["font"] = {{"family", font.family.empty() ? "system" : font.family},
                   {"size", jsonNumber(font.size)},
                   {"weight", static_cast<int>(font.weight)}};
   json["tracking"] = jsonNumber(item.text.tracking);
-  json["alignment"] = name(item.text.alignment);
+  json["alignment"] = kAlignmentNames.at(static_cast<std::size_t>(item.text.alignment));
   json["color"] = hex(item.text.color);
 }
 
 void write(Json& json, const FillItem& fill) {
+  json["type"] = "fill";
   json["color"] = hex(fill.color);
 }
 
-/// In quotes, on one line.
-std::string inQuotes(std::string_view text) {
-  std::string result = "\"";
-  for (const char character : text) {
-    if (character == '\n') {
-      result += "\\n";
-      continue;
-    }
-    if (character == '"' || character == '\\') {
-      result += '\\';
-    }
-    result += character;
-  }
-  return result + '"';
+std::string dumped(const Json& json, int indent) {
+  return json.dump(indent, ' ', false, Json::error_handler_t::replace);
 }
 
 void describe(std::ostream& out, const ImageItem& image) {
-  out << "Image " << inQuotes(image.name);
+  out << "Image " << dumped(image.name, -1);
 }
 
 void describe(std::ostream& out, const TextItem& item) {
   out << "Text";
   for (const std::string& line : item.lines) {
-    out << " " << inQuotes(line);
+    out << " " << dumped(line, -1);
   }
 }
 
@@ -141,13 +116,13 @@ bool contains(const Rect& frame, Point point) {
 std::string displayListJSON(const DisplayList& list) {
   Json items = Json::array();
   for (const DisplayItem& item : list.items) {
-    Json json = {
-        {"type", std::visit([](const auto& content) { return type(content); }, item.content)},
-        {"frame",
-         {thousandths(item.frame.x),
-          thousandths(item.frame.y),
-          thousandths(item.frame.width),
-          thousandths(item.frame.height)}}};
+    const Rect& frame = item.frame;
+    Json json = {{"type", nullptr},
+                 {"frame",
+                  {thousandths(frame.x),
+                   thousandths(frame.y),
+                   thousandths(frame.width),
+                   thousandths(frame.height)}}};
     std::visit([&](const auto& content) { write(json, content); }, item.content);
     if (item.link) {
       json["link"] = *item.link;
@@ -156,9 +131,9 @@ std::string displayListJSON(const DisplayList& list) {
   }
   const Json json = {
       {"size", {{"width", jsonNumber(list.size.width)}, {"height", jsonNumber(list.size.height)}}},
-      {"widgetURL", jsonOf(list.widgetURL)},
+      {"widgetURL", list.widgetURL ? Json(*list.widgetURL) : Json()},
       {"items", std::move(items)}};
-  return json.dump(2, ' ', false, Json::error_handler_t::replace);
+  return dumped(json, 2);
 }
 
 std::string displayListText(const DisplayList& list) {

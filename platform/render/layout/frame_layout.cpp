@@ -14,8 +14,8 @@ Length shrunk(Length length, double by) {
 
 }  // namespace
 
-// Padding takes the insets off the proposal and puts them back onto the size. Negative ones enlarge
-// the child and leave the size reported as it was, so that the child sticks out.
+// Padding subtracts its insets from the proposal and adds them to the size. Negative insets enlarge
+// the child but not the reported size, so the child extends beyond it.
 
 static ProposedSize inset(ProposedSize proposal, const EdgeInsets& insets) {
   return {shrunk(proposal.width, insets.leading + insets.trailing),
@@ -29,16 +29,13 @@ Size sizeThatFits(const PaddingModifier& padding, const Subviews& subviews, Prop
           std::max(0.0, child.height + insets.top + insets.bottom)};
 }
 
-void placeSubviews(const PaddingModifier& padding,
-                   const Subviews& subviews,
-                   const Rect& bounds,
-                   ProposedSize proposal) {
-  subviews.content().place({bounds.x + padding.insets.leading, bounds.y + padding.insets.top},
-                           inset(proposal, padding.insets));
+void placeSubviews(const PaddingModifier& padding, const Subviews& subviews, const Placement& in) {
+  subviews.content().place({in.bounds.x + padding.insets.leading, in.bounds.y + padding.insets.top},
+                           inset(in.proposal, padding.insets));
 }
 
-// A fixed frame replaces proposal and size on the axes that it fixes; on the other one it is not
-// there. The child is aligned in it and may be larger.
+// A fixed frame replaces proposal and size on the axes that it sets and does not affect the other.
+// The child is centred and may be larger than the frame.
 
 static ProposedSize fixed(const FixedFrame& frame, ProposedSize proposal) {
   return {frame.width ? shrunk(frame.width, 0) : proposal.width,
@@ -51,77 +48,38 @@ Size sizeThatFits(const FixedFrame& frame, const Subviews& subviews, ProposedSiz
   return {frame.width ? *offer.width : child.width, frame.height ? *offer.height : child.height};
 }
 
-void placeSubviews(const FixedFrame& frame,
-                   const Subviews& subviews,
-                   const Rect& bounds,
-                   ProposedSize proposal) {
-  subviews.content().place(bounds, frame.alignment, fixed(frame, proposal));
+void placeSubviews(const FixedFrame& frame, const Subviews& subviews, const Placement& in) {
+  subviews.content().placeCentred(in.bounds, fixed(frame, in.proposal));
 }
 
-// A flexible frame bounds an axis. With both bounds, or with the one that the proposal runs into,
-// it goes by the proposal; without any it is its child's size. The child, proposed the bounded
-// length first, is proposed the frame's own size when it is placed.
+// A flexible frame takes the proposal up to its maximum on the axes that have one, or the child's
+// length if nothing is proposed; other axes follow the child. It grows to the maximum with a child
+// that is longer than the proposal. The child is proposed the bounded length when it is measured
+// and the frame's own size when it is placed.
 
-namespace {
-
-struct Bounds {
-  Length min;
-  Length ideal;
-  Length max;
-
-  double clamp(double length) const {
-    return std::max({0.0, min.value_or(0), std::min(length, max.value_or(infinity))});
-  }
-
-  Length offer(Length proposal) const {
-    const Length wanted = proposal ? proposal : ideal;
-    return wanted ? Length(clamp(*wanted)) : std::nullopt;
-  }
-
-  double size(Length proposal, double child) const {
-    if (!proposal) {
-      return clamp(ideal.value_or(child));
-    }
-    if (min && max) {
-      return clamp(*proposal);
-    }
-    if (max) {
-      return clamp(std::max(*proposal, child));
-    }
-    if (min) {
-      return clamp(std::min(*proposal, child));
-    }
-    return child;
-  }
-};
-
-Bounds horizontal(const FlexibleFrame& frame) {
-  return {frame.minWidth, frame.idealWidth, frame.maxWidth};
+static Length offered(Length proposal, Length maximum) {
+  return proposal.transform([&](double length) {
+    return std::clamp(length, 0.0, std::max(0.0, maximum.value_or(infinity)));
+  });
 }
 
-Bounds vertical(const FlexibleFrame& frame) {
-  return {frame.minHeight, frame.idealHeight, frame.maxHeight};
+static double taken(Length proposal, Length maximum, double child) {
+  return maximum ? *offered(std::max(proposal.value_or(0), child), maximum) : child;
 }
-
-}  // namespace
 
 Size sizeThatFits(const FlexibleFrame& frame, const Subviews& subviews, ProposedSize proposal) {
-  const Bounds width = horizontal(frame);
-  const Bounds height = vertical(frame);
-  const Size child =
-      subviews.content().sizeThatFits({width.offer(proposal.width), height.offer(proposal.height)});
-  return {width.size(proposal.width, child.width), height.size(proposal.height, child.height)};
+  const Size child = subviews.content().sizeThatFits(
+      {offered(proposal.width, frame.maxWidth), offered(proposal.height, frame.maxHeight)});
+  return {taken(proposal.width, frame.maxWidth, child.width),
+          taken(proposal.height, frame.maxHeight, child.height)};
 }
 
-void placeSubviews(const FlexibleFrame& frame,
-                   const Subviews& subviews,
-                   const Rect& bounds,
-                   ProposedSize) {
-  subviews.content().place(bounds, frame.alignment, {bounds.width, bounds.height});
+void placeSubviews(const FlexibleFrame&, const Subviews& subviews, const Placement& in) {
+  subviews.content().placeCentred(in.bounds, in.proposedBounds());
 }
 
-// An aspect ratio scales its shape into the proposal, or over it, and proposes that. It reports
-// what the child makes of it: one that fills is larger than what was proposed.
+// An aspect ratio scales its shape to fit into the proposal, or to fill it, and proposes the result
+// to the child. It reports the child's size, which may be larger than the proposal.
 
 static ProposedSize scaled(const AspectRatioModifier& aspect,
                            const Subviews& subviews,
@@ -130,11 +88,11 @@ static ProposedSize scaled(const AspectRatioModifier& aspect,
     return proposal;
   }
   const Size shape = aspect.ratio ? Size{*aspect.ratio, 1} : subviews.content().sizeThatFits({});
-  // A missing picture has no shape to keep.
+  // A missing image has no shape.
   if (!(shape.width > 0 && shape.height > 0)) {
     return proposal;
   }
-  // An absent axis sets no limit: the other one decides.
+  // An axis without a proposal sets no limit.
   const Length byWidth = proposal.width.transform([&](double w) { return w / shape.width; });
   const Length byHeight = proposal.height.transform([&](double h) { return h / shape.height; });
   const double x = byWidth.value_or(byHeight.value_or(1));
@@ -151,9 +109,8 @@ Size sizeThatFits(const AspectRatioModifier& aspect,
 
 void placeSubviews(const AspectRatioModifier& aspect,
                    const Subviews& subviews,
-                   const Rect& bounds,
-                   ProposedSize proposal) {
-  subviews.content().place({bounds.x, bounds.y}, scaled(aspect, subviews, proposal));
+                   const Placement& in) {
+  subviews.content().place(in.origin(), scaled(aspect, subviews, in.proposal));
 }
 
 }  // namespace platform

@@ -11,14 +11,6 @@
 namespace platform {
 namespace {
 
-/// How much of the room beside a child lies before it.
-double share(HorizontalAlignment alignment) {
-  return static_cast<double>(alignment) / 2;
-}
-double share(VerticalAlignment alignment) {
-  return static_cast<double>(alignment) / 2;
-}
-
 bool isFinite(const Rect& frame) {
   return std::isfinite(frame.x) && std::isfinite(frame.y) && std::isfinite(frame.width) &&
          std::isfinite(frame.height);
@@ -74,38 +66,34 @@ void LayoutPass::place(const ArchivedView& view, Point origin, ProposedSize prop
   const Rect bounds{origin.x, origin.y, size.width, size.height};
   std::visit(
       [&](const auto& element) {
-        placeSubviews(element, Subviews(*this, view.children), bounds, proposal);
+        placeSubviews(element, Subviews(*this, view.children), {bounds, proposal});
       },
       view.element);
 }
 
-void LayoutPass::place(const ArchivedView& view,
-                       const Rect& bounds,
-                       Alignment alignment,
-                       ProposedSize proposal) {
+void LayoutPass::placeCentred(const ArchivedView& view, const Rect& bounds, ProposedSize proposal) {
   const Size size = sizeThatFits(view, proposal);
-  const Point origin{bounds.x + (bounds.width - size.width) * share(alignment.horizontal),
-                     bounds.y + (bounds.height - size.height) * share(alignment.vertical)};
-  place(view, origin, proposal);
+  place(view,
+        {bounds.x + (bounds.width - size.width) / 2, bounds.y + (bounds.height - size.height) / 2},
+        proposal);
 }
 
-void LayoutPass::placeContainerBackground(const ArchivedView& view, Alignment alignment) {
+void LayoutPass::placeContainerBackground(const ArchivedView& view) {
   if (containerBackground_) {
     return;
   }
   containerBackground_.emplace();
   std::vector<DisplayItem> content = std::exchange(items_, {});
   std::optional<std::string> link = exchangeLink(std::nullopt);
-  place(view,
-        {0, 0, widget_.width, widget_.height},
-        alignment,
-        {.width = widget_.width, .height = widget_.height});
+  placeCentred(view,
+               {0, 0, widget_.width, widget_.height},
+               {.width = widget_.width, .height = widget_.height});
   containerBackground_ = std::exchange(items_, std::move(content));
   exchangeLink(std::move(link));
 }
 
 void LayoutPass::show(std::variant<ImageItem, TextItem, FillItem> content, const Rect& frame) {
-  // Lengths of an absurd view may add up beyond what a double holds; nothing of it could be seen.
+  // The sums of extreme lengths may overflow; nothing at such a place is visible.
   if (isFinite(frame)) {
     items_.push_back({.content = std::move(content), .frame = frame, .link = link_});
   }
@@ -115,7 +103,7 @@ std::optional<std::string> LayoutPass::exchangeLink(std::optional<std::string> u
   return std::exchange(link_, std::move(url));
 }
 
-void LayoutPass::openWherever(const std::string& url) {
+void LayoutPass::setWidgetURL(const std::string& url) {
   if (!widgetURL_) {
     widgetURL_ = url;
   }
@@ -144,7 +132,7 @@ DisplayList layOut(const ArchivedView& view,
                      std::max(0.0, widget.width - contentMargins.leading - contentMargins.trailing),
                      std::max(0.0, widget.height - contentMargins.top - contentMargins.bottom)};
   LayoutPass pass(widget, environment);
-  pass.place(view, content, {}, {.width = content.width, .height = content.height});
+  pass.placeCentred(view, content, {.width = content.width, .height = content.height});
   return std::move(pass).finish();
 }
 

@@ -14,35 +14,36 @@ namespace platform {
 
 /// A text broken into lines.
 struct TextLines {
-  /// The width of the widest line and the height of all lines.
+  /// The width of the widest line by the height of all lines.
   Size size;
   std::vector<std::string> lines;
 };
 
-/// Breaks texts into lines; the layout engine's only view of typefaces.
+/// Breaks texts into lines. The layout knows typefaces only through it.
 class TextMeasurer {
  public:
   virtual ~TextMeasurer() = default;
 
-  /// Breaks at words, and inside a word that is wider than a line, so that no line is wider than
-  /// `proposal.width` (none or infinity: only at line feeds). Lines that do not fit
-  /// `proposal.height` are dropped, all but the first, and the last one kept ends with an ellipsis.
+  /// Breaks between words, and within a word that is wider than a line, so that no line is wider
+  /// than `proposal.width`; without a width or with infinity, only at line feeds. Drops lines that
+  /// do not fit into `proposal.height`, but never the first; the last line then ends with an
+  /// ellipsis.
   virtual TextLines breakLines(const ArchivedText& text, ProposedSize proposal) = 0;
 };
 
-/// What the layout needs of the world around it.
+/// What the layout depends on besides the view.
 struct LayoutEnvironment {
   TextMeasurer& text;
-  /// A picture's natural size in points, or nothing for a picture that the bundle does not have.
+  /// The natural size of an image in points, or nothing if the bundle does not have the image.
   std::function<std::optional<Size>(std::string_view name)> imageSize;
   LayoutDirection direction = LayoutDirection::leftToRight;
 };
 
-/// Lays a widget's view out by the platform's rules: parents propose, children answer, parents
-/// place.
+/// Lays out a widget's view by the platform's rules: a parent proposes a size, the child chooses
+/// its size, the parent places the child.
 ///
-/// The view is proposed the widget's size less its content margins, and centred there; a container
-/// background fills the whole widget behind it. Frames are exact: snapping to pixels is drawing's.
+/// The proposal is the widget's size less its content margins, and the view is centred there. A
+/// container background fills the whole widget behind it. Frames are not rounded to pixels.
 ///
 /// Pure: the same view, size and environment give the same list.
 DisplayList layOut(const ArchivedView& view,

@@ -11,11 +11,10 @@
 
 namespace platform {
 
-/// One run of the layout over a view: what has been measured and what has been placed so far.
+/// The state of one layout: sizes measured and items placed so far.
 ///
-/// It works from the leading edge: x grows toward the trailing one whichever way the language runs,
-/// and right to left is a reflection of the finished list. So no rule below it asks for a
-/// direction.
+/// x grows from the leading to the trailing edge in every language; `finish` reflects the list for
+/// a right-to-left language. So the layout rules do not depend on the direction.
 class LayoutPass {
  public:
   LayoutPass(Size widget, const LayoutEnvironment& environment)
@@ -23,28 +22,25 @@ class LayoutPass {
 
   const LayoutEnvironment& environment() const { return environment_; }
 
-  /// The view's answer to a proposal. It is worked out once: a stack asks each child several times,
-  /// which would multiply from level to level.
+  /// The view's size for a proposal. Cached: stacks ask each child several times, which would
+  /// multiply with each level of nesting.
   Size sizeThatFits(const ArchivedView& view, ProposedSize proposal);
 
-  /// Puts the view, at the size it answers to the proposal, with its top leading corner at
-  /// `origin`.
+  /// Places the view, in its size for the proposal, with its top leading corner at `origin`.
   void place(const ArchivedView& view, Point origin, ProposedSize proposal);
-  /// Puts it into `bounds` by the alignment; it may reach beyond them.
-  void place(const ArchivedView& view,
-             const Rect& bounds,
-             Alignment alignment,
-             ProposedSize proposal);
-  /// Puts it behind everything else, over the whole widget. The outermost such background is shown.
-  void placeContainerBackground(const ArchivedView& view, Alignment alignment);
+  /// Places the view in the middle of `bounds`; it may extend beyond them.
+  void placeCentred(const ArchivedView& view, const Rect& bounds, ProposedSize proposal);
+  /// Places the view behind everything else, in the middle of the widget. Only the outermost
+  /// container background is shown.
+  void placeContainerBackground(const ArchivedView& view);
 
-  /// Draws something in front of what is there.
+  /// Adds an item in front of the others.
   void show(std::variant<ImageItem, TextItem, FillItem> content, const Rect& frame);
 
-  /// Makes what is shown from now on open this address, or nothing; answers what it opened before.
+  /// Sets the link of items that are shown from now on; returns the previous one.
   std::optional<std::string> exchangeLink(std::optional<std::string> url);
-  /// The outermost address stays.
-  void openWherever(const std::string& url);
+  /// Sets the widget's URL unless an outer view has set it.
+  void setWidgetURL(const std::string& url);
 
   DisplayList finish() &&;
 
@@ -67,33 +63,31 @@ class LayoutPass {
   std::optional<std::string> widgetURL_;
 };
 
-/// A child as its parent's rules see it.
+/// A child, for the layout rule of its parent.
 class Subview {
  public:
   Subview(LayoutPass& pass, const ArchivedView& view) : pass_(&pass), view_(&view) {}
 
   Size sizeThatFits(ProposedSize proposal) const { return pass_->sizeThatFits(*view_, proposal); }
   void place(Point origin, ProposedSize proposal) const { pass_->place(*view_, origin, proposal); }
-  void place(const Rect& bounds, Alignment alignment, ProposedSize proposal) const {
-    pass_->place(*view_, bounds, alignment, proposal);
+  void placeCentred(const Rect& bounds, ProposedSize proposal) const {
+    pass_->placeCentred(*view_, bounds, proposal);
   }
-  void placeContainerBackground(Alignment alignment) const {
-    pass_->placeContainerBackground(*view_, alignment);
-  }
+  void placeContainerBackground() const { pass_->placeContainerBackground(*view_); }
 
  private:
   LayoutPass* pass_;
   const ArchivedView* view_;
 };
 
-/// The children of the view that a rule is about.
+/// The children of the view that a layout rule is applied to.
 class Subviews {
  public:
   Subviews(LayoutPass& pass, const std::vector<ArchivedView>& views)
       : pass_(&pass), views_(&views) {}
 
   std::size_t size() const { return views_->size(); }
-  /// Stops the process where there is no such child: `decodeView` lets no such view in.
+  /// Stops the process if there is no such child; decoded messages have no such views.
   Subview operator[](std::size_t index) const;
   Subview content() const { return (*this)[0]; }
   Subview background() const { return (*this)[1]; }

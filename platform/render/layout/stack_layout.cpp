@@ -11,7 +11,7 @@ namespace {
 
 using Length = std::optional<double>;
 
-// A stack's rules are the same along either axis: lengths lie along it, breadths across.
+// The rules are the same for both axes: a length is measured along the axis, a breadth across it.
 
 double length(Axis axis, Size size) {
   return axis == Axis::horizontal ? size.width : size.height;
@@ -29,7 +29,7 @@ Length length(Axis axis, ProposedSize proposal) {
   return axis == Axis::horizontal ? proposal.width : proposal.height;
 }
 
-/// The stack's own proposal with another length: children keep what is proposed across.
+/// The stack's proposal with another length: the proposed breadth is passed on to the children.
 ProposedSize withLength(Axis axis, ProposedSize proposal, Length length) {
   (axis == Axis::horizontal ? proposal.width : proposal.height) = length;
   return proposal;
@@ -43,11 +43,10 @@ double allGaps(const StackLayout& stack, const Subviews& subviews) {
   return subviews.size() < 2 ? 0 : gap(stack) * static_cast<double>(subviews.size() - 1);
 }
 
-/// The children's indices, least flexible first; equals keep their order.
+/// The indices of the children, the least flexible first; equally flexible ones keep their order.
 std::vector<std::size_t> byFlexibility(Axis axis, const Subviews& subviews, ProposedSize proposal) {
   std::vector<std::size_t> order(subviews.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
-  // An only child needs no asking.
   if (order.size() < 2) {
     return order;
   }
@@ -56,15 +55,14 @@ std::vector<std::size_t> byFlexibility(Axis axis, const Subviews& subviews, Prop
     const double most =
         length(axis, subviews[i].sizeThatFits(withLength(axis, proposal, infinity)));
     const double least = length(axis, subviews[i].sizeThatFits(withLength(axis, proposal, 0)));
-    // A child that is infinite either way bends no more than a rigid one.
-    const double bend = most - least;
-    flexibility.push_back(std::isnan(bend) ? 0 : bend);
+    // A child that is infinite in both cases counts as rigid.
+    flexibility.push_back(std::isnan(most - least) ? 0 : most - least);
   }
   std::ranges::stable_sort(order, {}, [&](std::size_t i) { return flexibility[i]; });
   return order;
 }
 
-/// What each child is proposed along the axis, in the children's own order.
+/// The length that is proposed to each child.
 std::vector<Length> shares(const StackLayout& stack,
                            const Subviews& subviews,
                            ProposedSize proposal) {
@@ -74,7 +72,6 @@ std::vector<Length> shares(const StackLayout& stack,
   }
   double left = *whole - allGaps(stack, subviews);
   std::vector<Length> shares(subviews.size(), 0.0);
-  // Nothing to share stays nothing, whoever comes first.
   if (left <= 0) {
     return shares;
   }
@@ -90,8 +87,8 @@ std::vector<Length> shares(const StackLayout& stack,
 
 }  // namespace
 
-// A stack shares its length among the children, the least flexible first, so that those that can
-// bend take what the others leave. It is as long as they turn out and as broad as the broadest.
+// A stack divides its length among the children, the least flexible first, so that flexible ones
+// get what the others leave. Its size is the sum of the lengths and gaps by the largest breadth.
 
 Size sizeThatFits(const StackLayout& stack, const Subviews& subviews, ProposedSize proposal) {
   const std::vector<Length> lengths = shares(stack, subviews, proposal);
@@ -105,26 +102,23 @@ Size sizeThatFits(const StackLayout& stack, const Subviews& subviews, ProposedSi
   return sized(stack.axis, std::max(0.0, total), broadest);
 }
 
-void placeSubviews(const StackLayout& stack,
-                   const Subviews& subviews,
-                   const Rect& bounds,
-                   ProposedSize proposal) {
-  const std::vector<Length> lengths = shares(stack, subviews, proposal);
+void placeSubviews(const StackLayout& stack, const Subviews& subviews, const Placement& in) {
+  const std::vector<Length> lengths = shares(stack, subviews, in.proposal);
   double offset = 0;
   for (std::size_t i = 0; i < subviews.size(); ++i) {
-    const ProposedSize offer = withLength(stack.axis, proposal, lengths[i]);
+    const ProposedSize offer = withLength(stack.axis, in.proposal, lengths[i]);
     const double taken = length(stack.axis, subviews[i].sizeThatFits(offer));
     const Size start = sized(stack.axis, offset, 0);
-    const Size slot = sized(stack.axis, taken, breadth(stack.axis, bounds.size()));
-    subviews[i].place({bounds.x + start.width, bounds.y + start.height, slot.width, slot.height},
-                      stack.alignment,
-                      offer);
+    const Size slot = sized(stack.axis, taken, breadth(stack.axis, in.bounds.size()));
+    subviews[i].placeCentred(
+        {in.bounds.x + start.width, in.bounds.y + start.height, slot.width, slot.height}, offer);
     offset += taken + gap(stack);
   }
 }
 
-// An overlay stack is as large as the largest child in each direction. When it places them it
-// proposes that size to all, so a child that overflowed the proposal makes room for its siblings.
+// An overlay stack takes the largest width and the largest height of its children, and proposes
+// this size to all of them when it places them: one child larger than the proposal enlarges the
+// others.
 
 Size sizeThatFits(const OverlayStackLayout&, const Subviews& subviews, ProposedSize proposal) {
   Size largest;
@@ -135,12 +129,9 @@ Size sizeThatFits(const OverlayStackLayout&, const Subviews& subviews, ProposedS
   return largest;
 }
 
-void placeSubviews(const OverlayStackLayout& stack,
-                   const Subviews& subviews,
-                   const Rect& bounds,
-                   ProposedSize) {
+void placeSubviews(const OverlayStackLayout&, const Subviews& subviews, const Placement& in) {
   for (std::size_t i = 0; i < subviews.size(); ++i) {
-    subviews[i].place(bounds, stack.alignment, {bounds.width, bounds.height});
+    subviews[i].placeCentred(in.bounds, in.proposedBounds());
   }
 }
 

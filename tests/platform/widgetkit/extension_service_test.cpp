@@ -24,10 +24,12 @@ struct Note {
 };
 
 Mirror mirror(const Note& note) {
-  return {{"date", note.date}, {"text", note.text}};
+  return {{"text", note.text},
+          {"nested", std::vector{MirroredRecord{{"z", 1}, {"a", Array{Value()}}}, {}}},
+          {"date", note.date}};
 }
 
-/// Answers timelines when it is told to.
+/// Completes a timeline when the test does.
 struct LateProvider {
   using Entry = Note;
 
@@ -50,8 +52,7 @@ struct Service : ::testing::Test {
             {StaticConfiguration("Notes",
                                  LateProvider{&waiting},
                                  [](const Note& note) { return View(Text::verbatim(note.text)); })
-                 .supportedFamilies({WidgetFamily::systemSmall}),
-             WidgetConfiguration{.kind = "Declared"}},
+                 .supportedFamilies({WidgetFamily::systemSmall})},
             [this](ExtensionMessage message) { answers.push_back(std::move(message)); }) {
     world::phoneAt(Date::since1970(100));
   }
@@ -86,8 +87,16 @@ TEST_F(Service, AnswersUnderTheRequestsNumberWheneverTheProviderCompletes) {
   EXPECT_EQ(shown(answers.back()), "late");
   const auto& timeline = std::get<ArchivedTimeline>(answers.back().content);
   EXPECT_EQ(timeline.policy.date, Date::since1970(9));
-  EXPECT_EQ(timeline.entries.at(0).fields,
-            (Mirror{{"date", "1970-01-01T00:00:03.000Z"}, {"text", "late"}}));
+  EXPECT_EQ(
+      timeline.entries.at(0).fields,
+      R"({"text":"late","nested":[{"z":1,"a":[null]},{}],"date":"1970-01-01T00:00:03.000Z"})");
+}
+
+TEST_F(Service, FieldsThatAreNotJSONAreAFailure) {
+  service.handle({++id, ProvideRequest{What::timeline, "Notes", {}}});
+  waiting.at(0)({{{Date::since1970(3), "\xFF"}}, TimelineReloadPolicy::never});
+  EXPECT_EQ(reason(answers.back()),
+            "the fields of an entry can't be sent: JSON can't hold a string that is not UTF-8");
 }
 
 struct DirectionCase {
@@ -122,10 +131,8 @@ TEST_F(Service, TheLocalisationDecidesTheLayoutDirection) {
 
 TEST_F(Service, RefusalsNameWhatIsWrong) {
   EXPECT_EQ(reason(ask({What::timeline, "Nope", {}})), "no widget has the kind \"Nope\"");
-  EXPECT_EQ(reason(ask({What::placeholder, "Declared", {}})),
-            "the widget \"Declared\" is declared but has no provider");
   EXPECT_EQ(reason(ask({What::timeline, "Notes", {.family = WidgetFamily::systemMedium}})),
-            "the widget \"Notes\" does not come in the family systemMedium");
+            "the widget \"Notes\" does not support the family systemMedium");
 }
 
 TEST_F(Service, ResultsNeedASessionAndEventsAWidget) {
@@ -137,12 +144,12 @@ TEST_F(Service, ResultsNeedASessionAndEventsAWidget) {
             "no session has the identifier \"none\"");
   EXPECT_EQ(refused(FinishEvents{"none"}), "no session has the identifier \"none\"");
   EXPECT_EQ(refused(BackgroundEvents{"none"}),
-            "no widget takes the events of the session \"none\"");
-  EXPECT_EQ(refused(BackgroundEvents{""}), "no widget takes the events of the session \"\"");
-  EXPECT_EQ(refused(DownloadStarted()), "nobody waits for the start of download 5");
+            "no widget handles the events of the session \"none\"");
+  EXPECT_EQ(refused(BackgroundEvents{""}), "no widget handles the events of the session \"\"");
+  EXPECT_EQ(refused(DownloadStarted()), "no download waits to be started as number 5");
 }
 
-/// Counts how often it is told that all events were delivered.
+/// Counts the calls that say that all events were delivered.
 struct CountingDelegate : NSURLSessionDownloadDelegate {
   void didFinishDownloadingToURL(NSURLSession&, NSURLSessionDownloadTask&, const URL&) override {}
   void didCompleteWithError(NSURLSession&,
@@ -181,7 +188,7 @@ TEST(ExtensionServiceEvents, AreFinishedOnceTheWidgetsCompletionWasCalled) {
   std::array<int, 2> wake = {};
   ASSERT_EQ(::pipe(wake.data()), 0);
   const auto drain = [&] {
-    // Behind what the delegate queue has put onto the main queue.
+    // After the blocks that the delegate queue has put onto the main queue.
     session.deliver(
         {.session = "events", .url = "http://a/", .error = NSError{NSURLErrorDomain, -1, ""}},
         [&] { DispatchQueue::main().async([&] { EXPECT_EQ(::write(wake[1], "x", 1), 1); }); });
@@ -196,7 +203,7 @@ TEST(ExtensionServiceEvents, AreFinishedOnceTheWidgetsCompletionWasCalled) {
   completion();
   EXPECT_EQ(done, (std::vector<std::int64_t>{1, 2}));
   EXPECT_EQ(delegate.finished, 1);
-  // What was not announced is not finished, and yet waited for.
+  // Events that were not announced are not finished; the main queue is awaited nevertheless.
   DispatchQueue::main().async([&] { done.push_back(0); });
   service.handle({3, AwaitMainQueue()});
   drain();
@@ -206,7 +213,7 @@ TEST(ExtensionServiceEvents, AreFinishedOnceTheWidgetsCompletionWasCalled) {
   EXPECT_EQ(delegate.finished, 1);
 }
 
-TEST_F(Service, SettingsComeIntoForce) {
+TEST_F(Service, ConfigureRequestsTakeEffect) {
   const world::Container container;
   service.handle({1,
                   ConfigureRequest{.device = {.clock = Clock::frozenAt(Date::since1970(42)),

@@ -11,8 +11,8 @@
 
 #include "platform/render/layout/layout.h"
 
-// Builds archived views in the words of the views they come from, and lays them out with a typeface
-// whose every character is half as wide as the type is large.
+// Builds archived views by the names of the views they come from, and lays them out with a typeface
+// in which every character is half as wide as the type size.
 
 namespace platform::test {
 
@@ -40,8 +40,12 @@ inline ArchivedView vstack(StackLayout stack, std::vector<ArchivedView> children
   stack.axis = Axis::vertical;
   return node(stack, std::move(children));
 }
-inline ArchivedView zstack(std::vector<ArchivedView> children, Alignment alignment = {}) {
-  return node(OverlayStackLayout{alignment}, std::move(children));
+inline ArchivedView zstack(std::vector<ArchivedView> children) {
+  return node(OverlayStackLayout(), std::move(children));
+}
+/// Takes the proposal, but at least `width`.
+inline ArchivedView atLeast(double width) {
+  return zstack({node(FixedFrame{.width = width, .height = 0}, {fill(Color::clear)}), fill()});
 }
 inline ArchivedView padding(EdgeInsets insets, ArchivedView child) {
   return node(PaddingModifier{insets}, {std::move(child)});
@@ -64,8 +68,8 @@ inline ArchivedView fit(ArchivedView child, std::optional<double> ratio = {}) {
 inline ArchivedView filling(ArchivedView child, std::optional<double> ratio = {}) {
   return node(AspectRatioModifier{ratio, ContentMode::fill}, {std::move(child)});
 }
-inline ArchivedView background(ArchivedView child, ArchivedView behind, Alignment alignment = {}) {
-  return node(BackgroundModifier{alignment}, {std::move(child), std::move(behind)});
+inline ArchivedView background(ArchivedView child, ArchivedView behind) {
+  return node(BackgroundModifier(), {std::move(child), std::move(behind)});
 }
 inline ArchivedView containerBackground(ArchivedView child, ArchivedView behind) {
   return node(ContainerBackgroundModifier{}, {std::move(child), std::move(behind)});
@@ -136,7 +140,7 @@ class FixedAdvanceMeasurer : public TextMeasurer {
   double tracking_ = 0;
 };
 
-/// The pictures that the bundle of these tests has, by name.
+/// The images in the bundle of these tests, by name.
 inline std::optional<Size> naturalSize(std::string_view name) {
   static const std::map<std::string_view, Size> sizes = {
       {"flame", {18, 30}}, {"square", {200, 200}}, {"wide", {80, 20}}, {"tall", {20, 80}}};
@@ -158,7 +162,7 @@ inline DisplayList laidOut(const ArchivedView& view, const World& world = {}) {
                 {.text = measurer, .imageSize = naturalSize, .direction = world.direction});
 }
 
-/// A view, the world it is laid out in, and the dump that comes out.
+/// A view, the widget it is laid out in, and the resulting display list.
 struct LayoutCase {
   std::string_view name;
   ArchivedView view;
