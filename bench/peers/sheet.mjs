@@ -1,11 +1,11 @@
-// Glancery's sheet: the whole command, started again in every round.
+// `glancery sheet` as a participant of the benchmark: the whole command, once each round.
 
 import { join } from 'node:path';
 import { run } from './processes.mjs';
 
 export class Sheet {
   name = 'glancery sheet';
-  /** The last round's sheet. */
+  /** The folder of the latest round's sheet. */
   directory;
   #glancery;
   #scratch;
@@ -22,12 +22,12 @@ export class Sheet {
   }
 
   async round({ watch = false } = {}) {
-    // A new folder each time: file systems make files more slowly where many were just removed.
+    // A new folder for each round, because creating files is slower where many were just removed.
     this.directory = join(this.#scratch, `sheet-${++this.#rounds}`);
     const ran = await run(this.#glancery, ['sheet', '-o', this.directory], { watch });
     const pictures = Number(ran.output.match(/(\d+) pictures/)?.[1]);
     if (!(pictures > 0)) {
-      throw new Error(`glancery sheet does not say how many pictures it drew: ${ran.output}`);
+      throw new Error(`glancery sheet printed no number of pictures: ${ran.output}`);
     }
     return { ...ran, pictures };
   }

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <map>
+#include <optional>
+#include <sstream>
+
+#include "platform/support/utf8.h"
 
 namespace host {
 
@@ -14,7 +16,7 @@ using namespace platform;
 
 namespace {
 
-/// Half a point: less is the rounding of whole pixels.
+/// In points. Smaller excesses and overlaps come from rounding to whole pixels.
 constexpr double kTolerance = 0.5;
 constexpr std::string_view kEllipsis = "…";
 
@@ -24,12 +26,11 @@ std::string inQuotes(std::string_view text) {
   return "“" + shown + "”";
 }
 
-/// In at most one decimal place.
+/// With at most one decimal.
 std::string tenths(double number) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.1f", number);
-  std::string shown = text;
-  return shown.ends_with(".0") ? shown.substr(0, shown.size() - 2) : shown;
+  std::ostringstream text;
+  text << std::round(number * 10) / 10;
+  return text.str();
 }
 
 const TextItem* textOf(const DisplayItem& item) {
@@ -43,46 +44,57 @@ bool isTruncated(const TextItem& text) {
   return text.lines.back().ends_with(kEllipsis) && !text.text.text.ends_with(kEllipsis);
 }
 
-/// A letter or digit of a script that puts spaces between words, by the first byte of its UTF-8.
-bool isOfWord(char first) {
-  const auto byte = static_cast<unsigned char>(first);
-  return std::isalnum(byte) != 0 || (byte >= 0xC3 && byte < 0xE0);
+bool isBetween(char32_t point, char32_t first, char32_t last) {
+  return point >= first && point <= last;
 }
 
-/// Whether a line ends in the middle of a word, as where not even that has room.
+/// A letter or digit of a script that puts spaces between words: ASCII, or U+00C0 to U+07FF.
+bool isOfWord(std::optional<char32_t> point) {
+  return point && (isBetween(*point, 'a', 'z') || isBetween(*point, 'A', 'Z') ||
+                   isBetween(*point, '0', '9') || isBetween(*point, 0xC0, 0x7FF));
+}
+
+/// The last code point of a text that is not empty.
+std::optional<char32_t> lastCodePoint(std::string_view text) {
+  std::size_t start = text.size() - 1;
+  while (start > 0 && (static_cast<unsigned char>(text[start]) & 0xC0) == 0x80) {
+    --start;
+  }
+  text.remove_prefix(start);
+  return takeFirstCodePoint(text);
+}
+
+/// Whether a line ends inside a word, which happens if the word is wider than the line.
 bool breaksWord(const TextItem& text) {
-  const std::string& source = text.text.text;
+  const std::string_view source = text.text.text;
   std::size_t end = 0;
-  for (auto line = text.lines.begin(); line != text.lines.end(); ++line) {
-    const std::size_t start = source.find(*line, end);
+  for (const std::string& line : text.lines) {
+    const std::size_t start = source.find(line, end);
     if (start == source.npos) {
-      return false;  // The last line of a truncated text.
+      return false;  // The last line of a truncated text ends with an ellipsis instead.
     }
-    if (line != text.lines.begin() && start == end && isOfWord(source[start])) {
-      std::size_t last = end - 1;
-      while (last > 0 && (static_cast<unsigned char>(source[last]) & 0xC0) == 0x80) {
-        --last;
-      }
-      if (isOfWord(source[last])) {
-        return true;
-      }
+    const std::string_view before = source.substr(0, end);
+    std::string_view after = source.substr(end);
+    if (start == end && !before.empty() && !after.empty() && isOfWord(lastCodePoint(before)) &&
+        isOfWord(takeFirstCodePoint(after))) {
+      return true;
     }
-    end = start + line->size();
+    end = start + line.size();
   }
   return false;
 }
 
-/// A key of the string tables that stands for itself: LIKE_THIS, with digits.
+/// Whether the text looks like a key of the string tables: LIKE_THIS_1. A key without a translation
+/// is shown as it is.
 bool isKey(std::string_view text) {
-  const auto ofKeys = [](char character) {
-    return (character >= 'A' && character <= 'Z') || (character >= '0' && character <= '9') ||
-           character == '_';
+  const auto isOfKey = [](char character) {
+    return isBetween(character, 'A', 'Z') || isBetween(character, '0', '9') || character == '_';
   };
-  return text.size() > 2 && text.find('_') != text.npos && text.front() >= 'A' &&
-         text.front() <= 'Z' && text.back() != '_' && std::ranges::all_of(text, ofKeys);
+  return text.size() > 2 && text.find('_') != text.npos && isBetween(text.front(), 'A', 'Z') &&
+         text.back() != '_' && std::ranges::all_of(text, isOfKey);
 }
 
-/// How far a frame reaches beyond the widget, at the side where it does most.
+/// How far a frame reaches beyond the widget, in points, on the side where it reaches farthest.
 double excess(const Rect& frame, Size widget) {
   return std::max({-frame.x,
                    -frame.y,
@@ -121,21 +133,17 @@ void checkOverlaps(const DisplayList& list, std::vector<Finding>& findings) {
   }
 }
 
-/// What lies inside one link is one area, as far as it reaches.
-std::map<std::string, Rect> tapAreas(const DisplayList& list) {
+/// All items with the same link form one tap area: the smallest rectangle around them.
+void checkTapAreas(const DisplayList& list, std::vector<Finding>& findings) {
   std::map<std::string, Rect> areas;
   for (const DisplayItem& item : list.items) {
     if (item.link) {
-      const auto known = areas.find(*item.link);
-      areas[*item.link] = known == areas.end() ? item.frame : unite(known->second, item.frame);
+      Rect& area = areas.try_emplace(*item.link, item.frame).first->second;
+      area = unite(area, item.frame);
     }
   }
-  return areas;
-}
-
-void checkTapAreas(const DisplayList& list, std::vector<Finding>& findings) {
-  for (const auto& [link, area] : tapAreas(list)) {
-    if (area.width < kLeastTapSide || area.height < kLeastTapSide) {
+  for (const auto& [link, area] : areas) {
+    if (area.width < kMinTapSide || area.height < kMinTapSide) {
       findings.push_back({Check::tapAreaSmall,
                           link + " opens from an area of " + tenths(area.width) + " by " +
                               tenths(area.height) + " points"});
@@ -143,7 +151,7 @@ void checkTapAreas(const DisplayList& list, std::vector<Finding>& findings) {
   }
 }
 
-/// The linear light of a channel's 256 values, by the definition of sRGB that WCAG refers to.
+/// The linear light of the 256 values of a channel, by the definition of sRGB that WCAG refers to.
 const std::array<double, 256>& linearLight() {
   static const auto table = [] {
     std::array<double, 256> light = {};
@@ -176,20 +184,20 @@ std::uint32_t over(std::uint32_t pixel, const Color& color) {
   return 0xFF'00'00'00 | channel(color.red, 16) | channel(color.green, 8) | channel(color.blue, 0);
 }
 
-/// A premultiplied pixel over the scheme's own ground.
+/// A premultiplied pixel on the scheme's background: white or black.
 std::uint32_t opaque(std::uint32_t pixel, ColorScheme scheme) {
   const std::uint32_t rest = scheme == ColorScheme::dark ? 0 : 255 - (pixel >> 24);
   return (pixel | 0xFF'00'00'00) + (rest << 16 | rest << 8 | rest);
 }
 
-/// The part of the widget under an item's frame, in whole points so that its pixels stay where
-/// they are, with the pictures and fills that are drawn before it.
+/// The images and fills drawn before an item, cut to the item's frame. The cut is at whole points,
+/// so that the pixels are the same as in the whole widget.
 DisplayList beneath(const DisplayList& list, const DisplayItem& item) {
-  const Rect seen = intersect(item.frame, {0, 0, list.size.width, list.size.height});
-  const double left = std::floor(seen.x);
-  const double top = std::floor(seen.y);
-  DisplayList part = {
-      .size = {std::ceil(seen.x + seen.width) - left, std::ceil(seen.y + seen.height) - top}};
+  const Rect visible = intersect(item.frame, {0, 0, list.size.width, list.size.height});
+  const double left = std::floor(visible.x);
+  const double top = std::floor(visible.y);
+  DisplayList part = {.size = {std::ceil(visible.x + visible.width) - left,
+                               std::ceil(visible.y + visible.height) - top}};
   for (const DisplayItem& other : list.items) {
     if (&other == &item) {
       break;
@@ -226,8 +234,7 @@ std::vector<Finding> checkList(const DisplayList& list,
     }
     const auto* image = std::get_if<ImageItem>(&item.content);
     if (image && missingImages.contains(image->name)) {
-      findings.push_back(
-          {Check::imageMissing, "the bundle has no picture " + inQuotes(image->name)});
+      findings.push_back({Check::imageMissing, "the bundle has no image " + inQuotes(image->name)});
     }
   }
   checkOverlaps(list, findings);
@@ -261,15 +268,15 @@ std::vector<Finding> checkContrast(const DisplayList& list,
   std::vector<Finding> findings;
   for (const DisplayItem& item : list.items) {
     const TextItem* text = textOf(item);
-    const Rect seen = intersect(item.frame, {0, 0, list.size.width, list.size.height});
-    if (!text || seen.width <= 0 || seen.height <= 0) {
+    const Rect visible = intersect(item.frame, {0, 0, list.size.width, list.size.height});
+    if (!text || visible.width <= 0 || visible.height <= 0) {
       continue;
     }
-    // A pixel of every second point: a ground that changes more quickly is no ground for a text.
+    // One pixel of every second point is enough: backgrounds under text change slowly.
     const double ratio =
         contrastOn(draw(beneath(list, item)), text->text.color.resolved(scheme), scheme, 2 * scale);
-    if (ratio < kLeastContrast) {
-      // Cut, not rounded: 4.49 must not be said to be 4.5.
+    if (ratio < kMinContrast) {
+      // Rounded down, because 4.49 must not be shown as 4.5.
       findings.push_back({Check::contrastLow,
                           inQuotes(text->text.text) + " has a contrast of " +
                               tenths(std::floor(ratio * 10) / 10) + " to 1"});

@@ -10,8 +10,7 @@
 #include "platform/render/pixels/bitmap.h"
 #include "platform/swiftui/color.h"
 
-// What is worth a look in a widget, though it is no fault by itself: found in the display list and
-// the pixels, without a picture to compare with.
+// Checks that need no goldens: they find probable faults in the display list and the pixels.
 
 namespace host {
 
@@ -31,35 +30,35 @@ std::string_view nameOf(Check check);
 
 struct Finding {
   Check check;
-  /// A sentence for people, with the text or picture in question and the figure.
+  /// For people: names the text or image, and the measured value.
   std::string says;
-  /// Why it may stay; empty of a finding that nobody has accepted.
+  /// The reason to accept it; empty for a new finding.
   std::string accepted = {};
   friend bool operator==(const Finding&, const Finding&) = default;
 };
 
-/// Contrast that text needs at least, by WCAG 2 for its usual sizes.
-inline constexpr double kLeastContrast = 4.5;
-/// A side that a finger hits, in points.
-inline constexpr double kLeastTapSide = 44;
+/// The lowest contrast of text of usual sizes, by WCAG 2.
+inline constexpr double kMinContrast = 4.5;
+/// The shortest side of a tap area, in points.
+inline constexpr double kMinTapSide = 44;
 
-/// What can be said without pixels. `missingImages` are pictures that the bundle does not have.
+/// All checks but the contrast. `missingImages` are names of images that the bundle does not have.
 std::vector<Finding> checkList(const platform::DisplayList& list,
                                const std::set<std::string>& missingImages);
 
-/// The pixels of a list, at some scale.
+/// Renders a list at the `scale` of `checkContrast`.
 using Draw = std::function<platform::Bitmap(const platform::DisplayList&)>;
 
-/// Texts that stand out too little from what is drawn beneath them, which `draw` is asked for in
-/// pieces of `scale` pixels a point.
+/// Finds texts whose contrast with the pixels beneath them is too low. Calls `draw` for each text
+/// with the part of the list beneath it. `scale` is in pixels a point.
 std::vector<Finding> checkContrast(const platform::DisplayList& list,
                                    platform::ColorScheme scheme,
                                    int scale,
                                    const Draw& draw);
 
-/// The contrast, 1 to 21, of a text in that colour with the pixels beneath it: a tenth of them have
-/// less. What is not painted shows the scheme's white or black. One pixel of every `step` in either
-/// direction is looked at.
+/// The contrast, 1 to 21, of a text in that colour with the pixels beneath it, as the tenth
+/// percentile: a tenth of the pixels have less. Transparent pixels show white in the light scheme
+/// and black in the dark one. Samples one pixel of every `step` in both directions.
 double contrastOn(const platform::Bitmap& beneath,
                   const platform::Color& text,
                   platform::ColorScheme scheme,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <optional>
 #include <set>
@@ -8,9 +9,10 @@
 #include <string_view>
 #include <vector>
 
-#include "host/sheet/darkroom.h"
-#include "host/sheet/picture_difference.h"
-#include "platform/render/output/renderer.h"
+#include "host/sheet/image_renderer.h"
+#include "host/sheet/output_folder.h"
+
+// Goldens are the images and display lists of an earlier sheet, with the same file names.
 
 namespace host {
 
@@ -20,52 +22,43 @@ struct PixelSize {
   friend bool operator==(const PixelSize&, const PixelSize&) = default;
 };
 
-/// A picture that is not what it was, or is no longer, or was not before.
+/// An image of this run that is not the golden one, or a golden image without one of this run.
 struct Difference {
   enum class Kind { pixels, size, displayList, missing, unreadable, extra };
   Kind kind = Kind::pixels;
-  /// As `Shot::name`.
+  /// As `RenderJob::name`.
   std::string name = {};
   std::optional<PixelSize> expected = {};
   std::optional<PixelSize> actual = {};
-  PixelDifference numbers = {};
-  /// Why the golden picture can't be read.
+  /// The number of pixels that differ in any channel.
+  std::size_t pixels = 0;
+  /// The largest difference of a channel, and the mean over all channels of all pixels. Channels
+  /// are red, green, blue and opacity, premultiplied, from 0 to 255.
+  int largest = 0;
+  double mean = 0;
+  /// Why the golden image can't be read.
   std::string reason = {};
 };
 
 /// "pixels", "size", "display-list", "missing", "unreadable", "extra"
 std::string_view nameOf(Difference::Kind kind);
 
-/// What a comparison leaves for people to look at, besides the difference itself.
-struct DifferencePictures {
-  std::string expected;
-  /// Only of pictures of the same size.
-  std::string difference;
-};
+/// Compares the pixels, then the display list if the goldens have one. Files with other bytes but
+/// the same pixels are equal. Where something differs, writes the image into the report's folders
+/// "expected", "actual" and "difference", as far as they apply. Safe from any thread.
+std::optional<Difference> compareWithGolden(const std::filesystem::path& goldens,
+                                            const std::string& name,
+                                            const RenderedImage& image,
+                                            platform::Renderer& renderer,
+                                            OutputFolder& report);
 
-/// A folder of pictures and display lists as a sheet has them, to compare with.
-class Goldens {
- public:
-  explicit Goldens(std::filesystem::path folder) : folder_(std::move(folder)) {}
+/// The golden images of these widgets whose names are not in `known`, sorted by name.
+std::vector<Difference> extraGoldens(const std::filesystem::path& goldens,
+                                     std::span<const std::string_view> kinds,
+                                     const std::set<std::string>& known);
 
-  /// Compares the pixels, then the display list where the folder has one. Files that differ while
-  /// their pixels do not are the same picture. From any thread.
-  std::optional<Difference> compare(const std::string& name,
-                                    const Print& print,
-                                    platform::Renderer& renderer,
-                                    DifferencePictures& pictures) const;
-
-  /// Golden pictures of those widgets that no sheet has, by name.
-  std::vector<Difference> extras(std::span<const std::string_view> kinds,
-                                 const std::set<std::string>& known) const;
-
-  /// Puts a file in the place of what is there, in one step; leaves one alone that is the same.
-  void accept(const std::filesystem::path& file, std::string_view bytes) const;
-  /// Removes a picture and its display list.
-  void remove(const std::string& name) const;
-
- private:
-  std::filesystem::path folder_;
-};
+/// Replaces a file in one step, unless it has these bytes already. Throws an error that names the
+/// file.
+void acceptGolden(const std::filesystem::path& file, std::string_view bytes);
 
 }  // namespace host

@@ -2,24 +2,22 @@
 
 #include <filesystem>
 #include <span>
-#include <string>
 #include <string_view>
 
 #include "platform/support/file_descriptor.h"
 
 namespace host {
 
-/// A folder that appears as a whole: everything is written aside, and takes its place in one go at
-/// the end. A run that is interrupted leaves the folder as it was, but for what it wrote aside,
-/// which the next run removes.
+/// A folder that is replaced as a whole: all files are written to a temporary folder inside it, and
+/// `publish` moves them into place. An interrupted run leaves the earlier contents and the
+/// temporary folder, which the next run removes.
 ///
-/// Only folders that hold nothing else are replaced: a new one, an empty one, or one that an
-/// earlier run wrote. Anything else is refused with a `CommandError` that names it, and so is a
-/// folder that another run is writing.
+/// Replaces only a new or empty folder, or one that an earlier run wrote. Refuses any other, and
+/// one that another run is writing, with an error that names it.
 class OutputFolder {
  public:
-  /// What such a folder holds: files, all of which are written, and folders of pictures. By the
-  /// last of the files, JSON that begins with `"glancery": "what"`, it says what it is.
+  /// What the folder may hold: these files, all of which a run writes, and these folders of images.
+  /// The last file is JSON that starts with `"glancery": "what"`, which marks the folder as ours.
   struct Layout {
     std::string_view what;
     std::span<const std::string_view> files;
@@ -27,19 +25,19 @@ class OutputFolder {
   };
 
   OutputFolder(std::filesystem::path folder, const Layout& layout);
-  /// Removes what was written aside and never published.
+  /// Removes what was written but not published.
   ~OutputFolder();
   OutputFolder(const OutputFolder&) = delete;
   OutputFolder& operator=(const OutputFolder&) = delete;
 
-  /// Writes a file aside, with the folders it lies in. From any thread.
+  /// Writes a file, and the folders it is in, to the temporary folder. Safe from any thread.
   void write(const std::filesystem::path& file, std::string_view bytes);
-  /// Puts everything that was written in the place of all that was there.
+  /// Replaces the earlier contents by the files written.
   void publish();
 
  private:
   std::filesystem::path folder_;
-  std::filesystem::path aside_;
+  std::filesystem::path unfinished_;
   Layout layout_;
   platform::FileDescriptor lock_;
 };

@@ -1,8 +1,6 @@
+#include <array>
 #include <map>
-#include <string>
-#include <utility>
 
-#include "host/sheet/phones.h"
 #include "host/sheet/states/states.h"
 #include "platform/foundation/locale/locale.h"
 #include "store/shared_store.h"
@@ -17,21 +15,16 @@ namespace {
 
 constexpr std::string_view kNow = "09:30";
 
-/// Sentences of two words, of the usual length and of more lines than some phones have room for.
-struct Sentences {
-  std::string_view brief;
-  std::string_view usual;
-  std::string_view endless;
-};
+/// Two words, a sentence of the usual length, and one that is too long for some screens.
+enum Length { brief, usual, endless };
 
-const std::map<std::string, Sentences, std::less<>> kSentences = {
+const std::map<std::string, std::array<std::string_view, 3>, std::less<>> kSentences = {
     {"es",
      {"Hoy respiro.",
       "Mi calma vale más que mi prisa, y hoy la cuido.",
       "Reconozco todo lo que he avanzado, aunque nadie lo haya visto; confío en mi ritmo, "
-      "agradezco "
-      "lo que tengo y dejo que el resto llegue cuando le toque, sin compararme con nadie más que "
-      "con quien fui ayer."}},
+      "agradezco lo que tengo y dejo que el resto llegue cuando le toque, sin compararme con "
+      "nadie más que con quien fui ayer."}},
     {"en",
      {"I breathe.",
       "My calm is worth more than my hurry, and today I keep it.",
@@ -41,55 +34,50 @@ const std::map<std::string, Sentences, std::less<>> kSentences = {
     {"pt",
      {"Hoje respiro.",
       "Minha calma vale mais que a pressa, e hoje cuido dela.",
-      "Reconheço tudo o que avancei, mesmo quando ninguém viu; confio no meu ritmo, agradeço o que "
-      "tenho e deixo que o resto chegue na sua hora, sem me comparar com ninguém além de quem fui "
-      "ontem."}},
+      "Reconheço tudo o que avancei, mesmo quando ninguém viu; confio no meu ritmo, agradeço o "
+      "que tenho e deixo que o resto chegue na sua hora, sem me comparar com ninguém além de "
+      "quem fui ontem."}},
     {"fr",
      {"Je respire.",
       "Mon calme vaut plus que ma hâte, et j’en prends soin.",
-      "Je reconnais tout le chemin parcouru, même quand personne ne regardait ; je fais confiance "
-      "à "
-      "mon rythme, je remercie pour ce que j’ai et je laisse le reste venir à son heure, sans me "
-      "comparer à qui que ce soit d’autre qu’à la personne d’hier."}},
+      "Je reconnais tout le chemin parcouru, même quand personne ne regardait ; je fais "
+      "confiance à mon rythme, je remercie pour ce que j’ai et je laisse le reste venir à son "
+      "heure, sans me comparer à qui que ce soit d’autre qu’à la personne d’hier."}},
 };
 
-/// In the language that the server would have been asked for.
-const Sentences& sentences() {
-  return kSentences.find(Locale::current().languageCode().value_or("es"))->second;
+/// A signed-in user for whom today's affirmation was already fetched, so that no download starts.
+Suite fetched(Dictionary more = {}) {
+  more.set(kAffirmationLastFetchKey, at("06:00"));
+  return signedIn(std::move(more));
 }
 
-/// A signed-in user whose fetch of today is over: nothing more is downloaded.
-Dictionary signedIn() {
-  return {{kSharedUidKey, "u-1"}, {kAffirmationLastFetchKey, at("06:00")}};
+Suite holding(std::string_view text, std::string_view color) {
+  return fetched({{kAffirmationDataKey, record({{"text", text}, {"color", color}})}});
 }
 
-Dictionary holding(std::string_view text, std::string_view color) {
-  Dictionary suite = signedIn();
-  suite.set(kAffirmationDataKey, record({{"text", text}, {"color", color}}));
-  return suite;
-}
-
+/// A sentence in the language of the device.
 SheetState sentence(const std::string& name,
                     std::string_view color,
-                    std::string_view Sentences::*text,
-                    std::vector<Phones> phones) {
-  return {.name = name,
-          .now = at(kNow),
-          .suite = [color, text] { return holding(sentences().*text, color); },
-          .phones = std::move(phones)};
+                    Length length,
+                    std::vector<DeviceMatrix> devices) {
+  const auto suite = [color, length] {
+    const std::string language = Locale::current().languageCode().value_or("es");
+    return holding(kSentences.find(language)->second[length], color)();
+  };
+  return {name + (length == brief   ? ".brief"
+                  : length == usual ? ".usual"
+                                    : ".endless"),
+          at(kNow),
+          suite,
+          std::move(devices)};
 }
 
-/// Names of colours that tell upper case from lower, and one that is empty.
-constexpr std::pair<std::string_view, std::string_view> kOtherColors[] = {
+/// Colours are case-sensitive, and the empty one is unknown too.
+constexpr std::pair<const char*, std::string_view> kOtherColors[] = {
     {"gold", "gold"}, {"sky", "sky"}, {"unknown-colour", "Blush"}, {"no-colour", ""}};
 
-/// What a server might send besides words.
-struct Oddity {
-  std::string_view name;
-  std::string_view text;
-};
-
-constexpr Oddity kOddities[] = {
+/// Unusual texts that a server may send.
+constexpr std::pair<const char*, std::string_view> kUnusualTexts[] = {
     {"emoji", "Hoy sonrío 😊 y sigo ✨ adelante 💪🏽"},
     {"arabic", "أتنفّس بهدوء وأثق بخطواتي اليوم."},
     {"chinese", "今天我慢慢呼吸，相信自己的脚步。"},
@@ -103,53 +91,39 @@ constexpr Oddity kOddities[] = {
 }  // namespace
 
 std::vector<SheetState> affirmationStates() {
-  constexpr Phones kEveryText = {kTranslations, kEveryScreen, kUsual.schemes, kEverySystem};
-  /// The view knows no schemes, but a picture of the catalogue may have one for the dark.
-  constexpr Phones kArtwork = {kUsual.locales, kUsual.screens, kEveryScheme, kEverySystem};
-  constexpr Phones kEverySize = {kUsual.locales, kEveryScreen, kUsual.schemes, kEverySystem};
-  constexpr Phones kEveryLanguage = {kTranslations, kUsual.screens, kUsual.schemes, kUsual.systems};
-  constexpr Phones kFar = {kUsual.locales, kFarScreens, kUsual.schemes, kEverySystem};
+  constexpr DeviceMatrix kTexts = {
+      .locales = kTranslations, .screens = kScreens, .systems = kSystems};
+  /// The view ignores the scheme, but an image of the catalogue may have a dark variant.
+  constexpr DeviceMatrix kArtwork = {.schemes = kSchemes, .systems = kSystems};
+  constexpr DeviceMatrix kSizes = {.screens = kScreens, .systems = kSystems};
+  constexpr DeviceMatrix kLanguages = {.locales = kTranslations};
+  constexpr DeviceMatrix kExtremes = {.screens = kExtremeScreens, .systems = kSystems};
+  constexpr DeviceMatrix kSample = {.locales = kTranslations, .systems = kSystems};
   const Date now = at(kNow);
+  // The widget replaces the provider's default sentence by a translation.
+  const Suite providerSentence =
+      holding("Yo sé que cualquiera sería afortunado de tener mi amistad.", "sky");
+  const Suite unreadable =
+      fetched({{kAffirmationDataKey, record({{"text", "Hola"}, {"color", 3}})}});
 
   std::vector<SheetState> states = {
-      {.name = "signed-out", .now = now, .phones = {kEveryText, kArtwork}},
-      {.name = "nothing-stored", .now = now, .suite = signedIn, .phones = {kEveryLanguage}},
-      // The provider's own sentence is never shown as it stands.
-      {.name = "provider-sentence",
-       .now = now,
-       .suite =
-           [] {
-             return holding("Yo sé que cualquiera sería afortunado de tener mi amistad.", "sky");
-           },
-       .phones = {kEveryLanguage}},
-      {.name = "unreadable-record",
-       .now = now,
-       .suite =
-           [] {
-             Dictionary suite = signedIn();
-             suite.set(kAffirmationDataKey, record({{"text", "Hola"}, {"color", 3}}));
-             return suite;
-           },
-       .phones = {kUsual}},
-      sentence("blush.brief", "blush", &Sentences::brief, {kEveryText, kArtwork}),
-      sentence("blush.usual", "blush", &Sentences::usual, {kEveryText}),
-      sentence("blush.endless", "blush", &Sentences::endless, {kEveryText}),
+      {.name = "signed-out", .now = now, .devices = {kTexts, kArtwork}},
+      {"nothing-stored", now, fetched(), {kLanguages}},
+      {"provider-sentence", now, providerSentence, {kLanguages}},
+      {"unreadable-record", now, unreadable},
+      sentence("blush", "blush", brief, {kTexts, kArtwork}),
+      sentence("blush", "blush", usual, {kTexts}),
+      sentence("blush", "blush", endless, {kTexts}),
   };
   for (const auto& [name, color] : kOtherColors) {
-    const std::string prefix(name);
-    states.push_back(sentence(prefix + ".brief", color, &Sentences::brief, {kArtwork}));
-    states.push_back(sentence(prefix + ".usual", color, &Sentences::usual, {kEverySize}));
+    states.push_back(sentence(name, color, brief, {kArtwork}));
+    states.push_back(sentence(name, color, usual, {kSizes}));
   }
-  for (const auto& [name, text] : kOddities) {
-    states.push_back({.name = "odd." + std::string(name),
-                      .now = now,
-                      .suite = [text] { return holding(text, "sky"); },
-                      .phones = {kFar}});
+  for (const auto& [name, text] : kUnusualTexts) {
+    states.push_back({std::string("odd.") + name, now, holding(text, "sky"), {kExtremes}});
   }
-  const std::vector<Phones> samples = {
-      {kTranslations, kUsual.screens, kUsual.schemes, kEverySystem}};
-  states.push_back({.name = "placeholder", .now = now, .phones = samples, .what = placeholder});
-  states.push_back({.name = "snapshot", .now = now, .phones = samples, .what = snapshot});
+  states.push_back({.name = "placeholder", .now = now, .devices = {kSample}, .what = placeholder});
+  states.push_back({.name = "snapshot", .now = now, .devices = {kSample}, .what = snapshot});
   return states;
 }
 

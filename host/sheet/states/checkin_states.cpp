@@ -1,40 +1,26 @@
-#include "host/sheet/phones.h"
 #include "host/sheet/states/states.h"
-#include "store/shared_store.h"
 
 namespace host {
 
-using namespace glancery;
-using namespace platform;
-using enum ProvideRequest::What;
-
-namespace {
-
-Dictionary signedIn() {
-  return {{kSharedUidKey, "u-1"}};
-}
-
-}  // namespace
+using enum platform::ProvideRequest::What;
 
 std::vector<SheetState> checkinStates() {
-  const Date noon = at("12:00");
-  const std::vector<Phones> samples = {{kTranslations, kUsual.screens, kEveryScheme, kEverySystem}};
+  constexpr DeviceMatrix kAll = {kLocales, kScreens, kSchemes, kSystems};
+  constexpr DeviceMatrix kTexts = {.locales = kLocales, .screens = kScreens, .systems = kSystems};
+  // Only the links differ from the signed-in state, so one language is enough.
+  constexpr DeviceMatrix kOneLanguage = {
+      .screens = kScreens, .schemes = kSchemes, .systems = kSystems};
+  constexpr DeviceMatrix kSample = {
+      .locales = kTranslations, .schemes = kSchemes, .systems = kSystems};
+  const auto noon = at("12:00");
+  // No month has a longer name than September in the four languages.
+  const auto longDate = at("12:00", "2026-09-30");
   return {
-      {.name = "signed-in",
-       .now = noon,
-       .suite = signedIn,
-       .phones = {{kEveryLocale, kEveryScreen, kEveryScheme, kEverySystem}}},
-      // Differs in its links alone, so one language tells all.
-      {.name = "signed-out",
-       .now = noon,
-       .phones = {{kUsual.locales, kEveryScreen, kEveryScheme, kEverySystem}}},
-      // No month has a longer name in the four languages.
-      {.name = "signed-in.long-date",
-       .now = at("2026-09-30", "12:00"),
-       .suite = signedIn,
-       .phones = {{kEveryLocale, kEveryScreen, kUsual.schemes, kEverySystem}}},
-      {.name = "placeholder", .now = noon, .phones = samples, .what = placeholder},
-      {.name = "snapshot", .now = noon, .suite = signedIn, .phones = samples, .what = snapshot},
+      {"signed-in", noon, signedIn(), {kAll}},
+      {.name = "signed-out", .now = noon, .devices = {kOneLanguage}},
+      {"signed-in.long-date", longDate, signedIn(), {kTexts}},
+      {.name = "placeholder", .now = noon, .devices = {kSample}, .what = placeholder},
+      {"snapshot", noon, signedIn(), {kSample}, snapshot},
   };
 }
 

@@ -1,6 +1,3 @@
-#include <string>
-
-#include "host/sheet/phones.h"
 #include "host/sheet/states/states.h"
 #include "platform/foundation/locale/date_formatter.h"
 #include "platform/foundation/time/calendar.h"
@@ -15,76 +12,50 @@ using enum ProvideRequest::What;
 
 namespace {
 
-/// A week from six days ago to today, a letter a day: the five moods from worst to best as 1 to 5,
-/// a word that is no mood as "?", a day without one as ".".
-Dictionary week(std::string_view moods) {
+/// The record of the days up to today, one character a day: "1" to "5" for the moods from worst to
+/// best, "?" for an unknown mood name, "." for a day without a mood.
+Data moodRecord(std::string_view moods) {
   NSDateFormatter keys;
   keys.setDateFormat("yyyy-MM-dd");
   Dictionary days;
-  for (std::size_t index = 0; index < moods.size(); ++index) {
-    const int offset = static_cast<int>(index) - static_cast<int>(moods.size()) + 1;
-    const Date day = require(Calendar::current().dateByAddingDays(offset, Date::now()), "a day");
-    if (moods[index] == '?') {
-      days.set(keys.stringFromDate(day), "VeryWell");
-    } else if (moods[index] != '.') {
-      days.set(keys.stringFromDate(day), kMoodNames[moods[index] - '1']);
+  int offset = 1 - static_cast<int>(moods.size());
+  for (const char mood : moods) {
+    const Date day = require(Calendar::current().dateByAddingDays(offset++, Date::now()), "a day");
+    if (mood != '.') {
+      days.set(keys.stringFromDate(day), mood == '?' ? "VeryWell" : kMoodNames[mood - '1']);
     }
   }
-  return days;
+  return record(days);
 }
 
-/// A signed-in user with that week on record.
-std::function<Dictionary()> recorded(std::string_view moods) {
-  return [moods] {
-    return Dictionary{{kSharedUidKey, "u-1"}, {kMoodsDataKey, record(week(moods))}};
-  };
+/// A signed-in user with that record.
+Suite recorded(std::string_view moods) {
+  return [moods] { return signedIn({{kMoodsDataKey, moodRecord(moods)}})(); };
 }
 
 }  // namespace
 
 std::vector<SheetState> moodLogStates() {
-  constexpr Phones kEverything = {kEveryLocale, kEveryScreen, kEveryScheme, kEverySystem};
-  constexpr Phones kEveryText = {kEveryLocale, kEveryScreen, kUsual.schemes, kEverySystem};
-  constexpr Phones kEveryLook = {kUsual.locales, kEveryScreen, kEveryScheme, kEverySystem};
-  constexpr Phones kBothSchemes = {kUsual.locales, kUsual.screens, kEveryScheme, kUsual.systems};
+  constexpr DeviceMatrix kAll = {kLocales, kScreens, kSchemes, kSystems};
+  constexpr DeviceMatrix kTexts = {.locales = kLocales, .screens = kScreens, .systems = kSystems};
+  constexpr DeviceMatrix kLooks = {.screens = kScreens, .schemes = kSchemes, .systems = kSystems};
+  constexpr DeviceMatrix kBothSchemes = {.schemes = kSchemes};
+  constexpr DeviceMatrix kSample = {
+      .locales = kTranslations, .schemes = kSchemes, .systems = kSystems};
   const Date now = at("12:00");
-  const std::vector<Phones> samples = {{kTranslations, kUsual.screens, kEveryScheme, kEverySystem}};
+  const Suite unreadable = signedIn({{kMoodsDataKey, Data{"[\"well\"]"}}});
+  const Suite signedOut = [] { return Dictionary{{kMoodsDataKey, moodRecord("1532445")}}; };
   return {
-      {.name = "mixed-week", .now = now, .suite = recorded("54321.4"), .phones = {kEverything}},
-      // The two weekdays whose names today and yesterday stand for above.
-      {.name = "mixed-week.saturday",
-       .now = at("2026-03-07", "12:00"),
-       .suite = recorded("2.4?153"),
-       .phones = {kEveryText}},
-      {.name = "empty-week", .now = now, .suite = recorded("......."), .phones = {kEveryLook}},
-      {.name = "full-week", .now = now, .suite = recorded("1532445"), .phones = {kEveryLook}},
-      {.name = "no-record",
-       .now = now,
-       .suite =
-           [] {
-             return Dictionary{{kSharedUidKey, "u-1"}};
-           },
-       .phones = {kBothSchemes}},
-      {.name = "unreadable-record",
-       .now = now,
-       .suite =
-           [] {
-             return Dictionary{{kSharedUidKey, "u-1"}, {kMoodsDataKey, Data{"[\"well\"]"}}};
-           },
-       .phones = {kBothSchemes}},
-      {.name = "signed-out",
-       .now = now,
-       .suite =
-           [] {
-             return Dictionary{{kMoodsDataKey, record(week("1532445"))}};
-           },
-       .phones = {kBothSchemes}},
-      {.name = "placeholder", .now = now, .phones = samples, .what = placeholder},
-      {.name = "snapshot",
-       .now = now,
-       .suite = recorded("1532445"),
-       .phones = samples,
-       .what = snapshot},
+      {"mixed-week", now, recorded("54321.4"), {kAll}},
+      // Shows the two weekdays that the other states label as today and yesterday.
+      {"mixed-week.saturday", at("12:00", "2026-03-07"), recorded("2.4?153"), {kTexts}},
+      {"empty-week", now, recorded("......."), {kLooks}},
+      {"full-week", now, recorded("1532445"), {kLooks}},
+      {"no-record", now, signedIn(), {kBothSchemes}},
+      {"unreadable-record", now, unreadable, {kBothSchemes}},
+      {"signed-out", now, signedOut, {kBothSchemes}},
+      {.name = "placeholder", .now = now, .devices = {kSample}, .what = placeholder},
+      {"snapshot", now, recorded("1532445"), {kSample}, snapshot},
   };
 }
 

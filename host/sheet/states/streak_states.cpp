@@ -1,7 +1,5 @@
 #include <cstdint>
-#include <string>
 
-#include "host/sheet/phones.h"
 #include "host/sheet/states/states.h"
 #include "store/shared_store.h"
 
@@ -13,15 +11,16 @@ using enum ProvideRequest::What;
 
 namespace {
 
-/// A time of day with a sky and a line of its own.
-struct Band {
-  std::string_view name;
+/// A time of day with its own background and text.
+struct TimeOfDay {
+  std::string name;
   std::string_view time;
 };
 
-constexpr Band kBands[] = {
+const TimeOfDay kMorning = {"morning", "08:30"};
+const TimeOfDay kTimesOfDay[] = {
     {"dawn", "04:00"},
-    {"morning", "08:30"},
+    kMorning,
     {"midday", "10:30"},
     {"afternoon", "12:30"},
     {"late-afternoon", "14:30"},
@@ -31,88 +30,78 @@ constexpr Band kBands[] = {
     {"late-night", "22:30"},
 };
 
-constexpr Phones kEveryText = {kTranslations, kEveryScreen, kUsual.schemes, kEverySystem};
-/// The view knows no schemes, but a picture of the catalogue may have one for the dark.
-constexpr Phones kArtwork = {kUsual.locales, kUsual.screens, kEveryScheme, kUsual.systems};
-
-Dictionary streak(std::int64_t count, Date lastActive) {
-  return {{kStreakDataKey,
-           record({{"count", count}, {"timestamp", lastActive.timeIntervalSince1970()}})}};
-}
+constexpr DeviceMatrix kTexts = {
+    .locales = kTranslations, .screens = kScreens, .systems = kSystems};
+/// The view ignores the scheme, but an image of the catalogue may have a dark variant.
+constexpr DeviceMatrix kArtwork = {.schemes = kSchemes};
 
 std::string days(std::int64_t count) {
   return std::to_string(count) + (count == 1 ? "-day" : "-days");
 }
 
-std::string in(const Band& band) {
-  return "." + std::string(band.name);
+/// A streak, and one index that an earlier timeline stored.
+Suite streak(std::int64_t count,
+             Date lastActive,
+             std::string_view indexKey = {},
+             std::int64_t index = 0) {
+  Dictionary suite = {
+      {kStreakDataKey,
+       record({{"count", count}, {"timestamp", lastActive.timeIntervalSince1970()}})}};
+  if (!indexKey.empty()) {
+    suite.set(std::string(indexKey), index);
+  }
+  return [suite] { return suite; };
 }
 
-SheetState activeYesterday(std::int64_t count, const Band& band, std::vector<Phones> phones) {
-  return {.name = "yesterday-" + days(count) + in(band),
-          .now = at(band.time),
-          .suite = [count] { return streak(count, at("2026-03-04", "18:00")); },
-          .phones = std::move(phones)};
+SheetState activeYesterday(std::int64_t count,
+                           const TimeOfDay& when,
+                           std::vector<DeviceMatrix> devices) {
+  return {"yesterday-" + days(count) + "." + when.name,
+          at(when.time),
+          streak(count, at("18:00", "2026-03-04")),
+          std::move(devices)};
 }
 
-SheetState activeToday(std::int64_t count, std::int64_t image, std::vector<Phones> phones) {
-  return {.name = "today-" + days(count) + ".image-" + std::to_string(image),
-          .now = at("09:30"),
-          .suite =
-              [count, image] {
-                Dictionary suite = streak(count, at("09:00"));
-                suite.set(kSuccessImageIndexKey, image - 1);
-                return suite;
-              },
-          .phones = std::move(phones)};
-}
-
-SheetState broken(std::int64_t image) {
-  return {.name = "broken.message-" + std::to_string(image),
-          .now = at("09:30"),
-          .suite =
-              [image] {
-                Dictionary suite = streak(7, at("2026-03-01", "18:00"));
-                suite.set(kFailImageIndexKey, image - 1);
-                return suite;
-              },
-          .phones = {kEveryText, kArtwork}};
+SheetState activeToday(std::int64_t count, std::int64_t image, std::vector<DeviceMatrix> devices) {
+  return {"today-" + days(count) + ".image-" + std::to_string(image),
+          at("09:30"),
+          streak(count, at("09:00"), kSuccessImageIndexKey, image - 1),
+          std::move(devices)};
 }
 
 }  // namespace
 
 std::vector<SheetState> streakStates() {
-  constexpr Phones kEverySize = {kUsual.locales, kEveryScreen, kUsual.schemes, kEverySystem};
-  // Three digits leave the message the least room, on the smallest phone most of all.
-  constexpr Phones kNarrow = {kTranslations, kFarScreens, kUsual.schemes, kUsual.systems};
-  constexpr Phones kSample = {kTranslations, kUsual.screens, kUsual.schemes, kEverySystem};
+  constexpr DeviceMatrix kSizes = {.screens = kScreens, .systems = kSystems};
+  // Three digits leave the message the least room.
+  constexpr DeviceMatrix kNarrow = {.locales = kTranslations, .screens = kExtremeScreens};
+  constexpr DeviceMatrix kSample = {.locales = kTranslations, .systems = kSystems};
+  const Date now = at("09:30");
   std::vector<SheetState> states;
-  for (const Band& band : kBands) {
-    states.push_back(activeYesterday(7, band, {kEveryText, kArtwork}));
-    states.push_back(activeYesterday(365, band, {kNarrow}));
-    states.push_back({.name = "no-record" + in(band), .now = at(band.time), .phones = {kArtwork}});
+  for (const TimeOfDay& when : kTimesOfDay) {
+    states.push_back(activeYesterday(7, when, {kTexts, kArtwork}));
+    states.push_back(activeYesterday(365, when, {kNarrow}));
+    states.push_back(
+        {.name = "no-record." + when.name, .now = at(when.time), .devices = {kArtwork}});
   }
-  states.push_back(activeYesterday(0, kBands[1], {kUsual}));
-  states.push_back(activeYesterday(1, kBands[1], {kUsual}));
+  states.push_back(activeYesterday(0, kMorning, {{}}));
+  states.push_back(activeYesterday(1, kMorning, {{}}));
   for (const std::int64_t count : {0, 1, 7, 365, 12345}) {
-    states.push_back(activeToday(count, 1, {kEverySize, kArtwork}));
+    states.push_back(activeToday(count, 1, {kSizes, kArtwork}));
   }
   for (const std::int64_t image : {2, 3, 4, 5}) {
     states.push_back(activeToday(7, image, {kArtwork}));
   }
   for (const std::int64_t image : {1, 2, 3, 4}) {
-    states.push_back(broken(image));
+    states.push_back({"broken.message-" + std::to_string(image),
+                      now,
+                      streak(7, at("18:00", "2026-03-01"), kFailImageIndexKey, image - 1),
+                      {kTexts, kArtwork}});
   }
-  states.push_back({.name = "unreadable-record",
-                    .now = at("09:30"),
-                    .suite =
-                        [] {
-                          return Dictionary{{kStreakDataKey, Data{"{\"count\": 7,"}}};
-                        },
-                    .phones = {kUsual}});
-  states.push_back(
-      {.name = "placeholder", .now = at("09:30"), .phones = {kSample}, .what = placeholder});
-  states.push_back({.name = "snapshot", .now = at("09:30"), .phones = {kSample}, .what = snapshot});
+  const Dictionary unreadable = {{kStreakDataKey, Data{"{\"count\": 7,"}}};
+  states.push_back({"unreadable-record", now, [unreadable] { return unreadable; }});
+  states.push_back({.name = "placeholder", .now = now, .devices = {kSample}, .what = placeholder});
+  states.push_back({.name = "snapshot", .now = now, .devices = {kSample}, .what = snapshot});
   return states;
 }
 

@@ -25,37 +25,38 @@ DisplayItem link(const std::string& url, Rect frame) {
 struct Case {
   const char* name;
   std::vector<DisplayItem> items;
-  /// The checks that say something, in their order.
+  /// The checks with findings, in order.
   std::vector<Check> expected;
   friend void PrintTo(const Case& row, std::ostream* out) { *out << row.name; }
 };
 
 const Case kCases[] = {
-    {"nothing", {line("Hoy")}, {}},
-    {"cutOff", {text("Hoy respiro", {"Hoy…"}, {0, 0, 40, 20})}, {Check::textTruncated}},
+    {"fine", {line("Hoy")}, {}},
+    {"truncated", {text("Hoy respiro", {"Hoy…"}, {0, 0, 40, 20})}, {Check::textTruncated}},
     {"endsInAnEllipsis", {text("Hoy respiro…", {"Hoy", "respiro…"}, {0, 0, 40, 40})}, {}},
     {"noRoomForALine", {text("Hoy", {}, {0, 0, 0, 0})}, {Check::textTruncated}},
-    {"numberInTwo", {text("365", {"36", "5"}, {0, 0, 40, 40})}, {Check::wordBroken}},
-    {"accentsInTwo", {text("añoé", {"añ", "oé"}, {0, 0, 40, 40})}, {Check::wordBroken}},
-    {"brokenAtSpacesAndFeeds", {text("a b\nc", {"a", "b", "c"}, {0, 0, 40, 60})}, {}},
+    {"numberInTwoLines", {text("365", {"36", "5"}, {0, 0, 40, 40})}, {Check::wordBroken}},
+    {"accentsInTwoLines", {text("añoé", {"añ", "oé"}, {0, 0, 40, 40})}, {Check::wordBroken}},
+    {"brokenAtSpacesAndLineFeeds", {text("a b\nc", {"a", "b", "c"}, {0, 0, 40, 60})}, {}},
     {"brokenAtAHyphen", {text("self-care", {"self-", "care"}, {0, 0, 40, 40})}, {}},
+    {"lineFeedFirst", {text("\nHoy", {"", "Hoy"}, {0, 0, 40, 40})}, {}},
     {"ideographsBreakAnywhere", {text("今天我", {"今天", "我"}, {0, 0, 40, 40})}, {}},
-    {"beyondTheRight", {line("Hoy", {90, 10, 10.6, 20})}, {Check::textOutside}},
-    {"aboveTheTop", {line("Hoy", {10, -0.6, 40, 20})}, {Check::textOutside}},
+    {"beyondTheRightEdge", {line("Hoy", {90, 10, 10.6, 20})}, {Check::textOutside}},
+    {"aboveTheTopEdge", {line("Hoy", {10, -0.6, 40, 20})}, {Check::textOutside}},
     {"roundedToTheEdge", {line("Hoy", {60, 10, 40.4, 20})}, {}},
-    {"twoTextsInOnePlace", {line("Hoy"), line("Ayer", {45, 25, 40, 20})}, {Check::textsOverlap}},
-    {"neighbours", {line("Hoy"), line("Ayer", {50, 10, 40, 20})}, {}},
-    {"textOverAPicture", {{.content = ImageItem{"sky"}, .frame = {0, 0, 100, 100}}, line("7")}, {}},
-    {"pictureThatIsNotThere",
+    {"overlappingTexts", {line("Hoy"), line("Ayer", {45, 25, 40, 20})}, {Check::textsOverlap}},
+    {"textsSideBySide", {line("Hoy"), line("Ayer", {50, 10, 40, 20})}, {}},
+    {"textOverAnImage", {{.content = ImageItem{"sky"}, .frame = {0, 0, 100, 100}}, line("7")}, {}},
+    {"missingImage",
      {{.content = ImageItem{"gone"}, .frame = {0, 0, 100, 100}}},
      {Check::imageMissing}},
     {"key", {line("STREAK_TEXT_08_10")}, {Check::translationMissing}},
-    {"shoutedWord", {line("HOY")}, {}},
-    {"snakeInLowerCase", {line("Snake_CASE")}, {}},
-    {"smallAreas",
+    {"wordInUpperCase", {line("HOY")}, {}},
+    {"lowerCaseWithUnderscore", {line("Snake_CASE")}, {}},
+    {"smallTapAreas",
      {link("a:1", {0, 0, 40, 50}), link("a:2", {50, 0, 44, 44})},
      {Check::tapAreaSmall}},
-    {"areaOfTwoItems", {link("a:1", {0, 0, 44, 30}), link("a:1", {0, 30, 20, 14})}, {}},
+    {"tapAreaOfTwoItems", {link("a:1", {0, 0, 44, 30}), link("a:1", {0, 30, 20, 14})}, {}},
 };
 
 class Checks : public ::testing::TestWithParam<Case> {};
@@ -73,23 +74,23 @@ INSTANTIATE_TEST_SUITE_P(Lists, Checks, ::testing::ValuesIn(kCases), [](const au
   return std::string(row.param.name);
 });
 
-TEST(Contrast, IsThatOfTheGuidelines) {
+TEST(Contrast, FollowsTheGuidelines) {
   const auto on = [](std::uint32_t pixel, Color color, ColorScheme scheme = ColorScheme::light) {
     return contrastOn({.width = 1, .height = 1, .pixels = {pixel}}, color, scheme, 1);
   };
   const Color grey = {119 / 255.0, 119 / 255.0, 119 / 255.0};
   EXPECT_DOUBLE_EQ(on(0xFF'FF'FF'FF, Color::black), 21);
   EXPECT_DOUBLE_EQ(on(0xFF'FF'FF'FF, Color::white), 1);
-  // #777777 on white, the guidelines' own example of almost enough.
+  // #777777 on white, a well-known colour just below the limit.
   EXPECT_NEAR(on(0xFF'FF'FF'FF, grey), 4.48, 0.005);
-  // Half transparent white over black is #808080.
+  // Half transparent white over black gives #808080.
   EXPECT_NEAR(on(0xFF'00'00'00, Color::white.withOpacity(0.5)), 5.32, 0.01);
-  // Where nothing is painted, the scheme's own ground shows.
+  // Transparent pixels show the background of the scheme.
   EXPECT_DOUBLE_EQ(on(0, Color::black), 21);
   EXPECT_DOUBLE_EQ(on(0, Color::white, ColorScheme::dark), 21);
 }
 
-TEST(Contrast, OfAFewPixelsIsNoMatter) {
+TEST(Contrast, IgnoresATenthOfThePixels) {
   Bitmap ground{
       .width = 10, .height = 10, .pixels = std::vector<std::uint32_t>(100, 0xFF'00'00'00)};
   std::fill_n(ground.pixels.begin(), 9, 0xFF'FF'FF'FF);
@@ -98,7 +99,7 @@ TEST(Contrast, OfAFewPixelsIsNoMatter) {
   EXPECT_DOUBLE_EQ(contrastOn(ground, Color::white, ColorScheme::light, 1), 1);
 }
 
-// What lies beneath is all that is drawn before the text but other texts, cut to where it stands.
+// `draw` gets everything before the text except other texts, cut to the text's frame.
 TEST(Contrast, IsMeasuredBeneathTheText) {
   const DisplayItem ground = {.content = FillItem{Color::white}, .frame = {0, 0, 100, 100}};
   DisplayItem pale = line("pale", {10.5, 20.25, 30, 10});
@@ -122,7 +123,7 @@ TEST(Contrast, IsMeasuredBeneathTheText) {
   EXPECT_THAT(checkContrast({.size = {9, 9}, .items = {line("outside", {20, 0, 5, 5})}},
                             ColorScheme::light,
                             1,
-                            [](const auto&) -> Bitmap { throw "nothing to be seen"; }),
+                            [](const auto&) -> Bitmap { throw "outside the widget"; }),
               IsEmpty());
 }
 

@@ -5,10 +5,9 @@
 #include <sys/wait.h>
 
 #include <csignal>
-#include <map>
+#include <stdexcept>
 
-#include "host/phone/command_error.h"
-#include "tests/world.h"
+#include "tests/host/sheet/folder_contents.h"
 
 namespace host {
 namespace {
@@ -35,21 +34,10 @@ void make(const fs::path& path, const std::string& bytes, const std::string& pic
   folder.publish();
 }
 
-/// Every file below, with its bytes.
-std::map<std::string, std::string> contents(const fs::path& folder) {
-  std::map<std::string, std::string> files;
-  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-    if (entry.is_regular_file()) {
-      files[entry.path().lexically_relative(folder)] = readWhole(entry.path());
-    }
-  }
-  return files;
-}
-
 std::string refusal(const fs::path& path) {
   try {
     OutputFolder folder(path, kLayout);
-  } catch (const CommandError& error) {
+  } catch (const std::runtime_error& error) {
     return error.what();
   }
   return "";
@@ -67,10 +55,10 @@ TEST(OutputFolder, IsReplacedAsAWhole) {
     OutputFolder abandoned(path, kLayout);
     abandoned.write("One/c.png", "3");
   }
-  EXPECT_EQ(contents(path).size(), 3u) << "what was not published leaves nothing";
+  EXPECT_EQ(contents(path).size(), 3u) << "an unpublished run leaves nothing";
 }
 
-TEST(OutputFolder, RefusesWhatIsNotItsOwn) {
+TEST(OutputFolder, RefusesForeignFiles) {
   const Folder scratch;
   const std::pair<const char*, const char*> kForeign[] = {
       {"notes.txt", "notes.txt"},
@@ -91,22 +79,22 @@ TEST(OutputFolder, RefusesWhatIsNotItsOwn) {
   make(linked, "1", "One/a.png");
   fs::create_directory_symlink(scratch.path(), linked / "Two");
   EXPECT_THAT(refusal(linked), HasSubstr("\"Two\""));
-  // Files of those names, but nobody says whose.
+  // Files with these names, but not marked as an album.
   const fs::path unmarked = scratch.path() / "site";
   writeWhole(unmarked / "page.html", "mine");
-  EXPECT_THAT(refusal(unmarked), HasSubstr("\"page.html\", which is no part of a album"));
+  EXPECT_THAT(refusal(unmarked), HasSubstr("\"page.html\", which is not part of a album"));
   writeWhole(scratch.path() / "file", "mine");
-  EXPECT_THAT(refusal(scratch.path() / "file"), HasSubstr("file can't be made"));
+  EXPECT_THAT(refusal(scratch.path() / "file"), HasSubstr("file can't be written"));
 }
 
-TEST(OutputFolder, IsWrittenByOneAtATime) {
+TEST(OutputFolder, IsWrittenByOneRunAtATime) {
   const Folder scratch;
   const OutputFolder first(scratch.path(), kLayout);
   EXPECT_THAT(refusal(scratch.path()), HasSubstr("another run is writing it"));
 }
 
-// Killed at any moment, a run leaves every file whole, and the next one cleans up after it.
-TEST(OutputFolder, AKilledRunLeavesNoTornFile) {
+// A run that is killed at any time leaves every file whole, and the next run cleans up.
+TEST(OutputFolder, IsWholeAfterAKill) {
   const Folder scratch;
   const fs::path path = scratch.path() / "album";
   const std::string old(100'000, 'o');
@@ -125,7 +113,7 @@ TEST(OutputFolder, AKilledRunLeavesNoTornFile) {
     ::kill(child, SIGKILL);
     ::waitpid(child, nullptr, 0);
     for (const char* file : {"One/a.png", "page.html"}) {
-      // Between two renames the picture may be missing for a moment.
+      // Between two renames the image is missing.
       if (fs::exists(path / file)) {
         const std::string bytes = readWhole(path / file);
         EXPECT_TRUE(bytes == old || bytes == fresh) << file << " after " << delay;

@@ -1,15 +1,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <map>
 #include <set>
 
 #include <nlohmann/json.hpp>
 
-#include "host/sheet/shot.h"
+#include "host/sheet/states/states.h"
 #include "platform/render/images/picture.h"
 #include "platform/render/output/png_encoder.h"
 #include "tests/host/command_line.h"
+#include "tests/host/sheet/folder_contents.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ using ::testing::MatchesRegex;
 using Json = nlohmann::ordered_json;
 using Words = std::vector<std::string>;
 
-/// Pictures of one widget on the usual phone: every kind of file, in a moment.
+/// Runs the command for one widget on the default device, which writes every kind of file.
 Ran sheet(Words more) {
   Words words = {"sheet",
                  "--quick",
@@ -34,22 +34,12 @@ Ran sheet(Words more) {
   return run(std::string(GLANCERY_BUILD) + "/glancery", words);
 }
 
-std::map<std::string, std::string> contents(const fs::path& folder) {
-  std::map<std::string, std::string> files;
-  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-    if (entry.is_regular_file()) {
-      files[entry.path().lexically_relative(folder)] = readWhole(entry.path());
-    }
-  }
-  return files;
-}
-
 constexpr const char* kSignedIn = "Checkin/signed-in.es_MX.390x844.light.17.0";
 
-TEST(Shots, HaveNamesThatEveryFileSystemTellsApart) {
+TEST(RenderJobs, HaveNamesThatDifferOnEveryFileSystem) {
   std::set<std::string> names;
-  for (const host::Shot& shot : host::everyShot()) {
-    std::string name = shot.name();
+  for (const host::RenderJob& job : host::allRenderJobs()) {
+    std::string name = job.name();
     EXPECT_THAT(
         name,
         MatchesRegex("[A-Za-z]+/[a-z0-9.-]+\\.[a-z]+_[A-Z]+\\.[0-9x]+\\.[a-z]+\\.1[67]\\.[0-9]"));
@@ -65,7 +55,7 @@ TEST(Sheet, IsTheSameTwice) {
   const fs::path second = folder.path() / "second";
   const Ran ran = sheet({"-o", first.string()});
   EXPECT_EQ(ran.status, 0) << ran.err;
-  EXPECT_EQ(ran.err, "") << "no bar where no terminal is";
+  EXPECT_EQ(ran.err, "") << "no progress bar without a terminal";
   EXPECT_THAT(ran.out, MatchesRegex("5 pictures, [0-9]+ findings, [0-9.]+ s, [0-9]+ pictures/s\n"));
   EXPECT_EQ(sheet({"-o", second.string()}).status, 0);
   EXPECT_EQ(sheet({"-o", second.string()}).status, 0) << "an earlier sheet is replaced";
@@ -83,7 +73,7 @@ TEST(Sheet, IsTheSameTwice) {
   EXPECT_EQ(files.at("index.html").find(folder.path()), std::string::npos);
 }
 
-/// The picture with its pixel in the middle changed by `step` in blue.
+/// The image with the blue channel of its middle pixel changed by `step`.
 std::string changed(const std::string& png, int step) {
   const auto picture = platform::readPNG(png, 1).value();
   const auto pixels = picture.allPixels();
@@ -93,7 +83,7 @@ std::string changed(const std::string& png, int step) {
   return platform::PNGEncoder().encode(bitmap);
 }
 
-/// Other bytes of the same pixels: a comment behind them.
+/// The image with a text chunk added: other bytes, same pixels.
 std::string commented(std::string png) {
   constexpr std::size_t kLastChunk = 12;
   return png.insert(png.size() - kLastChunk, std::string("\0\0\0\3tEXta\0bCRC.", 15));
@@ -101,7 +91,7 @@ std::string commented(std::string png) {
 
 struct Change {
   const char* name;
-  /// What becomes of the golden picture, or of its display list.
+  /// Changes the golden image or its display list; `file` has no extension.
   std::function<void(const fs::path& file)> make;
   const char* kind;
   const char* says;
@@ -135,7 +125,7 @@ const Change kChanges[] = {
      [](const fs::path& file) { fs::remove(file.string() + ".png"); },
      "missing",
      R"("expected": null, "actual": {"width": 1014, "height": 474})"},
-    {"noPicture",
+    {"notAnImage",
      [](const fs::path& file) { writeWhole(file.string() + ".png", "text"); },
      "unreadable",
      nullptr},
@@ -148,7 +138,7 @@ const Change kChanges[] = {
 class Goldens : public ::testing::TestWithParam<Change> {
  protected:
   void SetUp() override {
-    // Made once: the sheet is the same every time.
+    // The sheet is the same every time, so it is made once.
     static const Folder made;
     static const Ran ran = sheet({"-o", made.path().string()});
     ASSERT_EQ(ran.status, 0) << ran.err;
@@ -159,6 +149,11 @@ class Goldens : public ::testing::TestWithParam<Change> {
     Words words = {"--verify", goldens_.string()};
     words.insert(words.end(), more.begin(), more.end());
     return sheet(words);
+  }
+  /// Without --accepted-findings.
+  Ran verifyByOwnFindings() const {
+    return run(GLANCERY_BUILD "/glancery",
+               {"sheet", "--quick", "--only", "Checkin", "--verify", goldens_.string()});
   }
   Json report() const {
     return Json::parse(readWhole(folder_.path() / "goldens-report/report.json"));
@@ -172,7 +167,7 @@ TEST_P(Goldens, DifferInWhatIsSeen) {
   GetParam().make(goldens_ / kSignedIn);
   const auto before = contents(goldens_);
   const Ran ran = verify();
-  EXPECT_EQ(contents(goldens_), before) << "comparing writes nothing there";
+  EXPECT_EQ(contents(goldens_), before) << "--verify changes nothing there";
   const Json differences = report()["differences"];
   const auto shown = contents(folder_.path() / "goldens-report");
   if (!GetParam().kind) {
@@ -204,16 +199,16 @@ TEST_P(Goldens, DifferInWhatIsSeen) {
   const Ran accepted = verify({"--accept"});
   EXPECT_EQ(accepted.status, 0) << accepted.err;
   EXPECT_THAT(accepted.out, HasSubstr("1 accepted"));
-  EXPECT_EQ(verify().status, 0) << "what was accepted is expected";
+  EXPECT_EQ(verify().status, 0) << "the accepted image is the golden one now";
 }
 
 INSTANTIATE_TEST_SUITE_P(Changes, Goldens, ::testing::ValuesIn(kChanges), [](const auto& row) {
   return std::string(row.param.name);
 });
 
-TEST_F(Goldens, TooManyAreDifferencesUntilTheyAreGone) {
+TEST_F(Goldens, AreDifferentWhileThereAreExtraOnes) {
   writeWhole(goldens_ / "Checkin/dance.png", "text");
-  // Of another widget, and of a phone that was not asked for: no matter here.
+  // Of another widget, and of a device that --quick leaves out: not extra.
   writeWhole(goldens_ / "Binnacle/dance.png", "text");
   writeWhole(goldens_ / "Checkin/signed-in.fr_FR.390x844.light.17.0.png", "text");
   EXPECT_EQ(verify().status, 3);
@@ -224,26 +219,25 @@ TEST_F(Goldens, TooManyAreDifferencesUntilTheyAreGone) {
   EXPECT_TRUE(fs::exists(goldens_ / "Binnacle/dance.png"));
 }
 
-TEST_F(Goldens, FailOnAFindingThatNobodyHasAccepted) {
-  const auto plain = [&] {
-    return run(GLANCERY_BUILD "/glancery",
-               {"sheet", "--quick", "--only", "Checkin", "--verify", goldens_.string()});
-  };
+TEST_F(Goldens, FailOnAFindingThatIsNotAccepted) {
   const fs::path accepted = goldens_ / "accepted-findings.json";
   const std::string all = readWhole(GLANCERY_TEST_DATA "/accepted_findings.json");
   writeWhole(accepted, all);
-  EXPECT_EQ(plain().status, 0);
+  EXPECT_EQ(verifyByOwnFindings().status, 0);
   EXPECT_EQ(report()["findings"][0]["findings"][0]["accepted"], Json::parse(all)[0]["reason"]);
 
   writeWhole(accepted, Json::array({Json::parse(all)[0]}).dump());
-  const Ran fresh = plain();
+  const Ran fresh = verifyByOwnFindings();
   EXPECT_EQ(fresh.status, 3);
-  EXPECT_THAT(fresh.err, HasSubstr("new findings: mend what is at fault, or accept it"));
+  EXPECT_THAT(fresh.err, HasSubstr("new findings: fix the cause, or accept it"));
 
-  writeWhole(accepted, R"([{"widget": "Checkin", "check": "low-contrast"}])");
-  const Ran noReason = plain();
-  EXPECT_EQ(noReason.status, 1);
-  EXPECT_THAT(noReason.err, HasSubstr("entry 1 is no accepted finding"));
+  for (const char* reason : {"", R"(, "reason": "")"}) {
+    writeWhole(accepted,
+               R"([{"widget": "Checkin", "check": "low-contrast")" + std::string(reason) + "}]");
+    const Ran noReason = verifyByOwnFindings();
+    EXPECT_EQ(noReason.status, 1);
+    EXPECT_THAT(noReason.err, HasSubstr("entry 1 is not a valid accepted finding"));
+  }
 }
 
 TEST_F(Goldens, AreMadeByAcceptingThem) {
@@ -252,17 +246,20 @@ TEST_F(Goldens, AreMadeByAcceptingThem) {
   EXPECT_EQ(none.status, 1);
   EXPECT_THAT(none.err, HasSubstr("no goldens at " + goldens_.string()));
   EXPECT_EQ(verify({"--accept"}).status, 0);
-  EXPECT_EQ(contents(goldens_).size(), 10u);
-  EXPECT_EQ(verify().status, 0);
+  EXPECT_EQ(contents(goldens_).size(), 11u);
+  EXPECT_EQ(verifyByOwnFindings().status, 0) << "the accepted findings are copied";
+  writeWhole(goldens_ / "accepted-findings.json", "[]");
+  EXPECT_EQ(verify({"--accept"}).status, 0);
+  EXPECT_EQ(readWhole(goldens_ / "accepted-findings.json"), "[]") << "an own file is kept";
 }
 
-TEST(Sheet, SaysWhatIsWrong) {
+TEST(Sheet, NamesBadInput) {
   const Folder folder;
   writeWhole(folder.path() / "notes.txt", "mine");
   const std::tuple<Words, int, const char*> kMistakes[] = {
       {{}, 2, "give -o DIR, or --verify GOLDENS"},
       {{"-o", "a", "--accept"}, 2, "--accept goes with --verify"},
-      {{"-o", folder.path().string()}, 1, "\"notes.txt\", which is no part of a sheet"},
+      {{"-o", folder.path().string()}, 1, "\"notes.txt\", which is not part of a sheet"},
       {{"-o", (folder.path() / "a").string(), "--extension", "/nonexistent.appex"},
        1,
        "/nonexistent.appex"},

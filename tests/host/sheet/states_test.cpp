@@ -1,10 +1,11 @@
+#include "host/sheet/states/states.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <map>
 #include <set>
 
-#include "host/sheet/shot.h"
 #include "store/shared_store.h"
 #include "tests/host/command_line.h"
 
@@ -15,7 +16,7 @@ using namespace world;
 using Names = std::set<std::string>;
 
 TEST(States, WriteKnownKeysOnly) {
-  // What the host app writes, and what an extension may have left before.
+  // The keys of the host app, and those that the extension writes.
   const std::set<std::string_view> known = {kStreakDataKey,
                                             kSharedUidKey,
                                             kMoodsDataKey,
@@ -34,7 +35,7 @@ TEST(States, WriteKnownKeysOnly) {
   }
 }
 
-TEST(States, OfDifferentNamesShowDifferentThings) {
+TEST(States, WithDifferentNamesShowDifferentThings) {
   const Folder folder;
   const Ran ran = run(GLANCERY_BUILD "/glancery", {"sheet", "--quick", "-o", folder.path()});
   ASSERT_EQ(ran.status, 0) << ran.err;
@@ -57,24 +58,24 @@ TEST(States, OfDifferentNamesShowDifferentThings) {
   EXPECT_THAT(
       same,
       ::testing::UnorderedElementsAre(
-          // The gallery shows a user's faces, the placeholder nobody's.
+          // The snapshot links to a signed-in user's pages, the placeholder does not.
           std::pair(kCheckinKind, Names{"signed-in", "snapshot"}),
           std::pair(kCheckinKind, Names{"signed-out", "placeholder"}),
-          // Nothing that can be read and nothing counted are both a streak of no days.
+          // No record, a damaged one and a count of zero all show a streak of zero days.
           std::pair(kStreakKind,
                     Names{"no-record.morning", "unreadable-record", "yesterday-0-days.morning"}),
-          // Without a user, and in the gallery, stands the invitation to sign in.
+          // Without a user, and in the gallery, the widget invites to sign in.
           std::pair(kAffirmationKind, Names{"signed-out", "placeholder", "snapshot"}),
           std::pair(kAffirmationKind, Names{"nothing-stored", "unreadable-record"}),
-          // A colour that is not known has the looks of none.
+          // An unknown colour looks like an empty one.
           std::pair(kAffirmationKind, Names{"unknown-colour.brief", "no-colour.brief"}),
           std::pair(kAffirmationKind, Names{"unknown-colour.usual", "no-colour.usual"}),
-          // The gallery's week is made up, and the sheet's is the same.
+          // The sheet's week equals the sample week of the gallery.
           std::pair(kBinnacleKind, Names{"mixed-week", "snapshot"}),
           std::pair(kBinnacleKind, Names{"empty-week", "no-record", "unreadable-record"})));
 }
 
-TEST(States, ShowNothingThatIsAtFaultWithoutAReason) {
+TEST(States, HaveNoFindingsWithoutAReason) {
   const Folder folder;
   const Ran ran = run(GLANCERY_BUILD "/glancery",
                       {"sheet",
