@@ -198,8 +198,8 @@ class Attempt {
     set(CURLOPT_PREREQDATA, this);
     set(
         CURLOPT_PREREQFUNCTION, +[](void* self, char*, char*, int, int) {
-          return static_cast<Attempt*>(self)->mayBeSent() ? CURL_PREREQFUNC_OK
-                                                          : CURL_PREREQFUNC_ABORT;
+          static_cast<Attempt*>(self)->sent_ = true;
+          return CURL_PREREQFUNC_OK;
         });
     set(CURLOPT_WRITEDATA, this);
     set(
@@ -217,7 +217,9 @@ class Attempt {
     const std::string& method = request_.method;
     const bool sendsBody = method == "POST" || !request_.body.empty();
     headEnded_ = false;
-    sentHere_ = false;
+    // When a kept connection ends without an answer, libcurl repeats the request on a new one,
+    // although the server may have received it. Only an idempotent request may be repeated.
+    set(CURLOPT_FRESH_CONNECT, isIdempotent(request_.method) ? 0L : 1L);
     set(CURLOPT_URL, request_.url.c_str());
     set(CURLOPT_HTTPGET, 1L);
     if (method == "HEAD") {
@@ -231,14 +233,6 @@ class Attempt {
     set(CURLOPT_CUSTOMREQUEST, isDefault ? nullptr : method.c_str());
     headers_ = headerList(request_);
     set(CURLOPT_HTTPHEADER, headers_.get());
-  }
-
-  /// Called when a connection is ready for the request. libcurl repeats a request by itself if a
-  /// kept connection ends without an answer, although the server may have received it: only an
-  /// idempotent request may be repeated.
-  bool mayBeSent() {
-    sent_ = true;
-    return !std::exchange(sentHere_, true) || isIdempotent(request_.method);
   }
 
   bool redirects() const {
@@ -306,8 +300,7 @@ class Attempt {
   int redirects_ = 0;
   HeaderList headers_;
   int body_;
-  /// Whether this request, or any of the attempt, may have reached a server.
-  bool sentHere_ = false;
+  /// Whether a request of the attempt may have reached a server.
   bool sent_ = false;
   std::error_code fileError_;
   long status_ = 0;
