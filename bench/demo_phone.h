@@ -11,8 +11,9 @@ namespace bench {
 inline const std::filesystem::path kBuild = GLANCERY_BUILD;
 inline const std::filesystem::path kExtension = kBuild / "Glancery.appex";
 
-/// A phone with a frozen clock and a new container, in which the host app has recorded a streak whose
-/// last day is today. After the first timeline the widget only reads, as it does most of the day.
+/// A phone with a frozen clock and a new container, in which the host app has recorded a streak
+/// whose last day is today. After the first timeline the widget only reads, as it does most of the
+/// day.
 class DemoPhone {
  public:
   static constexpr const char* kNow = "2026-03-05T18:30:00Z";

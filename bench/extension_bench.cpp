@@ -4,7 +4,6 @@
 #include "extension/glancery_bundle.h"
 #include "host/phone/extension_process.h"
 #include "platform/foundation/bundle/bundle.h"
-#include "platform/foundation/data/cbor.h"
 #include "platform/widgetkit/extension_service.h"
 #include "platform/widgetkit/widget_bundle.h"
 
@@ -56,22 +55,21 @@ void timelineOverSocket(benchmark::State& state) {
 }
 BENCHMARK(timelineOverSocket)->Name("streak timeline: warm, over the socket");
 
-void encodeArchive(benchmark::State& state) {
-  const ArchivedView view = InProcess().streakTimeline().entries.front().light;
+void encodeTimeline(benchmark::State& state) {
+  const ExtensionMessage message = {1, InProcess().streakTimeline()};
   for (auto _ : state) {
-    benchmark::DoNotOptimize(encodeCBOR(encodeView(view)));
+    benchmark::DoNotOptimize(encode(message));
   }
 }
-BENCHMARK(encodeArchive)->Name("archived view: encode");
+BENCHMARK(encodeTimeline)->Name("streak timeline: encode");
 
-void decodeArchive(benchmark::State& state) {
-  const ArchivedView view = InProcess().streakTimeline().entries.front().light;
-  const std::string bytes = valueOf(encodeCBOR(encodeView(view)));
+void decodeTimeline(benchmark::State& state) {
+  const std::string bytes = valueOf(encode(ExtensionMessage{1, InProcess().streakTimeline()}));
   for (auto _ : state) {
-    benchmark::DoNotOptimize(decodeView(valueOf(decodeCBOR(bytes))));
+    benchmark::DoNotOptimize(decodeExtensionMessage(bytes));
   }
 }
-BENCHMARK(decodeArchive)->Name("archived view: decode");
+BENCHMARK(decodeTimeline)->Name("streak timeline: decode");
 
 }  // namespace
 }  // namespace bench

@@ -1,6 +1,6 @@
-// The home screen as a browser sees it: how soon the page is ready, how soon a change of the suite is
-// a picture on it, and what host and extension cost while nothing happens. Times are compared with
-// `node -e 0` and memory with an idle node, measured in between.
+// The home screen in a browser: the time until the page is ready, the time until a change of the suite
+// is visible, and wake-ups and memory of host and extension while idle. Times are compared with
+// `node -e 0` and memory with an idle node, measured in the same run.
 //
 //   node bench/home_page.mjs BUILD [ROUNDS]
 
@@ -31,7 +31,7 @@ async function stop({child}) {
   await gone;
 }
 
-// Notes in the page when all four pictures stand in it, loaded and decoded.
+// Records when the page has all four pictures, loaded and decoded.
 const watchPictures = () => {
   const look = () => {
     const pictures = [...document.querySelectorAll('img[src^="/widgets/"]')];
@@ -80,7 +80,7 @@ async function pageReady(browser) {
   return median(times);
 }
 
-// From before the program that changes the suite starts to the new picture's first frame.
+// From the start of the program that changes the suite to the first frame of the new picture.
 async function changeSeen(page) {
   const times = [];
   for (let round = 0; round < 2 * Number(rounds); ++round) {
@@ -150,14 +150,14 @@ try {
   report('`app streak N` to the new picture, median', await changeSeen(page), 'ms', nodeTime(), 2.5);
   await browser.close();
 
-  // Seconds. Before, the time-outs of the browser's connections run out.
-  const kQuiet = 45, kIdle = 20;
-  await sleep(1000 * kQuiet);
+  // Seconds. The first ones let the browser's connections time out.
+  const settleTime = 45, idleTime = 20;
+  await sleep(1000 * settleTime);
   const pids = processesOf(home.child);
   const before = wakeUps(pids);
-  await sleep(1000 * kIdle);
+  await sleep(1000 * idleTime);
   const woken = wakeUps(pids) - before;
-  console.log(`wake-ups of host and extension in ${kIdle} idle seconds`.padEnd(58),
+  console.log(`wake-ups of host and extension in ${idleTime} idle seconds`.padEnd(58),
               `${String(woken).padStart(8)}  goal 0  ${woken === 0 ? 'ok' : 'MISSED'}`);
   const idleNode = spawn('node', ['-e', 'console.log(); setInterval(() => {}, 1e6)'],
                          {stdio: ['ignore', 'pipe', 'inherit']});

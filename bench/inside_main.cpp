@@ -36,8 +36,8 @@ constexpr Goal kGoals[] = {
     {"suite: open, read a key", 4, kRead},
     {"suite: open, set a key", 2.5, kCreate},
     {"streak timeline: warm, over the socket", 20, kRoundTrip},
-    {"streak picture: layout, drawing at 3x", 0.2, kDeflate},
-    {"streak picture: layout, drawing at 3x, PNG", 0.75, kDeflate},
+    {"streak picture: layout, drawing at 3x", 0.1, kDeflate},
+    {"streak picture: layout, drawing at 3x, PNG", 0.11, kDeflate},
     {"affirmation: request built and handed over", 20, kRoundTrip},
     {"affirmation: answer to stored record", 5, kCreate},
 };

@@ -10,12 +10,12 @@
 #include "bench/demo_phone.h"
 #include "bench/program_run.h"
 #include "bench/spread.h"
-#include "host/phone/dirty_memory.h"
 #include "host/phone/extension_process.h"
+#include "host/phone/memory_limit.h"
 #include "store/shared_store.h"
 
-// Whole processes, interleaved in rounds so that other load on the machine affects all of them alike.
-// They are compared with `node -e 0` and a C++ program that does nothing.
+// Whole processes, interleaved in rounds so that other load on the machine affects all of them
+// alike. They are compared with `node -e 0` and a C++ program that does nothing.
 
 namespace bench {
 namespace {

@@ -11,7 +11,7 @@ namespace {
 using namespace host;
 using platform::Date;
 
-/// Many placed widgets, each of which plans an hour or three ahead, for weeks on end.
+/// Many placed widgets, each of which plans one to three hours ahead.
 class World {
  public:
   explicit World(std::size_t widgets) {
@@ -20,13 +20,13 @@ class World {
                        WidgetSchedule({.fetched = kStart}, planFrom(kStart)));
     }
     scheduler_.advance(kStart);
-    // Each has had its first timelines: what is measured is every later one.
+    // Only timelines after the first ones are measured.
     for (std::size_t warm = 0; warm < 3 * widgets; ++warm) {
       event();
     }
   }
 
-  /// The clock comes to the next moment, and the widget that is due gets its timeline.
+  /// Advances the clock to the next due widget, which gets its timeline.
   void event() {
     const Date now = *scheduler_.next();
     for (const auto& due : scheduler_.advance(now)) {
@@ -40,12 +40,12 @@ class World {
   TimelinePlan planFrom(Date now) { return {{now}, now.addingTimeInterval(ahead_(random_))}; }
 
   std::mt19937 random_{1};
-  /// In fractions of a second: no two widgets are due at once, so that an event is one widget's.
+  /// In fractions of a second, so that no two widgets are due at the same time.
   std::uniform_real_distribution<> ahead_{3600, 10'800};
   TimelineScheduler scheduler_{{.enforced = false}};
 };
 
-/// The goal is for the growth: no more than twice as much for the square of the number.
+/// The goal: at most twice the time for the square of the number.
 void scheduledEvent(benchmark::State& state) {
   static std::map<std::int64_t, World> worlds;
   World& world =

@@ -53,11 +53,8 @@ class MoodPhone : public DemoPhone {
 /// Makes sure that the fallback week is not measured.
 void requireMoods(const ExtensionMessage::Content& answer) {
   const auto* timeline = std::get_if<ArchivedTimeline>(&answer);
-  const auto* days =
-      timeline
-          ? std::get_if<std::vector<MirroredRecord>>(&timeline->entries.at(0).fields.at(1).second)
-          : nullptr;
-  if (!days || days->back().back().second != Value(glancery::kMoodNames.front())) {
+  const std::string today = "\"mood\":\"" + std::string(glancery::kMoodNames.front()) + "\"}]";
+  if (!timeline || !timeline->entries.at(0).fields.contains(today)) {
     giveUp("the mood log does not show today's mood");
   }
 }
