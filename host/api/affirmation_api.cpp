@@ -1,14 +1,12 @@
 #include "host/api/affirmation_api.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <expected>
 #include <string_view>
 
 #include "host/api/affirmations.h"
+#include "host/http/json_members.h"
 #include "platform/foundation/data/json_serialization.h"
-#include "platform/support/require.h"
 
 namespace host {
 
@@ -25,7 +23,7 @@ ApiAnswer refusal(int status, const std::string& why) {
   return {status, jsonText({{"error", why}})};
 }
 
-/// The hours of "UTC+1"; nothing for what is no whole hour that some zone has.
+/// The hours of "UTC+1"; nothing for another format or an offset that no zone has.
 std::optional<int> hoursOf(std::string_view zone) {
   if (!zone.starts_with("UTC") || zone.size() < 5 || (zone[3] != '+' && zone[3] != '-')) {
     return std::nullopt;
@@ -39,78 +37,65 @@ std::optional<int> hoursOf(std::string_view zone) {
   return zone[3] == '-' ? -hours : hours;
 }
 
-/// What the body says; the error names the member at fault.
-struct Asked {
+struct AffirmationRequest {
   std::string language;
   std::string uid;
   int hours = 0;
 };
 
-std::expected<Asked, std::string> askedIn(const std::string& body) {
-  const auto json = NSJSONSerialization::JSONObjectWithData(Data{body});
-  if (!json) {
-    return std::unexpected("the body is no JSON: " + json.error().debugDescription);
+AffirmationRequest requestIn(const std::string& body) {
+  const JsonMembers members(body);
+  for (const char* name : {"appVersion", "user_os", "os"}) {
+    members.text(name);
   }
-  const Dictionary* members = json->dictionary();
-  if (!members) {
-    return std::unexpected("the body is no object");
-  }
-  for (const char* name : {"locale", "timezone", "appVersion", "uid", "user_os", "os"}) {
-    const auto text = members->string(name);
-    if (!text || text->empty()) {
-      return std::unexpected("the member \"" + std::string(name) +
-                             "\" must be a text that is not empty");
-    }
-  }
-  const Value* internal = members->find("internal");
-  const Dictionary* inside = internal ? internal->dictionary() : nullptr;
-  const Value* events = inside ? inside->find("events") : nullptr;
+  const Value* const events = members.object("internal").find("events");
   if (!events || !events->array()) {
-    return std::unexpected(R"(the member "internal" must be an object with the list "events")");
+    throw BadRequest(R"(the member "internal" must have an array "events")");
   }
-  const auto hours = hoursOf(*members->string("timezone"));
+  const auto hours = hoursOf(members.text("timezone"));
   if (!hours) {
-    return std::unexpected(R"(the member "timezone" must be such as "UTC+1")");
+    throw BadRequest(R"(the member "timezone" must be such as "UTC+1")");
   }
-  return Asked{*members->string("locale"), *members->string("uid"), *hours};
+  return {members.text("locale"), members.text("uid"), *hours};
 }
 
 }  // namespace
 
 ApiAnswer answerOf(const HttpRequest& request,
-                   const std::optional<std::string>& wantedKey,
+                   const std::optional<std::string>& validKey,
                    Date now) {
   const auto named = request.header("Host");
   const auto key = request.header("X-API-KEY");
   const auto contentType = request.header("Content-Type");
   if (!named || !isLoopbackHost(*named)) {
-    return refusal(403, "the header Host must name this machine: 127.0.0.1 or localhost");
+    return refusal(403, "the Host header must be 127.0.0.1 or localhost");
   }
   if (pathOf(request.target) != kApiPath) {
-    return refusal(404, "there is nothing but " + std::string(kApiPath));
+    return refusal(404, "the only path is " + std::string(kApiPath));
   }
   if (request.method != "POST") {
     return refusal(405, "the method must be POST");
   }
   if (!key) {
-    return refusal(401, "the header X-API-KEY is missing");
+    return refusal(401, "the X-API-KEY header is missing");
   }
-  if (wantedKey && *key != *wantedKey) {
-    return refusal(401, "the header X-API-KEY holds another key");
+  if (validKey && *key != *validKey) {
+    return refusal(401, "the X-API-KEY header holds another key");
   }
   if (!contentType || !isJSONType(*contentType)) {
-    return refusal(400, "the header Content-Type must be application/json");
+    return refusal(400, "the Content-Type header must be application/json");
   }
-  const auto asked = askedIn(request.body);
-  if (!asked) {
-    return refusal(400, asked.error());
+  try {
+    const auto [language, uid, hours] = requestIn(request.body);
+    const double local = now.timeIntervalSince1970() + hours * 3600.0;
+    const auto day = static_cast<std::int64_t>(std::floor(local / 86400));
+    const Affirmation affirmation = affirmationOf(uid, day, language);
+    return {200,
+            jsonText({{"text", affirmation.text}, {"color", affirmation.color}}),
+            uid + " " + language};
+  } catch (const BadRequest& error) {
+    return refusal(400, error.what());
   }
-  const double local = now.timeIntervalSince1970() + asked->hours * 3600.0;
-  const auto day = static_cast<std::int64_t>(std::floor(local / 86400));
-  const Affirmation affirmation = affirmationOf(asked->uid, day, asked->language);
-  return {200,
-          jsonText({{"text", affirmation.text}, {"color", affirmation.color}}),
-          asked->uid + " " + asked->language};
 }
 
 }  // namespace host

@@ -12,18 +12,18 @@ struct ApiAnswer {
   int status = 200;
   /// A JSON text.
   std::string body;
-  /// For the log: whom it was for, and in which language.
+  /// For the log: user and language.
   std::string note = {};
 };
 
 inline constexpr const char* kApiPath = "/api/widgets/get_affirmation";
 
-/// What the API answers. The error's text names the header or member at fault.
+/// Answers a request. An error's text names the header or member at fault.
 ///
-/// `wantedKey` is the only valid key; without one, any will do, an empty one too. Host headers
-/// other than loopback are refused: a page of the web that a browser shows must not get at it.
+/// Without `validKey` every key is valid, even an empty one. Host headers other than loopback names
+/// are refused, so that no web page in a browser can use the API.
 ApiAnswer answerOf(const HttpRequest& request,
-                   const std::optional<std::string>& wantedKey,
+                   const std::optional<std::string>& validKey,
                    platform::Date now);
 
 }  // namespace host

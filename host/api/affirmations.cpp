@@ -15,7 +15,7 @@ struct Sentences {
   std::array<const char*, kCount> texts;
 };
 
-// The same thoughts in the same order; none says whether a man or a woman speaks.
+// Translations of the same sentences, in the same order and without grammatical gender.
 constexpr Sentences kSentences[] = {
     {"es",
      {"Hoy me trato con la misma ternura que ofrezco a quienes quiero.",
@@ -100,7 +100,7 @@ const Sentences& sentencesIn(std::string_view language) {
 }  // namespace
 
 Affirmation affirmationOf(std::string_view uid, std::int64_t day, std::string_view language) {
-  // A user begins somewhere and goes on by one a day, so that no day repeats the one before.
+  // Each user starts at another place and advances by one a day.
   const std::uint64_t start = hashOf(uid) % (kCount * kColors.size());
   const std::uint64_t turn = start + static_cast<std::uint64_t>(day);
   return {sentencesIn(language).texts[turn % kCount], kColors[turn % kColors.size()]};

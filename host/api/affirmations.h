@@ -13,9 +13,9 @@ struct Affirmation {
   friend bool operator==(const Affirmation&, const Affirmation&) = default;
 };
 
-/// A user's affirmation of a day, which is counted from any fixed one: the same all day, another
-/// sentence in another colour on the next. `language` is a code or a locale; what is not es, en, pt
-/// or fr is answered in Spanish.
+/// The affirmation of a user on a day, which is counted from any fixed day. The next day has
+/// another text and color. `language` is a code or a locale; unknown ones are answered in Spanish,
+/// known are es, en, pt and fr.
 Affirmation affirmationOf(std::string_view uid, std::int64_t day, std::string_view language);
 
 }  // namespace host

@@ -10,7 +10,7 @@ namespace host {
 
 namespace {
 
-/// Bytes from outside as they may stand in a line of the log.
+/// Untrusted bytes as a part of one line of the log.
 std::string printable(std::string_view text) {
   std::string safe = platform::excerpt(text);
   std::ranges::replace_if(
@@ -20,7 +20,7 @@ std::string printable(std::string_view text) {
   return safe;
 }
 
-/// The answer as a server in trouble gives it.
+/// The answer with the faults of the settings.
 HttpAnswer withFaults(const ApiAnswer& answer, const ApiSettings& settings) {
   const bool good = answer.status == 200;
   HttpAnswer faulty = {
@@ -58,9 +58,9 @@ std::expected<std::unique_ptr<HttpServer>, std::string> openApi(
         HttpAnswer faulty = withFaults(answer, settings);
         const std::string line = printable(request.method) + ' ' + printable(request.target) + ' ' +
                                  std::to_string(faulty.status) + ' ';
-        const std::string whom = answer.status == 200 ? " for " + printable(answer.note) : "";
-        faulty.sending = [&log, line, whom](std::uint64_t bytes) {
-          log(line + std::to_string(bytes) + " bytes" + whom);
+        const std::string user = answer.status == 200 ? " for " + printable(answer.note) : "";
+        faulty.sending = [&log, line, user](std::uint64_t bytes) {
+          log(line + std::to_string(bytes) + " bytes" + user);
         };
         reply(std::move(faulty));
       });

@@ -11,26 +11,26 @@
 
 namespace host {
 
-/// How the development server answers; by default as the real one would.
+/// How the development server answers; by default without faults.
 struct ApiSettings {
   std::uint16_t port = 8788;
-  /// The only key that is let in; any without.
+  /// The only valid key; every key is valid if none is given.
   std::optional<std::string> key = {};
 
-  // Faults, to see what a client makes of them.
-  /// Instead of 200.
+  // Faults, for tests of clients.
+  /// Sent instead of 200.
   std::optional<int> status = {};
   /// Seconds before an answer.
   double delay = 0;
-  /// Half of the body, then the end of the connection.
+  /// Closes the connection after half of the body.
   bool cut = false;
   bool badJSON = false;
-  /// A text that makes the body that long.
+  /// The length of the body, reached by a long text.
   std::optional<std::uint64_t> huge = {};
 };
 
-/// The affirmation API on 127.0.0.1. `log` hears a line for every request, on the server's thread.
-/// The error says why it can't be served.
+/// The affirmation API on 127.0.0.1. `log` receives a line for every request, on the server's
+/// thread. The error says why the port can't be opened.
 std::expected<std::unique_ptr<HttpServer>, std::string> openApi(
     ApiSettings settings, std::function<void(const std::string&)> log);
 

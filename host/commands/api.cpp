@@ -6,8 +6,8 @@
 
 #include "host/api/affirmation_api.h"
 #include "host/api/api_server.h"
+#include "host/commands/command_error.h"
 #include "host/commands/commands.h"
-#include "host/phone/command_error.h"
 
 namespace host {
 
@@ -15,10 +15,10 @@ namespace {
 
 void check(const ApiSettings& settings) {
   if (settings.status && (*settings.status < 100 || *settings.status > 999)) {
-    throw wrongValue("--status", std::to_string(*settings.status), "give 100 to 999");
+    throw InvalidValue("--status", std::to_string(*settings.status), "give 100 to 999");
   }
   if (!(settings.delay >= 0 && settings.delay <= 86400)) {
-    throw wrongValue("--delay", std::to_string(settings.delay), "give seconds, up to a day");
+    throw InvalidValue("--delay", std::to_string(settings.delay), "give seconds, up to a day");
   }
 }
 
@@ -42,13 +42,13 @@ void addApiCommand(CLI::App& app) {
       "api", "Serves the affirmation web API on this machine, for development, until interrupted");
   command->add_option("--port", settings->port, "Port of 127.0.0.1; 0 for any")
       ->capture_default_str();
-  command->add_option("--key", settings->key, "The only X-API-KEY that is let in (default: any)");
-  command->add_option("--status", settings->status, "Answers good requests with that status");
+  command->add_option("--key", settings->key, "The only valid X-API-KEY (default: any)");
+  command->add_option("--status", settings->status, "Status for valid requests instead of 200");
   command->add_option("--delay", settings->delay, "Seconds before every answer");
-  command->add_flag("--cut", settings->cut, "Ends the connection in the midst of the body");
-  command->add_flag("--bad-json", settings->badJSON, "Leaves the body's last bracket out");
+  command->add_flag("--cut", settings->cut, "Closes the connection mid-body");
+  command->add_flag("--bad-json", settings->badJSON, "Omits the last bracket of the body");
   command->add_option(
-      "--huge", settings->huge, "Makes the sentence so long that the body has BYTES");
+      "--huge", settings->huge, "Length of the body in bytes, reached by a long text");
   command->callback([settings] { serve(*settings); });
 }
 

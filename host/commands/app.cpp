@@ -4,9 +4,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/commands/command_error.h"
 #include "host/commands/commands.h"
-#include "host/phone/command_error.h"
-#include "host/phone/device_options.h"
+#include "host/commands/device_options.h"
 #include "host/phone/host_app.h"
 #include "host/phone/widget_host.h"
 
@@ -28,9 +28,9 @@ struct AppOptions {
 
 void changeLocale(const AppOptions& options) {
   WidgetHost host(settle(options.device));
-  host.changeLocale();
+  host.tell(LocaleChanged());
   if (options.settle) {
-    host.settleDownloads({}, std::chrono::seconds(90), [] {});
+    host.downloads().settle({}, std::chrono::seconds(90), [] {});
   }
   for (const std::string& line : host.log()) {
     std::cout << line << '\n';

@@ -4,10 +4,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/commands/command_error.h"
 #include "host/commands/commands.h"
+#include "host/commands/device_options.h"
 #include "host/commands/json_output.h"
-#include "host/phone/command_error.h"
-#include "host/phone/device_options.h"
 #include "host/transfer/transfer_service.h"
 #include "host/transfer/transfer_store.h"
 #include "platform/foundation/defaults/user_defaults.h"

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 
 #include "host/commands/commands.h"
+#include "host/commands/device_options.h"
 #include "host/commands/json_output.h"
 #include "host/phone/widget_host.h"
 

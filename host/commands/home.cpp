@@ -8,11 +8,11 @@
 #include <CLI/CLI.hpp>
 
 #include "host/api/api_server.h"
+#include "host/commands/command_error.h"
 #include "host/commands/commands.h"
+#include "host/commands/device_options.h"
 #include "host/home/home_loop.h"
 #include "host/home/home_page.h"
-#include "host/phone/command_error.h"
-#include "host/phone/device_options.h"
 #include "platform/foundation/bundle/bundle.h"
 #include "platform/support/files.h"
 
@@ -22,7 +22,7 @@ using namespace platform;
 
 namespace {
 
-constexpr std::uint16_t kUsualPort = 8787;
+constexpr std::uint16_t kDefaultPort = 8787;
 
 struct HomeOptions {
   DeviceOptions device = {};
@@ -30,56 +30,50 @@ struct HomeOptions {
   int budget = RefreshBudget().perDay;
 };
 
-/// The API for development on a thread of its own.
-class ApiBeside {
- public:
-  explicit ApiBeside(std::unique_ptr<HttpServer> api) : api_(std::move(api)) {
-    if (api_) {
-      thread_ = std::jthread([this] { api_->serve(); });
-    }
-  }
-  ~ApiBeside() {
-    if (api_) {
-      api_->stop();
-    }
-  }
-
- private:
-  std::unique_ptr<HttpServer> api_;
-  std::jthread thread_;
-};
-
-/// The port of 127.0.0.1 where the bundle expects the API; none if it expects it elsewhere.
-std::optional<std::uint16_t> ownApiPort(const HostSettings& settings) {
+/// The port of 127.0.0.1 in the bundle's URL of the API; none if that is another URL.
+std::optional<std::uint16_t> localApiPort(const HostSettings& settings) {
   const auto info = NSBundle(settings.extension, settings.infoOverrides).infoDictionary();
   const std::string base = info ? info->string("ApiBaseUrl").value_or("") : "";
-  constexpr std::string_view kHere = "http://127.0.0.1:";
-  int port = 0;
-  if (!base.starts_with(kHere)) {
+  constexpr std::string_view kLocal = "http://127.0.0.1:";
+  std::uint16_t port = 0;
+  if (!base.starts_with(kLocal)) {
     return std::nullopt;
   }
   const auto [rest, error] =
-      std::from_chars(base.data() + kHere.size(), base.data() + base.size(), port);
-  return error == std::errc() && *rest == '\0' && port > 0 && port < 65536
-             ? std::optional(static_cast<std::uint16_t>(port))
-             : std::nullopt;
+      std::from_chars(base.data() + kLocal.size(), base.data() + base.size(), port);
+  return error == std::errc() && *rest == '\0' && port > 0 ? std::optional(port) : std::nullopt;
 }
 
-/// Affirmations without a network: serves the API where the bundle looks for it, unless somebody
-/// does so already.
-std::unique_ptr<HttpServer> apiFor(const HostSettings& settings) {
-  const auto port = ownApiPort(settings);
-  if (!port) {
-    return nullptr;
+/// Serves the API for development, for affirmations without a network, on a thread of its own if
+/// the bundle expects it on this machine and no other process serves it there.
+class LocalApi {
+ public:
+  explicit LocalApi(const HostSettings& settings) {
+    const auto port = localApiPort(settings);
+    auto api =
+        port ? openApi({.port = *port}, [](const std::string&) {}) : std::unexpected(std::string());
+    if (api) {
+      server_ = *std::move(api);
+      thread_ = std::jthread([this] { server_->serve(); });
+    }
   }
-  auto api = openApi({.port = *port}, [](const std::string&) {});
-  return api ? *std::move(api) : nullptr;
-}
+  ~LocalApi() {
+    if (server_) {
+      server_->stop();
+    }
+  }
+  LocalApi(const LocalApi&) = delete;
+  LocalApi& operator=(const LocalApi&) = delete;
 
-/// At that port; without one at the usual port, or any if that is taken.
+ private:
+  std::unique_ptr<HttpServer> server_;
+  std::jthread thread_;
+};
+
+/// Listens on `port`; if none is given, on the default port, or on any if that is in use.
 std::unique_ptr<HttpServer> listen(std::optional<std::uint16_t> port,
                                    const HttpServer::Handler& handler) {
-  auto server = HttpServer::listen(port.value_or(kUsualPort), handler);
+  auto server = HttpServer::listen(port.value_or(kDefaultPort), handler);
   if (!server && !port) {
     server = HttpServer::listen(0, handler);
   }
@@ -89,8 +83,8 @@ std::unique_ptr<HttpServer> listen(std::optional<std::uint16_t> port,
   return *std::move(server);
 }
 
-/// Two home screens of one container would overwrite what the other keeps of its widgets.
-platform::FileDescriptor hold(const HostSettings& settings) {
+/// Locks the folder of the timelines: two home screens would overwrite each other's.
+platform::FileDescriptor lockTimelines(const HostSettings& settings) {
   const auto folder = timelineFolder(settings.container);
   std::error_code error;
   std::filesystem::create_directories(folder, error);
@@ -98,8 +92,8 @@ platform::FileDescriptor hold(const HostSettings& settings) {
   if (!lock) {
     const bool held = lock.error() == std::errc::operation_would_block;
     throw CommandError(folder.string() +
-                       (held ? " belongs to a home screen that is running: end that, or "
-                               "give another --container"
+                       (held ? " is used by another home screen: end that, or give "
+                               "another --container"
                              : " can't be used: " + lock.error().message()));
   }
   return *std::move(lock);
@@ -107,7 +101,7 @@ platform::FileDescriptor hold(const HostSettings& settings) {
 
 void home(const HomeOptions& options) {
   const HostSettings settings = settle(options.device);
-  const platform::FileDescriptor held = hold(settings);
+  const platform::FileDescriptor held = lockTimelines(settings);
   std::unique_ptr<HomePage> page;
   auto server =
       listen(options.port, [&page](const HttpRequest& request, const HttpServer::Reply& reply) {
@@ -117,11 +111,12 @@ void home(const HomeOptions& options) {
   RefreshBudget budget;
   budget.enforced = options.budget > 0;
   budget.perDay = options.budget > 0 ? options.budget : budget.perDay;
-  const ApiBeside api(apiFor(settings));
-  // Who asks from now on is answered as soon as the phone has its first pictures.
+  const LocalApi api(settings);
+  // Printed before the phone starts: requests wait until it has its first pictures.
   std::cout << "http://127.0.0.1:" << server->port() << '/' << std::endl;
   std::stop_source leaving;
-  HomePhone phone(options.device, budget, leaving.get_token());
+  HomePhone phone(settings, budget, leaving.get_token());
+  phone.start();
   HomeLoop loop(phone, [&](HomeView view) {
     server->post([&, view = std::make_shared<HomeView>(std::move(view))] {
       page->show(std::move(*view));
@@ -147,11 +142,8 @@ void addHomeCommand(CLI::App& app) {
   command->add_option(
       "--port",
       options->port,
-      "Port of 127.0.0.1; 0 for any (default: " + std::to_string(kUsualPort) + ", or any)");
-  command
-      ->add_option("--budget",
-                   options->budget,
-                   "Reloads that a widget may ask for in 24 hours; 0 for no limit")
+      "Port of 127.0.0.1; 0 for any (default: " + std::to_string(kDefaultPort) + ", or any)");
+  command->add_option("--budget", options->budget, "Reloads per widget in 24 hours; 0 for no limit")
       ->check(CLI::Range(0, 1000))
       ->capture_default_str();
   options->device.addTo(*command);

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/commands/command_error.h"
 #include "platform/foundation/text/base64.h"
 #include "platform/support/utf8.h"
 
@@ -14,16 +15,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 Json toJson(const Value& value);
-Json toJson(const MirroredField& field);
-
-/// The members of a dictionary, record or entry, in order.
-Json toObject(const auto& members) {
-  Json json = Json::object();
-  for (const auto& [name, value] : members) {
-    json[name] = toJson(value);
-  }
-  return json;
-}
 
 struct ToJson {
   Json operator()(Null) const { return nullptr; }
@@ -39,7 +30,13 @@ struct ToJson {
     }
     return json;
   }
-  Json operator()(const Dictionary& dictionary) const { return toObject(dictionary); }
+  Json operator()(const Dictionary& dictionary) const {
+    Json json = Json::object();
+    for (const auto& [name, value] : dictionary) {
+      json[name] = toJson(value);
+    }
+    return json;
+  }
   Json operator()(const auto& scalar) const { return scalar; }
 };
 
@@ -47,15 +44,22 @@ Json toJson(const Value& value) {
   return std::visit(ToJson(), value.storage());
 }
 
-Json toJson(const MirroredField& field) {
-  if (const auto* value = std::get_if<Value>(&field)) {
-    return toJson(*value);
+/// An entry's fields. The extension is not trusted: nesting is bounded, because a deep tree would
+/// exhaust the stack.
+Json fieldsOf(const ArchivedEntry& entry) {
+  constexpr int kMaxDepth = 64;
+  bool tooDeep = false;
+  const Json fields = Json::parse(
+      entry.fields,
+      [&](int depth, Json::parse_event_t, const Json&) {
+        tooDeep |= depth > kMaxDepth;
+        return !tooDeep;
+      },
+      false);
+  if (tooDeep || !fields.is_object()) {
+    throw CommandError("the extension sent an entry whose fields are not a JSON object");
   }
-  Json records = Json::array();
-  for (const MirroredRecord& record : std::get<std::vector<MirroredRecord>>(field)) {
-    records.push_back(toObject(record));
-  }
-  return records;
+  return fields;
 }
 
 Json timelineObject(const std::string& kind,
@@ -63,7 +67,7 @@ Json timelineObject(const std::string& kind,
                     const std::vector<std::string>& log) {
   Json entries = Json::array();
   for (const ArchivedEntry& entry : timeline.entries) {
-    entries.push_back(toObject(entry.fields));
+    entries.push_back(fieldsOf(entry));
   }
   Json policy = "never";
   if (timeline.policy.date) {
@@ -111,8 +115,17 @@ const char* nameOf(TransferState state) {
   return kNames[std::to_underlying(state)];
 }
 
-std::string fieldJSON(const MirroredField& field) {
-  return printed(toJson(field));
+std::string valueJSON(const Value& value) {
+  return printed(toJson(value));
+}
+
+std::vector<std::pair<std::string, std::string>> fieldTexts(const ArchivedEntry& entry) {
+  std::vector<std::pair<std::string, std::string>> texts;
+  const Json fields = fieldsOf(entry);
+  for (const auto& [name, value] : fields.items()) {
+    texts.emplace_back(name, value.is_string() ? value.get<std::string>() : printed(value));
+  }
+  return texts;
 }
 
 std::string answerJSON(ProvideRequest::What what,
@@ -122,8 +135,7 @@ std::string answerJSON(ProvideRequest::What what,
   if (what == ProvideRequest::What::timeline) {
     return printed(timelineObject(kind, answer, log));
   }
-  return printed(
-      {{"kind", kind}, {"entry", toObject(answer.entries.front().fields)}, {"log", log}});
+  return printed({{"kind", kind}, {"entry", fieldsOf(answer.entries.front())}, {"log", log}});
 }
 
 std::string settledJSON(const std::string& kind,

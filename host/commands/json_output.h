@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/phone/widget_host.h"
@@ -11,9 +12,11 @@
 
 namespace host {
 
-/// A value of the suite or a field of an entry; data is {"data": base64}, and nested records keep
-/// the order of their members.
-std::string fieldJSON(const platform::MirroredField& field);
+/// A value of the suite; data is {"data": base64}.
+std::string valueJSON(const platform::Value& value);
+/// The fields of an entry by name, in the entry's order; strings as they are, other values as JSON.
+/// Throws CommandError if the extension sent no JSON object.
+std::vector<std::pair<std::string, std::string>> fieldTexts(const platform::ArchivedEntry& entry);
 /// {"kind", "entries", "policy", "log"}, the answer to a request for a timeline, or
 /// {"kind", "entry", "log"}, the answer to another request. An entry's fields keep their order.
 std::string answerJSON(platform::ProvideRequest::What what,

@@ -5,12 +5,13 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/commands/command_error.h"
 #include "host/commands/commands.h"
 #include "host/commands/completion.h"
+#include "host/commands/device_options.h"
 #include "host/commands/man_pages.h"
 #include "host/commands/version.h"
-#include "host/phone/command_error.h"
-#include "host/phone/device_options.h"
+#include "host/phone/host_error.h"
 
 namespace host {
 
@@ -26,9 +27,9 @@ void checkCommandName(const CLI::App& app, int argc, char** argv) {
     }
     const auto found = std::ranges::find(commands, argv[index], &CLI::App::get_name);
     if (found == commands.end()) {
-      throw wrongValue("unknown command",
-                       argv[index],
-                       "give one of " + listOf(commands, std::mem_fn(&CLI::App::get_name)));
+      throw InvalidValue("unknown command",
+                         argv[index],
+                         "give one of " + listOf(commands, std::mem_fn(&CLI::App::get_name)));
     }
     group = *found;
   }
@@ -43,7 +44,7 @@ void addReferenceCommands(CLI::App& app) {
   completion->callback([shell] {
     const std::string script = completionScript(*shell);
     if (script.empty()) {
-      throw wrongValue("SHELL", *shell, "give bash, zsh or fish");
+      throw InvalidValue("SHELL", *shell, "give bash, zsh or fish");
     }
     std::cout << script;
   });
@@ -112,6 +113,9 @@ int main(int argc, char** argv) {
   } catch (const host::CommandError& error) {
     std::cerr << "glancery: " << error.what() << '\n';
     return error.status();
+  } catch (const host::InvalidValue& error) {
+    std::cerr << "glancery: " << error.what() << '\n';
+    return host::kWrongUsage;
   } catch (const std::exception& error) {
     std::cerr << "glancery: " << error.what() << '\n';
     return host::kNotDone;

@@ -6,8 +6,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/commands/command_error.h"
 #include "host/commands/version.h"
-#include "host/phone/command_error.h"
 
 namespace host {
 

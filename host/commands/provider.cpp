@@ -5,9 +5,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/commands/command_error.h"
 #include "host/commands/commands.h"
+#include "host/commands/device_options.h"
 #include "host/commands/json_output.h"
-#include "host/phone/command_error.h"
 #include "host/phone/widget_host.h"
 
 namespace host {
@@ -25,10 +26,8 @@ struct ProviderOptions {
 };
 
 void printEntry(const ArchivedEntry& entry) {
-  for (const auto& [name, field] : entry.fields) {
-    const auto* value = std::get_if<Value>(&field);
-    const auto* text = value ? value->as<std::string>() : nullptr;
-    std::cout << "  " << name << ": " << (text ? *text : fieldJSON(field)) << '\n';
+  for (const auto& [name, text] : fieldTexts(entry)) {
+    std::cout << "  " << name << ": " << text << '\n';
   }
 }
 
@@ -55,7 +54,7 @@ void provide(ProvideRequest::What what, const ProviderOptions& options) {
   };
   ask();
   if (options.settle) {
-    host.settleDownloads(options.kind, std::chrono::seconds(options.longest), ask);
+    host.downloads().settle(options.kind, std::chrono::seconds(options.longest), ask);
   }
   const ArchivedTimeline& first = answers.front().timeline;
   if (options.json) {
@@ -77,7 +76,7 @@ void provide(ProvideRequest::What what, const ProviderOptions& options) {
 ProvideRequest::What requestNamed(const std::string& name) {
   const auto* found = std::ranges::find(kRequestNames, name);
   if (found == std::end(kRequestNames)) {
-    throw wrongValue("--of", name, "give placeholder, snapshot or timeline");
+    throw InvalidValue("--of", name, "give placeholder, snapshot or timeline");
   }
   return static_cast<ProvideRequest::What>(found - std::begin(kRequestNames));
 }

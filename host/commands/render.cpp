@@ -6,8 +6,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/commands/command_error.h"
 #include "host/commands/commands.h"
-#include "host/phone/command_error.h"
+#include "host/commands/device_options.h"
 #include "host/phone/screens.h"
 #include "host/phone/widget_host.h"
 #include "platform/support/files.h"
@@ -30,7 +31,7 @@ const ArchivedEntry& chosenEntry(const ArchivedTimeline& timeline,
                                  std::optional<std::size_t> wanted) {
   const std::size_t index = wanted.value_or(shownEntry(timeline, Date::now()));
   if (index >= timeline.entries.size()) {
-    throw wrongValue(
+    throw InvalidValue(
         "--entry",
         std::to_string(index),
         "the timeline has " + std::to_string(timeline.entries.size()) + " entries, counted from 0");
@@ -43,7 +44,7 @@ std::string encoded(WidgetHost& host, const DisplayList& list, const std::string
   if (ending == ".json") {
     return displayListJSON(list) + "\n";
   }
-  const PictureOptions options = {.scale = host.settings().scale,
+  const PictureOptions options = {.scale = host.settings().screen.scale,
                                   .scheme = host.settings().scheme,
                                   .cornerRadius = kWidgetCornerRadius};
   auto bytes =
@@ -57,7 +58,7 @@ std::string encoded(WidgetHost& host, const DisplayList& list, const std::string
 void render(const RenderOptions& options) {
   const std::string ending = std::filesystem::path(options.output).extension().string();
   if (ending != ".png" && ending != ".svg" && ending != ".json") {
-    throw wrongValue("-o", options.output, "give a file that ends in .png, .svg or .json");
+    throw InvalidValue("-o", options.output, "give a file that ends in .png, .svg or .json");
   }
   const auto what = requestNamed(options.of);
   HostSettings settings = settle(options.device);

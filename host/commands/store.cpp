@@ -4,10 +4,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/commands/command_error.h"
 #include "host/commands/commands.h"
+#include "host/commands/device_options.h"
 #include "host/commands/json_output.h"
-#include "host/phone/command_error.h"
-#include "host/phone/device_options.h"
 #include "host/phone/host_app.h"
 #include "platform/foundation/text/base64.h"
 
@@ -75,12 +75,12 @@ Value valueOf(const StoreOptions& options) {
     }
     auto value = type.parse(options.value);
     if (!value) {
-      throw wrongValue(
+      throw InvalidValue(
           "VALUE", options.value, "a value of type " + options.type + " is " + type.format);
     }
     return *std::move(value);
   }
-  throw wrongValue("--type", options.type, "give one of " + typeNames());
+  throw InvalidValue("--type", options.type, "give one of " + typeNames());
 }
 
 CommandError unknownKey(const Dictionary& suite, const std::string& key) {
@@ -95,7 +95,7 @@ void get(const StoreOptions& options) {
   if (!value) {
     throw unknownKey(suite, options.key);
   }
-  std::cout << fieldJSON(*value) << '\n';
+  std::cout << valueJSON(*value) << '\n';
 }
 
 void set(const StoreOptions& options) {
@@ -117,7 +117,7 @@ void remove(const StoreOptions& options) {
 }
 
 void dump(const StoreOptions&) {
-  std::cout << fieldJSON(Value(readSharedSuite())) << '\n';
+  std::cout << valueJSON(Value(readSharedSuite())) << '\n';
 }
 
 }  // namespace

@@ -5,8 +5,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/commands/command_error.h"
 #include "host/commands/commands.h"
-#include "host/phone/command_error.h"
+#include "host/commands/device_options.h"
 #include "host/phone/widget_host.h"
 
 namespace host {
@@ -37,8 +38,8 @@ void tap(const TapOptions& options) {
   if (!options.point.empty()) {
     point = parsePoint(options.point);
     if (!point) {
-      throw wrongValue(
-          "POINT", options.point, "give X,Y in points from the top left, such as 40,79");
+      throw InvalidValue(
+          "POINT", options.point, "give points from the widget's top left, such as 40,79");
     }
   }
   WidgetHost host(settle(options.device));
@@ -50,10 +51,10 @@ void tap(const TapOptions& options) {
                                         host.familyOf(options.kind));
   if (point && !(point->x >= 0 && point->x < list.size.width && point->y >= 0 &&
                  point->y < list.size.height)) {
-    throw wrongValue("POINT",
-                     options.point,
-                     "the widget is " + std::to_string(static_cast<int>(list.size.width)) + "x" +
-                         std::to_string(static_cast<int>(list.size.height)) + " points");
+    throw InvalidValue("POINT",
+                       options.point,
+                       "the widget is " + std::to_string(static_cast<int>(list.size.width)) + "x" +
+                           std::to_string(static_cast<int>(list.size.height)) + " points");
   }
   const Point middle = {list.size.width / 2, list.size.height / 2};
   if (const auto link = linkAt(list, point.value_or(middle))) {

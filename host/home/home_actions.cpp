@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <functional>
 
 #include <nlohmann/json.hpp>
 
-#include "host/phone/command_error.h"
+#include "host/home/device_clock.h"
+#include "host/http/json_members.h"
 #include "host/phone/host_app.h"
-#include "platform/foundation/data/json_serialization.h"
 
 namespace host {
 
@@ -16,134 +15,82 @@ using namespace platform;
 
 namespace {
 
-std::string text(const Dictionary& action, const char* key) {
-  const Value* value = action.find(key);
-  if (!value) {
-    throw CommandError("the action lacks \"" + std::string(key) + "\"", kWrongUsage);
-  }
-  const auto* found = value->as<std::string>();
-  if (!found) {
-    throw CommandError("\"" + std::string(key) + "\" is no text", kWrongUsage);
-  }
-  return *found;
+void storeStreak(const JsonMembers& action) {
+  recordStreak(action.integer("count"),
+               instantOf(action.optionalText("lastActive").value_or(""), "lastActive"));
 }
 
-std::optional<std::string> textIfAny(const Dictionary& action, const char* key) {
-  const Value* value = action.find(key);
-  return value && !value->isNull() ? std::optional(text(action, key)) : std::nullopt;
-}
-
-double number(const Dictionary& action, const char* key) {
-  const auto found = action.number(key);
-  if (!found) {
-    throw CommandError("\"" + std::string(key) + "\" is missing or no number", kWrongUsage);
-  }
-  return *found;
-}
-
-bool boolean(const Dictionary& action, const char* key) {
-  const Value* value = action.find(key);
-  const bool* found = value ? value->as<bool>() : nullptr;
-  if (!found) {
-    throw CommandError("\"" + std::string(key) + "\" is missing or neither true nor false",
-                       kWrongUsage);
-  }
-  return *found;
-}
-
-void recordStreakOf(const Dictionary& action) {
-  const auto count = action.integer("count");
-  if (!count) {
-    throw CommandError("\"count\" is missing or no whole number", kWrongUsage);
-  }
-  recordStreak(*count, instantOf(textIfAny(action, "lastActive").value_or(""), "lastActive"));
-}
-
-void changeDevice(HomePhone& phone, const Dictionary& action) {
-  DeviceOptions options = phone.options();
-  const auto change = [&](const char* key, std::string DeviceOptions::*member) {
-    if (auto value = textIfAny(action, key)) {
-      options.*member = *std::move(value);
+void changeDevice(HomePhone& phone, const JsonMembers& action) {
+  HostSettings settings = phone.settings();
+  for (const TextSetting& setting : textSettings()) {
+    if (const auto text = action.optionalText(setting.name)) {
+      change(settings, setting.name, *text, setting.name);
     }
-  };
-  change("scheme", &DeviceOptions::scheme);
-  change("locale", &DeviceOptions::locale);
-  change("timeZone", &DeviceOptions::timeZone);
-  change("os", &DeviceOptions::os);
-  if (action.find("screen")) {
-    change("screen", &DeviceOptions::device);
-    options.size.clear();
-    options.scale.reset();
   }
-  phone.setDevice(options);
+  phone.setDevice(std::move(settings));
 }
 
 void travel(HomePhone& phone, const std::string& to) {
-  const auto arrive = [&](std::optional<Date> instant, const char* what) {
-    if (!instant) {
-      throw CommandError("there is no next " + std::string(what) + " to travel to");
-    }
-    phone.travelTo(*instant);
-  };
   if (to == "now") {
-    phone.travelToNow();
-  } else if (to == "next-entry") {
-    arrive(phone.nextEntry(), "entry");
-  } else if (to == "next-reload") {
-    arrive(phone.nextReload(), "reload");
-  } else if (to == "next-midnight") {
-    phone.travelTo(phone.nextMidnight());
-  } else {
-    phone.travelTo(instantOf(to, "to"));
+    phone.setClock({});
+    return;
+  }
+  const std::optional<Date> instant = to == "next-entry"      ? phone.nextEntry()
+                                      : to == "next-reload"   ? phone.nextReload()
+                                      : to == "next-midnight" ? nextMidnight()
+                                                              : instantOf(to, "to");
+  if (!instant) {
+    throw HostError("there is no " + to);
+  }
+  phone.setClock(clockAt(*instant, isRunning(phone.settings().device.clock)));
+}
+
+void setRunning(HomePhone& phone, bool running) {
+  if (running != isRunning(phone.settings().device.clock)) {
+    phone.setClock(clockAt(Date::now(), running));
   }
 }
 
-std::string tap(HomePhone& phone, const Dictionary& action) {
-  const auto link = phone.tap(text(action, "kind"), {number(action, "x"), number(action, "y")});
+std::string tap(HomePhone& phone, const JsonMembers& action) {
+  const auto link = phone.tap(action.text("kind"), {action.number("x"), action.number("y")});
   const nlohmann::json answer = {{"link", link ? nlohmann::json(*link) : nlohmann::json()}};
   return answer.dump();
 }
 
 struct Action {
   std::string_view name;
-  /// Whether the suite is another one afterwards.
+  /// Whether it changes the suite.
   bool writes;
-  void (*perform)(HomePhone&, const Dictionary&);
+  void (*perform)(HomePhone&, const JsonMembers&);
 };
 
 // clang-format off
 constexpr std::array kActions = {
-    Action{"sign-in",  true,  [](HomePhone&, const Dictionary& action) { signIn(text(action, "uid")); }},
-    Action{"sign-out", true,  [](HomePhone&, const Dictionary&) { signOut(); }},
-    Action{"streak",   true,  [](HomePhone&, const Dictionary& action) { recordStreakOf(action); }},
-    Action{"mood",     true,  [](HomePhone&, const Dictionary& action) {
-      recordNamedMood(text(action, "mood"), textIfAny(action, "day"));
-    }},
+    Action{"sign-in",  true,  [](HomePhone&, const JsonMembers& action) { signIn(action.text("uid")); }},
+    Action{"sign-out", true,  [](HomePhone&, const JsonMembers&) { signOut(); }},
+    Action{"streak",   true,  [](HomePhone&, const JsonMembers& action) { storeStreak(action); }},
+    Action{"mood",     true,  [](HomePhone&, const JsonMembers& action) { recordNamedMood(action.text("mood"), action.optionalText("day")); }},
     Action{"device",   false, changeDevice},
-    Action{"travel",   false, [](HomePhone& phone, const Dictionary& action) { travel(phone, text(action, "to")); }},
-    Action{"clock",    false, [](HomePhone& phone, const Dictionary& action) { phone.setRunning(boolean(action, "running")); }},
-    Action{"budget",   false, [](HomePhone& phone, const Dictionary& action) { phone.setBudgetEnforced(boolean(action, "on")); }},
-    Action{"reload",   false, [](HomePhone& phone, const Dictionary& action) { phone.reload(text(action, "kind")); }},
+    Action{"travel",   false, [](HomePhone& phone, const JsonMembers& action) { travel(phone, action.text("to")); }},
+    Action{"clock",    false, [](HomePhone& phone, const JsonMembers& action) { setRunning(phone, action.boolean("running")); }},
+    Action{"budget",   false, [](HomePhone& phone, const JsonMembers& action) { phone.setBudgetEnforced(action.boolean("on")); }},
+    Action{"reload",   false, [](HomePhone& phone, const JsonMembers& action) { phone.reload(action.text("kind")); }},
 };
 // clang-format on
 
 }  // namespace
 
-std::string performAction(HomePhone& phone, std::string_view request) {
-  const auto object = NSJSONSerialization::JSONObjectWithData(Data{std::string(request)});
-  const Dictionary* action = object ? object->dictionary() : nullptr;
-  if (!action) {
-    throw CommandError("the request is no JSON object", kWrongUsage);
-  }
-  const std::string name = text(*action, "action");
+std::string performAction(HomePhone& phone, std::string request) {
+  const JsonMembers action(std::move(request));
+  const std::string name = action.text("action");
   if (name == "tap") {
-    return tap(phone, *action);
+    return tap(phone, action);
   }
   const auto* known = std::ranges::find(kActions, name, &Action::name);
   if (known == kActions.end()) {
-    throw wrongValue("action", name, "there is none of that name");
+    throw BadRequest("unknown action \"" + name + "\"");
   }
-  known->perform(phone, *action);
+  known->perform(phone, action);
   if (known->writes) {
     phone.suiteChanged();
   }

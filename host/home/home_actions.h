@@ -1,14 +1,14 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 #include "host/home/home_phone.h"
 
 namespace host {
 
-/// Does what the page asks for, `{"action": NAME, ...}`, and answers as a JSON object. A
-/// `CommandError` names what can't be done or is no action.
-std::string performAction(HomePhone& phone, std::string_view request);
+/// Performs an action of the page, `{"action": NAME, ...}`, and returns the answer, a JSON object.
+/// Throws `BadRequest` or `InvalidValue` for an action that is not valid, and `HostError` for one
+/// that fails.
+std::string performAction(HomePhone& phone, std::string request);
 
 }  // namespace host

@@ -15,12 +15,13 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 
+#include "host/home/device_clock.h"
 #include "host/home/home_actions.h"
 #include "host/home/home_state.h"
-#include "host/phone/command_error.h"
-#include "host/phone/host_app.h"
+#include "host/http/json_members.h"
 #include "platform/foundation/defaults/suite_file.h"
 #include "platform/foundation/defaults/user_defaults.h"
+#include "store/shared_store.h"
 
 namespace host {
 
@@ -32,13 +33,13 @@ namespace asio = boost::asio;
 using asio::posix::stream_descriptor;
 using Error = boost::system::error_code;
 
-/// How long after a change of the suite its folder is looked for again.
+/// The delay after a change of the suite before its folder, which may be gone, is watched again.
 constexpr auto kFolderDelay = std::chrono::seconds(2);
 
-/// How long after the last change the phone gives back what it draws with.
-constexpr auto kQuiet = std::chrono::seconds(10);
+/// The delay after the last change before the phone frees memory.
+constexpr auto kIdleDelay = std::chrono::seconds(10);
 
-/// Reads everything that is there to read, and forgets it.
+/// Reads and discards everything that is there.
 void drain(int descriptor) {
   std::array<char, 4096> bytes;
   while (::read(descriptor, bytes.data(), bytes.size()) > 0) {
@@ -59,15 +60,19 @@ std::map<std::string, ServedPicture> picturesOf(const HomePhone& phone) {
 }  // namespace
 
 struct HomeLoop::Impl {
-  Impl(HomePhone& served, std::function<void(HomeView)> taken)
-      : phone(served), show(std::move(taken)) {
+  Impl(HomePhone& served, std::function<void(HomeView)> receiver)
+      : phone(served), show(std::move(receiver)) {}
+
+  void open() {
     suiteWatch.assign(newWatcher());
     zoneWatch.assign(newWatcher());
     if (!watchSuite()) {
-      throw CommandError(suiteFolder().string() +
-                         " can't be watched: " + std::system_category().message(errno));
+      throw HostError(suiteFolder().string() +
+                      " can't be watched: " + std::system_category().message(errno));
     }
-    // Without it, the page has to be told of another zone of the machine.
+    // The suite may have changed before it was watched.
+    phone.suiteChanged();
+    // If this fails, a change of the machine's zone goes unnoticed.
     watch(zoneWatch, "/etc", IN_MOVED_TO | IN_CREATE | IN_DELETE);
     clock.assign(::timerfd_create(CLOCK_REALTIME, TFD_NONBLOCK | TFD_CLOEXEC));
     downloads.assign(::dup(phone.downloadsDescriptor()));
@@ -87,7 +92,7 @@ struct HomeLoop::Impl {
         .parent_path();
   }
 
-  /// Changes nothing where the folder is watched already.
+  /// Has no effect on a folder that is watched already.
   bool watchSuite() {
     std::error_code ignored;
     std::filesystem::create_directories(suiteFolder(), ignored);
@@ -95,14 +100,23 @@ struct HomeLoop::Impl {
     return watch(suiteWatch, suiteFolder(), IN_MOVED_TO | IN_CREATE | IN_DELETE | IN_CLOSE_WRITE);
   }
 
-  /// Has `seen` run on every wake-up by the descriptor.
-  template <class Seen>
-  void follow(stream_descriptor& descriptor, Seen seen) {
-    descriptor.async_wait(stream_descriptor::wait_read, [this, &descriptor, seen](Error error) {
+  /// Calls `handle` whenever the descriptor is readable.
+  template <class Handle>
+  void follow(stream_descriptor& descriptor, Handle handle) {
+    descriptor.async_wait(stream_descriptor::wait_read, [this, &descriptor, handle](Error error) {
       if (!error) {
-        seen();
-        follow(descriptor, seen);
+        handle();
+        follow(descriptor, handle);
         settle();
+      }
+    });
+  }
+
+  template <class Handle>
+  void after(asio::steady_timer& timer, Handle handle) {
+    timer.async_wait([handle](Error error) {
+      if (!error) {
+        handle();
       }
     });
   }
@@ -123,13 +137,10 @@ struct HomeLoop::Impl {
     context.run();
   }
 
-  /// The folder may have been removed, and with it the watch.
+  /// The folder may have been removed, and the watch with it.
   void lookAgain() {
     folderDelay.expires_after(kFolderDelay);
-    folderDelay.async_wait([this](Error error) {
-      if (error) {
-        return;
-      }
+    after(folderDelay, [this] {
       if (!watchSuite()) {
         lookAgain();
       }
@@ -138,7 +149,7 @@ struct HomeLoop::Impl {
     });
   }
 
-  /// After whatever happened: does what is due, shows what became of it, and sleeps.
+  /// After every event: does what is due, publishes the state, and waits for the next event.
   void settle() {
     phone.advance();
     publish();
@@ -154,12 +165,8 @@ struct HomeLoop::Impl {
       shown = view.state;
       view.pictures = picturesOf(phone);
       show(std::move(view));
-      quiet.expires_after(kQuiet);
-      quiet.async_wait([this](Error error) {
-        if (!error) {
-          phone.rest();
-        }
-      });
+      idle.expires_after(kIdleDelay);
+      after(idle, [this] { phone.rest(); });
     }
   }
 
@@ -170,28 +177,24 @@ struct HomeLoop::Impl {
     }
     setClockTo(next);
     if (const auto retry = phone.nextRetry()) {
-      pause.expires_at(*retry);
-      pause.async_wait([this](Error error) {
-        if (!error) {
-          settle();
-        }
-      });
+      retryDelay.expires_at(*retry);
+      after(retryDelay, [this] { settle(); });
     } else {
-      pause.cancel();
+      retryDelay.cancel();
     }
     followExtension();
   }
 
-  /// The timer stands on the machine's clock and notices when that is set.
+  /// The timer uses the machine's clock, and also expires when that is set.
   void setClockTo(std::optional<Date> next) {
     const Clock& device = phone.settings().device.clock;
     itimerspec when = {};
-    // Without anything to come, far away: the change of the clock is waited for all the same.
+    // Far away if nothing is due, to notice changes of the clock all the same.
     constexpr double kFarAway = 4e9;
     const double at = next ? next->timeIntervalSince1970() -
                                  (device.kind == Clock::Kind::shifted ? device.shift : 0)
                            : kFarAway;
-    if (phone.isRunning()) {
+    if (isRunning(device)) {
       const double safe = std::clamp(at, 1.0, kFarAway);
       when.it_value = {.tv_sec = static_cast<time_t>(safe),
                        .tv_nsec = static_cast<long>((safe - std::floor(safe)) * 1e9)};
@@ -207,7 +210,7 @@ struct HomeLoop::Impl {
     launches = phone.host().launches();
     extension.close();
     if (const int end = phone.extensionDescriptor(); end >= 0) {
-      // Without a descriptor to spare, the end is noticed at the next request.
+      // If no descriptor is free, the end is noticed at the next request.
       Error none;
       extension.assign(::dup(end), none);
       if (none) {
@@ -231,9 +234,9 @@ struct HomeLoop::Impl {
   stream_descriptor clock{context};
   stream_descriptor downloads{context};
   stream_descriptor extension{context};
-  asio::steady_timer pause{context};
+  asio::steady_timer retryDelay{context};
   asio::steady_timer folderDelay{context};
-  asio::steady_timer quiet{context};
+  asio::steady_timer idle{context};
   int launches = 0;
   std::string shown;
   std::jthread thread;
@@ -248,6 +251,7 @@ HomeLoop::~HomeLoop() {
 }
 
 void HomeLoop::start() {
+  impl_->open();
   impl_->publish();
   impl_->thread = std::jthread([impl = impl_.get()] { impl->run(); });
 }
@@ -258,8 +262,12 @@ void HomeLoop::act(std::string action, std::function<void(HomePage::Outcome)> do
                HomePage::Outcome outcome;
                try {
                  outcome.json = performAction(impl->phone, action);
-               } catch (const CommandError& error) {
-                 outcome = {error.status() == kWrongUsage ? 400 : 409, errorJSON(error.what())};
+               } catch (const BadRequest& error) {
+                 outcome = {400, errorJSON(error.what())};
+               } catch (const InvalidValue& error) {
+                 outcome = {400, errorJSON(error.what())};
+               } catch (const HostError& error) {
+                 outcome = {409, errorJSON(error.what())};
                }
                impl->settle();
                done(std::move(outcome));

@@ -9,18 +9,19 @@
 
 namespace host {
 
-/// Runs a phone on a thread of its own, which sleeps until something is due: a moment of the
-/// device's clock (also when the machine's is set, or was suspended meanwhile), an end of a pause,
-/// a change of the suite or of the machine's zone, a download, the end of the extension, an action.
+/// Runs a phone on a thread of its own, which sleeps until something is due: a time of the device's
+/// clock (also after the machine's clock was set, or the machine was suspended), a retry, a change
+/// of the suite or of the machine's time zone, a download, the end of the extension, an action.
 class HomeLoop {
  public:
-  /// `show` is called on the loop's thread whenever something is to be seen that was not before.
+  /// `show` is called with every new state: by `start`, then on the loop's thread.
   HomeLoop(HomePhone& phone, std::function<void(HomeView)> show);
   /// Ends the thread.
   ~HomeLoop();
 
+  /// Throws a `HostError` if the suite's folder can't be watched.
   void start();
-  /// From any thread; `done` is called on the loop's.
+  /// Safe from any thread; `done` is called on the loop's thread.
   void act(std::string action, std::function<void(HomePage::Outcome)> done);
 
  private:

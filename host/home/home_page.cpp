@@ -1,50 +1,27 @@
 #include "host/home/home_page.h"
 
-#include <sys/random.h>
+#include <absl/strings/str_replace.h>
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 #include "host/home/home_state.h"
-#include "host/home/page_files.h"
-#include "host/phone/command_error.h"
+#include "host/pages/page_files.h"
+#include "platform/foundation/text/uuid.h"
 #include "platform/support/files.h"
 
 namespace host {
 
 using namespace platform;
 
+/// The folder `page`.
+extern const std::span<const PageFile> kHomePage;
+
 namespace {
 
 constexpr std::size_t kLinesKept = 500;
 constexpr std::string_view kPictures = "/widgets/";
 constexpr const char* kTypefacePath = "/Inter.ttf";
-
-/// Puts the text in the one place of the page that is marked so.
-void fillIn(std::string& page, std::string_view mark, const std::string& text) {
-  if (const std::size_t place = page.find(mark); place != std::string::npos) {
-    page.replace(place, mark.size(), text);
-  }
-}
-
-/// A text that can stand in a page.
-std::string escaped(std::string_view text) {
-  std::string safe;
-  for (const char letter : text) {
-    switch (letter) {
-      case '&':
-        safe += "&amp;";
-        break;
-      case '<':
-        safe += "&lt;";
-        break;
-      default:
-        safe += letter;
-    }
-  }
-  return safe;
-}
 
 std::string_view typeOf(std::string_view path) {
   return path.ends_with(".css")   ? "text/css; charset=utf-8"
@@ -53,20 +30,7 @@ std::string_view typeOf(std::string_view path) {
                                   : "text/html; charset=utf-8";
 }
 
-std::string randomToken() {
-  std::array<unsigned char, 16> bytes = {};
-  if (::getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) {
-    throw CommandError("the system gives no random numbers");
-  }
-  std::string token;
-  for (const unsigned char byte : bytes) {
-    token += "0123456789abcdef"[byte >> 4];
-    token += "0123456789abcdef"[byte & 15];
-  }
-  return token;
-}
-
-/// What keeps a browser from letting anything else in on the page.
+/// Forbids the browser to load or run anything else on the page.
 HttpAnswer secured(HttpAnswer answer) {
   answer.headers.insert(
       answer.headers.end(),
@@ -101,7 +65,7 @@ std::string event(const char* name, const std::string& data) {
 }  // namespace
 
 HomePage::HomePage(Act act, std::filesystem::path typeface)
-    : act_(std::move(act)), typeface_(std::move(typeface)), token_(randomToken()) {
+    : act_(std::move(act)), typeface_(std::move(typeface)), token_(UUID().uuidString()) {
 }
 
 void HomePage::answer(const HttpRequest& request, const HttpServer::Reply& reply) {
@@ -109,7 +73,7 @@ void HomePage::answer(const HttpRequest& request, const HttpServer::Reply& reply
   const bool reads = request.method == "GET" || request.method == "HEAD";
   const std::string_view path = pathOf(request.target);
   if (!named || !isLoopbackHost(*named)) {
-    reply(secured(refusal(403, "the header Host must name this machine")));
+    reply(secured(refusal(403, "the Host header must be a loopback name")));
   } else if (path == "/actions") {
     act(request, [reply](HttpAnswer answer) { reply(secured(std::move(answer))); });
   } else if (!reads) {
@@ -132,9 +96,9 @@ HttpAnswer HomePage::file(const HttpRequest& request) const {
     return bytes ? content("font/ttf", *std::move(bytes), "max-age=86400")
                  : refusal(404, "the typeface can't be read: " + bytes.error().message());
   }
-  const auto file = pageFile(path == "/" ? "/index.html" : path);
+  const auto file = pageFile(kHomePage, path == "/" ? "/index.html" : path);
   if (!file) {
-    return refusal(404, "there is no such page");
+    return refusal(404, "no such page");
   }
   std::string bytes(*file);
   if (path == "/") {
@@ -142,14 +106,14 @@ HttpAnswer HomePage::file(const HttpRequest& request) const {
     for (const auto& [kind, picture] : view_.pictures) {
       preloads += R"(<link rel="preload" as="image" href=")" + picture.path + "\">\n";
     }
-    fillIn(bytes, "{{token}}", token_);
-    fillIn(bytes, "{{pictures}}", preloads);
-    fillIn(bytes, "{{state}}", escaped(stateNow()));
+    absl::StrReplaceAll(
+        {{"{{token}}", token_}, {"{{pictures}}", preloads}, {"{{state}}", escapedHTML(stateNow())}},
+        &bytes);
   }
   return content(typeOf(path), std::move(bytes));
 }
 
-/// With the instant at which it is sent.
+/// The state with the time at which it is sent.
 std::string HomePage::stateNow() const {
   return R"({"instant":")" + view_.clock.now().iso8601() + "\"," + view_.state.substr(1);
 }
@@ -159,28 +123,28 @@ HttpAnswer HomePage::picture(const HttpRequest& request) const {
   const std::string_view kind = path.substr(kPictures.size(), path.size() - kPictures.size() - 4);
   const auto found = view_.pictures.find(std::string(kind));
   if (found == view_.pictures.end()) {
-    return refusal(404, "there is no picture of such a widget");
+    return refusal(404, "no picture of such a widget");
   }
-  // The address changes with the picture; one that came too late for its own must not be kept
-  // under it.
+  // The path changes with the picture. A request for an earlier picture gets the current one, which
+  // must not be cached under the earlier path.
   const bool own = request.target == found->second.path;
   return content("image/png", *found->second.png, own ? "private, max-age=3600" : "no-store");
 }
 
 HttpAnswer HomePage::events() const {
   HttpAnswer stream = content("text/event-stream", "");
-  stream.events = [this, seen = std::uint64_t{0}, told = std::uint64_t{0}]() mutable {
-    std::string fresh;
-    if (seen != views_) {
-      seen = views_;
-      fresh += event("state", stateNow());
+  stream.events = [this, sentViews = std::uint64_t{0}, sentLines = std::uint64_t{0}]() mutable {
+    std::string text;
+    if (sentViews != views_) {
+      sentViews = views_;
+      text += event("state", stateNow());
     }
-    if (told != lines_) {
-      const auto count = std::min<std::uint64_t>(lines_ - told, log_.size());
-      fresh += event("log", logJSON({log_.end() - static_cast<std::ptrdiff_t>(count), log_.end()}));
-      told = lines_;
+    if (sentLines != lines_) {
+      const auto count = std::min<std::uint64_t>(lines_ - sentLines, log_.size());
+      text += event("log", logJSON({log_.end() - static_cast<std::ptrdiff_t>(count), log_.end()}));
+      sentLines = lines_;
     }
-    return fresh;
+    return text;
   };
   return stream;
 }
@@ -193,11 +157,11 @@ void HomePage::act(const HttpRequest& request, const HttpServer::Reply& reply) {
     answer.headers.emplace_back("Allow", "POST");
     reply(std::move(answer));
   } else if (request.header("X-Home-Token") != token_) {
-    reply(refusal(403, "the header X-Home-Token must hold the token of the page: load it again"));
+    reply(refusal(403, "the X-Home-Token header must be the token of the page: load it again"));
   } else if (origin && *origin != "http://" + *request.header("Host")) {
-    reply(refusal(403, "the header Origin names another page"));
+    reply(refusal(403, "the Origin header names another page"));
   } else if (!type || !isJSONType(*type)) {
-    reply(refusal(415, "the header Content-Type must be application/json"));
+    reply(refusal(415, "the Content-Type header must be application/json"));
   } else {
     act_(request.body,
          [reply](const Outcome& outcome) { reply(json(outcome.status, outcome.json)); });

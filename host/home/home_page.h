@@ -20,31 +20,31 @@ struct ServedPicture {
   std::shared_ptr<const std::string> png;
 };
 
-/// What the page shows at one time.
+/// What the page shows.
 struct HomeView {
   /// As `stateJSON` gives it.
   std::string state = R"({"widgets":[]})";
   platform::Clock clock;
-  /// The PNG files by kind, with their addresses.
+  /// The PNG files by kind, with their paths.
   std::map<std::string, ServedPicture> pictures;
-  /// The lines that were not there the last time.
+  /// The lines since the last view.
   std::vector<LogLine> log;
 };
 
-/// The page on 127.0.0.1: its files, the pictures, the stream of events, and what it asks for.
+/// The page on 127.0.0.1: its files, the pictures, the stream of events, and the actions.
 ///
-/// Only requests under a loopback name are served, and only those with this run's token and from
-/// this page change anything. Everything but `show` belongs to the server's thread.
+/// Serves only requests with a loopback name as their host. An action also needs the token of this
+/// run, and this page as its origin. Used by the server's thread alone, `show` included.
 class HomePage {
  public:
   struct Outcome {
     int status = 200;
     std::string json;
   };
-  /// Hands an action on; `done` is called once, on any thread.
+  /// Performs an action; `done` is called once, on any thread.
   using Act = std::function<void(std::string action, std::function<void(Outcome)> done)>;
 
-  /// `typeface` is the file that the page writes in.
+  /// `typeface` is the file of the page's font.
   HomePage(Act act, std::filesystem::path typeface);
 
   void answer(const HttpRequest& request, const HttpServer::Reply& reply);
@@ -61,10 +61,9 @@ class HomePage {
   std::filesystem::path typeface_;
   std::string token_;
   HomeView view_;
-  /// Counts the views, and the lines of the log.
+  /// How many views and lines of the log there were.
   std::uint64_t views_ = 0;
   std::uint64_t lines_ = 0;
-  /// The latest lines.
   std::deque<LogLine> log_;
 };
 

@@ -3,13 +3,11 @@
 #include <malloc.h>
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
-#include "host/phone/command_error.h"
+#include "host/home/device_clock.h"
 #include "host/phone/host_app.h"
-#include "host/phone/screens.h"
-#include "platform/foundation/data/cbor.h"
+#include "platform/foundation/data/property_list.h"
 #include "platform/support/fingerprint.h"
 
 namespace host {
@@ -20,8 +18,8 @@ using std::chrono::steady_clock;
 namespace {
 
 constexpr std::size_t kTapsKept = 50;
-/// Between the end of the extension and the next widget's request.
-constexpr auto kBreath = std::chrono::milliseconds(100);
+/// The pause after the extension has ended, before the next widget's request.
+constexpr auto kRestartDelay = std::chrono::milliseconds(100);
 
 TimelinePlan planOf(const ArchivedTimeline& timeline) {
   TimelinePlan plan = {.entries = {}, .reloadAfter = timeline.policy.date};
@@ -46,44 +44,43 @@ bool concerns(const HostAppKey& key, const std::string& kind) {
   return key.kind.empty() || key.kind == kind;
 }
 
-bool sameValue(const Dictionary& one, const Dictionary& other, std::string_view key) {
-  const Value* first = one.find(key);
-  const Value* second = other.find(key);
-  return first && second ? *first == *second : first == second;
+/// The value under the key, or null.
+Value valueIn(const Dictionary& values, std::string_view key) {
+  const Value* value = values.find(key);
+  return value ? *value : Value();
 }
 
-std::optional<Date> earlier(std::optional<Date> one, std::optional<Date> other) {
+/// The earlier one of those that exist.
+template <class Time>
+std::optional<Time> earlier(const std::optional<Time>& one, const std::optional<Time>& other) {
   return one && other ? std::min(*one, *other) : (one ? one : other);
 }
 
 }  // namespace
 
-std::chrono::seconds pauseAfterFailures(int failures) {
+std::chrono::seconds retryDelay(int failures) {
   constexpr int kLongest = 300;
   return std::chrono::seconds(std::min(1 << std::clamp(failures - 1, 0, 9), kLongest));
 }
 
-HomePhone::HomePhone(DeviceOptions options, RefreshBudget budget, std::stop_token leaving)
-    : options_(std::move(options)),
-      host_(settle(options_),
+HomePhone::HomePhone(HostSettings settings, RefreshBudget budget, std::stop_token leaving)
+    : host_(std::move(settings),
             [this](const std::string& line) { note(line); },
-            {},
             {.leaving = std::move(leaving)}),
-      scheduler_(budget),
-      hostApp_(readHostApp()) {
-  // Relative ones would mean others if the folder of the start were gone.
-  options_.extension = settings().extension;
-  options_.container = settings().container;
+      scheduler_(budget) {
+}
+
+void HomePhone::start() {
+  hostApp_ = readHostApp();
   for (const GalleryItem& item : host_.gallery()) {
     place(item);
   }
-  host_.adoptDownloads();
-  // Results that an earlier host did not deliver wake nobody.
+  downloads().adopt();
+  // Results that an earlier host has left make no descriptor readable.
   stepDownloads();
   advance();
 }
 
-/// Shows at once what an earlier home screen has left; whatever changed since has it asked for.
 void HomePhone::place(const GalleryItem& item) {
   PlacedWidget widget = {.item = item, .family = item.families.at(0)};
   auto stored = loadWidget(timelineFile(settings().container, item.kind));
@@ -95,12 +92,12 @@ void HomePhone::place(const GalleryItem& item) {
     widget.stored = std::move(**stored);
     schedule = WidgetSchedule(widget.stored.schedule, planOf(widget.stored.timeline));
     if (widget.stored.device != deviceText()) {
-      schedule.want({ReloadCause::device, "the device's settings changed"});
+      schedule.request({ReloadCause::device, "the device's settings changed"});
     }
-    if (widget.stored.hostApp != hostAppText(item.kind)) {
-      schedule.want({ReloadCause::hostApp, "the host app wrote meanwhile"});
+    if (widget.stored.hostApp != suiteText(item.kind)) {
+      schedule.request({ReloadCause::hostApp, "the suite changed meanwhile"});
     }
-    // Made by a clock that was ahead of this one.
+    // The clock may be behind that of the earlier home screen.
     schedule.clockSetBack(Date::now());
   }
   widgets_.push_back(std::move(widget));
@@ -109,15 +106,13 @@ void HomePhone::place(const GalleryItem& item) {
 
 std::optional<Date> HomePhone::next() const {
   const auto next = scheduler_.next();
-  return next && (isRunning() || *next <= Date::now()) ? next : std::nullopt;
+  return next && (isRunning(settings().device.clock) || *next <= Date::now()) ? next : std::nullopt;
 }
 
 std::optional<steady_clock::time_point> HomePhone::nextRetry() const {
   std::optional<steady_clock::time_point> next = deliverAt_;
   for (const PlacedWidget& widget : widgets_) {
-    if (widget.retryAt && (!next || *widget.retryAt < *next)) {
-      next = widget.retryAt;
-    }
+    next = earlier(next, widget.retryAt);
   }
   return next;
 }
@@ -126,7 +121,7 @@ void HomePhone::advance() {
   if (deliverAt_ && *deliverAt_ <= steady_clock::now()) {
     stepDownloads();
   }
-  for (TimelineScheduler::Id id = 0; id < widgets_.size(); ++id) {
+  for (Id id = 0; id < widgets_.size(); ++id) {
     if (widgets_[id].retryAt && *widgets_[id].retryAt <= steady_clock::now()) {
       widgets_[id].retryAt.reset();
       scheduler_.retry(id);
@@ -140,52 +135,51 @@ void HomePhone::advance() {
     if (due.reload && lives) {
       lives = fetch(due.widget, *due.reload);
     } else if (due.reload) {
-      // One widget over which the extension hangs must not make the phone wait for each of them.
-      postpone(due.widget, *due.reload, kBreath);
+      // Otherwise an extension that hangs would block the phone once for every widget.
+      postpone(due.widget, *due.reload, kRestartDelay);
     }
   }
 }
 
-void HomePhone::postpone(TimelineScheduler::Id id,
-                         const ReloadRequest& request,
-                         std::chrono::milliseconds pause) {
+void HomePhone::postpone(Id id, const ReloadRequest& request, std::chrono::milliseconds delay) {
   scheduler_.failed(id, request);
-  widgets_[id].retryAt = steady_clock::now() + pause;
+  widgets_[id].retryAt = steady_clock::now() + delay;
 }
 
-bool HomePhone::fetch(TimelineScheduler::Id id, const ReloadRequest& request) {
+bool HomePhone::fetch(Id id, const ReloadRequest& request) {
   PlacedWidget& widget = widgets_[id];
   const std::string& kind = widget.item.kind;
   try {
-    const std::string hostApp = hostAppText(kind);
+    // Read before the extension reads: a later change makes the text differ.
+    std::string suite = suiteText(kind);
     host_.ensureExtension();
     ArchivedTimeline timeline = host_.provide(ProvideRequest::What::timeline, kind);
     if (timeline.entries.empty()) {
-      throw CommandError("the timeline of \"" + kind + "\" has no entries");
+      throw HostError("the timeline of \"" + kind + "\" has no entries");
     }
     scheduler_.fetched(id, planOf(timeline), request, Date::now());
     widget.stored = {.device = deviceText(),
-                     .hostApp = hostApp,
+                     .hostApp = std::move(suite),
                      .schedule = {},
                      .timeline = std::move(timeline)};
     widget.problem.reset();
     widget.failures = 0;
     collectLog();
     note(kind + ": new timeline (" + request.why + ")");
-    keep(widget, id);
+    store(id);
     draw(id);
-  } catch (const CommandError& error) {
-    const auto pause = pauseAfterFailures(++widget.failures);
-    postpone(id, request, pause);
+  } catch (const HostError& error) {
+    const auto delay = retryDelay(++widget.failures);
+    postpone(id, request, delay);
     widget.problem = error.what();
     collectLog();
-    note(kind + ": " + error.what() + "; asked again in " + std::to_string(pause.count()) + " s");
+    note(kind + ": " + error.what() + "; next attempt in " + std::to_string(delay.count()) + " s");
   }
   passReloadsOn();
   return !host_.extension().failure();
 }
 
-void HomePhone::draw(TimelineScheduler::Id id) {
+void HomePhone::draw(Id id) {
   PlacedWidget& widget = widgets_[id];
   const auto entry = scheduler_.at(id).entryAt(Date::now(), scheduler_.budget());
   if (!entry) {
@@ -194,11 +188,11 @@ void HomePhone::draw(TimelineScheduler::Id id) {
   try {
     DisplayList list = host_.display(widget.stored.timeline.entries.at(*entry), widget.family);
     auto png = host_.renderer().png(list,
-                                    {.scale = settings().scale,
+                                    {.scale = settings().screen.scale,
                                      .scheme = settings().scheme,
                                      .cornerRadius = kWidgetCornerRadius});
     if (!png) {
-      throw CommandError(png.error());
+      throw HostError(png.error());
     }
     widget.entry = entry;
     widget.list = std::move(list);
@@ -207,41 +201,35 @@ void HomePhone::draw(TimelineScheduler::Id id) {
     if (widget.failures == 0) {
       widget.problem.reset();
     }
-  } catch (const CommandError& error) {
+  } catch (const HostError& error) {
     widget.problem = error.what();
     note(widget.item.kind + ": " + error.what());
   }
 }
 
-void HomePhone::redrawAll() {
-  for (TimelineScheduler::Id id = 0; id < widgets_.size(); ++id) {
-    draw(id);
-  }
-}
-
-void HomePhone::keep(const PlacedWidget& widget, TimelineScheduler::Id id) {
-  StoredWidget stored = widget.stored;
+void HomePhone::store(Id id) {
+  StoredWidget stored = widgets_[id].stored;
   stored.schedule = scheduler_.at(id).record();
-  if (const auto done = storeWidget(timelineFile(settings().container, widget.item.kind), stored);
-      !done) {
+  const auto file = timelineFile(settings().container, widgets_[id].item.kind);
+  if (const auto done = storeWidget(file, stored); !done) {
     note(done.error());
   }
 }
 
 void HomePhone::passReloadsOn() {
-  for (const std::string& kind : host_.takeReloadRequests()) {
-    scheduler_.want(kind, {ReloadCause::extension, "the extension asked for it"});
-    for (TimelineScheduler::Id id = 0; id < widgets_.size(); ++id) {
-      if (widgets_[id].item.kind == kind) {
-        keep(widgets_[id], id);
-      }
+  const auto kinds = host_.takeReloadRequests();
+  const bool lost = downloads().takeReloadsLost();
+  for (Id id = 0; id < widgets_.size(); ++id) {
+    const std::string& kind = widgets_[id].item.kind;
+    if (kinds.contains(kind)) {
+      scheduler_.request(kind, {ReloadCause::extension, "requested by the extension"});
+    } else if (lost) {
+      scheduler_.request(
+          kind, {ReloadCause::extension, "the extension ended before it could request a reload"});
+    } else {
+      continue;
     }
-  }
-  if (host_.takeReloadsLost()) {
-    scheduler_.wantAll({ReloadCause::extension, "the extension ended before it could ask"});
-    for (TimelineScheduler::Id id = 0; id < widgets_.size(); ++id) {
-      keep(widgets_[id], id);
-    }
+    store(id);
   }
 }
 
@@ -254,16 +242,16 @@ void HomePhone::extensionLeft() {
 }
 
 void HomePhone::stepDownloads() {
-  host_.stepDownloads();
+  downloads().step();
   if (deliverAt_ && *deliverAt_ > steady_clock::now()) {
     return;
   }
   deliverAt_.reset();
   try {
-    host_.deliverDownloads();
+    downloads().deliver();
     failedDeliveries_ = 0;
-  } catch (const CommandError& error) {
-    deliverAt_ = steady_clock::now() + pauseAfterFailures(++failedDeliveries_);
+  } catch (const HostError& error) {
+    deliverAt_ = steady_clock::now() + retryDelay(++failedDeliveries_);
     note(error.what());
   }
   collectLog();
@@ -276,27 +264,59 @@ void HomePhone::rest() {
 }
 
 void HomePhone::suiteChanged() {
-  Dictionary values;
-  try {
-    values = readHostApp();
-  } catch (const CommandError& error) {
-    note(error.what());
-    return;
-  }
-  for (const HostAppKey& key : kHostAppKeys) {
-    if (sameValue(values, hostApp_, key.key)) {
-      continue;
-    }
-    const ReloadRequest request = {ReloadCause::hostApp,
-                                   "the host app changed " + std::string(key.key)};
-    note(request.why);
-    for (PlacedWidget& widget : widgets_) {
-      if (concerns(key, widget.item.kind)) {
-        wantNow(widget, request);
+  attempt([this] {
+    const Dictionary before = std::exchange(hostApp_, readHostApp());
+    for (const HostAppKey& key : kHostAppKeys) {
+      if (valueIn(before, key.key) == valueIn(hostApp_, key.key)) {
+        continue;
+      }
+      const ReloadRequest request = {ReloadCause::hostApp,
+                                     "the host app changed " + std::string(key.key)};
+      note(request.why);
+      for (PlacedWidget& widget : widgets_) {
+        if (concerns(key, widget.item.kind)) {
+          requestNow(widget, request);
+        }
       }
     }
+  });
+}
+
+void HomePhone::systemZoneChanged() {
+  if (settings().followsMachineZone) {
+    HostSettings changed = settings();
+    changed.device.timeZone = machineTimeZone();
+    setDevice(std::move(changed));
   }
-  hostApp_ = std::move(values);
+}
+
+void HomePhone::setDevice(HostSettings changed) {
+  const std::string before = deviceText();
+  const std::string locale = settings().device.locale;
+  attempt([&] { host_.configure(std::move(changed)); });
+  if (settings().device.locale != locale) {
+    attempt([this] {
+      host_.ensureExtension();
+      host_.tell(LocaleChanged());
+    });
+    collectLog();
+    for (const GalleryItem& item : host_.gallery()) {
+      named(item.kind).item = item;
+    }
+  }
+  if (deviceText() != before) {
+    scheduler_.requestAll({ReloadCause::device, "the device's settings changed"});
+  }
+  for (Id id = 0; id < widgets_.size(); ++id) {
+    draw(id);
+  }
+}
+
+void HomePhone::setClock(Clock clock) {
+  HostSettings changed = settings();
+  changed.device.clock = clock;
+  // An extension that ends here is configured when it is started again.
+  attempt([&] { host_.configure(std::move(changed)); });
 }
 
 void HomePhone::setBudgetEnforced(bool enforced) {
@@ -306,12 +326,12 @@ void HomePhone::setBudgetEnforced(bool enforced) {
 }
 
 void HomePhone::reload(const std::string& kind) {
-  wantNow(named(kind), {ReloadCause::hostApp, "asked for by hand"});
+  requestNow(named(kind), {ReloadCause::hostApp, "requested on the page"});
 }
 
-/// What the extension failed at may be no more: a pause ends.
-void HomePhone::wantNow(PlacedWidget& widget, const ReloadRequest& request) {
-  scheduler_.want(widget.item.kind, request);
+void HomePhone::requestNow(PlacedWidget& widget, const ReloadRequest& request) {
+  scheduler_.request(widget.item.kind, request);
+  // Ends the delay after a failure: its cause may be gone.
   if (widget.retryAt) {
     widget.retryAt = steady_clock::now();
   }
@@ -330,7 +350,7 @@ std::optional<std::string> HomePhone::tap(const std::string& kind, Point point) 
 
 std::optional<Date> HomePhone::nextEntry() const {
   std::optional<Date> next;
-  for (TimelineScheduler::Id id = 0; id < widgets_.size(); ++id) {
+  for (Id id = 0; id < widgets_.size(); ++id) {
     next = earlier(next, scheduler_.at(id).nextEntry(Date::now(), scheduler_.budget()));
   }
   return next;
@@ -338,33 +358,70 @@ std::optional<Date> HomePhone::nextEntry() const {
 
 std::optional<Date> HomePhone::nextReload() const {
   std::optional<Date> next;
-  for (TimelineScheduler::Id id = 0; id < widgets_.size(); ++id) {
+  for (Id id = 0; id < widgets_.size(); ++id) {
     if (const auto reload = scheduler_.at(id).nextReload(Date::now(), scheduler_.budget())) {
-      next = earlier(next, reload->at);
+      next = earlier(next, std::optional(reload->at));
     }
   }
-  return next ? std::optional(std::max(*next, Date::now())) : std::nullopt;
+  return next.transform([](Date date) { return std::max(date, Date::now()); });
 }
 
 PlacedWidget& HomePhone::named(const std::string& kind) {
   const auto widget =
       std::ranges::find(widgets_, kind, [](const PlacedWidget& each) { return each.item.kind; });
   if (widget == widgets_.end()) {
-    throw wrongValue("kind", kind, "no widget has it");
+    throw InvalidValue("kind", kind, "no widget has this kind");
   }
   return *widget;
 }
 
-std::string HomePhone::hostAppText(const std::string& kind) const {
-  Dictionary values;
-  for (const HostAppKey& key : kHostAppKeys) {
-    const Value* value = hostApp_.find(key.key);
-    if (value && concerns(key, kind)) {
-      values.set(std::string(key.key), *value);
-    }
+/// What a timeline depends on besides the clock and the suite.
+std::string HomePhone::deviceText() const {
+  const auto& [device, screen] = std::tie(settings().device, settings().screen);
+  const auto& version = device.systemVersion;
+  std::string text = device.locale + " " + device.timeZone;
+  for (const int number : {version.major, version.minor, version.patch}) {
+    text += " " + std::to_string(number);
   }
-  const auto bytes = encodeCBOR(values);
-  return bytes ? platform::fingerprint(*bytes) : bytes.error();
+  for (const Size& size : {screen.small, screen.medium}) {
+    text += " " + std::to_string(size.width) + " " + std::to_string(size.height);
+  }
+  return text;
+}
+
+/// The values in the suite that a timeline shows. The affirmation is the extension's own; comparing
+/// it as well finds one that was stored by an extension whose reload reached no home screen.
+std::string HomePhone::suiteText(const std::string& kind) const {
+  Dictionary values;
+  try {
+    const Dictionary suite = readSharedSuite();
+    const auto add = [&](std::string_view key) {
+      if (const Value* value = suite.find(key)) {
+        values.set(std::string(key), *value);
+      }
+    };
+    for (const HostAppKey& key : kHostAppKeys) {
+      if (concerns(key, kind)) {
+        add(key.key);
+      }
+    }
+    if (kind == glancery::kAffirmationKind) {
+      add(glancery::kAffirmationDataKey);
+    }
+  } catch (const HostError& unreadable) {
+    // `suiteChanged` reports it. The text differs as soon as the suite can be read.
+    return unreadable.what();
+  }
+  const auto bytes = NSPropertyListSerialization::dataWithPropertyList(values);
+  return bytes ? platform::fingerprint(*bytes) : bytes.error().debugDescription;
+}
+
+void HomePhone::attempt(const std::function<void()>& work) {
+  try {
+    work();
+  } catch (const HostError& error) {
+    note(error.what());
+  }
 }
 
 void HomePhone::note(std::string text) {

@@ -3,19 +3,40 @@
 #include <chrono>
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <optional>
 #include <stop_token>
 #include <string>
 #include <vector>
 
-#include "host/home/placed_widget.h"
-#include "host/phone/device_options.h"
 #include "host/phone/widget_host.h"
+#include "host/schedule/timeline_file.h"
 #include "host/schedule/timeline_scheduler.h"
 #include "platform/foundation/data/value.h"
-#include "platform/foundation/time/calendar.h"
+#include "platform/render/layout/display_list.h"
 
 namespace host {
+
+/// A widget on the home screen: its stored timeline, and what it shows of that.
+struct PlacedWidget {
+  GalleryItem item;
+  platform::WidgetFamily family = platform::WidgetFamily::systemSmall;
+  StoredWidget stored = {};
+
+  /// The index of the shown entry.
+  std::optional<std::size_t> entry = {};
+  platform::DisplayList list = {};
+  /// The last picture that could be drawn, as a PNG file, and a text that differs for every other
+  /// picture; both are empty until there is one.
+  std::string png = {};
+  std::string version = {};
+
+  /// Why the picture may be out of date.
+  std::optional<std::string> problem = {};
+  int failures = 0;
+  /// When a failed request is retried, by the monotonic clock.
+  std::optional<std::chrono::steady_clock::time_point> retryAt = {};
+};
 
 struct LogLine {
   platform::Date at;
@@ -29,95 +50,95 @@ struct Tap {
   std::optional<std::string> link;
 };
 
-/// How long a request that failed that many times waits, in seconds: twice as long each time, up to
-/// five minutes.
-std::chrono::seconds pauseAfterFailures(int failures);
+/// The delay before the retry after that many failures: 1, 2, 4 seconds and so on, up to five
+/// minutes.
+std::chrono::seconds retryDelay(int failures);
 
-/// A phone with every widget of the bundle on its home screen: keeps their timelines, shows each
-/// entry when its date comes, and asks again when it has to.
+/// A phone with every widget of the bundle on its home screen: stores their timelines, shows each
+/// entry when its date comes, and requests new timelines when they are due.
 ///
-/// It waits for nothing itself. Whoever owns it calls `advance` when `next` or `nextRetry` has come
-/// and what belongs to a descriptor when that is readable. What a user asks for in vain is a
-/// `CommandError`; what goes wrong by itself stands at the widget and in the log. Used by one
-/// thread.
+/// It waits only for answers of the extension. Its owner calls `advance` at the time that `next` or
+/// `nextRetry` gives, and handles a descriptor when it is readable. A user's action that fails
+/// throws a `HostError`; other failures are shown at the widget and in the log. Used by one thread.
 class HomePhone {
  public:
-  /// Once `leaving` is requested, from any thread, no answer of the extension is waited for.
-  HomePhone(DeviceOptions options, RefreshBudget budget, std::stop_token leaving = {});
+  /// Once a stop of `leaving` is requested, from any thread, requests to the extension fail at
+  /// once.
+  HomePhone(HostSettings settings, RefreshBudget budget, std::stop_token leaving = {});
 
-  // What it waits for.
-  /// By the device's clock; nothing while that stands.
+  /// Starts the extension, places its widgets and shows their stored timelines; requests those that
+  /// are missing or out of date.
+  void start();
+
+  // Events to wait for.
+  /// By the device's clock; nothing while that is frozen.
   std::optional<platform::Date> next() const;
   std::optional<std::chrono::steady_clock::time_point> nextRetry() const;
-  int downloadsDescriptor() { return host_.downloadsDescriptor(); }
+  int downloadsDescriptor() { return host_.downloads().descriptor(); }
   /// Another one after every launch; -1 while none runs.
   int extensionDescriptor() const { return host_.extension().exitDescriptor(); }
 
-  // What it does then.
-  /// Everything that is due now. More may be due afterwards: see `next`.
+  // Their handlers.
+  /// Does everything that is due now. More may be due afterwards: see `next`.
   void advance();
   void extensionLeft();
-  /// Does what downloads can do now, and delivers results, unless a failed delivery pauses that.
+  /// Advances downloads, and delivers results unless a failed delivery has paused that.
   void stepDownloads();
-  /// Nothing has been drawn for a while: gives memory back.
+  /// Frees the memory that only drawing needs.
   void rest();
-  /// Something in the suite is another than before: the host app's part is looked at. A widget
-  /// that it concerns is asked for at once, whatever failed before.
+  /// Compares what the host app has stored in the suite, and requests a timeline of every widget
+  /// that shows a changed value, without waiting for its next retry.
   void suiteChanged();
-  /// The machine was set to another zone, which the device follows unless it was given one.
+  /// The time zone of the machine has changed.
   void systemZoneChanged();
 
-  // What its user does.
-  void setDevice(const DeviceOptions& options);
+  // Actions of the user.
+  void setDevice(HostSettings settings);
+  void setClock(platform::Clock clock);
   void setBudgetEnforced(bool enforced);
-  /// As the host app asks from the foreground; ends the pause after a failure.
+  /// Requests a timeline as the host app does from the foreground.
   void reload(const std::string& kind);
-  void travelTo(platform::Date instant);
-  /// Back to the machine's own clock.
-  void travelToNow();
-  void setRunning(bool running);
+  /// The link that a tap opens.
   std::optional<std::string> tap(const std::string& kind, platform::Point point);
 
-  // What is to be seen.
-  const DeviceOptions& options() const { return options_; }
+  // State.
   const HostSettings& settings() const { return host_.settings(); }
-  bool isRunning() const;
   const std::vector<PlacedWidget>& widgets() const { return widgets_; }
   const TimelineScheduler& scheduler() const { return scheduler_; }
+  /// The host app's values in the suite.
   const platform::Dictionary& hostApp() const { return hostApp_; }
   const WidgetHost& host() const { return host_; }
-  std::size_t pendingDownloads() { return host_.pendingDownloads(); }
+  DownloadDelivery& downloads() { return host_.downloads(); }
+  /// The latest first.
   const std::deque<Tap>& taps() const { return taps_; }
   std::optional<platform::Date> nextEntry() const;
   std::optional<platform::Date> nextReload() const;
-  platform::Date nextMidnight() const;
-  /// The lines since the last time.
+  /// The lines since the last call.
   std::vector<LogLine> takeLog();
 
  private:
+  using Id = TimelineScheduler::Id;
+
   void place(const GalleryItem& item);
-  /// False if the extension ended over it.
-  bool fetch(TimelineScheduler::Id id, const ReloadRequest& request);
-  void wantNow(PlacedWidget& widget, const ReloadRequest& request);
-  void postpone(TimelineScheduler::Id id, const ReloadRequest& request, std::chrono::milliseconds);
-  void draw(TimelineScheduler::Id id);
-  void redrawAll();
-  void keep(const PlacedWidget& widget, TimelineScheduler::Id id);
+  /// False if the extension has ended.
+  bool fetch(Id id, const ReloadRequest& request);
+  void requestNow(PlacedWidget& widget, const ReloadRequest& request);
+  void postpone(Id id, const ReloadRequest& request, std::chrono::milliseconds delay);
+  void draw(Id id);
+  void store(Id id);
   void passReloadsOn();
-  void setClock(platform::Clock clock);
-  void configure(HostSettings settings);
+  /// Notes the error if `work` fails.
+  void attempt(const std::function<void()>& work);
   void note(std::string text);
   void collectLog();
   std::string deviceText() const;
-  std::string hostAppText(const std::string& kind) const;
+  std::string suiteText(const std::string& kind) const;
   PlacedWidget& named(const std::string& kind);
 
-  DeviceOptions options_;
   std::vector<LogLine> log_;
   WidgetHost host_;
   TimelineScheduler scheduler_;
   std::vector<PlacedWidget> widgets_;
-  /// What the host app had in the suite when it was last looked at.
   platform::Dictionary hostApp_;
   std::deque<Tap> taps_;
   /// When results that could not be delivered are tried again.

@@ -5,11 +5,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/home/device_clock.h"
 #include "host/home/tap_areas.h"
 #include "host/phone/host_app.h"
-#include "host/phone/screens.h"
 #include "platform/foundation/data/json_serialization.h"
-#include "platform/foundation/time/time_zone.h"
 
 namespace host {
 
@@ -19,7 +18,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// A part of what there is to choose from; the page takes any other that is typed in.
 constexpr std::array kLocales = {
     "es_MX", "es_ES", "en_US", "pt_BR", "fr_FR", "ja_JP", "th_TH", "ar_EG"};
 constexpr std::array kTimeZones = {"America/Mexico_City",
@@ -45,12 +43,12 @@ Json textOrNull(const std::optional<Text>& text) {
   return text ? Json(*text) : Json();
 }
 
-/// The choices with the present one among them.
+/// The choices, with the current one added if it is not among them.
 template <class Choices>
-Json choicesWith(const Choices& choices, const std::string& present) {
+Json choicesWith(const Choices& choices, const std::string& current) {
   Json list = Json::array();
-  if (std::ranges::find(choices, present) == choices.end()) {
-    list.push_back(present);
+  if (std::ranges::find(choices, current) == choices.end()) {
+    list.push_back(current);
   }
   for (const char* choice : choices) {
     list.push_back(choice);
@@ -58,17 +56,21 @@ Json choicesWith(const Choices& choices, const std::string& present) {
   return list;
 }
 
-Json deviceOf(const HomePhone& phone) {
-  const HostSettings& settings = phone.settings();
-  return {{"scheme", phone.options().scheme},
-          {"locale", settings.device.locale},
-          {"timeZone", settings.device.timeZone},
-          {"screen", phone.options().device},
-          {"scale", settings.scale},
-          {"os", phone.options().os}};
+std::string textOf(const OperatingSystemVersion& version) {
+  return std::to_string(version.major) + "." + std::to_string(version.minor) +
+         (version.patch == 0 ? "" : "." + std::to_string(version.patch));
 }
 
-Json choicesOf(const HomePhone& phone) {
+Json deviceOf(const HostSettings& settings) {
+  return {{"scheme", rawValue(settings.scheme)},
+          {"locale", settings.device.locale},
+          {"timeZone", settings.device.timeZone},
+          {"screen", settings.screen.name},
+          {"scale", settings.screen.scale},
+          {"os", textOf(settings.device.systemVersion)}};
+}
+
+Json choicesOf(const HostSettings& settings) {
   Json screens = Json::array();
   for (const ScreenClass& screen : screenClasses()) {
     const std::size_t cross = screen.name.find('x');
@@ -77,10 +79,10 @@ Json choicesOf(const HomePhone& phone) {
                        {"height", std::stoi(std::string(screen.name.substr(cross + 1)))},
                        {"scale", screen.scale}});
   }
-  return {{"locales", choicesWith(kLocales, phone.options().locale)},
-          {"timeZones", choicesWith(kTimeZones, phone.settings().device.timeZone)},
+  return {{"locales", choicesWith(kLocales, settings.device.locale)},
+          {"timeZones", choicesWith(kTimeZones, settings.device.timeZone)},
           {"screens", screens},
-          {"systems", choicesWith(kSystems, phone.options().os)}};
+          {"systems", choicesWith(kSystems, textOf(settings.device.systemVersion))}};
 }
 
 std::optional<Dictionary> recordOf(const Dictionary& hostApp, const char* key) {
@@ -133,7 +135,7 @@ Json widgetOf(const HomePhone& phone, TimelineScheduler::Id id, const NSBundle& 
   const WidgetSchedule& schedule = phone.scheduler().at(id);
   const RefreshBudget& budget = phone.scheduler().budget();
   const Date now = Date::now();
-  const Size size = phone.settings().sizeOf(widget.family);
+  const Size size = phone.settings().screen.sizeOf(widget.family);
   const auto& entries = widget.stored.timeline.entries;
   const auto reload = schedule.nextReload(now, budget);
   const auto& record = schedule.record();
@@ -169,10 +171,10 @@ Json widgetsOf(const HomePhone& phone) {
   return widgets;
 }
 
-Json downloadsOf(HomePhone& phone) {
-  const std::size_t pending = phone.pendingDownloads();
+Json downloadsOf(DownloadDelivery& downloads) {
+  const std::size_t pending = downloads.pending();
   return {{"pending", pending},
-          {"waitingFor", pending > 0 ? Json(phone.host().downloadsWaitFor()) : Json()}};
+          {"waitingFor", pending > 0 ? Json(downloads.waitingFor()) : Json()}};
 }
 
 Json tapsOf(const HomePhone& phone) {
@@ -192,19 +194,19 @@ std::string printed(const Json& json) {
 std::string stateJSON(HomePhone& phone) {
   const Clock& clock = phone.settings().device.clock;
   const auto& failure = phone.host().extension().failure();
-  return printed({{"running", phone.isRunning()},
-                  {"clock", phone.isRunning() ? Json(clock.shift) : Json(clock.instant.iso8601())},
-                  {"device", deviceOf(phone)},
-                  {"choices", choicesOf(phone)},
+  const RefreshBudget& budget = phone.scheduler().budget();
+  const bool running = isRunning(clock);
+  return printed({{"running", running},
+                  {"clock", running ? Json(clock.shift) : Json(clock.instant.iso8601())},
+                  {"device", deviceOf(phone.settings())},
+                  {"choices", choicesOf(phone.settings())},
                   {"app", appOf(phone)},
-                  {"budget",
-                   {{"on", phone.scheduler().budget().enforced},
-                    {"perDay", phone.scheduler().budget().perDay}}},
+                  {"budget", {{"on", budget.enforced}, {"perDay", budget.perDay}}},
                   {"travel",
                    {{"nextEntry", dateOrNull(phone.nextEntry())},
                     {"nextReload", dateOrNull(phone.nextReload())},
-                    {"nextMidnight", phone.nextMidnight().iso8601()}}},
-                  {"downloads", downloadsOf(phone)},
+                    {"nextMidnight", nextMidnight().iso8601()}}},
+                  {"downloads", downloadsOf(phone.downloads())},
                   {"extension",
                    {{"running", !failure},
                     {"launches", phone.host().launches()},

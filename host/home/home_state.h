@@ -6,8 +6,8 @@
 
 namespace host {
 
-/// Everything that the page shows but pictures and log, as one JSON object on one line, without the
-/// present instant: it is the same text as long as nothing has happened.
+/// Everything that the page shows except pictures and log, as a JSON object on one line. It does
+/// not contain the current time, so the text changes only when the state does.
 std::string stateJSON(HomePhone& phone);
 
 /// `{"lines": [{"at", "text", "source"}]}`, source being "extension" or "host".
@@ -16,7 +16,7 @@ std::string logJSON(const std::vector<LogLine>& lines);
 /// `{"error": why}`.
 std::string errorJSON(const std::string& why);
 
-/// Where the widget's picture is served: another address for every other picture.
+/// The path of the widget's picture, which differs for every other picture.
 std::string picturePath(const PlacedWidget& widget);
 
 }  // namespace host

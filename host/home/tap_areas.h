@@ -8,19 +8,19 @@
 
 namespace host {
 
-/// What a part of a widget opens, and what it says.
+/// An area of a widget that opens a link, and its spoken label.
 struct TapArea {
   platform::Rect frame;
   std::string link;
   std::string label;
 };
 
-/// The links inside a widget, each once with the area that all its items take up within the widget,
-/// in the order in which they are drawn.
+/// The links inside a widget in drawing order, each once with the union of its items' frames within
+/// the widget.
 std::vector<TapArea> tapAreas(const platform::DisplayList& list, const platform::NSBundle& bundle);
 
-/// What a widget says to someone who can't see it: its texts, and those pictures whose names the
-/// bundle has a text for, in the order in which they are drawn. Backgrounds have none.
+/// A description of the widget for those who can't see it, in drawing order: its texts, and the
+/// pictures for whose names the bundle has a text, which backgrounds have not.
 std::string spokenText(const platform::DisplayList& list, const platform::NSBundle& bundle);
 
 }  // namespace host

@@ -32,9 +32,9 @@ using Timer = asio::steady_timer;
 
 constexpr std::uint32_t kHeadLimit = 16 << 10;
 constexpr std::uint64_t kBodyLimit = 64 << 10;
-constexpr auto kPatience = std::chrono::seconds(30);
-/// Between two tries to take a connection that can't be taken.
-constexpr auto kBreath = std::chrono::milliseconds(100);
+constexpr auto kIdleTimeout = std::chrono::seconds(30);
+/// The delay after a connection could not be accepted.
+constexpr auto kAcceptDelay = std::chrono::milliseconds(100);
 constexpr std::size_t kBlock = 64 << 10;
 
 HttpRequest requestOf(const Parser::value_type& parsed) {
@@ -50,25 +50,24 @@ HttpRequest requestOf(const Parser::value_type& parsed) {
 
 HttpAnswer malformed(const beast::error_code& error) {
   const bool tooLong = error == http::error::body_limit || error == http::error::header_limit;
-  return {
-      .status = tooLong ? 413 : 400,
-      .headers = {{"Content-Type", "application/json"}, {"Cache-Control", "no-store"}},
-      .body = R"({"error":"the request is no HTTP that is taken here: )" + error.message() + "\"}"};
+  return {.status = tooLong ? 413 : 400,
+          .headers = {{"Content-Type", "application/json"}, {"Cache-Control", "no-store"}},
+          .body = R"({"error":"malformed HTTP request: )" + error.message() + "\"}"};
 }
 
 std::string reasonOf(int status) {
   return std::string(http::obsolete_reason(http::int_to_status(static_cast<unsigned>(status))));
 }
 
-/// Whether answers of that status have a body at all.
+/// Whether answers with this status have a body.
 bool hasBody(int status, http::verb method) {
   return status >= 200 && status != 204 && status != 304 && method != http::verb::head;
 }
 
-/// All of the bytes, within the time that a silent connection has; false if it is gone.
+/// Sends all bytes; false if the connection is closed or has been silent for too long.
 asio::awaitable<bool> write(beast::tcp_stream& stream, std::string_view bytes) {
   beast::error_code error;
-  stream.expires_after(kPatience);
+  stream.expires_after(kIdleTimeout);
   co_await asio::async_write(stream,
                              asio::buffer(bytes.data(), bytes.size()),
                              asio::redirect_error(asio::use_awaitable, error));
@@ -92,7 +91,10 @@ asio::awaitable<bool> writeBody(beast::tcp_stream& stream,
     alive = co_await write(stream, std::string_view(block).substr(0, length));
     filling -= length;
   }
-  co_return alive&& co_await write(stream, body.substr(split, take(body.size() - split)));
+  if (alive) {
+    alive = co_await write(stream, body.substr(split, take(body.size() - split)));
+  }
+  co_return alive;
 }
 
 }  // namespace
@@ -109,8 +111,8 @@ struct HttpServer::Impl {
         co_return;
       }
       if (error) {
-        // The process has no descriptor left: one comes back when another connection ends.
-        Timer timer(context, kBreath);
+        // The process has no free descriptor until another connection ends.
+        Timer timer(context, kAcceptDelay);
         co_await timer.async_wait(asio::redirect_error(asio::use_awaitable, error));
         continue;
       }
@@ -125,11 +127,11 @@ struct HttpServer::Impl {
       parser.header_limit(kHeadLimit);
       parser.body_limit(kBodyLimit);
       beast::error_code error;
-      stream.expires_after(kPatience);
+      stream.expires_after(kIdleTimeout);
       co_await http::async_read(
           stream, buffer, parser, asio::redirect_error(asio::use_awaitable, error));
       if (error && error.category() != http::make_error_code(http::error::bad_method).category()) {
-        break;  // The connection is gone or has been silent.
+        break;  // The connection is closed, or was silent for too long.
       }
       if (error == http::error::end_of_stream) {
         break;
@@ -154,7 +156,7 @@ struct HttpServer::Impl {
     Timer waiting(context, Timer::time_point::max());
     bool here = false;
     handler(request, [this, &answer, &waiting, &here](HttpAnswer given) {
-      // The coroutine stands still until this has run: nothing of it is gone.
+      // The coroutine is suspended until this has run, so its variables are alive.
       asio::dispatch(context, [&answer, &waiting, &here, given = std::move(given)]() mutable {
         answer = std::move(given);
         here = true;
@@ -168,7 +170,7 @@ struct HttpServer::Impl {
     co_return answer;
   }
 
-  /// False where the connection ends with it.
+  /// False if the connection is to be closed.
   asio::awaitable<bool> send(beast::tcp_stream& stream,
                              const HttpAnswer& answer,
                              http::verb method,
@@ -206,14 +208,14 @@ struct HttpServer::Impl {
     co_return alive && !answer.cut;
   }
 
-  /// Until the other end closes.
+  /// Returns when the client closes the connection.
   asio::awaitable<void> streamEvents(beast::tcp_stream& stream,
                                      const std::function<std::string()>& events) {
     Timer news(context, Timer::time_point::max());
     bool open = true;
     bool watching = true;
     streams.insert(&news);
-    // A stream says nothing more; what is read is its end.
+    // The client sends nothing more: a read returns when it closes the connection.
     char byte = 0;
     stream.socket().async_read_some(asio::buffer(&byte, 1),
                                     [&](const beast::error_code&, std::size_t) {
@@ -223,11 +225,11 @@ struct HttpServer::Impl {
                                     });
     beast::error_code ignored;
     while (open) {
-      const std::string fresh = events();
-      if (fresh.empty()) {
+      const std::string text = events();
+      if (text.empty()) {
         co_await news.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
       } else {
-        open = co_await write(stream, fresh) && open;
+        open = co_await write(stream, text) && open;
       }
     }
     streams.erase(&news);
@@ -252,17 +254,17 @@ HttpServer::~HttpServer() = default;
 std::expected<std::unique_ptr<HttpServer>, std::string> HttpServer::listen(std::uint16_t port,
                                                                            Handler handler) {
   auto impl = std::make_unique<Impl>(std::move(handler));
-  const tcp::endpoint place(asio::ip::address_v4::loopback(), port);
+  const tcp::endpoint endpoint(asio::ip::address_v4::loopback(), port);
   beast::error_code error;
-  impl->acceptor.open(place.protocol(), error);
+  impl->acceptor.open(endpoint.protocol(), error);
   impl->acceptor.set_option(tcp::acceptor::reuse_address(true), error);
-  impl->acceptor.bind(place, error);
+  impl->acceptor.bind(endpoint, error);
   if (!error) {
     impl->acceptor.listen(asio::socket_base::max_listen_connections, error);
   }
   if (error) {
-    return std::unexpected("the port " + std::to_string(port) +
-                           " of 127.0.0.1 can't be served: " + error.message());
+    return std::unexpected("port " + std::to_string(port) +
+                           " of 127.0.0.1 can't be opened: " + error.message());
   }
   return std::unique_ptr<HttpServer>(new HttpServer(std::move(impl)));
 }

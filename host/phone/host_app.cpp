@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "host/phone/command_error.h"
+#include "host/phone/host_error.h"
 #include "platform/foundation/data/json_serialization.h"
 #include "platform/foundation/defaults/user_defaults.h"
 #include "platform/foundation/locale/date_formatter.h"
@@ -18,33 +18,33 @@ namespace {
 Data serialized(const Dictionary& record, const std::string& what) {
   auto data = NSJSONSerialization::dataWithJSONObject(record);
   if (!data) {
-    throw CommandError(what + " can't be written: " + data.error().debugDescription);
+    throw HostError(what + " can't be written: " + data.error().debugDescription);
   }
   return *std::move(data);
 }
 
-/// The first moment of a day of the common calendar in the device's zone; now, where none is given.
-Date momentOf(const std::optional<std::string>& day) {
+/// An instant of a day of the Gregorian calendar in the device's zone; now if no day is given.
+Date instantIn(const std::optional<std::string>& day) {
   if (!day) {
     return Date::now();
   }
   const auto midnight = Date::fromISO8601(*day + "T00:00:00Z");
   if (!midnight) {
-    throw wrongValue("--day", *day, "give a day such as 2026-03-05");
+    throw InvalidValue("day", *day, "give a day such as 2026-03-05");
   }
   const TimeZone zone = TimeZone::current();
-  const Date moment = zone.firstDateShowing(midnight->wholeSecondsSince1970());
+  const Date first = zone.firstDateShowing(midnight->wholeSecondsSince1970());
   constexpr double kSecondsPerDay = 24 * 60 * 60;
-  const double wall = moment.timeIntervalSince1970() + zone.secondsFromGMT(moment);
+  const double wall = first.timeIntervalSince1970() + zone.secondsFromGMT(first);
   if (wall - midnight->timeIntervalSince1970() >= kSecondsPerDay) {
-    throw wrongValue("--day", *day, "the calendar of " + zone.identifier() + " left that day out");
+    throw InvalidValue("day", *day, "the time zone " + zone.identifier() + " skipped that day");
   }
-  return moment;
+  return first;
 }
 
-CommandError unreadableMoods(const std::string& why) {
-  return CommandError("the moods under the key \"" + std::string(kMoodsDataKey) +
-                      "\" can't be read and were left alone: " + why);
+HostError unreadableMoods(const std::string& why) {
+  return HostError("the moods under the key \"" + std::string(kMoodsDataKey) +
+                   "\" can't be read and were left alone: " + why);
 }
 
 Dictionary storedMoods(const Dictionary& suite) {
@@ -54,7 +54,7 @@ Dictionary storedMoods(const Dictionary& suite) {
   }
   const auto* data = stored->as<Data>();
   if (!data) {
-    throw unreadableMoods("they are no data");
+    throw unreadableMoods("they are not data");
   }
   const auto object = NSJSONSerialization::JSONObjectWithData(*data);
   if (!object) {
@@ -62,7 +62,7 @@ Dictionary storedMoods(const Dictionary& suite) {
   }
   const Dictionary* moods = object->dictionaryOfStrings();
   if (!moods) {
-    throw unreadableMoods("they are no JSON object of strings");
+    throw unreadableMoods("they are not a JSON object of strings");
   }
   return *moods;
 }
@@ -70,14 +70,14 @@ Dictionary storedMoods(const Dictionary& suite) {
 SuiteFile openSharedSuite() {
   SuiteFile file(SuiteFile::pathOf(sharedContainer(), kAppGroupIdentifier));
   if (const auto opened = file.canBeOpened(); !opened) {
-    throw CommandError(opened.error());
+    throw HostError(opened.error());
   }
   return file;
 }
 
 void requireStored(const std::expected<void, std::string>& stored) {
   if (!stored) {
-    throw CommandError("the suite is not stored: " + stored.error());
+    throw HostError("the suite can't be stored: " + stored.error());
   }
 }
 
@@ -93,7 +93,7 @@ void save(std::string_view key, const Value& value) {
 Dictionary readSharedSuite() {
   const SuiteContents contents = openSharedSuite().read();
   if (!contents.reason.empty()) {
-    throw CommandError(contents.reason);
+    throw HostError(contents.reason);
   }
   return contents.dictionary();
 }
@@ -109,7 +109,7 @@ void saveSharedSuite(const SuiteFile::Edit& edit) {
 
 void signIn(const std::string& uid) {
   if (uid.empty()) {
-    throw wrongValue("UID", uid, "give the user's identifier; sign-out removes it");
+    throw InvalidValue("user", uid, "give the user's identifier");
   }
   save(kSharedUidKey, uid);
 }
@@ -124,13 +124,13 @@ void recordStreak(std::int64_t count, Date lastActive) {
                   "the streak"));
 }
 
-Date instantOf(const std::string& text, const std::string& what) {
+Date instantOf(const std::string& text, const std::string& name) {
   if (text.empty()) {
     return Date::now();
   }
   const auto instant = Date::fromISO8601(text);
   if (!instant) {
-    throw wrongValue(what, text, "give an instant such as 2026-03-05T08:30:00Z");
+    throw InvalidValue(name, text, "give an instant such as 2026-03-05T08:30:00Z");
   }
   return *instant;
 }
@@ -141,14 +141,14 @@ void recordNamedMood(const std::string& mood, const std::optional<std::string>& 
     for (const std::string_view name : kMoodNames) {
       names += (names.empty() ? "" : ", ") + std::string(name);
     }
-    throw wrongValue("NAME", mood, "give one of " + names);
+    throw InvalidValue("mood", mood, "give one of " + names);
   }
-  const Date moment = momentOf(day);
+  const Date instant = instantIn(day);
   NSDateFormatter keys;
   keys.setDateFormat("yyyy-MM-dd");
   saveSharedSuite([&](Dictionary& suite) {
     Dictionary moods = storedMoods(suite);
-    moods.set(keys.stringFromDate(moment), mood);
+    moods.set(keys.stringFromDate(instant), mood);
     suite.set(kMoodsDataKey, serialized(moods, "the moods"));
     return true;
   });

@@ -12,8 +12,8 @@
 
 namespace host {
 
-/// What the host app keeps in the suite, and the widget that it has reloaded when it changes that;
-/// none: all of them.
+/// A key that the host app writes, and the kind of the widget that it reloads then; an empty kind
+/// stands for all widgets.
 struct HostAppKey {
   std::string_view key;
   std::string_view kind;
@@ -23,29 +23,30 @@ inline constexpr std::array kHostAppKeys = {
     HostAppKey{glancery::kStreakDataKey, glancery::kStreakKind},
     HostAppKey{glancery::kMoodsDataKey, glancery::kBinnacleKind}};
 
-/// Plays the host app: writes into the shared suite what it would write. Each returns once the data
-/// is on the disk; a `CommandError` says what could not be done or names what can't be right.
+// What the host app writes into the shared suite. These functions return once the data is on the
+// disk; a `HostError` says what failed, an `InvalidValue` which value is not valid.
+
 void signIn(const std::string& uid);
 void signOut();
 void recordStreak(std::int64_t count, platform::Date lastActive);
 
-/// Records the mood of a day, "2026-03-05" in the common calendar and the device's zone, today
-/// where none is given, under its name in the device's calendar and digits, and keeps the other
-/// days. A stored record that can't be read is left alone, with a `CommandError`.
+/// Records the mood of a day, such as "2026-03-05" in the Gregorian calendar and the device's zone,
+/// or of today, and keeps the other days. The key is the day in the device's calendar and digits. A
+/// stored record that can't be read is left unchanged, with a `HostError`.
 void recordNamedMood(const std::string& mood, const std::optional<std::string>& day);
 
-/// The instant of an ISO 8601 text, now for an empty one; `what` names it in the error.
-platform::Date instantOf(const std::string& text, const std::string& what);
+/// The instant of an ISO 8601 text, now for an empty one; `name` names it in an `InvalidValue`.
+platform::Date instantOf(const std::string& text, const std::string& name);
 
-/// The whole shared suite, empty if there is none yet. A `CommandError` says that it can't be
-/// opened or read, or what is damaged in it.
+/// The whole shared suite, empty if it does not exist. A `HostError` says why it can't be read, or
+/// what is damaged.
 platform::Dictionary readSharedSuite();
 
-/// Lets `edit` change the shared suite while no other process writes to it. A `CommandError` says
-/// why the result could not be stored; the suite then holds what it held before.
+/// Lets `edit` change the shared suite while no other process writes to it. A `HostError` says why
+/// the result could not be stored; the suite is unchanged then.
 void changeSharedSuite(const platform::SuiteFile::Edit& edit);
 
-/// Changes the shared suite and returns once the result is on the disk.
+/// The same, and returns once the result is on the disk.
 void saveSharedSuite(const platform::SuiteFile::Edit& edit);
 
 }  // namespace host

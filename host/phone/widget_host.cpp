@@ -4,7 +4,8 @@
 #include <iterator>
 #include <utility>
 
-#include "host/phone/command_error.h"
+#include "host/phone/host_error.h"
+#include "platform/foundation/bundle/bundle.h"
 #include "platform/render/output/render_module.h"
 #include "platform/support/files.h"
 
@@ -26,58 +27,56 @@ LoadingRenderer startLoadingRenderer(const HostSettings& settings) {
   });
 }
 
-WidgetHost::WidgetHost(HostSettings settings,
-                       std::function<void(const std::string&)> report,
-                       TransferSettings transfers,
-                       ExtensionLimits limits)
+WidgetHost::WidgetHost(HostSettings settings, Report report, ExtensionLimits limits)
     : settings_(std::move(settings)),
       report_(std::move(report)),
-      transferSettings_(std::move(transfers)),
-      limits_(std::move(limits)) {
-  startExtension();
+      limits_(std::move(limits)),
+      downloads_(*this) {
 }
 
 void WidgetHost::configure(HostSettings settings) {
   const HostSettings before = std::exchange(settings_, std::move(settings));
   setCurrentDevice(settings_.device);
-  if (!extension_->failure() && configuration(before) != configuration(settings_)) {
-    ask<Done>(configuration(settings_));
+  if (extension_ && !extension_->failure() && configuration(before) != configuration(settings_)) {
+    tell(configuration(settings_));
   }
 }
 
 void WidgetHost::ensureExtension() {
-  extension_->noticeExit();
-  if (extension_->failure()) {
+  if (extension_) {
+    extension_->noticeExit();
+  }
+  if (!extension_ || extension_->failure()) {
     startExtension();
   }
 }
 
 void WidgetHost::startExtension() {
-  if (extension_) {
-    earlierLog_ = log();
-  }
-  openSessions_.clear();
-  announcedSessions_.clear();
+  earlierLog_ = log();
+  downloads_.forgetSessions();
   auto started = ExtensionProcess::start(
       settings_.extension,
       limits_,
-      {.download = [this](const StartDownload& start) { return takeDownload(start); },
+      {.download = [this](const StartDownload& start) { return downloads_.add(start); },
        .reload = [this](const std::string& kind) { reloadRequests_.insert(kind); }});
   if (!started) {
-    throw CommandError(started.error().reason);
+    throw HostError(started.error().reason);
   }
   extension_ = *std::move(started);
   ++launches_;
-  ask<Done>(configuration(settings_));
+  tell(configuration(settings_));
 }
 
 ExtensionMessage::Content WidgetHost::answerTo(HostMessage::Content request) {
+  if (!extension_) {
+    startExtension();
+  }
   auto content = extension_->ask(std::move(request));
   if (!content) {
     throw ExtensionEnded(content.error().reason);
   }
   if (const auto* failure = std::get_if<Failure>(&*content)) {
-    throw CommandError(failure->reason);
+    throw HostError(failure->reason);
   }
   return *std::move(content);
 }
@@ -108,17 +107,17 @@ WidgetFamily WidgetHost::familyOf(const std::string& kind) {
     for (const WidgetDescription& known : widgets()) {
       kinds += (kinds.empty() ? "" : ", ") + known.kind;
     }
-    throw wrongValue("no widget of the kind", kind, "give one of " + kinds);
+    throw InvalidValue("no widget of the kind", kind, "give one of " + kinds);
   }
   if (widget->families.empty()) {
-    throw CommandError("the widget \"" + kind + "\" supports no family");
+    throw HostError("the widget \"" + kind + "\" supports no family");
   }
   return widget->families.front();
 }
 
 ArchivedTimeline WidgetHost::provide(ProvideRequest::What what, const std::string& kind) {
   const WidgetFamily family = familyOf(kind);
-  const Size size = settings_.sizeOf(family);
+  const Size size = settings_.screen.sizeOf(family);
   const EdgeInsets margins = settings_.contentMargins();
   const Size content = {size.width - margins.leading - margins.trailing,
                         size.height - margins.top - margins.bottom};
@@ -128,7 +127,7 @@ ArchivedTimeline WidgetHost::provide(ProvideRequest::What what, const std::strin
 DisplayList WidgetHost::display(const ArchivedEntry& entry, WidgetFamily family) {
   const bool dark = settings_.scheme == ColorScheme::dark;
   return renderer().layOut(dark ? entry.dark : entry.light,
-                           settings_.sizeOf(family),
+                           settings_.screen.sizeOf(family),
                            settings_.contentMargins(),
                            entry.direction);
 }
@@ -140,7 +139,7 @@ Renderer& WidgetHost::renderer() {
     }
     auto loaded = loadingRenderer_.get();
     if (!loaded) {
-      throw CommandError(loaded.error());
+      throw HostError(loaded.error());
     }
     renderer_ = *std::move(loaded);
   }
@@ -149,13 +148,17 @@ Renderer& WidgetHost::renderer() {
 
 std::vector<std::string> WidgetHost::takeLog() {
   std::vector<std::string> lines = std::exchange(earlierLog_, {});
-  std::ranges::move(extension_->takeLog(), std::back_inserter(lines));
+  if (extension_) {
+    std::ranges::move(extension_->takeLog(), std::back_inserter(lines));
+  }
   return lines;
 }
 
 std::vector<std::string> WidgetHost::log() const {
   std::vector<std::string> lines = earlierLog_;
-  lines.insert(lines.end(), extension_->log().begin(), extension_->log().end());
+  if (extension_) {
+    lines.insert(lines.end(), extension_->log().begin(), extension_->log().end());
+  }
   return lines;
 }
 

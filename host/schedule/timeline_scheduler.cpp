@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <numeric>
 
 namespace host {
 
@@ -15,20 +16,20 @@ TimelineScheduler::Id TimelineScheduler::place(std::string kind, WidgetSchedule 
   return widget;
 }
 
-void TimelineScheduler::want(const std::string& kind, const ReloadRequest& request) {
+void TimelineScheduler::request(const std::string& kind, const ReloadRequest& request) {
   const auto placed = byKind_.find(kind);
   if (placed == byKind_.end()) {
     return;
   }
   for (const Id widget : placed->second) {
-    widgets_[widget].schedule.want(request);
+    widgets_[widget].schedule.request(request);
     arm(widget);
   }
 }
 
-void TimelineScheduler::wantAll(const ReloadRequest& request) {
+void TimelineScheduler::requestAll(const ReloadRequest& request) {
   for (Placed& placed : widgets_) {
-    placed.schedule.want(request);
+    placed.schedule.request(request);
   }
   armAll();
 }
@@ -46,14 +47,12 @@ std::vector<TimelineScheduler::Due> TimelineScheduler::advance(Date now) {
   while (!due_.empty() && due_.front().first <= now) {
     moved.push_back(due_.front().second);
     widgets_[moved.back()].due.reset();
-    dropOvertaken();
+    dropStale();
   }
   if (setBack) {
-    // What was shown already may be to come again.
+    // Each widget may have to show an earlier entry again.
     moved.resize(widgets_.size());
-    for (Id widget = 0; widget < moved.size(); ++widget) {
-      moved[widget] = widget;
-    }
+    std::iota(moved.begin(), moved.end(), Id{0});
   }
   std::vector<Due> due;
   for (const Id widget : moved) {
@@ -91,9 +90,9 @@ void TimelineScheduler::fetched(Id widget,
 }
 
 void TimelineScheduler::failed(Id widget, const ReloadRequest& request) {
-  // A policy that was not followed is due by itself.
+  // A policy stays due without a request.
   if (request.cause != ReloadCause::policy) {
-    widgets_[widget].schedule.want(request);
+    widgets_[widget].schedule.request(request);
   }
 }
 
@@ -111,7 +110,7 @@ void TimelineScheduler::setBudget(const RefreshBudget& budget) {
   armAll();
 }
 
-/// Puts the widget's next moment in its place among all the others'.
+/// Puts the widget's next due time into the heap.
 void TimelineScheduler::arm(Id widget) {
   Placed& placed = widgets_[widget];
   std::optional<Date> due = placed.schedule.nextEntry(now_, budget_);
@@ -132,11 +131,11 @@ void TimelineScheduler::arm(Id widget) {
     due_.emplace_back(*due, widget);
     std::ranges::push_heap(due_, std::greater());
   }
-  dropOvertaken();
+  dropStale();
 }
 
-/// Has the first moment of the heap be one that still holds, and at least about half of all.
-void TimelineScheduler::dropOvertaken() {
+/// Drops stale times from the top of the heap, and rebuilds it once more than half of it is stale.
+void TimelineScheduler::dropStale() {
   while (!due_.empty() && widgets_[due_.front().second].due != due_.front().first) {
     std::ranges::pop_heap(due_, std::greater());
     due_.pop_back();

@@ -11,22 +11,21 @@
 
 namespace host {
 
-/// Every placed widget in time: which of them has something to do at a moment.
+/// The schedules of all placed widgets, ordered by the time at which each is due.
 ///
-/// Pure: it reads no clock, and the caller says what it is told. Every call but `advance` over a
-/// clock that was set back, `wantAll` and `setBudget` costs O(log n), amortized, for each
-/// widget that it touches. Used by one thread.
+/// Pure: reads no clock. Every call except `requestAll`, `setBudget` and an `advance` to an earlier
+/// time costs O(log n), amortized, for each affected widget. Used by one thread.
 class TimelineScheduler {
  public:
   using Id = std::size_t;
 
-  /// What a widget has to do now.
+  /// What is due for a widget.
   struct Due {
     Id widget;
-    /// Another entry is to be shown than before.
+    /// It shows another entry now.
     bool show = false;
-    /// The timeline is to be asked for; nothing else will be due of it until `fetched`, or `failed`
-    /// and `retry`.
+    /// Its timeline is to be requested. No other request is due until `fetched`, or `failed` and
+    /// `retry`.
     std::optional<ReloadRequest> reload = {};
   };
 
@@ -34,23 +33,23 @@ class TimelineScheduler {
 
   Id place(std::string kind, WidgetSchedule schedule = WidgetSchedule());
 
-  /// Every placed widget of exactly that kind.
-  void want(const std::string& kind, const ReloadRequest& request);
-  void wantAll(const ReloadRequest& request);
+  /// Requests a reload of every widget of this kind.
+  void request(const std::string& kind, const ReloadRequest& request);
+  void requestAll(const ReloadRequest& request);
 
-  /// What is due at `now`, in the order in which it came due. A clock that went forward has just
-  /// the last of several entries shown, and one reload asked for.
+  /// What is due at `now`, the earliest first. Of several due entries only the last one is shown,
+  /// and one reload requested.
   std::vector<Due> advance(platform::Date now);
 
   void fetched(Id widget,
                const TimelinePlan& plan,
                const ReloadRequest& request,
                platform::Date now);
-  /// The request came to nothing: it is due again once `retry` is called.
+  /// The request has failed; it is due again after `retry`.
   void failed(Id widget, const ReloadRequest& request);
   void retry(Id widget);
 
-  /// The moment for which to wait before the next `advance`; none if nothing will come by itself.
+  /// When to call `advance` next; nothing if nothing will be due.
   std::optional<platform::Date> next() const;
 
   const RefreshBudget& budget() const { return budget_; }
@@ -63,21 +62,21 @@ class TimelineScheduler {
   struct Placed {
     WidgetSchedule schedule;
     std::optional<std::size_t> shown = {};
-    /// Its timeline has been asked for, and is not here.
+    /// Its timeline was requested and has not arrived.
     bool asked = false;
     std::optional<platform::Date> due = {};
   };
 
   void arm(Id widget);
   void armAll();
-  void dropOvertaken();
+  void dropStale();
   Due dueOf(Id widget);
 
   RefreshBudget budget_;
   std::vector<Placed> widgets_;
   std::unordered_map<std::string, std::vector<Id>> byKind_;
-  /// A heap with the earliest on top. A widget's moment that was overtaken by another stays in it
-  /// until it comes up.
+  /// A heap with the earliest time on top. It may also hold stale times, which differ from the
+  /// widget's `due`.
   std::vector<std::pair<platform::Date, Id>> due_;
   platform::Date now_ = platform::Date::distantPast();
 };

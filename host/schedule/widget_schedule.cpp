@@ -10,10 +10,10 @@ using platform::Date;
 namespace {
 
 constexpr double kBudgetWindow = 24 * 60 * 60;
-/// Without a budget, a policy that lies in the past or an extension that wants another timeline
-/// whenever it has given one must not make the host ask without pause.
+/// Without a budget, a policy in the past or an extension that requests a reload with every
+/// timeline must not keep the host busy.
 constexpr double kLeastSpacing = 1;
-/// How far a clock may be corrected backwards without a consequence, in seconds.
+/// Seconds by which a clock may be set back without effect, as time synchronization does.
 constexpr double kCorrection = 2;
 
 double spacingOf(const RefreshBudget& budget) {
@@ -37,7 +37,7 @@ void WidgetSchedule::follow(const TimelinePlan& plan) {
   std::ranges::stable_sort(byDate_, {}, &Showing::from);
 }
 
-void WidgetSchedule::want(ReloadRequest request) {
+void WidgetSchedule::request(ReloadRequest request) {
   if (!record_.wanted || (isCounted(record_.wanted->cause) && !isCounted(request.cause))) {
     record_.wanted = std::move(request);
   }
@@ -99,7 +99,7 @@ std::optional<Date> WidgetSchedule::nextEntry(Date now, const RefreshBudget& bud
   Showings merged;
   const Showings& all = showings(budget, merged);
   auto next = std::ranges::upper_bound(all, now, {}, &Showing::from);
-  // The first entry is shown before its date as well: there is nothing else.
+  // The first entry is shown even before its date.
   if (next == all.begin() && next != all.end()) {
     ++next;
   }
@@ -142,12 +142,12 @@ void WidgetSchedule::clockSetBack(Date now) {
     record_.lastByPolicy.reset();
   }
   if (record_.fetched && *record_.fetched > latest) {
-    want({ReloadCause::clock, "the clock was set back"});
+    request({ReloadCause::clock, "the clock was set back"});
   }
 }
 
-/// When the budget lets a counted reload happen: at once, or when the one that many before it is a
-/// day old. Without a budget, soon after the last one.
+/// When the budget allows a counted reload: now, or when the oldest reload of a spent budget is a
+/// day old. Without a budget, shortly after the last reload.
 Date WidgetSchedule::allowed(Date now, const RefreshBudget& budget) const {
   if (!budget.enforced) {
     return record_.counted.empty() ? Date::distantPast()

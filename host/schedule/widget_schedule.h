@@ -5,29 +5,57 @@
 #include <string>
 #include <vector>
 
-#include "host/schedule/reload_request.h"
 #include "platform/foundation/time/date.h"
 
 namespace host {
 
-/// How often a phone lets a placed widget have its way. Phones allow 40 to 70 counted reloads in 24
-/// hours and keep what a provider plans about five minutes apart.
+/// Why a widget's timeline is requested.
+enum class ReloadCause {
+  /// It has no timeline yet.
+  first,
+  /// The policy of the last timeline.
+  policy,
+  /// The extension, through the widget centre.
+  extension,
+  /// The host app, from the foreground.
+  hostApp,
+  /// The device's language, zone, size or system version has changed.
+  device,
+  /// The clock shows an earlier time than that of the last timeline.
+  clock,
+};
+
+/// Whether the reload counts against the widget's budget. Reloads after an action of the user
+/// don't.
+constexpr bool isCounted(ReloadCause cause) {
+  return cause == ReloadCause::policy || cause == ReloadCause::extension;
+}
+
+struct ReloadRequest {
+  ReloadCause cause = ReloadCause::first;
+  /// For people: "the host app changed streakData".
+  std::string why;
+  friend bool operator==(const ReloadRequest&, const ReloadRequest&) = default;
+};
+
+/// How often a phone reloads a widget. Phones allow 40 to 70 counted reloads in 24 hours, and keep
+/// the entries of a timeline about five minutes apart.
 struct RefreshBudget {
   bool enforced = true;
   int perDay = 50;
-  /// Seconds between two entries of a timeline, and between two reloads by its policy.
+  /// The least seconds between two entries of a timeline, and between two reloads by its policy.
   double spacing = 300;
   friend bool operator==(const RefreshBudget&, const RefreshBudget&) = default;
 };
 
-/// The moments of a timeline, without what is shown at them.
+/// The dates of a timeline.
 struct TimelinePlan {
   std::vector<platform::Date> entries;
-  /// The earliest moment of the next request; none: only when somebody wants it.
+  /// The earliest time of the next request by policy, if there is one.
   std::optional<platform::Date> reloadAfter;
 };
 
-/// What of a schedule outlives the process.
+/// The part of a schedule that is stored on the disk.
 struct ScheduleRecord {
   std::optional<platform::Date> fetched = {};
   ReloadRequest fetchedFor = {};
@@ -38,15 +66,16 @@ struct ScheduleRecord {
   friend bool operator==(const ScheduleRecord&, const ScheduleRecord&) = default;
 };
 
-/// One placed widget in time: which entry it shows when, and when its timeline is due again.
+/// The schedule of one placed widget: when it shows which entry, and when its timeline is requested
+/// again.
 ///
-/// Entries closer together than the budget's spacing are merged: a moment shows the latest entry
-/// whose date has come. The first entry does not count here, as it stands for the moment of the
-/// request; so what changes at midnight changes at midnight.
+/// Entries closer together than the budget's spacing are merged into the last of them. The spacing
+/// does not apply after the first entry, whose date is that of the request: otherwise an entry for
+/// midnight could be late.
 class WidgetSchedule {
  public:
   struct Reload {
-    /// Not before this; the distant past for at once.
+    /// The earliest time; the distant past for now.
     platform::Date at;
     ReloadRequest request;
   };
@@ -55,23 +84,24 @@ class WidgetSchedule {
 
   const ScheduleRecord& record() const { return record_; }
 
-  /// Wants the timeline to be asked for. Several wishes are one; a free one covers a counted one.
-  void want(ReloadRequest request);
-  /// The reload that is due at `now`, if one is. It is no longer wanted then: what is wanted while
-  /// it is under way is wanted anew.
+  /// Requests a reload. Pending requests are merged; one that is exempt from the budget replaces
+  /// one that is not.
+  void request(ReloadRequest request);
+  /// The reload that is due at `now`, if any. It is not pending any more; a request that follows
+  /// leads to another reload.
   std::optional<ReloadRequest> takeReload(platform::Date now, const RefreshBudget& budget);
-  /// The timeline is here, asked for at `now` because of `request`.
+  /// The timeline has arrived, which was requested at `now` for `request`.
   void fetched(const TimelinePlan& plan, const ReloadRequest& request, platform::Date now);
 
-  /// The place of the entry that is shown at `now`; nothing without entries.
+  /// The index of the entry that is shown at `now`; nothing without entries.
   std::optional<std::size_t> entryAt(platform::Date now, const RefreshBudget& budget) const;
-  /// When the next entry takes its place.
+  /// When the next entry is shown.
   std::optional<platform::Date> nextEntry(platform::Date now, const RefreshBudget& budget) const;
   std::optional<Reload> nextReload(platform::Date now, const RefreshBudget& budget) const;
   int budgetLeft(platform::Date now, const RefreshBudget& budget) const;
 
-  /// The clock was set back to `now`: what has not happened yet by it is forgotten, and a timeline
-  /// that was made later is wanted anew.
+  /// The clock was set back to `now`: forgets reloads that are later than that, and requests a
+  /// timeline that is newer than that again.
   void clockSetBack(platform::Date now);
 
  private:
@@ -81,13 +111,13 @@ class WidgetSchedule {
   };
   void follow(const TimelinePlan& plan);
   using Showings = std::vector<Showing>;
-  /// By date, merged as the budget says; `merged` is filled only where that makes a difference.
+  /// By date, merged by the budget's spacing; `merged` is filled only if that changes something.
   const Showings& showings(const RefreshBudget& budget, Showings& merged) const;
   platform::Date allowed(platform::Date now, const RefreshBudget& budget) const;
 
   ScheduleRecord record_;
   std::optional<platform::Date> reloadAfter_;
-  /// The entries' places by date.
+  /// The entries' indices by date.
   Showings byDate_;
 };
 

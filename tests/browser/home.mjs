@@ -1,4 +1,4 @@
-// The phone and the browser around a test of the page.
+// Starts the host and the browser for tests of the page.
 import {execFile, spawn} from 'node:child_process';
 import {readFileSync, readdirSync} from 'node:fs';
 import {mkdtemp, rm} from 'node:fs/promises';
@@ -9,13 +9,13 @@ import path from 'node:path';
 import {promisify} from 'node:util';
 import {chromium} from 'playwright-core';
 
-const kProgram = process.env.GLANCERY;
-const kNow = '2026-03-05T20:30:00Z';
-const kDevice = ['--now', kNow, '--time-zone', 'America/Mexico_City'];
-// By this name no API of the program's own is served there, so that downloads stay where they are.
-const kNoApi = ['--info', 'ApiBaseUrl=http://localhost:1'];
+const program = process.env.GLANCERY;
+const now = '2026-03-05T20:30:00Z';
+const device = ['--now', now, '--time-zone', 'America/Mexico_City'];
+// The host serves its own API only at 127.0.0.1, so downloads stay pending.
+const noApi = ['--info', 'ApiBaseUrl=http://localhost:1'];
 
-export const glancery = (...words) => promisify(execFile)(kProgram, words);
+export const glancery = (...words) => promisify(execFile)(program, words);
 
 let browser = null;
 export async function openBrowser() {
@@ -33,7 +33,7 @@ export class Home {
     const home = new Home();
     home.container = container ?? await mkdtemp(path.join(tmpdir(), 'home-'));
     const container_ = ['--container', home.container];
-    home.process = spawn(kProgram, ['home', '--port', port, ...container_, ...kDevice, ...kNoApi, ...words], {
+    home.process = spawn(program, ['home', '--port', port, ...container_, ...device, ...noApi, ...words], {
       stdio: ['ignore', 'pipe', 'inherit'],
     });
     home.exited = new Promise((resolve) => home.process.once('exit', (...how) => resolve(how)));
@@ -46,7 +46,7 @@ export class Home {
   }
 
   app(...words) {
-    return glancery('app', ...words, '--container', this.container, '--now', kNow);
+    return glancery('app', ...words, '--container', this.container, '--now', now);
   }
 
   /** The running extension is the host's child. */
@@ -74,7 +74,7 @@ export class Home {
     await rm(this.container, {recursive: true});
   }
 
-  /** What a program other than a browser may send. */
+  /** Sends a request that a browser would not send. */
   request(target, {method = 'GET', headers = {}, body = ''} = {}) {
     return new Promise((resolve, reject) => {
       const request = http.request({port: this.port, host: '127.0.0.1', path: target, method, headers}, (response) => {
@@ -87,7 +87,7 @@ export class Home {
     });
   }
 
-  /** Requests on one connection, which the last of them ends, and all that comes back. */
+  /** Sends requests on one connection, which the last one closes; returns all received bytes. */
   exchange(requests) {
     const head = `HTTP/1.1\r\nHost: localhost\r\n`;
     const last = requests.length - 1;
@@ -100,7 +100,7 @@ export class Home {
   }
 }
 
-/** A page, in words of what it is for. What it complains about is in `complaints`. */
+/** A browser tab with the page. Its errors are in `complaints`. */
 export class Page {
   static async open(url, {width = 1440, height = 1000, prepare = async () => {}, ...options} = {}) {
     const context = await browser.newContext({viewport: {width, height}, reducedMotion: 'reduce', ...options});
@@ -122,7 +122,7 @@ export class Page {
     return this.tab.waitForFunction(condition, ...values);
   }
 
-  /** Waits until the element says that, a text within it or a pattern. */
+  /** Waits until the element contains the text or matches the pattern. */
   says(selector, text) {
     return this.tab.locator(selector).filter({hasText: text}).first().waitFor({state: 'attached'});
   }
@@ -135,14 +135,14 @@ export class Page {
     return this.tab.locator(`.widget[data-kind=${kind}]`);
   }
 
-  /** Waits until the widget's newest picture is there and says that. */
+  /** Waits for a picture of the widget with this description. */
   async shows(kind, text) {
     const picture = this.widget(kind).getByAltText(text);
     await picture.waitFor();
     return picture.evaluate((image) => image.decode().then(() => image.src));
   }
 
-  /** The widget's picture in its middle, 0 black to 255 white. */
+  /** The brightness of the widget's picture at its top centre, from 0 to 255. */
   brightness(kind) {
     return this.widget(kind).locator('img').last().evaluate(async (image) => {
       await image.decode();
@@ -188,7 +188,7 @@ export class Page {
       if (!found.seen) throw new Error(`"${found.name}" does not show that it has the focus`);
       if (found.name.trim().startsWith(name)) return;
     }
-    throw new Error(`Tab never comes to "${name}"`);
+    throw new Error(`Tab never reaches "${name}"`);
   }
 
   async close() {

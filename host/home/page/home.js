@@ -1,22 +1,22 @@
-// The page of `glancery home`: it follows the host's events and hands every state to its parts.
+// The page of `glancery home`: receives the host's events and passes each state to the parts of the page.
 import {showPhone, tickPhone} from '/phone.js';
 import {showPanels, tickPanels} from '/panels.js';
 import {addLog, clearLog, showReport, tickReport} from '/report.js';
-import {announce, byId, forgetErrors, moment, setText} from '/tools.js';
+import {announce, byId, clearErrors, moment, setText} from '/tools.js';
 
-// The page comes with the state of the moment at which it was asked for.
+// The page contains the state at the time of its request.
 let state = complete(JSON.parse(byId('first-state').content.textContent));
 let receivedAt = 0;
 let connected = false;
 
-/** The device's clock. It stands where it stood when the host was last heard of. */
+/** The device's time. It is frozen while the host is not connected. */
 function now() {
   const running = state.running && connected;
   return Date.parse(state.instant) + (running ? performance.now() - receivedAt : 0);
 }
 
-/** One part that fails leaves the others alone, and is reported like any error of the page. */
-function inEach(parts, ...values) {
+/** Calls every part, even if one of them throws, which is reported like any error of the page. */
+function callEach(parts, ...values) {
   for (const part of parts) {
     try {
       part(...values);
@@ -27,10 +27,10 @@ function inEach(parts, ...values) {
 }
 
 function tick() {
-  inEach([tickPhone, tickPanels, tickReport], state, now());
+  callEach([tickPhone, tickPanels, tickReport], state, now());
 }
 
-/** A state without one of its sections shows that section empty. */
+/** Adds the sections that the state lacks, empty. */
 function complete(given) {
   const sections = {device: {}, choices: {}, app: {}, budget: {}, travel: {}, downloads: {}, extension: {}};
   const complete = {widgets: [], taps: [], instant: new Date().toISOString(), ...given};
@@ -38,16 +38,14 @@ function complete(given) {
   return complete;
 }
 
-const kJump = 5_000;
-
 function receive(given) {
-  clearTimeout(beside);
+  clearTimeout(panelsTimer);
   const expected = now();
   state = complete(given);
   receivedAt = performance.now();
-  inEach([showPhone, showPanels, showReport], state, now());
+  callEach([showPhone, showPanels, showReport], state, now());
   tick();
-  if (Math.abs(now() - expected) > kJump) {
+  if (Math.abs(now() - expected) > 5_000) {
     announce(`The device’s clock is at ${moment(state.instant, 0, state.device.timeZone)}`);
   }
 }
@@ -56,12 +54,12 @@ function setConnected(is) {
   if (!is && connected) {
     state.instant = new Date(now()).toISOString();
   }
-  if (is) forgetErrors();
+  if (is) clearErrors();
   connected = is;
   document.body.classList.toggle('is-offline', !is);
   setText(byId('offline'), is
     ? ''
-    : 'The host does not answer. This is the last it sent; the page connects again by itself.');
+    : 'The host does not answer. The page shows its last state and reconnects automatically.');
 }
 
 function connect() {
@@ -72,16 +70,15 @@ function connect() {
   };
   events.onerror = () => {
     setConnected(false);
-    // The browser tries again by itself, unless the answer was not a stream of events at all.
+    // The browser reconnects by itself unless the response was not an event stream.
     if (events.readyState === EventSource.CLOSED) setTimeout(connect, 2_000);
   };
   events.addEventListener('state', (event) => receive(JSON.parse(event.data)));
   events.addEventListener('log', (event) => addLog(JSON.parse(event.data).lines ?? [], state));
 }
 
-// The phone shows the first state at once, what stands beside it a moment later.
-const kBreath = 30;
-inEach([showPhone, tickPhone], state, now());
-const beside = setTimeout(() => receive(state), kBreath);
+// The phone is shown first, so that its pictures appear before the panels are laid out.
+callEach([showPhone, tickPhone], state, now());
+const panelsTimer = setTimeout(() => receive(state), 30);
 connect();
 setInterval(tick, 500);

@@ -1,14 +1,14 @@
-// What the reader can change: the time, the host app's side, the device.
-import {act, byId, format, instantOf, make, moment, setAttribute, setText, span, wall, webLocale} from '/tools.js';
+// The controls: the time, the host app, the device.
+import {act, byId, format, instantOf, make, moment, setAttribute, setChildren, setText, span, wall, webLocale} from '/tools.js';
 
-const kMoodLabels = {veryBad: 'Very bad', bad: 'Bad', neutral: 'Neutral', well: 'Well', veryWell: 'Very well'};
-const kDay = 24 * 60 * 60 * 1000;
+const moodLabels = {veryBad: 'Very bad', bad: 'Bad', neutral: 'Neutral', well: 'Well', veryWell: 'Very well'};
+const millisecondsPerDay = 24 * 60 * 60 * 1000;
 
 let state = null;
 let today = null;
 let selectedDay = null;
 
-const moodLabel = (mood) => kMoodLabels[mood] ?? mood;
+const moodLabel = (mood) => moodLabels[mood] ?? mood;
 const isoOf = (text) => new Date(instantOf(text, state.device.timeZone)).toISOString();
 
 function onSubmit(id, action) {
@@ -43,7 +43,7 @@ byId('device').addEventListener('change', async ({target}) => {
 
 // Device
 
-const kNames = {
+const choiceLabels = {
   locale: (locale) => {
     try {
       return new Intl.DisplayNames('en', {type: 'language', languageDisplay: 'standard'}).of(webLocale(locale));
@@ -55,17 +55,14 @@ const kNames = {
   screen: (name) => name.replace('x', ' × '),
 };
 
-/** The chosen value is listed even if the choices leave it out. */
+/** Lists the current value even if it is not among the choices. */
 function showChoice(name, values = []) {
   const chosen = state.device[name];
   if (chosen === undefined) return;
   const select = byId('device').elements[name];
   const listed = values.includes(chosen) ? values : [chosen, ...values];
-  if (select.dataset.listed !== String(listed)) {
-    select.dataset.listed = listed;
-    const label = kNames[name] ?? String;
-    select.replaceChildren(...listed.map((value) => make('option', label(value), {value})));
-  }
+  const label = choiceLabels[name] ?? String;
+  setChildren(select, listed, () => listed.map((value) => make('option', label(value), {value})));
   select.value = chosen;
 }
 
@@ -80,16 +77,21 @@ function showDevice() {
 
 // Host app
 
-/** Seven days as the mood log shows them: today last. */
+/** The seven days of the mood log, today last. */
 function lastDays(today) {
   const last = Date.parse(today);
-  return [6, 5, 4, 3, 2, 1, 0].map((days) => new Date(last - days * kDay).toISOString().slice(0, 10));
+  return [6, 5, 4, 3, 2, 1, 0].map((days) => new Date(last - days * millisecondsPerDay).toISOString().slice(0, 10));
 }
+
+const dayName = (day) =>
+  format('en-GB', 'UTC', {weekday: 'long', day: 'numeric', month: 'long'}).format(Date.parse(day));
+
+const faceOf = (mood) => `#face-${mood in moodLabels ? mood : 'none'}`;
 
 function face(mood) {
   const svg = document.createElementNS('http://www.w3.org/2000/svg', 'svg');
   const use = document.createElementNS(svg.namespaceURI, 'use');
-  use.setAttribute('href', `#face-${mood in kMoodLabels ? mood : 'none'}`);
+  use.setAttribute('href', faceOf(mood));
   svg.setAttribute('aria-hidden', 'true');
   svg.append(use);
   return svg;
@@ -115,7 +117,7 @@ function makeMood(mood) {
   return button;
 }
 
-/** The host app files moods under the day as the device's own calendar and digits write it. */
+/** The key of a mood is the day in the device's calendar and digits. */
 function moodOf(day) {
   const options = {year: 'numeric', month: '2-digit', day: '2-digit'};
   const parts = format(webLocale(state.device.locale), 'UTC', options).formatToParts(Date.parse(day));
@@ -125,29 +127,21 @@ function moodOf(day) {
 
 function showMoods() {
   const selected = moodOf(selectedDay);
-  const names = state.app.moodNames ?? Object.keys(kMoodLabels);
+  const names = state.app.moodNames ?? Object.keys(moodLabels);
   const row = document.querySelector('.days');
-  if (row.dataset.today !== today) {
-    row.dataset.today = today;
-    row.replaceChildren(...lastDays(today).map(makeDay));
-  }
+  setChildren(row, today, () => lastDays(today).map(makeDay));
   for (const radio of row.querySelectorAll('input')) {
     const mood = moodOf(radio.value);
     radio.checked = radio.value === selectedDay;
-    setAttribute(radio.parentElement.querySelector('use'), 'href', `#face-${mood in kMoodLabels ? mood : 'none'}`);
-    const name = format('en-GB', 'UTC', {weekday: 'long', day: 'numeric', month: 'long'}).format(Date.parse(radio.value));
-    setAttribute(radio, 'aria-label', `${name}: ${mood ? moodLabel(mood) : 'no mood'}`);
+    setAttribute(radio.parentElement.querySelector('use'), 'href', faceOf(mood));
+    setAttribute(radio, 'aria-label', `${dayName(radio.value)}: ${mood ? moodLabel(mood) : 'no mood'}`);
   }
   const faces = document.querySelector('.faces');
-  if (faces.dataset.names !== String(names)) {
-    faces.dataset.names = names;
-    faces.replaceChildren(...names.map(makeMood));
-  }
+  setChildren(faces, names, () => names.map(makeMood));
   for (const button of faces.children) {
     setAttribute(button, 'aria-pressed', selected === button.dataset.mood);
   }
-  const options = {weekday: 'long', day: 'numeric', month: 'long'};
-  const day = selectedDay === today ? 'Today' : format('en-GB', 'UTC', options).format(Date.parse(selectedDay));
+  const day = selectedDay === today ? 'Today' : dayName(selectedDay);
   setText(byId('mood-of'), `${day}: ${selected ? moodLabel(selected) : 'choose a mood'}`);
 }
 
@@ -164,7 +158,7 @@ function showApp(now) {
   setText(byId('streak-stored'), app.streak ? `${count ?? 'no'} ${count === 1 ? 'day' : 'days'}, ${last}` : 'none stored');
 }
 
-/** The day that was chosen stays, unless it was today and a new day has come. */
+/** Keeps the selected day, unless that was today and a new day has begun. */
 function followDay(now) {
   const day = wall(now, state.device.timeZone).slice(0, 10);
   if (day === today) return false;
@@ -182,8 +176,8 @@ export function showPanels(given, now) {
   const run = byId('run');
   setText(run.querySelector('span'), state.running ? 'Pause' : 'Run');
   setAttribute(run.querySelector('use'), 'href', state.running ? '#sign-pause' : '#sign-play');
-  const wish = byId('instant').elements.wall;
-  if (!wish.value) wish.value = wall(now, state.device.timeZone).slice(0, 16);
+  const input = byId('instant').elements.wall;
+  if (!input.value) input.value = wall(now, state.device.timeZone).slice(0, 16);
 }
 
 export function tickPanels(given, now) {
@@ -193,13 +187,10 @@ export function tickPanels(given, now) {
   setText(byId('clock'), shown.slice(11));
   setAttribute(byId('clock'), 'datetime', new Date(Math.floor(now / 1000) * 1000).toISOString());
   const options = {weekday: 'long', day: 'numeric', month: 'long', year: 'numeric'};
-  const standing = state.running ? '' : ' · the clock stands';
-  setText(byId('clock-date'), `${format('en-GB', zone, options).format(now)}${standing}`);
-  const instants = {
-    'next-entry': state.travel.nextEntry,
-    'next-reload': state.travel.nextReload,
-    'next-midnight': state.travel.nextMidnight,
-  };
+  const frozen = state.running ? '' : ' · frozen clock';
+  setText(byId('clock-date'), `${format('en-GB', zone, options).format(now)}${frozen}`);
+  const {nextEntry, nextReload, nextMidnight} = state.travel;
+  const instants = {'next-entry': nextEntry, 'next-reload': nextReload, 'next-midnight': nextMidnight};
   for (const button of document.querySelectorAll('[data-travel]')) {
     const instant = instants[button.dataset.travel];
     button.disabled = !instant;

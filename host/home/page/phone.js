@@ -1,7 +1,7 @@
 // The phone: its screen, the widgets on it, and what a tap does.
 import {act, announce, byId, format, make, setAttribute, setText, wall, webLocale} from '/tools.js';
 
-const kAppNames = {
+const appNames = {
   en: {calendar: 'Calendar', clock: 'Clock', notes: 'Notes'},
   es: {calendar: 'Calendario', clock: 'Reloj', notes: 'Notas'},
   fr: {calendar: 'Calendrier', clock: 'Horloge', notes: 'Notes'},
@@ -14,7 +14,7 @@ const home = byId('home');
 const tiles = new Map();
 const stillness = matchMedia('(prefers-reduced-motion: reduce)');
 
-/** Where nothing is laid over a widget: there a tap means the widget as a whole. */
+/** A point that no area covers, where a tap opens the whole widget's link. */
 function pointBesideAreas({width, height, areas = []}) {
   const free = ({x, y}) => !areas.some((area) =>
     x >= area.x && y >= area.y && x < area.x + area.width && y < area.y + area.height);
@@ -23,7 +23,7 @@ function pointBesideAreas({width, height, areas = []}) {
   return candidates.find(free) ?? candidates[0];
 }
 
-/** A finger is broader than a small area: what falls beside it, on its button, still means it. */
+/** The nearest point in the area: the button of an area is larger than the area itself. */
 function pointWithin(area, {x, y}) {
   const clamp = (value, low, length) => Math.min(Math.max(value, low), low + length - 0.5);
   return {x: clamp(x, area.x, area.width), y: clamp(y, area.y, area.height)};
@@ -55,7 +55,7 @@ async function tap(event, widget, area) {
 const middle = (area) => ({x: area.x + area.width / 2, y: area.y + area.height / 2});
 const destination = (link) => (link ? `opens ${link}` : 'no link');
 
-/** Loads the next picture before it takes the last one's place, so that nothing flashes. */
+/** Decodes the next picture before it replaces the last one, so that nothing flashes. */
 async function showPicture(tile, widget) {
   const {pictures} = tile;
   if (tile.picture === widget.picture) return;
@@ -65,7 +65,7 @@ async function showPicture(tile, widget) {
   try {
     await next.decode();
   } catch (error) {
-    // The host has moved on to a picture that the next state names; the last good one stays.
+    // The next state names another picture; until then the last one stays.
     if (tile.picture === widget.picture) tile.picture = null;
     return console.warn(error);
   }
@@ -87,7 +87,7 @@ function describe({pictures, alt, lang}) {
   }
 }
 
-/** Buttons are kept in place, so that one in focus stays there when the picture changes. */
+/** Reuses the buttons, so that the focus stays when the picture changes. */
 function showAreas(tile, widget) {
   const areas = widget.areas ?? [];
   while (tile.areas.length > areas.length) tile.areas.pop().remove();
@@ -137,14 +137,14 @@ function showWidget(widget, lang) {
   return tile.root;
 }
 
-/** Names what now shows something else, in the language that it is in. */
+/** Announces widgets whose content has changed, in their language. */
 function announceChanges(before, widgets, lang) {
   const changed = widgets.filter(({kind, alt}) => before.has(kind) && before.get(kind) !== alt);
   if (changed.length === 1) announce(make('span', changed[0].alt, {lang}));
   else if (changed.length > 1) announce(`${changed.length} widgets changed`);
 }
 
-/** Places the widgets in the gallery's order; the apps stand beside the first small one. */
+/** Places the widgets in the gallery's order, and the apps beside the first small one. */
 function place(roots) {
   const small = roots.findIndex((root) => !root.classList.contains('is-medium'));
   roots.splice(small + 1 || roots.length, 0, byId('apps'));
@@ -172,7 +172,7 @@ function showScreen({device, choices, widgets}) {
   fit();
 }
 
-/** Real size wherever there is room for it. */
+/** Shows the phone in its real size, or smaller if the window is narrower. */
 function fit() {
   phone.style.zoom = 1;
   const room = document.documentElement.clientWidth;
@@ -185,11 +185,10 @@ addEventListener('resize', fit);
 export function showPhone(state) {
   const lang = webLocale(state.device.locale);
   const before = new Map([...tiles].map(([kind, {alt}]) => [kind, alt]));
-  // The browser decodes the pictures while it lays the screen out.
   place(state.widgets.map((widget) => showWidget(widget, lang)));
   showScreen(state);
   announceChanges(before, state.widgets, lang);
-  const names = kAppNames[lang.split('-')[0]] ?? kAppNames.en;
+  const names = appNames[lang.split('-')[0]] ?? appNames.en;
   for (const label of document.querySelectorAll('[data-app]')) setText(label, names[label.dataset.app]);
 }
 
@@ -197,7 +196,7 @@ export function tickPhone({device}, now) {
   const lang = webLocale(device.locale);
   const show = (id, options) => {
     const parts = format(lang, device.timeZone, options).formatToParts(now);
-    // Phones leave the half of the day out of the status bar.
+    // The status bar of a phone does not show AM and PM.
     setText(byId(id), parts.filter(({type}) => type !== 'dayPeriod').map(({value}) => value).join('').trim());
   };
   show('phone-clock', {hour: 'numeric', minute: '2-digit'});

@@ -1,7 +1,7 @@
-// What the extension and the host did: a card a widget, the taps, the log.
-import {act, announce, byId, make, moment, setAttribute, setText, span, wall, webLocale} from '/tools.js';
+// The report: a card for each widget, the taps, the log.
+import {act, announce, byId, make, moment, setAttribute, setChildren, setText, span, wall, webLocale} from '/tools.js';
 
-const kMostLines = 1_000;
+const mostLines = 1_000;
 const cards = new Map();
 let problem = null;
 
@@ -23,13 +23,10 @@ function cardOf(kind) {
   return cards.get(kind);
 }
 
-/** A value and, softer, what belongs to it. */
+/** Shows a value and a note in a softer colour. */
 function setPart(card, name, value, note) {
   const part = card.querySelector(`[data-part=${name}]`);
-  const text = [value, note].filter(Boolean).join('\n');
-  if (part.dataset.text === text) return;
-  part.dataset.text = text;
-  part.replaceChildren(make('span', value), ...(note ? [make('small', note)] : []));
+  setChildren(part, [value, note], () => [make('span', value), ...(note ? [make('small', note)] : [])]);
 }
 
 function showCard(widget, lang) {
@@ -82,11 +79,7 @@ function showTaps({taps, widgets, device}, now, lang) {
       link ? make('code', link) : make('em', 'no link'));
     return row;
   });
-  const list = byId('taps');
-  const key = rows.map((row) => row.textContent).join('\n');
-  if (list.dataset.key === key) return;
-  list.dataset.key = key;
-  list.replaceChildren(...rows);
+  setChildren(byId('taps'), rows.map((row) => row.textContent).join('\n'), () => rows);
 }
 
 export function showReport(state, now) {
@@ -114,7 +107,7 @@ export function clearLog() {
   log.replaceChildren();
 }
 
-/** Follows the end, unless the reader has scrolled up to read. */
+/** Scrolls to the end, unless the reader has scrolled up. */
 export function addLog(lines, state) {
   const follows = log.scrollHeight - log.scrollTop - log.clientHeight < 24;
   const zone = state?.device.timeZone ?? 'UTC';
@@ -125,6 +118,6 @@ export function addLog(lines, state) {
     line.append(text);
     return line;
   }));
-  while (log.childElementCount > kMostLines) log.firstElementChild.remove();
+  while (log.childElementCount > mostLines) log.firstElementChild.remove();
   if (follows) log.scrollTop = log.scrollHeight;
 }

@@ -1,8 +1,8 @@
-// What every part of the page uses: elements, the device's time, actions.
+// Shared by all parts of the page: elements, the device's time, actions.
 
 export const byId = (id) => document.getElementById(id);
 
-/** Touches the document only if the text is another: what is the same is not announced again. */
+/** Changes the element only if the text differs, so that screen readers announce nothing twice. */
 export function setText(element, text) {
   if (element.textContent !== text) element.textContent = text;
 }
@@ -12,7 +12,14 @@ export function setAttribute(element, name, value) {
   else if (element.getAttribute(name) !== String(value)) element.setAttribute(name, value);
 }
 
-/** `<span class=... lang=...>text</span>` and the like. */
+/** Replaces the children unless they were made for the same key. */
+export function setChildren(element, key, makeAll) {
+  if (element.dataset.key === String(key)) return;
+  element.dataset.key = key;
+  element.replaceChildren(...makeAll());
+}
+
+/** Creates an element with a text and attributes. */
 export function make(tag, text = '', attributes = {}) {
   const element = document.createElement(tag);
   element.textContent = text;
@@ -20,19 +27,19 @@ export function make(tag, text = '', attributes = {}) {
   return element;
 }
 
-/** For those who do not see the page: what just changed, in a few words. Pieces may be elements. */
+/** Announces a change to screen readers. Pieces are texts or elements. */
 export function announce(...pieces) {
   byId('announcements').replaceChildren(...pieces);
 }
 
 // Time
 
-/** "es_MX@calendar=..." as the web names it: "es-MX". */
+/** The language tag of a locale: "es-MX" for "es_MX@calendar=...". */
 export const webLocale = (locale = 'en') => locale.split('@')[0].replaceAll('_', '-');
 
 const formats = new Map();
 
-/** A browser may know fewer zones and languages than the device: those read as UTC and English. */
+/** Zones and languages that the browser does not know are shown as UTC and English. */
 export function format(locale, timeZone, options) {
   const key = JSON.stringify([locale, timeZone, options]);
   if (!formats.has(key)) {
@@ -49,20 +56,20 @@ export function format(locale, timeZone, options) {
   return formats.get(key);
 }
 
-/** What a clock on the wall shows then: "2026-03-05T14:30:00". */
+/** The local time at an instant: "2026-03-05T14:30:00". */
 export function wall(instant, zone) {
   const options = {dateStyle: 'short', timeStyle: 'medium', calendar: 'iso8601'};
   return format('sv', zone, options).format(instant).replace(' ', 'T');
 }
 
-/** The instant at which the wall shows that; a time that is skipped there stands for the one an hour on. */
+/** The instant of a local time; one that is skipped there stands for the time an hour later. */
 export function instantOf(text, zone) {
   const shown = Date.parse(`${text}Z`);
   const offset = (instant) => Date.parse(`${wall(instant, zone)}Z`) - Math.floor(instant / 1000) * 1000;
   return shown - offset(shown - offset(shown));
 }
 
-/** "16:00", or with the day if it is another than today's; seconds where they matter. */
+/** "16:00", with the day unless that is today. */
 export function moment(iso, now, zone, seconds = false) {
   const instant = Date.parse(iso);
   const time = wall(instant, zone).slice(11, seconds ? 19 : 16);
@@ -71,7 +78,7 @@ export function moment(iso, now, zone, seconds = false) {
   return `${format('en-GB', zone, options).format(instant)}, ${time}`;
 }
 
-/** "1 h 30 min", "3 days": as coarse as its length. */
+/** A duration, rounded down: "40 s", "1 h 30 min", "3 days". */
 export function span(milliseconds) {
   const minutes = Math.floor(Math.abs(milliseconds) / 60_000);
   if (minutes < 1) return `${Math.floor(Math.abs(milliseconds) / 1000)} s`;
@@ -82,7 +89,7 @@ export function span(milliseconds) {
 
 // Actions
 
-export function forgetErrors() {
+export function clearErrors() {
   for (const slot of document.querySelectorAll('.error')) setText(slot, '');
 }
 
@@ -97,15 +104,15 @@ async function post(action) {
   });
 }
 
-/** A host that was started again has another token, which it gives to whoever may read its page. */
+/** A host that was restarted has another token, in its page. */
 async function renewToken() {
   const page = await (await fetch('/')).text();
   token = tokenIn(new DOMParser().parseFromString(page, 'text/html'));
 }
 
 /**
- * Asks the host for something. What goes wrong is said beside the control that asked; the answer is
- * null then.
+ * Requests an action of the host and returns its answer. If it fails, shows the error beside the
+ * control and returns null.
  */
 export async function act(control, action) {
   const slot = control.closest('[data-group]').querySelector('.error');

@@ -70,9 +70,9 @@ const Bad kBad[] = {
     {"noContentType", [](auto& r) { dropHeader(r, contentType); }, 400, "Content-Type"},
     {"otherContentType", [](auto& r) { setHeader(r, contentType, "text/plain"); }, 400, "Content-Type"},
     {"contentTypeThatBeginsAlike", [](auto& r) { setHeader(r, contentType, "application/jsonp"); }, 400, "Content-Type"},
-    {"emptyBody", [](auto& r) { r.body = ""; }, 400, "no JSON"},
-    {"cutBody", [](auto& r) { r.body.pop_back(); }, 400, "no JSON"},
-    {"listAsBody", [](auto& r) { r.body = "[]"; }, 400, "no object"},
+    {"emptyBody", [](auto& r) { r.body = ""; }, 400, "not valid JSON"},
+    {"cutBody", [](auto& r) { r.body.pop_back(); }, 400, "not valid JSON"},
+    {"listAsBody", [](auto& r) { r.body = "[]"; }, 400, "not a JSON object"},
     {"emptyUser", [](auto& r) { changeBody(r, [](Json& b) { b["uid"] = ""; }); }, 400, "uid"},
     {"numberAsUser", [](auto& r) { changeBody(r, [](Json& b) { b["uid"] = 1; }); }, 400, "uid"},
     {"zoneByName", [](auto& r) { changeBody(r, [](Json& b) { b["timezone"] = "Europe/Madrid"; }); }, 400, "timezone"},
@@ -85,7 +85,7 @@ const Bad kBad[] = {
 };
 // clang-format on
 
-TEST(AffirmationApi, SaysWhatIsWrongWithARequest) {
+TEST(AffirmationApi, NamesTheFaultOfARequest) {
   ASSERT_EQ(answerOf(good(), std::nullopt, kNow).status, 200);
   for (const Bad& row : kBad) {
     HttpRequest request = good();
@@ -126,7 +126,7 @@ Affirmation answered(const std::string& instant,
   return {json.at("text"), json.at("color")};
 }
 
-TEST(AffirmationApi, TheSameAllDayInTheUsersZoneAndAnotherOneTheNext) {
+TEST(AffirmationApi, ChangesAtMidnightOfTheUsersZone) {
   const auto at = [](const std::string& instant, const std::string& zone = "UTC-6") {
     return answered(instant, zone, "es", "u-1");
   };
@@ -145,7 +145,7 @@ TEST(AffirmationApi, TheSameAllDayInTheUsersZoneAndAnotherOneTheNext) {
   EXPECT_GT(users.size(), 5u);
 }
 
-TEST(AffirmationApi, SpeaksTheUsersLanguageWithSentencesThatFit) {
+TEST(AffirmationApi, AnswersInTheUsersLanguage) {
   std::map<std::string, std::set<std::string>> texts;
   std::set<std::string> colors;
   for (const char* language : {"es", "en", "pt", "fr"}) {

@@ -24,7 +24,7 @@ class Api {
     port_ = std::atoi(address.substr(17).c_str());
   }
 
-  /// Sends bytes and reads to the end of the connection.
+  /// Sends bytes and reads until the connection is closed.
   std::string exchange(const std::string& bytes) const {
     const int connection = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address = {};
@@ -74,7 +74,7 @@ std::size_t announced(const std::string& answer) {
   return length == answer.npos ? 0 : std::stoul(answer.substr(length + 16));
 }
 
-TEST(ApiCommand, AnswersOnOneConnectionAsLongAsItIsWanted) {
+TEST(ApiCommand, KeepsConnectionsAlive) {
   Api api;
   const std::string both = api.exchange(request("") + request());
   const std::string first = headOf(both);
@@ -96,7 +96,7 @@ TEST(ApiCommand, AnswersOnOneConnectionAsLongAsItIsWanted) {
   EXPECT_EQ(api.child().end(SIGTERM), 0);
 }
 
-TEST(ApiCommand, PlaysAServerInTrouble) {
+TEST(ApiCommand, SimulatesFaults) {
   const std::string good = Api().exchange(request());
   EXPECT_THAT(Api({"--status", "503"}).exchange(request()), StartsWith("HTTP/1.1 503 "));
   EXPECT_THAT(Api({"--status", "600"}).exchange(request()), StartsWith("HTTP/1.1 600 "));
@@ -117,7 +117,7 @@ TEST(ApiCommand, PlaysAServerInTrouble) {
   EXPECT_THAT(bodyOf(huge), EndsWith(bodyOf(good).substr(bodyOf(good).find("\"text\":\"") + 8)));
 }
 
-TEST(ApiCommand, NamesWhatItCantServe) {
+TEST(ApiCommand, NamesInvalidOptionsAndAPortInUse) {
   Api first;
   const auto api = [](const Words& options) {
     Words words = {"api"};

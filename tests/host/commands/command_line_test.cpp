@@ -299,7 +299,7 @@ const Mistake kMistakes[] = {
      2,
      {"2011-12-30", "Pacific/Apia"}},
     {"unknownLocaleOfAMood", {"app", "mood", "well", "--locale", "qqq"}, 2, {"qqq"}},
-    {"emptyUser", {"app", "sign-in", ""}, 2, {"UID"}},
+    {"emptyUser", {"app", "sign-in", ""}, 2, {"user \"\""}},
     {"wordOfAnotherType",
      {"store", "set", "k", "1.5", "--type", "integer"},
      2,

@@ -11,7 +11,7 @@ using testing::StartsWith;
 
 const std::string kGlancery = GLANCERY_BUILD "/glancery";
 
-TEST(HomeCommand, EndsAsSoonAsItsAddressIsKnown) {
+TEST(HomeCommand, EndsOnASignalOnceItsURLIsPrinted) {
   const Folder folder;
   for (int time = 0; time < 6; ++time) {
     Child home({kGlancery, "home", "--port", "0", "--container", folder.path() / "c"});
@@ -20,17 +20,17 @@ TEST(HomeCommand, EndsAsSoonAsItsAddressIsKnown) {
   }
 }
 
-TEST(HomeCommand, NamesWhatItCantServe) {
+TEST(HomeCommand, ReportsAPortOrContainerInUse) {
   const Phone phone;
   Child first({kGlancery, "home", "--port", "0", "--container", phone.container()});
   const std::string address = first.line();
   const std::string port = address.substr(17, address.size() - 18);
   const Ran second = phone.glancery({"home", "--port", "0"});
   EXPECT_EQ(second.status, 1);
-  EXPECT_THAT(second.err, HasSubstr("belongs to a home screen that is running"));
+  EXPECT_THAT(second.err, HasSubstr("is used by another home screen"));
   const Ran taken = Phone().glancery({"home", "--port", port});
   EXPECT_EQ(taken.status, 1);
-  EXPECT_THAT(taken.err, HasSubstr("the port " + port + " of 127.0.0.1 can't be served"));
+  EXPECT_THAT(taken.err, HasSubstr("port " + port + " of 127.0.0.1 can't be opened"));
   const Ran unusual = phone.glancery({"home", "--budget", "-1"});
   EXPECT_EQ(unusual.status, 2);
   EXPECT_THAT(unusual.err, HasSubstr("--budget"));

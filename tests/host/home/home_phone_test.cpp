@@ -7,10 +7,13 @@
 #include <stop_token>
 #include <thread>
 
+#include "host/home/device_clock.h"
 #include "host/home/home_actions.h"
+#include "host/home/home_loop.h"
 #include "host/home/home_state.h"
-#include "host/phone/command_error.h"
+#include "host/http/json_members.h"
 #include "host/phone/host_app.h"
+#include "host/phone/host_error.h"
 #include "host/transfer/transfer_store.h"
 #include "platform/foundation/defaults/suite_file.h"
 #include "store/shared_store.h"
@@ -43,19 +46,23 @@ class Home : public testing::Test {
     fs::remove(bundle() / "Glancery");
     fs::create_symlink(program, bundle() / "Glancery");
   }
+  /// Settings for this test's bundle and container, made current.
+  HostSettings settings(const char* now = kNow) const {
+    const HostSettings settings = {.extension = bundle(),
+                                   .container = folder_.path() / "container",
+                                   .device = {.clock = Clock::frozenAt(instant(now))},
+                                   .infoOverrides = {{"ApiBaseUrl", "http://127.0.0.1:9"}}};
+    fs::create_directories(settings.container);
+    makeCurrent(settings);
+    return settings;
+  }
   std::unique_ptr<HomePhone> phone(const char* now = kNow, std::stop_token leaving = {}) const {
-    auto started =
-        std::make_unique<HomePhone>(DeviceOptions{.extension = bundle(),
-                                                  .container = folder_.path() / "container",
-                                                  .now = now,
-                                                  .timeZone = "UTC",
-                                                  .info = {"ApiBaseUrl=http://127.0.0.1:9"}},
-                                    RefreshBudget(),
-                                    std::move(leaving));
+    auto started = std::make_unique<HomePhone>(settings(now), RefreshBudget(), std::move(leaving));
+    started->start();
     return started;
   }
 
-  /// Not noticed by the phone yet.
+  /// The phone has not noticed it yet.
   static void killExtension(const HomePhone& phone) {
     EXPECT_EQ(::kill(phone.host().extension().pid(), SIGKILL), 0);
     pollfd gone = {phone.extensionDescriptor(), POLLIN, 0};
@@ -83,13 +90,13 @@ class Home : public testing::Test {
   world::Folder folder_;
 };
 
-TEST_F(Home, ShowsTheHostAppsChangesAndWhatIsDueAtMidnight) {
+TEST_F(Home, ShowsChangesOfTheHostAppAndTheNextDay) {
   const auto home = phone();
   const std::string before = streak(*home).version;
   perform(*home, R"({"action": "streak", "count": 12, "lastActive": "2026-03-05T08:00:00Z"})");
   EXPECT_NE(streak(*home).version, before);
   EXPECT_EQ(reasonOf(*home, 1), std::string("the host app changed ") + glancery::kStreakDataKey);
-  EXPECT_EQ(reasonOf(*home, 3), "first request") << "the mood log has nothing to do with it";
+  EXPECT_EQ(reasonOf(*home, 3), "first request") << "the mood log does not show it";
   EXPECT_THAT(stateJSON(*home),
               AllOf(HasSubstr(R"("count":12)"), HasSubstr(R"("alt":"Tu racha — 12)")));
   const std::string maintained = streak(*home).version;
@@ -101,7 +108,7 @@ TEST_F(Home, ShowsTheHostAppsChangesAndWhatIsDueAtMidnight) {
   EXPECT_EQ(reasonOf(*home, 1), "the clock was set back");
 }
 
-TEST_F(Home, FindsItsWidgetsAsItLeftThem) {
+TEST_F(Home, RestoresItsWidgetsAfterARestart) {
   std::vector<std::string> versions;
   {
     const auto home = phone();
@@ -114,16 +121,16 @@ TEST_F(Home, FindsItsWidgetsAsItLeftThem) {
   for (TimelineScheduler::Id id = 0; id < versions.size(); ++id) {
     EXPECT_EQ(again->widgets()[id].version, versions[id]);
     EXPECT_EQ(again->scheduler().at(id).record().fetched, instant(kNow))
-        << "asked again for " << id;
+        << "requested again: " << id;
   }
-  // What changed while nobody looked: the host app's part, the device, the files themselves.
+  // Changes between two runs: the host app's data, the clock, a damaged file.
   recordStreak(3, instant(kNow));
-  EXPECT_EQ(reasonOf(*phone("2026-03-05T14:40:00Z"), 1), "the host app wrote meanwhile");
+  EXPECT_EQ(reasonOf(*phone("2026-03-05T14:40:00Z"), 1), "the suite changed meanwhile");
   EXPECT_EQ(reasonOf(*phone("2026-03-04T14:40:00Z"), 1), "the clock was set back");
   world::writeWhole(timelineFile(sharedContainer(), "StreakWidget"), "nonsense");
   const auto damaged = phone();
   EXPECT_EQ(reasonOf(*damaged, 1), "first request");
-  EXPECT_TRUE(says(*damaged, "StreakWidget.timeline is no timeline of a widget"));
+  EXPECT_TRUE(says(*damaged, "StreakWidget.timeline is not a stored timeline"));
 }
 
 TEST_F(Home, KeepsTheLastPictureOfAnExtensionThatFails) {
@@ -138,20 +145,20 @@ TEST_F(Home, KeepsTheLastPictureOfAnExtensionThatFails) {
       std::this_thread::sleep_until(home->nextRetry().value());
       home->advance();
     }
-    EXPECT_THAT(streak(*home).problem.value_or(""), HasSubstr("left with status 1"));
+    EXPECT_THAT(streak(*home).problem.value_or(""), HasSubstr("exited with status 1"));
     EXPECT_EQ(streak(*home).failures, failures);
     EXPECT_EQ(streak(*home).version, shown);
     EXPECT_THAT(stateJSON(*home), HasSubstr(R"("running":false)"));
   }
   useProgram(bundled);
   perform(*home, R"({"action": "streak", "count": 3})");
-  EXPECT_EQ(streak(*home).problem, std::nullopt) << "what it failed at is changed";
+  EXPECT_EQ(streak(*home).problem, std::nullopt) << "a change of the host app ends the delay";
   EXPECT_NE(streak(*home).version, shown);
   EXPECT_EQ(home->nextRetry(), std::nullopt);
   EXPECT_THAT(stateJSON(*home), Not(HasSubstr(R"("running":false,"launches")")));
 }
 
-TEST_F(Home, WaitsForNoAnswerOnceItIsToEnd) {
+TEST_F(Home, StopsWaitingForAnAnswerWhenItEnds) {
   std::stop_source leaving;
   const auto home = phone(kNow, leaving.get_token());
   ASSERT_EQ(::kill(home->host().extension().pid(), SIGSTOP), 0);
@@ -160,10 +167,10 @@ TEST_F(Home, WaitsForNoAnswerOnceItIsToEnd) {
     leaving.request_stop();
   });
   perform(*home, R"({"action": "reload", "kind": "StreakWidget"})");
-  EXPECT_THAT(streak(*home).problem.value_or(""), HasSubstr("nobody waits"));
+  EXPECT_THAT(streak(*home).problem.value_or(""), HasSubstr("shutting down"));
 }
 
-TEST_F(Home, IsTheOtherPhoneEvenIfTheExtensionEndsOverTheChange) {
+TEST_F(Home, ChangesTheDeviceEvenIfTheExtensionHasEnded) {
   const auto home = phone();
   const std::string spanish = streak(*home).item.displayName;
   killExtension(*home);
@@ -175,7 +182,7 @@ TEST_F(Home, IsTheOtherPhoneEvenIfTheExtensionEndsOverTheChange) {
   EXPECT_EQ(reasonOf(*home, 1), "the timeline's policy");
 }
 
-TEST_F(Home, BearsAContainerThatCantBeUsed) {
+TEST_F(Home, SurvivesAContainerThatCantBeUsed) {
   const auto home = phone();
   const auto suite = SuiteFile::pathOf(sharedContainer(), glancery::kAppGroupIdentifier);
   fs::create_directories(suite);
@@ -185,11 +192,10 @@ TEST_F(Home, BearsAContainerThatCantBeUsed) {
   perform(*home, R"({"action": "streak", "count": 2})");
   EXPECT_EQ(reasonOf(*home, 1), std::string("the host app changed ") + glancery::kStreakDataKey);
 
-  HomePhone following({.extension = bundle(), .container = sharedContainer()}, RefreshBudget());
   fs::remove_all(sharedContainer());
   world::writeWhole(sharedContainer(), "a file");
-  following.systemZoneChanged();
-  EXPECT_TRUE(says(following, "can't be used"));
+  perform(*home, R"({"action": "reload", "kind": "StreakWidget"})");
+  EXPECT_TRUE(says(*home, "StreakWidget.timeline can't be written"));
 }
 
 TEST_F(Home, ReportsActionsThatCannotBeStored) {
@@ -205,8 +211,9 @@ TEST_F(Home, ReportsActionsThatCannotBeStored) {
     try {
       performAction(*home, action);
       ADD_FAILURE() << action;
-    } catch (const CommandError& error) {
-      EXPECT_EQ(error.status(), kNotDone);
+    } catch (const InvalidValue& error) {
+      ADD_FAILURE() << error.what();
+    } catch (const HostError& error) {
       EXPECT_THAT(error.what(), HasSubstr("Is a directory")) << action;
     }
   }
@@ -218,14 +225,67 @@ TEST_F(Home, OutlivesTheFolderItWasStartedIn) {
   const auto start = bundle().parent_path() / "start";
   fs::create_directory(start);
   fs::current_path(start);
-  HomePhone home({.extension = "../Glancery.appex", .container = start / "../container"},
-                 RefreshBudget());
+  HostSettings relative = settings();
+  relative.extension = requireExtension("../Glancery.appex");
+  HomePhone home(relative, RefreshBudget());
+  home.start();
   fs::remove(start);
-  EXPECT_THROW(performAction(home, R"({"action": "device", "scheme": "dark"})"), CommandError);
+  killExtension(home);
+  perform(home, R"({"action": "device", "locale": "fr_FR"})");
+  EXPECT_EQ(reasonOf(home, 1), "the device's settings changed");
   fs::current_path(here);
 }
 
-TEST_F(Home, DeliversWhatAnotherHostHasLeft) {
+TEST_F(Home, FollowsTheMachinesTimeZoneUnlessOneWasChosen) {
+  HostSettings following = settings();
+  following.followsMachineZone = true;
+  HomePhone home(following, RefreshBudget());
+  home.start();
+  const char* const zone = std::getenv("TZ");
+  const std::string before = zone ? zone : "";
+  ::setenv("TZ", "Asia/Kathmandu", 1);
+  home.systemZoneChanged();
+  EXPECT_EQ(home.settings().device.timeZone, "Asia/Kathmandu");
+  perform(home, R"({"action": "device", "timeZone": "Asia/Tokyo"})");
+  home.systemZoneChanged();
+  EXPECT_EQ(home.settings().device.timeZone, "Asia/Tokyo");
+  zone ? ::setenv("TZ", before.c_str(), 1) : ::unsetenv("TZ");
+}
+
+// The extension of a host that has died may have stored a record whose reload nobody handled.
+TEST_F(Home, ShowsARecordWhoseReloadReachedNoHome) {
+  const auto storeAffirmation = [] {
+    saveSharedSuite([](Dictionary& suite) {
+      suite.set(glancery::kAffirmationDataKey, Data{R"({"text": "Respira", "color": "blush"})"});
+      return true;
+    });
+  };
+  (void)phone();
+  storeAffirmation();
+  const auto home = phone("2026-03-05T14:35:00Z");
+  EXPECT_EQ(reasonOf(*home, 2), "the suite changed meanwhile");
+  EXPECT_EQ(reasonOf(*home, 1), "first request") << "the streak shows no affirmation";
+  // A running home screen leaves this to the extension's own request.
+  changeSharedSuite([](Dictionary& suite) { return suite.remove(glancery::kAffirmationDataKey); });
+  home->suiteChanged();
+  home->advance();
+  EXPECT_EQ(reasonOf(*home, 2), "the suite changed meanwhile");
+}
+
+TEST_F(Home, NoticesAChangeBeforeItsLoopWatchesTheSuite) {
+  const auto home = phone();
+  recordStreak(3, instant(kNow));
+  std::string first;
+  HomeLoop loop(*home, [&](const HomeView& view) {
+    if (first.empty()) {
+      first = view.state;
+    }
+  });
+  loop.start();
+  EXPECT_THAT(first, HasSubstr(R"("count":3)"));
+}
+
+TEST_F(Home, DeliversResultsOfAnEarlierHost) {
   (void)phone();
   const auto container = sharedContainer();
   const auto leave = [&](const std::string& session) {
@@ -236,7 +296,7 @@ TEST_F(Home, DeliversWhatAnotherHostHasLeft) {
   leave("com.quiloapp.fetchAffirmationTask");
   const auto home = phone();
   EXPECT_TRUE(listTransfers(container).tasks.empty());
-  // An extension that can't be started now gets it later, and not before the pause is over.
+  // If the extension can't be started, the result is delivered after the retry delay.
   leave("com.quiloapp.fetchAffirmationTask");
   killExtension(*home);
   const auto bundled = fs::read_symlink(bundle() / "Glancery");
@@ -271,24 +331,24 @@ TEST_F(Home, AResultThatNoWidgetTakesBlocksNoOther) {
   EXPECT_FALSE(home->nextRetry());
 }
 
-TEST(HomeRetries, PauseLongerEachTime) {
+TEST(HomeRetries, BackOff) {
   std::vector<std::int64_t> pauses;
   for (const int failures : {1, 2, 3, 8, 9, 10, 1000}) {
-    pauses.push_back(pauseAfterFailures(failures).count());
+    pauses.push_back(retryDelay(failures).count());
   }
   EXPECT_THAT(pauses, ElementsAre(1, 2, 4, 128, 256, 300, 300));
 }
 
-TEST_F(Home, NamesWhatIsWrongWithAnAction) {
+TEST_F(Home, NamesTheFaultOfAnAction) {
   const auto home = phone();
   const std::pair<const char*, const char*> rows[] = {
-      {"", "no JSON object"},
-      {"[]", "no JSON object"},
+      {"", "not valid JSON"},
+      {"[]", "not a JSON object"},
       {"{}", "\"action\""},
-      {R"({"action": 7})", "\"action\" is no text"},
+      {R"({"action": 7})", "\"action\" must be a string"},
       {R"({"action": "dance"})", "\"dance\""},
       {R"({"action": "sign-in"})", "\"uid\""},
-      {R"({"action": "sign-in", "uid": ""})", "UID"},
+      {R"({"action": "sign-in", "uid": ""})", "\"uid\""},
       {R"({"action": "streak", "count": 1.5})", "\"count\""},
       {R"({"action": "streak", "count": 1, "lastActive": "yesterday"})", "\"yesterday\""},
       {R"({"action": "mood", "mood": "fine"})", "\"fine\""},
@@ -306,17 +366,17 @@ TEST_F(Home, NamesWhatIsWrongWithAnAction) {
     try {
       performAction(*home, action);
       ADD_FAILURE() << action;
-    } catch (const CommandError& error) {
-      EXPECT_THAT(error.what(), HasSubstr(names)) << action;
+    } catch (const std::runtime_error& error) {
+      EXPECT_THAT(error.what(), AllOf(HasSubstr(names), Not(HasSubstr("--")))) << action;
     }
   }
   EXPECT_EQ(stateJSON(*home), before) << "nothing happened";
 }
 
-TEST_F(Home, IsAnotherPhoneAfterEveryChangeOfTheDevice) {
+TEST_F(Home, AppliesEveryChangeOfTheDevice) {
   const auto home = phone();
   perform(*home, R"({"action": "clock", "running": true})");
-  EXPECT_TRUE(home->isRunning());
+  EXPECT_TRUE(isRunning(home->settings().device.clock));
   perform(*home, R"({"action": "clock", "running": false})");
   const Date stands = Date::now();
   const std::string light = streak(*home).version;
@@ -328,10 +388,10 @@ TEST_F(Home, IsAnotherPhoneAfterEveryChangeOfTheDevice) {
   EXPECT_EQ(reasonOf(*home, 0), "the device's settings changed");
   EXPECT_NE(home->widgets()[0].item.displayName, spanish);
   EXPECT_EQ(home->widgets()[0].list.size, (Size{292, 141}));
-  EXPECT_EQ(Date::now(), stands) << "the clock stays as it is";
+  EXPECT_EQ(Date::now(), stands) << "the clock does not change";
 }
 
-TEST_F(Home, TellsWhatATapOpens) {
+TEST_F(Home, ReturnsTheLinkOfATap) {
   const auto home = phone();
   EXPECT_EQ(performAction(*home, R"({"action": "tap", "kind": "Checkin", "x": 40, "y": 90})"),
             R"({"link":null})");

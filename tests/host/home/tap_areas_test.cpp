@@ -29,7 +29,7 @@ TEST(TapAreas, JoinWhatALinkHoldsWithinTheWidget) {
                                       image("backdrop", {80, 10, 40, 20}, "app://three")}};
   const auto areas = tapAreas(list, bundle);
   ASSERT_EQ(areas.size(), 3u);
-  EXPECT_EQ(areas[0].frame, (Rect{0, 10, 15, 40})) << "both items, as far as they are to be seen";
+  EXPECT_EQ(areas[0].frame, (Rect{0, 10, 15, 40})) << "the visible part of both items";
   EXPECT_EQ(areas[0].link, "app://one");
   EXPECT_EQ(areas[0].label, bundle.localizedString("well") + " uno");
   EXPECT_EQ(areas[1].frame, (Rect{50, 10, 20, 20}));

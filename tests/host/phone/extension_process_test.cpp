@@ -7,7 +7,7 @@
 #include <csignal>
 #include <thread>
 
-#include "host/phone/dirty_memory.h"
+#include "host/phone/memory_limit.h"
 #include "tests/world.h"
 
 namespace host {
@@ -66,19 +66,19 @@ INSTANTIATE_TEST_SUITE_P(
     Misbehaviour,
     ::testing::Values(
         Case{"crash", Kind::crashed, "the extension crashed: Aborted (about to fall)"},
-        Case{"leave", Kind::crashed, "the extension left with status 7 without an answer"},
+        Case{"leave", Kind::crashed, "the extension exited with status 7 without an answer"},
         Case{"hang", Kind::hung, "it gave no answer within 1000 ms"},
-        Case{"babble", Kind::nonsense, "it sent a malformed message"},
-        Case{"mumble", Kind::nonsense, "\"type\" is missing or malformed"},
-        Case{"confuse", Kind::nonsense, "it answered request 2 where 1 was asked"}),
+        Case{"babble", Kind::malformed, "it sent a malformed message"},
+        Case{"mumble", Kind::malformed, "\"reloadAfter\" must be a finite number"},
+        Case{"confuse", Kind::malformed, "it answered request 2 instead of 1"}),
     [](const auto& row) { return std::string(row.param.how); });
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 INSTANTIATE_TEST_SUITE_P(
     Memory,
     Misbehaviour,
-    ::testing::Values(Case{"hoard", Kind::memory, "MiB of dirty memory where 30.0 MiB are allowed"},
-                      Case{"devour", Kind::memory, "of dirty memory where 30.0 MiB are allowed"}),
+    ::testing::Values(Case{"hoard", Kind::memory, "MiB of dirty memory, the limit is 30.0 MiB"},
+                      Case{"devour", Kind::memory, "of dirty memory, the limit is 30.0 MiB"}),
     [](const auto& row) { return std::string(row.param.how); });
 #endif
 
@@ -89,7 +89,7 @@ TEST(ExtensionProcess, MayMapFilesOfAnySize) {
   EXPECT_TRUE(answer) << answer.error().reason;
 }
 
-TEST(DirtyMemory, IsWhatIsTheProcessesOwnInMemoryOrSwappedOut) {
+TEST(DirtyMemory, CountsAnonymousPagesInMemoryAndSwappedOut) {
   EXPECT_EQ(dirtyMemoryIn("Name:\tGlancery\nVmHWM:\t   9000 kB\nRssAnon:\t    1300 kB\n"
                           "RssFile:\t    7000 kB\nRssShmem:\t      70 kB\nVmSwap:\t     200 kB\n"),
             1500u * 1024);
@@ -105,7 +105,7 @@ TEST(ExtensionProcess, ALogLargerThanAPipeIsCollectedWhole) {
   EXPECT_EQ(extension->log().back(), "line 19999 of more than any pipe holds at once");
 }
 
-TEST(ExtensionProcess, ALogWithoutEndIsNeitherKeptNorReadForEver) {
+TEST(ExtensionProcess, AnEndlessLogIsBounded) {
   const world::Folder folder;
   const auto extension = startThatDoes(folder, "flood");
   const auto answer = extension->ask(DescribeRequest());
@@ -114,12 +114,12 @@ TEST(ExtensionProcess, ALogWithoutEndIsNeitherKeptNorReadForEver) {
   EXPECT_LE(extension->takeLog().size(), 4200u) << "16 MiB";
 }
 
-TEST(ExtensionProcess, MessagesThatCameWhileOneWasServedAreNotWaitedFor) {
+TEST(ExtensionProcess, HandlesMessagesThatArriveDuringAnother) {
   const world::Folder folder;
   int reloads = 0;
   const auto reload = [&](const std::string&) {
     ++reloads;
-    std::this_thread::sleep_for(100ms);  // The rest, and the answer, arrive meanwhile.
+    std::this_thread::sleep_for(100ms);  // The other messages arrive meanwhile.
   };
   const auto extension = startThatDoes(folder, "insist", kGenerous, {.reload = reload});
   const auto answer = extension->ask(DescribeRequest());
@@ -127,8 +127,8 @@ TEST(ExtensionProcess, MessagesThatCameWhileOneWasServedAreNotWaitedFor) {
   EXPECT_EQ(reloads, 3);
 }
 
-TEST(ExtensionProcess, OneThatLingersIsEndedWithTheHost) {
-  // The second has closed its log: that is no sign that it is gone.
+TEST(ExtensionProcess, IsKilledIfItDoesNotExitWithTheHost) {
+  // The second one closes its log, which does not mean that it has exited.
   for (const char* how : {"linger", "withdraw"}) {
     const world::Folder folder;
     auto extension = startThatDoes(folder, how, kGenerous);

@@ -1,8 +1,9 @@
-// An extension that does what its folder is called, for the tests of the host that has to bear it.
+// An extension that misbehaves as the name of its folder says.
 
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -23,7 +24,7 @@ void takeMemory(std::size_t mebibytes) {
   for (std::size_t index = 0; index < mebibytes; ++index) {
     taken.emplace_back(std::size_t{1} << 20, 'x');
   }
-  // Long enough to be seen, short enough not to be a hang.
+  // Longer than the interval of memory checks, shorter than the timeout of an answer.
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
 }
 
@@ -61,7 +62,8 @@ void misbehave(const std::string& how, MessageChannel& channel, std::int64_t id)
     (void)::write(kHostSocket, "\0\0\0\4nope", 8);
   }
   if (how == "mumble") {
-    (void)channel.send(Dictionary{{"id", id}, {"type", "gossip"}});
+    (void)channel.send(encode(ExtensionMessage{
+        id, ArchivedTimeline{{}, TimelineReloadPolicy::after(Date::since1970(std::nan("")))}}));
   }
   if (how == "confuse") {
     (void)channel.send(encode(ExtensionMessage{id + 1, Done()}));

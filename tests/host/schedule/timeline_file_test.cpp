@@ -22,7 +22,7 @@ StoredWidget storedWidget() {
                        .lastByPolicy = now.addingTimeInterval(-60),
                        .counted = {now.addingTimeInterval(-60), now}},
           .timeline = {{{.date = now,
-                         .fields = {{"count", 7}},
+                         .fields = R"({"count":7})",
                          .light = {},
                          .dark = {},
                          .direction = LayoutDirection::rightToLeft}},
@@ -54,10 +54,8 @@ TEST(TimelineFile, NamesAFileThatIsNoTimeline) {
     ASSERT_FALSE(loaded) << length;
     EXPECT_THAT(loaded.error(), HasSubstr("Widget.timeline"));
   }
-  world::writeWhole(file,
-                    "\xA1\x61"
-                    "a\x01");  // A dictionary of something else.
-  EXPECT_FALSE(loadWidget(file));
+  world::writeWhole(file, encode(ExtensionMessage{0, Done()}).value());
+  EXPECT_FALSE(loadWidget(file)) << "another message";
   StoredWidget timeless = storedWidget();
   timeless.schedule.counted.push_back(Date::since1970(std::nan("")));
   ASSERT_TRUE(storeWidget(file, timeless));

@@ -32,7 +32,7 @@ class Simulation {
     scheduler_.place("Widget");
   }
 
-  /// The clock runs until `end` and wakes the phone for what is due, and for nothing else.
+  /// Runs the clock until `end`, and wakes the phone only when something is due.
   void runUntil(Date end) {
     step();
     while (scheduler_.next() && *scheduler_.next() <= end) {
@@ -42,16 +42,16 @@ class Simulation {
     }
     now_ = end;
   }
-  /// The clock is another one at once: a suspended machine, a traveller, a correction.
+  /// Sets the clock, as after a suspension or by the user.
   void jumpTo(Date instant) {
     now_ = instant;
     step();
   }
-  void want(ReloadCause cause) {
-    scheduler_.want("Widget", {cause, ""});
+  void request(ReloadCause cause) {
+    scheduler_.request("Widget", {cause, ""});
     step();
   }
-  /// The process ends, and another one goes on from what was kept.
+  /// Ends the process and starts another one from the stored schedule.
   void restart() {
     const WidgetSchedule kept(scheduler_.at(0).record(), plan_);
     scheduler_ = TimelineScheduler(scheduler_.budget());
@@ -107,7 +107,7 @@ Provider every(double seconds) {
   return [seconds](Date now) { return TimelinePlan{{now}, now.addingTimeInterval(seconds)}; };
 }
 
-TEST(Scheduler, IsThereAtEveryMidnightThatAZoneHas) {
+TEST(Scheduler, WakesAtEveryMidnightOfEachZone) {
   struct Row {
     const char* zone;
     const char* start;
@@ -162,9 +162,9 @@ TEST(Scheduler, KeepsAGreedyProviderWithinItsBudget) {
     EXPECT_EQ(phone.reloads[index].first,
               phone.reloads[index - 1].first.addingTimeInterval(kBudget.spacing));
   }
-  phone.want(ReloadCause::hostApp);
+  phone.request(ReloadCause::hostApp);
   EXPECT_EQ(phone.reloads.back().second, ReloadCause::hostApp) << "the host app is free";
-  phone.want(ReloadCause::extension);
+  phone.request(ReloadCause::extension);
   EXPECT_EQ(phone.reloads.size(), 52u) << "the extension waits";
   phone.runUntil(start.addingTimeInterval(2 * kDay - 1));
   EXPECT_EQ(phone.reloads.size(), 102u) << "another 50 in the next 24 hours";
@@ -173,7 +173,7 @@ TEST(Scheduler, KeepsAGreedyProviderWithinItsBudget) {
   EXPECT_GE(phone.reloads.size(), 111u) << "every minute";
 }
 
-TEST(Scheduler, TakesAJumpOfTheClockForOneStep) {
+TEST(Scheduler, HandlesAClockChangeInOneStep) {
   const Date start = instant("2026-03-05T12:00:00Z");
   const Calendar calendar(*TimeZone::withIdentifier("UTC"));
   Simulation phone(daily(calendar), {}, start);
@@ -187,12 +187,12 @@ TEST(Scheduler, TakesAJumpOfTheClockForOneStep) {
   EXPECT_EQ(phone.reloads.back().second, ReloadCause::clock) << "made later than now";
   EXPECT_EQ(phone.scheduler().at(0).budgetLeft(start, {}), 50) << "nothing is spent yet";
   phone.jumpTo(start.addingTimeInterval(99 * kDay - 1));
-  EXPECT_EQ(phone.reloads.size(), 3u) << "a correction by a second";
+  EXPECT_EQ(phone.reloads.size(), 3u) << "a change by a second has no effect";
   phone.runUntil(start.addingTimeInterval(100 * kDay));
   EXPECT_EQ(phone.reloads.back().first, instant("2026-06-13T00:00:00Z")) << "the next midnight";
 }
 
-TEST(Scheduler, GoesOnAfterARestartAsIfThereHadBeenNone) {
+TEST(Scheduler, ContinuesAfterARestart) {
   std::mt19937 random(7);
   const Date start = instant("2026-10-24T09:00:00Z");
   const auto life = [&](bool restarts) {
@@ -206,7 +206,7 @@ TEST(Scheduler, GoesOnAfterARestartAsIfThereHadBeenNone) {
       if (restarts && random() % 2 == 0) {
         phone.restart();
       }
-      phone.want(events() % 3 == 0 ? ReloadCause::hostApp : ReloadCause::extension);
+      phone.request(events() % 3 == 0 ? ReloadCause::hostApp : ReloadCause::extension);
     }
     return phone.reloads;
   };
@@ -215,7 +215,7 @@ TEST(Scheduler, GoesOnAfterARestartAsIfThereHadBeenNone) {
   EXPECT_THAT(life(true), ElementsAreArray(reloads));
 }
 
-TEST(Scheduler, MergesReloadsAndForgetsNone) {
+TEST(Scheduler, MergesReloadsWithoutLosingOne) {
   const Date now = instant("2026-03-05T12:00:00Z");
   TimelineScheduler scheduler;
   const auto first = scheduler.place("A");
@@ -231,15 +231,15 @@ TEST(Scheduler, MergesReloadsAndForgetsNone) {
   const TimelinePlan plan = {{now}, std::nullopt};
   const ReloadRequest byApp = {ReloadCause::hostApp, "app"};
   EXPECT_EQ(reloadsOf().size(), 3u);
-  EXPECT_THAT(reloadsOf(), IsEmpty()) << "asked already";
-  scheduler.want("A", byApp);
-  EXPECT_THAT(reloadsOf(), IsEmpty()) << "what is wanted meanwhile waits for the answer";
+  EXPECT_THAT(reloadsOf(), IsEmpty()) << "requested already";
+  scheduler.request("A", byApp);
+  EXPECT_THAT(reloadsOf(), IsEmpty()) << "a request during a fetch waits for its end";
   for (const auto widget : {first, second, other}) {
     scheduler.fetched(widget, plan, {ReloadCause::first, ""}, now);
   }
-  scheduler.want("A", {ReloadCause::extension, ""});
-  scheduler.want("A", byApp);
-  scheduler.want("nobody", byApp);
+  scheduler.request("A", {ReloadCause::extension, ""});
+  scheduler.request("A", byApp);
+  scheduler.request("nobody", byApp);
   EXPECT_THAT(
       reloadsOf(),
       ElementsAre(std::pair(first, ReloadCause::hostApp), std::pair(second, ReloadCause::hostApp)));
@@ -250,7 +250,7 @@ TEST(Scheduler, MergesReloadsAndForgetsNone) {
   EXPECT_THAT(reloadsOf(), ElementsAre(std::pair(first, ReloadCause::hostApp)));
 }
 
-TEST(Scheduler, FindsWhatIsDueAmongMany) {
+TEST(Scheduler, FindsTheDueWidgetAmongMany) {
   std::mt19937 random(11);
   const Date start = instant("2026-03-05T00:00:00Z");
   TimelineScheduler scheduler({.enforced = false});
@@ -261,7 +261,7 @@ TEST(Scheduler, FindsWhatIsDueAmongMany) {
                     WidgetSchedule({.fetched = start}, {{start}, wanted.back()}));
   }
   scheduler.advance(start);  // Shows the first entries.
-  // Plans that are overtaken by others, earlier and later ones.
+  // Plans are replaced by earlier and later ones.
   for (std::size_t change = 0; change < 3 * wanted.size(); ++change) {
     const std::size_t widget = change % wanted.size();
     wanted[widget] = start.addingTimeInterval(1 + static_cast<double>(random() % 86'400));

@@ -69,7 +69,7 @@ TEST(WidgetSchedule, ShowsEachEntryWhenItsDateComes) {
   EXPECT_EQ(WidgetSchedule().nextEntry(at(0), kBudget), std::nullopt);
 }
 
-TEST(WidgetSchedule, LetsAFreeReloadThroughAndACountedOneWhenTheBudgetAllows) {
+TEST(WidgetSchedule, ChecksTheBudgetOfCountedReloadsOnly) {
   constexpr double kDay = 24 * 60 * 60;
   constexpr RefreshBudget kTwo = {.perDay = 2, .spacing = 300};
   const ReloadRequest byExtension = {ReloadCause::extension, "extension"};
@@ -154,16 +154,16 @@ TEST(WidgetSchedule, CountsTheLast24HoursOnly) {
   EXPECT_EQ(schedule.budgetLeft(at(86'400), kBudget), 1);
   schedule.fetched(planOf({0}), counted, at(90'000));
   EXPECT_EQ(schedule.record().counted.size(), 3u);
-  // A stricter budget than what was spent under a larger one.
+  // The budget is now smaller than what was spent.
   EXPECT_EQ(schedule.budgetLeft(at(90'000), {.perDay = 1}), 0);
 }
 
-TEST(WidgetSchedule, ForgetsWhatHasNotHappenedYetByAClockThatWasSetBack) {
+TEST(WidgetSchedule, ForgetsReloadsLaterThanAClockThatWasSetBack) {
   const ScheduleRecord record = {
       .fetched = at(0), .lastByPolicy = at(0), .counted = {at(-90), at(0)}};
   WidgetSchedule corrected(record, planOf({0}, 900));
   corrected.clockSetBack(at(-1));
-  EXPECT_EQ(corrected.record(), record) << "a correction by a second is nothing";
+  EXPECT_EQ(corrected.record(), record) << "a change by a second has no effect";
   WidgetSchedule schedule(record, planOf({0}, 900));
   schedule.clockSetBack(at(-60));
   EXPECT_EQ(schedule.record().counted, std::vector{at(-90)});

@@ -128,19 +128,12 @@ TEST(BinnacleWidget, LinksForAUserAndPrintsItsDays) {
   EXPECT_EQ(entry.light.element, link);
   EXPECT_NE(ask(ProvideRequest::What::placeholder).light.element, link);
 
-  std::vector<std::string> names;
-  for (const auto& [name, value] : entry.fields) {
-    names.push_back(name);
-  }
-  EXPECT_THAT(names, ElementsAre("date", "moodDays", "configuration", "hasUid"));
-  EXPECT_EQ(entry.fields[2].second, MirroredField("ConfigurationIntent"));
-  const auto& days = std::get<std::vector<MirroredRecord>>(entry.fields[1].second);
-  EXPECT_EQ(days.back().front().second.as<std::string>()->size(), 36u);
-  EXPECT_THAT(days.back(),
-              ElementsAre(Pair("id", ::testing::_),
-                          Pair("date", Value("2025-03-05T00:00:00.000Z")),
-                          Pair("dayLabel", Value("TODAY_LABEL")),
-                          Pair("mood", Value("well"))));
+  EXPECT_THAT(
+      entry.fields,
+      ::testing::MatchesRegex(R"(\{"date":"[^"]*","moodDays":\[.*,)"
+                              R"(\{"id":"[-0-9A-F]{36}","date":"2025-03-05T00:00:00\.000Z",)"
+                              R"("dayLabel":"TODAY_LABEL","mood":"well"\}\],)"
+                              R"("configuration":"ConfigurationIntent","hasUid":true\})"));
 }
 
 }  // namespace

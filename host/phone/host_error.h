@@ -1,0 +1,34 @@
+#pragma once
+
+#include <iostream>
+#include <stdexcept>
+#include <string>
+
+namespace host {
+
+/// What the host could not do, as one sentence for people.
+class HostError : public std::runtime_error {
+ public:
+  using runtime_error::runtime_error;
+};
+
+/// A value from outside is not valid. The sentence names the value and says what is valid.
+class InvalidValue : public HostError {
+ public:
+  using HostError::HostError;
+  InvalidValue(const std::string& name, const std::string& value, const std::string& valid)
+      : HostError(name + " \"" + value + "\": " + valid) {}
+};
+
+/// The extension has ended; a new launch may succeed.
+class ExtensionEnded : public HostError {
+ public:
+  using HostError::HostError;
+};
+
+/// Prints a line on standard error for a problem that does not stop the command.
+inline void complain(const std::string& line) {
+  std::cerr << "glancery: " << line << '\n';
+}
+
+}  // namespace host
