@@ -29,8 +29,7 @@ constexpr const char* kSchema = R"sql(CREATE TABLE tasks(
   attempts INTEGER NOT NULL DEFAULT 0, next REAL NOT NULL DEFAULT 0,
   sends INTEGER NOT NULL DEFAULT 0, ended INTEGER NOT NULL DEFAULT 0,
   error INTEGER, reason BLOB, status INTEGER, size INTEGER NOT NULL DEFAULT 0,
-  undelivered BLOB NOT NULL DEFAULT x'');
-CREATE INDEX ends ON tasks(ended) WHERE ended > 0)sql";
+  undelivered BLOB NOT NULL DEFAULT x''))sql";
 constexpr const char* kAllTasks = "SELECT * FROM tasks ORDER BY ended, id";
 
 fs::path transfersFolder(const fs::path& container) {
