@@ -18,8 +18,7 @@ DemoPhone::DemoPhone() {
   }
   container_ = name;
   setSharedContainer(container_);
-  auto suite =
-      require(NSUserDefaults::initWithSuiteName(glancery::kAppGroupIdentifier), "the shared suite");
+  auto suite = require(NSUserDefaults::initWithSuiteName(glancery::kAppGroupIdentifier));
   suite.setObject(Data{R"({"count":5,"timestamp":1772730000.25})"}, glancery::kStreakDataKey);
   suite.setObject("demo", glancery::kSharedUidKey);
 }
@@ -30,7 +29,7 @@ DemoPhone::~DemoPhone() {
 }
 
 ConfigureRequest DemoPhone::configure() const {
-  return {.device = {.clock = Clock::frozenAt(require(Date::fromISO8601(kNow), kNow)),
+  return {.device = {.clock = Clock::frozenAt(require(Date::fromISO8601(kNow))),
                      .timeZone = kTimeZone,
                      .locale = "es_MX",
                      .languages = {"es_MX"}},

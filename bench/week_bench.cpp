@@ -44,8 +44,7 @@ class MoodPhone : public DemoPhone {
       moods.set(keys.stringFromDate(*calendar.dateByAddingDays(-day, Date::now())),
                 glancery::kMoodNames[day % 5]);
     }
-    auto suite = require(NSUserDefaults::initWithSuiteName(glancery::kAppGroupIdentifier),
-                         "the shared suite");
+    auto suite = require(NSUserDefaults::initWithSuiteName(glancery::kAppGroupIdentifier));
     suite.setObject(*NSJSONSerialization::dataWithJSONObject(moods), glancery::kMoodsDataKey);
   }
 };

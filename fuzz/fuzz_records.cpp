@@ -8,7 +8,7 @@ using namespace platform;
 namespace {
 
 void store(const Data& json) {
-  auto suite = require(NSUserDefaults::initWithSuiteName(glancery::kAppGroupIdentifier), "a suite");
+  auto suite = require(NSUserDefaults::initWithSuiteName(glancery::kAppGroupIdentifier));
   for (const char* key :
        {glancery::kStreakDataKey, glancery::kAffirmationDataKey, glancery::kMoodsDataKey}) {
     suite.setObject(json, key);

@@ -13,7 +13,6 @@ namespace glancery {
 struct AffirmationResponse {
   std::optional<std::string> text = {};
   std::optional<std::string> color = {};
-  friend bool operator==(const AffirmationResponse&, const AffirmationResponse&) = default;
 };
 
 /// The extension's only network client: starts the download of an affirmation and, in this launch

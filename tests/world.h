@@ -27,9 +27,8 @@ class Folder {
  public:
   Folder() {
     std::string name = (std::filesystem::temp_directory_path() / "glancery-XXXXXX").string();
-    path_ = platform::require(
-        ::mkdtemp(name.data()) ? std::optional<std::filesystem::path>(name) : std::nullopt,
-        "a folder for the test");
+    path_ = platform::require(::mkdtemp(name.data()) ? std::optional<std::filesystem::path>(name)
+                                                     : std::nullopt);
   }
   ~Folder() { std::filesystem::remove_all(path_); }
   Folder(const Folder&) = delete;

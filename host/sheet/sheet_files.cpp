@@ -53,7 +53,7 @@ Json jsonOf(const Difference& difference) {
 }
 
 std::string pageText(std::string_view name) {
-  return std::string(platform::require(pageFile(kSheetPages, name), "an embedded page"));
+  return std::string(platform::require(pageFile(kSheetPages, name)));
 }
 
 Document documentOf(const Json& json, std::string_view page) {

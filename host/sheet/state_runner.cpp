@@ -45,8 +45,7 @@ ArchivedEntry StateRunner::entryOf(const RenderJob& job) {
     settings_.device.clock = Clock::frozenAt(job.state->now);
     settings_.device.locale = job.locale;
     settings_.device.languages = {std::string(job.locale)};
-    settings_.device.systemVersion =
-        require(parseOperatingSystemVersion(job.system), "a system of the sheet");
+    settings_.device.systemVersion = require(parseOperatingSystemVersion(job.system));
     settings_.scheme = job.scheme;
     settings_.screen = *job.screen;
     setCurrentDevice(settings_.device);

@@ -13,11 +13,9 @@ namespace platform {
 
 /// The value, which must be present: a literal that must parse, a date that must exist.
 template <class T>
-T require(std::optional<T> value,
-          std::string_view what,
-          std::source_location where = std::source_location::current()) {
+T require(std::optional<T> value, std::source_location where = std::source_location::current()) {
   if (!value) {
-    fatalError(what, where);
+    fatalError("a required value is missing", where);
   }
   return *std::move(value);
 }

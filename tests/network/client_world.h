@@ -84,7 +84,7 @@ class ClientWorld {
   }
 
   static platform::NSUserDefaults suite() {
-    return platform::require(platform::NSUserDefaults::initWithSuiteName(kAppGroup), "the suite");
+    return platform::require(platform::NSUserDefaults::initWithSuiteName(kAppGroup));
   }
   std::filesystem::path folder() const { return container_.path(); }
 

@@ -10,7 +10,7 @@ namespace glancery {
 
 /// The contents of the affirmation widget from `date` on.
 struct AffirmationEntry {
-  platform::Date date = platform::Date::since1970(0);
+  platform::Date date = platform::Date::distantPast();
   std::optional<std::string> affirmation = {};
   std::optional<std::string> colorName = {};
   /// Whether a user is signed in; otherwise the widget has no link.

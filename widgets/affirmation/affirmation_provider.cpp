@@ -17,7 +17,7 @@ namespace {
 
 Date startOfTomorrow(Date now) {
   const Calendar calendar = Calendar::current();
-  return require(calendar.dateByAddingDays(1, calendar.startOfDay(now)), "the day after today");
+  return require(calendar.dateByAddingDays(1, calendar.startOfDay(now)));
 }
 
 }  // namespace

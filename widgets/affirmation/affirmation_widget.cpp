@@ -37,7 +37,7 @@ void handleBackgroundEvents(const std::string& identifier, std::function<void()>
 }
 
 View content(const AffirmationEntry& entry) {
-  const auto link = require(URL::fromString("quiloapp://affirmation"), "the widget's deep link");
+  const auto link = require(URL::fromString("quiloapp://affirmation"));
   const View view = AffirmationWidgetEntryView{entry, kPlaceholder};
   return widgetBackground(view.widgetURL(entry.hasUid ? std::optional(link) : std::nullopt),
                           affirmationBackground(entry));

@@ -29,8 +29,7 @@ View face(Emotion emotion, bool hasUid) {
   if (!hasUid) {
     return image;
   }
-  return Link(require(URL::fromString("quiloapp://emotion/" + name), "an emotion's deep link"),
-              image);
+  return Link(require(URL::fromString("quiloapp://emotion/" + name)), image);
 }
 
 View emotionRow(double width, bool hasUid) {

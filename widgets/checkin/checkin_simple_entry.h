@@ -10,7 +10,7 @@ namespace glancery {
 
 /// The contents of the check-in widget.
 struct CheckinSimpleEntry {
-  platform::Date date = platform::Date::since1970(0);
+  platform::Date date = platform::Date::distantPast();
   std::shared_ptr<ConfigurationIntent> configuration = {};
   /// Whether a user is signed in; otherwise the faces are not links.
   bool hasUid = false;

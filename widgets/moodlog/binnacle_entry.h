@@ -12,7 +12,7 @@ namespace glancery {
 
 /// The contents of the mood log from `date` on.
 struct BinnacleEntry {
-  platform::Date date = platform::Date::since1970(0);
+  platform::Date date = platform::Date::distantPast();
   /// From six days ago to today.
   std::vector<MoodDay> moodDays = {};
   std::shared_ptr<ConfigurationIntent> configuration = {};

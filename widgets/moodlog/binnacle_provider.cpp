@@ -75,8 +75,7 @@ void BinnacleProvider::getTimeline(const std::shared_ptr<ConfigurationIntent>& c
   const BinnacleEntry entry = {
       .date = now, .moodDays = std::move(week), .configuration = configuration, .hasUid = hasUid};
   const Calendar calendar = Calendar::current();
-  const Date nextUpdate =
-      calendar.startOfDay(require(calendar.dateByAddingDays(1, now), "the day after now"));
+  const Date nextUpdate = calendar.startOfDay(require(calendar.dateByAddingDays(1, now)));
   completion({{entry}, TimelineReloadPolicy::after(nextUpdate)});
 }
 

@@ -13,8 +13,7 @@ using namespace platform;
 
 WidgetConfiguration Binnacle::body() const {
   const auto content = [](const BinnacleEntry& entry) {
-    const auto url = entry.hasUid ? std::optional(require(URL::fromString("quiloapp://binnacle"),
-                                                          "the mood log's deep link"))
+    const auto url = entry.hasUid ? std::optional(require(URL::fromString("quiloapp://binnacle")))
                                   : std::nullopt;
     return View(BinnacleView{.entry = entry}).widgetURL(url);
   };

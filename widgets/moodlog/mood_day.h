@@ -11,7 +11,7 @@ namespace glancery {
 struct MoodDay {
   platform::UUID id = {};
   /// The start of the day.
-  platform::Date date = platform::Date::since1970(0);
+  platform::Date date = platform::Date::distantPast();
   std::string dayLabel = {};
   MoodType mood = MoodType::emptyDay;
 };

@@ -16,7 +16,7 @@ enum class StreakDisplayType : std::uint8_t { successCounter, failMessage };
 
 /// The contents of the streak widget from `date` on.
 struct StreakEntry {
-  platform::Date date = platform::Date::since1970(0);
+  platform::Date date = platform::Date::distantPast();
   std::int64_t displayStreakCount = 0;
   std::string backgroundImageName = {};
   StreakDisplayType displayType = StreakDisplayType::successCounter;

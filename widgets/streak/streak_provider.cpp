@@ -90,7 +90,7 @@ Date nextUpdateDate(const Calendar& calendar, Date now, int hour) {
       return *date;
     }
   }
-  return calendar.startOfDay(require(calendar.dateByAddingDays(1, now), "the day after now"));
+  return calendar.startOfDay(require(calendar.dateByAddingDays(1, now)));
 }
 
 }  // namespace
@@ -122,8 +122,7 @@ void StreakProvider::getTimeline(const TimelineProviderContext&,
                                  const Completion<Timeline<StreakEntry>>& completion) const {
   const Date now = Date::now();
   const Calendar calendar = Calendar::current();
-  const Date yesterdayStart =
-      require(calendar.dateByAddingDays(-1, calendar.startOfDay(now)), "the day before today");
+  const Date yesterdayStart = require(calendar.dateByAddingDays(-1, calendar.startOfDay(now)));
 
   const StreakRecord record = readStreakData();
   const PictureIndices indices = {.success = readIndex(successImageIndexKey),

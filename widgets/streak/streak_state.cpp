@@ -21,7 +21,9 @@ constexpr std::array kStateRows = {
     StateRow{broken,          Counter::zero,   Backdrop::numberedFail,    failMessage,    Message::fail,      Flame::steady},
 };
 // clang-format on
-static_assert(std::ranges::is_sorted(kStateRows, {}, &StateRow::state), "rowFor indexes by state");
+static_assert(std::ranges::is_sorted(kStateRows,
+                                     {},
+                                     &StateRow::state));  // rowFor indexes by state.
 
 }  // namespace
 

@@ -12,8 +12,7 @@ namespace glancery {
 /// Declares the streak widget: days in a row, small.
 struct Streak {
   std::string kind = kStreakKind;
-  platform::URL widgetURL =
-      platform::require(platform::URL::fromString("quiloapp://streak"), "the streak's deep link");
+  platform::URL widgetURL = platform::require(platform::URL::fromString("quiloapp://streak"));
 
   platform::WidgetConfiguration body() const;
 };

@@ -20,7 +20,7 @@ Data moodRecord(std::string_view moods) {
   Dictionary days;
   int offset = 1 - static_cast<int>(moods.size());
   for (const char mood : moods) {
-    const Date day = require(Calendar::current().dateByAddingDays(offset++, Date::now()), "a day");
+    const Date day = require(Calendar::current().dateByAddingDays(offset++, Date::now()));
     if (mood != '.') {
       days.set(keys.stringFromDate(day), mood == '?' ? "VeryWell" : kMoodNames[mood - '1']);
     }

@@ -75,13 +75,12 @@ std::vector<RenderJob> allRenderJobs() {
 }
 
 Date at(std::string_view time, std::string_view day) {
-  return require(Date::fromISO8601(std::string(day) + "T" + std::string(time) + "Z"),
-                 "an instant of the sheet");
+  return require(Date::fromISO8601(std::string(day) + "T" + std::string(time) + "Z"));
 }
 
 Data record(const Dictionary& members) {
   const auto data = NSJSONSerialization::dataWithJSONObject(members);
-  return require(data ? std::optional(*data) : std::nullopt, "a record of the sheet");
+  return require(data ? std::optional(*data) : std::nullopt);
 }
 
 Suite signedIn(Dictionary more) {

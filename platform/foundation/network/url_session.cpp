@@ -81,8 +81,7 @@ void NSURLSessionDownloadTask::resume() {
 void NSURLSession::deliver(FinishedDownload download, std::function<void()> done) {
   queue_.async([this, download = std::move(download), done = std::move(done)] {
     auto url = URL::fromString(download.url);
-    NSURLSessionDownloadTask task(
-        *this, NSURLRequest(require(std::move(url), "the URL of a finished download")));
+    NSURLSessionDownloadTask task(*this, NSURLRequest(require(std::move(url))));
     if (download.status) {
       task.response_ = std::make_unique<NSHTTPURLResponse>(*download.status);
     }

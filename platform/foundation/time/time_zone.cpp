@@ -51,9 +51,10 @@ TimeZone TimeZone::current() {
   thread_local std::optional<TimeZone> last;
   const std::string identifier = currentDevice().timeZone;
   if (!last || last->identifier() != identifier) {
-    last =
-        require(withIdentifier(identifier),
-                "the tz database has no zone \"" + identifier + "\", which the device is set to");
+    last = withIdentifier(identifier);
+  }
+  if (!last) {
+    fatalError("the tz database has no zone \"" + identifier + "\", which the device is set to");
   }
   return *last;
 }

@@ -25,7 +25,7 @@ inline glancery::StreakProvider streakProvider() {
 }
 
 inline platform::NSUserDefaults suite() {
-  return platform::require(platform::NSUserDefaults::initWithSuiteName(kSuite), kSuite);
+  return platform::require(platform::NSUserDefaults::initWithSuiteName(kSuite));
 }
 
 inline platform::Dictionary stored() {

@@ -19,7 +19,7 @@ namespace platform {
 namespace {
 
 Calendar calendarOf(std::string_view zone) {
-  return Calendar(require(TimeZone::withIdentifier(zone), zone));
+  return Calendar(require(TimeZone::withIdentifier(zone)));
 }
 
 TEST(Calendar, AgreesWithThePlatformAroundClockChanges) {
@@ -30,9 +30,8 @@ TEST(Calendar, AgreesWithThePlatformAroundClockChanges) {
     SCOPED_TRACE(row.dump());
     EXPECT_EQ(calendar.hour(now), row["hour"]);
     EXPECT_EQ(start.iso8601(), row["startOfDay"]);
-    EXPECT_EQ(require(calendar.dateByAddingDays(1, start), "a day").iso8601(),
-              row["dayAfterStart"]);
-    EXPECT_EQ(calendar.startOfDay(require(calendar.dateByAddingDays(1, now), "a day")).iso8601(),
+    EXPECT_EQ(require(calendar.dateByAddingDays(1, start)).iso8601(), row["dayAfterStart"]);
+    EXPECT_EQ(calendar.startOfDay(require(calendar.dateByAddingDays(1, now))).iso8601(),
               row["tomorrow"]);
   }
 }
