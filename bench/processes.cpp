@@ -125,7 +125,7 @@ void print(const std::vector<Case>& rows, int rounds, int core) {
   ::getrusage(RUSAGE_SELF, &own);
   std::printf(
       "MiB: the extension's dirty memory; of other programs the peak of the largest process. What\n"
-      "a program takes before it starts is this program's own: no peak below %.1f can be told.\n",
+      "a program takes before it starts is this program's own: peaks below %.1f are not visible.\n",
       static_cast<double>(own.ru_maxrss) / 1024);
 }
 

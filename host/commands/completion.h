@@ -14,7 +14,7 @@ namespace host {
 /// date. Empty for any other shell.
 std::string completionScript(const std::string& shell);
 
-/// What may stand in place of the last of `words`, the arguments typed so far; the last one is
+/// The candidates for the last of `words`, which are the arguments typed so far; that word is
 /// incomplete, or empty. Empty where a file or free text stands.
 std::vector<std::string> completions(const CLI::App& app, const std::vector<std::string>& words);
 

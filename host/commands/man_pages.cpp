@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Text as roff takes it: a backslash starts a request in the line, a leading dot one of its own,
+/// Escapes text for roff: a backslash starts an escape sequence, a leading dot starts a request,
 /// and a plain hyphen may be typeset as another character.
 std::string roff(const std::string& text) {
   std::string escaped;
