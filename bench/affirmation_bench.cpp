@@ -23,8 +23,7 @@ constexpr const char* kSuite = glancery::kAppGroupIdentifier;
 /// the download at once.
 void handOver(benchmark::State& state) {
   const DemoPhone phone;
-  require(NSUserDefaults::initWithSuiteName(kSuite), kSuite)
-      .setObject("u-1", glancery::kSharedUidKey);
+  require(NSUserDefaults::initWithSuiteName(kSuite)).setObject("u-1", glancery::kSharedUidKey);
   int taken = 0;
   const auto extension = valueOf(host::ExtensionProcess::start(
       kExtension, {}, {.download = [&](const StartDownload&) -> std::expected<void, NSError> {
@@ -54,7 +53,7 @@ void storeAnswer(benchmark::State& state) {
     const auto answer = client.parseAffirmationResponse(body);
     client.saveAffirmation(*answer.text, *answer.color);
   }
-  if (!require(NSUserDefaults::initWithSuiteName(kSuite), kSuite)
+  if (!require(NSUserDefaults::initWithSuiteName(kSuite))
            .dataForKey(glancery::kAffirmationDataKey)) {
     giveUp("no affirmation was stored");
   }

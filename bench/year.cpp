@@ -5,8 +5,10 @@
 #include "bench/demo_phone.h"
 #include "bench/program_run.h"
 #include "bench/spread.h"
+#include "host/home/device_clock.h"
 #include "host/home/home_phone.h"
 #include "host/phone/host_app.h"
+#include "platform/support/require.h"
 
 // A year of a phone: the clock jumps from one due time to the next, the extension answers every
 // request, and every image is drawn. Every evening the user records a mood and a day of the streak.
@@ -55,11 +57,14 @@ class Counter {
 
 Year live(const DemoPhone& demo) {
   const auto start = std::chrono::steady_clock::now();
-  HomePhone phone({.extension = kExtension,
-                   .container = demo.container(),
-                   .now = "2026-01-01T12:00:00Z",
-                   .timeZone = DemoPhone::kTimeZone},
-                  RefreshBudget());
+  const Date begin = require(Date::fromISO8601("2026-01-01T12:00:00Z"));
+  const HostSettings settings = {
+      .extension = kExtension,
+      .container = demo.container(),
+      .device = {.clock = Clock::frozenAt(begin), .timeZone = DemoPhone::kTimeZone}};
+  makeCurrent(settings);
+  HomePhone phone(settings, RefreshBudget());
+  phone.start();
   signOut();
   Counter counter(phone);
   Year year;
@@ -69,7 +74,7 @@ Year live(const DemoPhone& demo) {
       year.node.push_back(runProgram({"node", "-e", "0"}).milliseconds);
       nodeSeconds += year.node.back() / 1000;
     }
-    const Date midnight = phone.nextMidnight();
+    const Date midnight = nextMidnight();
     const Date evening = midnight.addingTimeInterval(-4 * 3600);
     bool recorded = false;
     while (Date::now() < midnight) {
@@ -78,7 +83,7 @@ Year live(const DemoPhone& demo) {
       if (!recorded && next >= evening) {
         next = evening;
       }
-      phone.travelTo(next);
+      phone.setClock(clockAt(next, false));
       phone.advance();
       if (next == evening) {
         recorded = true;

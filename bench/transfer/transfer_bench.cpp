@@ -56,7 +56,7 @@ class Service {
                       .method = "POST",
                       .headers = {{"Content-Type", "application/json"}, {"X-API-KEY", "k"}},
                       .body = kRequestBody});
-    require(id.has_value());
+    require(id.has_value(), "a download can't be added");
     service_.step();
   }
 
@@ -69,8 +69,9 @@ class Service {
   void deliver() {
     finish();
     for (const host::TransferTask& task : service_.finished()) {
-      require(task.state() == host::TransferState::done && task.outcome.size > 0);
-      require(service_.markDelivered(task.id).has_value());
+      require(task.state() == host::TransferState::done && task.outcome.size > 0,
+              "a download failed");
+      require(service_.markDelivered(task.id).has_value(), "a download can't be removed");
     }
   }
 
@@ -115,7 +116,7 @@ class Bare {
   void download(int number) {
     std::FILE* file = std::fopen((work_.folder / std::to_string(number)).c_str(), "w");
     curl_easy_setopt(handle_, CURLOPT_WRITEDATA, file);
-    require(curl_easy_perform(handle_) == CURLE_OK);
+    require(curl_easy_perform(handle_) == CURLE_OK, "a download failed");
     std::fclose(file);
   }
 
@@ -131,7 +132,8 @@ void bareSynced(const Work& work) {
   Bare bare(work);
   for (int number = 0; number < kDownloads; ++number) {
     require(::write(records.get(), kRequestBody, std::strlen(kRequestBody)) > 0 &&
-            ::fdatasync(records.get()) == 0);
+                ::fdatasync(records.get()) == 0,
+            "the disk can't be written");
     bare.download(number);
   }
 }
@@ -153,7 +155,7 @@ void bareCommitted(const Work& work) {
 
 fs::path newFolder(const fs::path& parent) {
   std::string name = parent / "transfer-bench-XXXXXX";
-  require(::mkdtemp(name.data()));
+  require(::mkdtemp(name.data()), "no folder for the downloads");
   return name;
 }
 
@@ -188,7 +190,7 @@ double peakFor(const std::string& url) {
   }
   int status = 0;
   rusage used = {};
-  require(::wait4(pid, &status, 0, &used) == pid && status == 0);
+  require(::wait4(pid, &status, 0, &used) == pid && status == 0, "a download failed");
   return static_cast<double>(used.ru_maxrss) / 1024;
 }
 
