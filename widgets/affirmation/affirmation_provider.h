@@ -13,6 +13,7 @@ namespace glancery {
 struct StoredAffirmation {
   std::optional<std::string> text = {};
   std::optional<std::string> color = {};
+  friend bool operator==(const StoredAffirmation&, const StoredAffirmation&) = default;
 };
 
 /// Supplies the affirmation widget's entries, and fetches a new affirmation at most once a calendar
