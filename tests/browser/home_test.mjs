@@ -8,7 +8,7 @@ after(closeBrowser);
 
 const moods = ['veryBad', 'bad', 'neutral', 'well', 'veryWell'];
 
-/** A test with a phone of its own and a page of it; the page may have nothing to complain about. */
+/** A test with a new phone and its page; it fails if the page reports an error. */
 function onPhone(name, body, {page: options = {}, complains = false, ...home} = {}) {
   test(name, async () => {
     const phone = await Home.start(home);

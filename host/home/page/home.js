@@ -70,7 +70,7 @@ function connect() {
   };
   events.onerror = () => {
     setConnected(false);
-    // The browser reconnects by itself unless the response was not an event stream.
+    // The browser reconnects automatically unless the response was not an event stream.
     if (events.readyState === EventSource.CLOSED) setTimeout(connect, 2_000);
   };
   events.addEventListener('state', (event) => receive(JSON.parse(event.data)));

@@ -11,7 +11,7 @@
 
 namespace world {
 
-/// A transfer service in a container of its own, with a clock that the test sets.
+/// A transfer service in a new container, with a clock that the test sets.
 class Transfers {
  public:
   Transfers() { restart(); }
