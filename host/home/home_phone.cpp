@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "host/home/device_clock.h"
+#include "host/home/timeline_inputs.h"
 #include "host/phone/host_app.h"
-#include "platform/foundation/data/property_list.h"
 #include "platform/support/fingerprint.h"
 
 namespace host {
@@ -27,21 +27,6 @@ TimelinePlan planOf(const ArchivedTimeline& timeline) {
     plan.entries.push_back(entry.date);
   }
   return plan;
-}
-
-Dictionary readHostApp() {
-  const Dictionary suite = readSharedSuite();
-  Dictionary values;
-  for (const auto& [key, kind] : kHostAppKeys) {
-    if (const Value* value = suite.find(key)) {
-      values.set(std::string(key), *value);
-    }
-  }
-  return values;
-}
-
-bool concerns(const HostAppKey& key, const std::string& kind) {
-  return key.kind.empty() || key.kind == kind;
 }
 
 /// The value under the key, or null.
@@ -91,7 +76,7 @@ void HomePhone::place(const GalleryItem& item) {
   if (stored && *stored) {
     widget.stored = std::move(**stored);
     schedule = WidgetSchedule(widget.stored.schedule, planOf(widget.stored.timeline));
-    if (widget.stored.device != deviceText()) {
+    if (widget.stored.device != deviceText(settings())) {
       schedule.request({ReloadCause::device, "the device's settings changed"});
     }
     if (widget.stored.hostApp != suiteText(item.kind)) {
@@ -158,7 +143,7 @@ bool HomePhone::fetch(Id id, const ReloadRequest& request) {
       throw HostError("the timeline of \"" + kind + "\" has no entries");
     }
     scheduler_.fetched(id, planOf(timeline), request, Date::now());
-    widget.stored = {.device = deviceText(),
+    widget.stored = {.device = deviceText(settings()),
                      .hostApp = std::move(suite),
                      .schedule = {},
                      .timeline = std::move(timeline)};
@@ -291,7 +276,7 @@ void HomePhone::systemZoneChanged() {
 }
 
 void HomePhone::setDevice(HostSettings changed) {
-  const std::string before = deviceText();
+  const std::string before = deviceText(settings());
   const std::string locale = settings().device.locale;
   attempt([&] { host_.configure(std::move(changed)); });
   if (settings().device.locale != locale) {
@@ -304,7 +289,7 @@ void HomePhone::setDevice(HostSettings changed) {
       named(item.kind).item = item;
     }
   }
-  if (deviceText() != before) {
+  if (deviceText(settings()) != before) {
     scheduler_.requestAll({ReloadCause::device, "the device's settings changed"});
   }
   for (Id id = 0; id < widgets_.size(); ++id) {
@@ -373,47 +358,6 @@ PlacedWidget& HomePhone::named(const std::string& kind) {
     throw InvalidValue("kind", kind, "no widget has this kind");
   }
   return *widget;
-}
-
-/// What a timeline depends on besides the clock and the suite.
-std::string HomePhone::deviceText() const {
-  const auto& [device, screen] = std::tie(settings().device, settings().screen);
-  const auto& version = device.systemVersion;
-  std::string text = device.locale + " " + device.timeZone;
-  for (const int number : {version.major, version.minor, version.patch}) {
-    text += " " + std::to_string(number);
-  }
-  for (const Size& size : {screen.small, screen.medium}) {
-    text += " " + std::to_string(size.width) + " " + std::to_string(size.height);
-  }
-  return text;
-}
-
-/// The values in the suite that a timeline shows. The affirmation is the extension's own; comparing
-/// it as well finds one that was stored by an extension whose reload reached no home screen.
-std::string HomePhone::suiteText(const std::string& kind) const {
-  Dictionary values;
-  try {
-    const Dictionary suite = readSharedSuite();
-    const auto add = [&](std::string_view key) {
-      if (const Value* value = suite.find(key)) {
-        values.set(std::string(key), *value);
-      }
-    };
-    for (const HostAppKey& key : kHostAppKeys) {
-      if (concerns(key, kind)) {
-        add(key.key);
-      }
-    }
-    if (kind == glancery::kAffirmationKind) {
-      add(glancery::kAffirmationDataKey);
-    }
-  } catch (const HostError& unreadable) {
-    // `suiteChanged` reports it. The text differs as soon as the suite can be read.
-    return unreadable.what();
-  }
-  const auto bytes = NSPropertyListSerialization::dataWithPropertyList(values);
-  return bytes ? platform::fingerprint(*bytes) : bytes.error().debugDescription;
 }
 
 void HomePhone::attempt(const std::function<void()>& work) {

@@ -131,8 +131,6 @@ class HomePhone {
   void attempt(const std::function<void()>& work);
   void note(std::string text);
   void collectLog();
-  std::string deviceText() const;
-  std::string suiteText(const std::string& kind) const;
   PlacedWidget& named(const std::string& kind);
 
   std::vector<LogLine> log_;
