@@ -1,29 +1,14 @@
-#include <cmath>
 #include <iostream>
-#include <memory>
-
-#include <CLI/CLI.hpp>
 
 #include "host/api/affirmation_api.h"
 #include "host/api/api_server.h"
-#include "host/commands/command_error.h"
 #include "host/commands/commands.h"
 
 namespace host {
 
 namespace {
 
-void check(const ApiSettings& settings) {
-  if (settings.status && (*settings.status < 100 || *settings.status > 999)) {
-    throw InvalidValue("--status", std::to_string(*settings.status), "give 100 to 999");
-  }
-  if (!(settings.delay >= 0 && settings.delay <= 86400)) {
-    throw InvalidValue("--delay", std::to_string(settings.delay), "give seconds, up to a day");
-  }
-}
-
 void serve(const ApiSettings& settings) {
-  check(settings);
   const auto api =
       openApi(settings, [](const std::string& line) { std::cout << line << std::endl; });
   if (!api) {
@@ -36,20 +21,25 @@ void serve(const ApiSettings& settings) {
 
 }  // namespace
 
-void addApiCommand(CLI::App& app) {
-  auto settings = std::make_shared<ApiSettings>();
-  CLI::App* command = app.add_subcommand(
-      "api", "Serves the affirmation web API on this machine, for development, until interrupted");
-  command->add_option("--port", settings->port, "Port of 127.0.0.1; 0 for any")
-      ->capture_default_str();
-  command->add_option("--key", settings->key, "The only valid X-API-KEY (default: any)");
-  command->add_option("--status", settings->status, "Status for valid requests instead of 200");
-  command->add_option("--delay", settings->delay, "Seconds before every answer");
-  command->add_flag("--cut", settings->cut, "Closes the connection mid-body");
-  command->add_flag("--bad-json", settings->badJSON, "Omits the last bracket of the body");
-  command->add_option(
-      "--huge", settings->huge, "Length of the body in bytes, reached by a long text");
-  command->callback([settings] { serve(*settings); });
+// clang-format off
+Command apiCommand() {
+  static ApiSettings settings;
+  return {
+      .name = "api",
+      .description = "Serves the affirmation web API on this machine, for development, until interrupted",
+      .groups = {
+          {"Server", {
+              {"--port N", &settings.port, "Port of 127.0.0.1; 0 for any (default: 8788)"},
+              {"--key KEY", &settings.key, "The only valid X-API-KEY (default: any)"}}},
+          {"Faults", {
+              {"--status N", &settings.status, "Status for valid requests instead of 200", Range(100, 999)},
+              {"--delay SECONDS", &settings.delay, "Seconds before every answer", Range(0, 86400)},
+              {"--cut", &settings.cut, "Closes the connection mid-body"},
+              {"--bad-json", &settings.badJSON, "Omits the last bracket of the body"},
+              {"--huge BYTES", &settings.huge, "Length of the body, reached by a long text"}}}},
+      .examples = {"api", "api --status 503 --delay 2  # fails after two seconds"},
+      .run = [] { serve(settings); }};
 }
+// clang-format on
 
 }  // namespace host

@@ -1,10 +1,6 @@
 #include <iostream>
-#include <memory>
 #include <optional>
 
-#include <CLI/CLI.hpp>
-
-#include "host/commands/command_error.h"
 #include "host/commands/commands.h"
 #include "host/commands/device_options.h"
 #include "host/phone/host_app.h"
@@ -17,7 +13,6 @@ using namespace platform;
 namespace {
 
 struct AppOptions {
-  DeviceOptions device = {};
   std::string uid = {};
   std::int64_t count = 0;
   std::string lastActive = {};
@@ -26,10 +21,10 @@ struct AppOptions {
   bool settle = false;
 };
 
-void changeLocale(const AppOptions& options) {
-  WidgetHost host(settle(options.device));
+void changeLocale(bool settle) {
+  WidgetHost host(phone());
   host.tell(LocaleChanged());
-  if (options.settle) {
+  if (settle) {
     host.downloads().settle({}, std::chrono::seconds(90), [] {});
   }
   for (const std::string& line : host.log()) {
@@ -39,39 +34,48 @@ void changeLocale(const AppOptions& options) {
 
 }  // namespace
 
-void addAppCommand(CLI::App& app) {
-  CLI::App* group = app.add_subcommand("app", "Writes to the suite as the host app would");
-  group->require_subcommand(1);
-  auto options = std::make_shared<AppOptions>();
-  const auto add = [&](const char* name, const char* description, const auto& action) {
-    return addSuiteCommand(*group, name, description, options->device, action);
-  };
-
-  add("sign-in", "Signs a user in", [options] { signIn(options->uid); })
-      ->add_option("UID", options->uid, "The user's identifier")
-      ->required();
-
-  add("sign-out", "Signs the user out", [] { signOut(); });
-
-  CLI::App* streak = add("streak", "Records the streak of active days", [options] {
-    recordStreak(options->count, instantOf(options->lastActive, "--last-active"));
-  });
-  streak->add_option("N", options->count, "Days in a row")->required();
-  streak->add_option(
-      "--last-active", options->lastActive, "The last active instant, ISO 8601 (default: now)");
-
-  CLI::App* mood = add("mood", "Records the mood of a day", [options] {
-    recordNamedMood(options->mood, options->day);
-  });
-  mood->add_option("NAME", options->mood, "veryBad, bad, neutral, well or veryWell")->required();
-  mood->add_option("--day", options->day, "The day, such as 2026-03-05 (default: today)");
-  options->device.addCalendarOptions(*mood);
-
-  CLI::App* locale = group->add_subcommand(
-      "locale-change", "Notifies a running extension that the device's locale is now --locale");
-  options->device.addTo(*locale);
-  locale->add_flag("--settle", options->settle, "Wait until all downloads are delivered");
-  locale->callback([options] { changeLocale(*options); });
+// clang-format off
+Command appCommand() {
+  static AppOptions options;
+  return {
+      .name = "app",
+      .description = "Writes to the suite as the host app would",
+      .commands = {
+          withDevice(DeviceUse::clock, {
+              .name = "sign-in",
+              .description = "Signs a user in",
+              .groups = {{"", {{"UID", &options.uid, "The user's identifier"}}}},
+              .examples = {"app sign-in u-1"},
+              .run = [] { signIn(options.uid); }}),
+          withDevice(DeviceUse::clock, {
+              .name = "sign-out",
+              .description = "Signs the user out",
+              .examples = {"app sign-out"},
+              .run = signOut}),
+          withDevice(DeviceUse::clock, {
+              .name = "streak",
+              .description = "Records the streak of active days",
+              .groups = {{"Streak", {
+                  {"N", &options.count, "Days in a row"},
+                  {"--last-active INSTANT", &options.lastActive, "The last active instant, ISO 8601 (default: now)"}}}},
+              .examples = {"app streak 12 --last-active 2026-03-04T21:00:00-06:00"},
+              .run = [] { recordStreak(options.count, instantOf(options.lastActive, "--last-active")); }}),
+          withDevice(DeviceUse::calendar, {
+              .name = "mood",
+              .description = "Records the mood of a day",
+              .groups = {{"Mood", {
+                  {"NAME", &options.mood, "veryBad, bad, neutral, well or veryWell", Suggested([] { return wordsOf(glancery::kMoodNames); })},
+                  {"--day DAY", &options.day, "The day, such as 2026-03-05 (default: today)"}}}},
+              .examples = {"app mood well", "app mood bad --day 2026-03-04"},
+              .run = [] { recordNamedMood(options.mood, options.day); }}),
+          withDevice(DeviceUse::all, {
+              .name = "locale-change",
+              .description = "Notifies a running extension that the device's locale is now --locale",
+              .groups = {{"Downloads", {
+                  {"--settle", &options.settle, "Wait until all downloads are delivered"}}}},
+              .examples = {"app locale-change --locale en_US --settle"},
+              .run = [] { changeLocale(options.settle); }})}};
 }
+// clang-format on
 
 }  // namespace host

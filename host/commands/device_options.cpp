@@ -3,11 +3,11 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 
-#include <CLI/CLI.hpp>
-
-#include "host/commands/command_error.h"
-#include "platform/foundation/time/date.h"
+#include "host/phone/host_app.h"
+#include "platform/foundation/locale/locale.h"
 #include "platform/support/files.h"
 
 namespace host {
@@ -43,84 +43,103 @@ fs::path containerOf(const std::string& folder) {
   return fs::canonical(container);
 }
 
-/// Clock, zone, locale and container.
-HostSettings suiteSettings(const DeviceOptions& options) {
-  HostSettings settings = {.container = containerOf(options.container)};
-  if (!options.now.empty()) {
-    const auto instant = Date::fromISO8601(options.now);
-    if (!instant) {
-      throw InvalidValue("--now", options.now, "give an instant such as 2026-03-05T08:30:00Z");
+/// The tz database's zones, which `zone1970.tab` lists in its third column.
+Words timeZones() {
+  Words zones = {"UTC"};
+  std::ifstream table("/usr/share/zoneinfo/zone1970.tab");
+  for (std::string line; std::getline(table, line);) {
+    std::istringstream columns(line);
+    std::string countries, coordinates, zone;
+    if (!line.starts_with('#') && columns >> countries >> coordinates >> zone) {
+      zones.push_back(zone);
     }
-    settings.device.clock = Clock::frozenAt(*instant);
   }
-  const bool follows = options.timeZone.empty();
-  change(settings, "timeZone", follows ? machineTimeZone() : options.timeZone, "--time-zone");
-  settings.followsMachineZone = follows;
-  change(settings, "locale", options.locale, "--locale");
-  return settings;
+  return zones;
 }
 
-}  // namespace
-
-void DeviceOptions::addSuiteOptions(CLI::App& command) {
-  command.add_option(
-      "--container", container, "Folder of the app group (default: $XDG_DATA_HOME/glancery)");
-  command.add_option(
-      "--now", now, "Freezes the clock at that instant, ISO 8601 (default: it runs)");
+/// The phone as the options say. Options of the screen class come before those that refine it.
+HostSettings& settings() {
+  static HostSettings chosen = {.followsMachineZone = true};
+  return chosen;
 }
 
-void DeviceOptions::addCalendarOptions(CLI::App& command) {
-  command.add_option(
-      "--time-zone", timeZone, "Time zone, such as America/Mexico_City (default: this machine's)");
-  command.add_option("--locale", locale, "Locale, such as es_MX")->capture_default_str();
+/// Changes the text setting of that name.
+std::function<void(const std::string&)> setting(const char* name, const char* option) {
+  return [=](const std::string& text) { change(settings(), name, text, option); };
 }
 
-void DeviceOptions::addTo(CLI::App& command) {
-  addSuiteOptions(command);
-  addCalendarOptions(command);
-  command.add_option("--extension",
-                     extension,
-                     "Folder of the extension (default: Glancery.appex beside this program)");
-  command.add_option("--scheme", scheme, "light or dark")->capture_default_str();
-  command.add_option("--os", os, "Version of the phone's system")->capture_default_str();
-  command.add_option("--device", device, "Screen class, in points")->capture_default_str();
-  command.add_option("--size", size, "Widget size instead of the screen class's, WxH in points");
-  command.add_option("--scale", scale, "Pixels per point, 1 to 4 (default: the screen class's)");
-  command.add_option("--info", info, "Overrides a value of the Info dictionary: KEY=VALUE")
-      ->allow_extra_args(false);
+void freezeClock(const std::string& text) {
+  settings().device.clock = Clock::frozenAt(instantOf(text, "--now"));
 }
 
-HostSettings settle(const DeviceOptions& options) {
-  HostSettings settings = suiteSettings(options);
-  change(settings, "os", options.os, "--os");
-  change(settings, "scheme", options.scheme, "--scheme");
-  change(settings, "screen", options.device, "--device");
-  settings.screen.scale = options.scale.value_or(settings.screen.scale);
-  if (!(settings.screen.scale >= 1 && settings.screen.scale <= 4)) {
-    throw InvalidValue("--scale", std::to_string(settings.screen.scale), "give 1 to 4");
+void setSize(const std::string& text) {
+  const auto size = parseSize(text);
+  if (!size) {
+    throw InvalidValue("--size", text, "give WxH in points, such as 338x158");
   }
-  if (!options.size.empty()) {
-    const auto size = parseSize(options.size);
-    if (!size) {
-      throw InvalidValue("--size", options.size, "give WxH in points, such as 338x158");
-    }
-    settings.screen.small = settings.screen.medium = *size;
-  }
-  for (const std::string& assignment : options.info) {
+  settings().screen.small = settings().screen.medium = *size;
+}
+
+void override(const std::vector<std::string>& info) {
+  for (const std::string& assignment : info) {
     const std::size_t equals = assignment.find('=');
     if (equals == std::string::npos || equals == 0) {
       throw InvalidValue("--info", assignment, "give KEY=VALUE");
     }
-    settings.infoOverrides.set(assignment.substr(0, equals), assignment.substr(equals + 1));
+    settings().infoOverrides.set(assignment.substr(0, equals), assignment.substr(equals + 1));
   }
-  settings.extension = extensionFolder(options.extension);
-  makeCurrent(settings);
-  return settings;
 }
 
-void settleSuite(const DeviceOptions& options) {
-  makeCurrent(suiteSettings(options));
+}  // namespace
+
+const HostSettings& phone() {
+  return settings();
 }
+
+Option extensionOption(std::string& folder) {
+  return {"--extension DIR",
+          &folder,
+          "Folder of the extension (default: Glancery.appex beside this program)"};
+}
+
+// clang-format off
+Command withDevice(DeviceUse use, Command command) {
+  static std::string container;
+  static std::string extension;
+  static std::vector<std::string> info;
+  std::vector<Option> device = {
+      {"--now INSTANT", freezeClock, "Freezes the clock at that instant, ISO 8601 (default: it runs)"},
+      {"--time-zone ZONE", setting("timeZone", "--time-zone"), "Time zone, such as America/Mexico_City (default: this machine's)", Suggested(timeZones)},
+      {"--locale LOCALE", setting("locale", "--locale"), "Locale (default: es_MX)", Suggested(availableLocaleIdentifiers)},
+      {"--scheme SCHEME", setting("scheme", "--scheme"), "light or dark (default: light)", Suggested([] { return Words{"light", "dark"}; })},
+      {"--os VERSION", setting("os", "--os"), "Version of the phone's system (default: 17.0)"},
+      {"--device WxH", setting("screen", "--device"), "Screen class, in points (default: 390x844)", Suggested([] { return wordsOf(screenClasses(), &ScreenClass::name); })},
+      {"--size WxH", setSize, "Widget size instead of the screen class's, in points"},
+      {"--scale N", &settings().screen.scale, "Pixels per point, 1 to 4 (default: the screen class's)", Range(1, 4)}};
+  device.resize(std::to_underlying(use));
+  command.groups.push_back({"Device", device});
+  if (use == DeviceUse::all) {
+    command.groups.push_back({"Extension", {
+        extensionOption(extension),
+        {"--info KEY=VALUE", &info, "Overrides a value of the Info dictionary; may be repeated"}}});
+  }
+  command.groups.push_back({"Container", {
+      {"--container DIR", &container, "Folder of the app group (default: $XDG_DATA_HOME/glancery)"}}});
+  command.run = [use, run = std::move(command.run)] {
+    if (use == DeviceUse::all) {
+      override(info);
+      settings().extension = extensionFolder(extension);
+    }
+    if (settings().followsMachineZone) {
+      settings().device.timeZone = machineTimeZone();
+    }
+    settings().container = containerOf(container);
+    makeCurrent(settings());
+    run();
+  };
+  return command;
+}
+// clang-format on
 
 fs::path extensionFolder(const std::string& option) {
   try {

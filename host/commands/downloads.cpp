@@ -1,13 +1,10 @@
 #include <algorithm>
 #include <iostream>
-#include <memory>
 
-#include <CLI/CLI.hpp>
-
-#include "host/commands/command_error.h"
 #include "host/commands/commands.h"
 #include "host/commands/device_options.h"
 #include "host/commands/json_output.h"
+#include "host/commands/terminal.h"
 #include "host/transfer/transfer_service.h"
 #include "host/transfer/transfer_store.h"
 #include "platform/foundation/defaults/user_defaults.h"
@@ -19,12 +16,6 @@ namespace host {
 using platform::excerpt;
 
 namespace {
-
-struct DownloadsOptions {
-  DeviceOptions device = {};
-  bool json = false;
-  std::int64_t id = 0;
-};
 
 std::string reason(const platform::NSError& error) {
   return error.localizedDescription + " (" + std::to_string(error.code) + ")";
@@ -60,17 +51,23 @@ void list(bool json) {
     std::cout << downloadsJSON(listing) << '\n';
     return;
   }
+  constexpr const char* kColors[] = {kStrong, kGood, kBad};
+  std::vector<Line> lines;
   for (const TransferTask& task : listing.tasks) {
-    std::cout << task.id << "  " << nameOf(task.state()) << "  " << excerpt(task.request.session)
-              << "\n  " << task.request.method << ' ' << excerpt(task.request.url, kLongestURL)
-              << "\n  " << sentence(task) << '\n';
+    lines.push_back({{std::to_string(task.id) + " ",
+                      nameOf(task.state()) + std::string(" "),
+                      excerpt(task.request.session)},
+                     kColors[std::to_underlying(task.state())]});
+    lines.push_back({{"  " + task.request.method + " " + excerpt(task.request.url, kLongestURL)}});
+    lines.push_back({{"  " + sentence(task)}});
   }
   for (const std::string& damage : listing.damaged) {
-    std::cout << "damaged: " << damage << '\n';
+    lines.push_back({{"damaged: " + damage}, kBad});
   }
-  if (listing.tasks.empty() && listing.damaged.empty()) {
-    std::cout << "no downloads\n";
+  if (lines.empty()) {
+    lines.push_back({{"no downloads"}});
   }
+  print(lines);
 }
 
 void cancel(std::int64_t id) {
@@ -78,9 +75,10 @@ void cancel(std::int64_t id) {
   const auto task = std::ranges::find(listing.tasks, id, &TransferTask::id);
   if (task == listing.tasks.end()) {
     const auto idOf = [](const TransferTask& known) { return std::to_string(known.id); };
-    throw CommandError(
-        "no download " + std::to_string(id) + ": " +
-        (listing.tasks.empty() ? "there is none" : "there are " + listOf(listing.tasks, idOf)));
+    throw CommandError("no download " + std::to_string(id) + ": " +
+                       (listing.tasks.empty()
+                            ? "there is none"
+                            : "there are " + listOf(wordsOf(listing.tasks, idOf))));
   }
   if (task->ended != 0 && task->undelivered.empty()) {
     throw CommandError("the download " + std::to_string(id) + " has ended (" + sentence(*task) +
@@ -98,26 +96,23 @@ void cancel(std::int64_t id) {
 
 }  // namespace
 
-void addDownloadsCommand(CLI::App& app) {
-  auto options = std::make_shared<DownloadsOptions>();
-  CLI::App* group =
-      addSuiteCommand(app,
-                      "downloads",
-                      "Lists the background downloads and their states",
-                      options->device,
-                      [options, &app] {
-                        if (app.get_subcommand("downloads")->get_subcommands().empty()) {
-                          list(options->json);
-                        }
-                      });
-  group->add_flag("--json", options->json, "Print JSON");
-  addSuiteCommand(*group,
-                  "cancel",
-                  "Ends a pending download, or removes one that can't be delivered",
-                  options->device,
-                  [options] { cancel(options->id); })
-      ->add_option("ID", options->id, "The number of the download in the list")
-      ->required();
+// clang-format off
+Command downloadsCommand() {
+  static bool json = false;
+  static std::int64_t id = 0;
+  return withDevice(DeviceUse::clock, {
+      .name = "downloads",
+      .description = "Lists the background downloads and their states",
+      .groups = {{"Output", {{"--json", &json, "Print JSON"}}}},
+      .examples = {"downloads"},
+      .run = [] { list(json); },
+      .commands = {withDevice(DeviceUse::clock, {
+          .name = "cancel",
+          .description = "Ends a pending download, or removes one that can't be delivered",
+          .groups = {{"", {{"ID", &id, "The number of the download in the list"}}}},
+          .examples = {"downloads cancel 3"},
+          .run = [] { cancel(id); }})}});
 }
+// clang-format on
 
 }  // namespace host

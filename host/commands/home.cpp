@@ -5,10 +5,7 @@
 #include <stop_token>
 #include <thread>
 
-#include <CLI/CLI.hpp>
-
 #include "host/api/api_server.h"
-#include "host/commands/command_error.h"
 #include "host/commands/commands.h"
 #include "host/commands/device_options.h"
 #include "host/home/home_loop.h"
@@ -25,7 +22,6 @@ namespace {
 constexpr std::uint16_t kDefaultPort = 8787;
 
 struct HomeOptions {
-  DeviceOptions device = {};
   std::optional<std::uint16_t> port = {};
   int budget = RefreshBudget().perDay;
 };
@@ -36,39 +32,28 @@ std::optional<std::uint16_t> localApiPort(const HostSettings& settings) {
   const std::string base = info ? info->string("ApiBaseUrl").value_or("") : "";
   constexpr std::string_view kLocal = "http://127.0.0.1:";
   std::uint16_t port = 0;
-  if (!base.starts_with(kLocal)) {
-    return std::nullopt;
+  if (base.starts_with(kLocal)) {
+    const char* const end = base.data() + base.size();
+    const auto read = std::from_chars(base.data() + kLocal.size(), end, port);
+    port = read.ptr == end ? port : 0;
   }
-  const auto [rest, error] =
-      std::from_chars(base.data() + kLocal.size(), base.data() + base.size(), port);
-  return error == std::errc() && *rest == '\0' && port > 0 ? std::optional(port) : std::nullopt;
+  return port > 0 ? std::optional(port) : std::nullopt;
 }
 
-/// Serves the API for development, for affirmations without a network, on a thread of its own if
-/// the bundle expects it on this machine and no other process serves it there.
-class LocalApi {
- public:
-  explicit LocalApi(const HostSettings& settings) {
-    const auto port = localApiPort(settings);
-    auto api =
-        port ? openApi({.port = *port}, [](const std::string&) {}) : std::unexpected(std::string());
-    if (api) {
-      server_ = *std::move(api);
-      thread_ = std::jthread([this] { server_->serve(); });
-    }
+/// Serves the API for development, for affirmations without a network, if the bundle expects it on
+/// this machine and no other process serves it there.
+std::jthread serveLocalApi(const HostSettings& settings) {
+  const auto port = localApiPort(settings);
+  auto api =
+      port ? openApi({.port = *port}, [](const std::string&) {}) : std::unexpected(std::string());
+  if (!api) {
+    return {};
   }
-  ~LocalApi() {
-    if (server_) {
-      server_->stop();
-    }
-  }
-  LocalApi(const LocalApi&) = delete;
-  LocalApi& operator=(const LocalApi&) = delete;
-
- private:
-  std::unique_ptr<HttpServer> server_;
-  std::jthread thread_;
-};
+  return std::jthread([server = *std::move(api)](const std::stop_token& ending) {
+    const std::stop_callback stop(ending, [&] { server->stop(); });
+    server->serve();
+  });
+}
 
 /// Listens on `port`; if none is given, on the default port, or on any if that is in use.
 std::unique_ptr<HttpServer> listen(std::optional<std::uint16_t> port,
@@ -100,7 +85,7 @@ platform::FileDescriptor lockTimelines(const HostSettings& settings) {
 }
 
 void home(const HomeOptions& options) {
-  const HostSettings settings = settle(options.device);
+  const HostSettings& settings = phone();
   const platform::FileDescriptor held = lockTimelines(settings);
   std::unique_ptr<HomePage> page;
   auto server =
@@ -111,7 +96,7 @@ void home(const HomeOptions& options) {
   RefreshBudget budget;
   budget.enforced = options.budget > 0;
   budget.perDay = options.budget > 0 ? options.budget : budget.perDay;
-  const LocalApi api(settings);
+  const std::jthread api = serveLocalApi(settings);
   // Printed before the phone starts: requests wait until it has its first pictures.
   std::cout << "http://127.0.0.1:" << server->port() << '/' << std::endl;
   std::stop_source leaving;
@@ -135,19 +120,19 @@ void home(const HomeOptions& options) {
 
 }  // namespace
 
-void addHomeCommand(CLI::App& app) {
-  auto options = std::make_shared<HomeOptions>();
-  CLI::App* command = app.add_subcommand(
-      "home", "Serves the live home screen on this machine, as a web page, until interrupted");
-  command->add_option(
-      "--port",
-      options->port,
-      "Port of 127.0.0.1; 0 for any (default: " + std::to_string(kDefaultPort) + ", or any)");
-  command->add_option("--budget", options->budget, "Reloads per widget in 24 hours; 0 for no limit")
-      ->check(CLI::Range(0, 1000))
-      ->capture_default_str();
-  options->device.addTo(*command);
-  command->callback([options] { home(*options); });
+// clang-format off
+Command homeCommand() {
+  static HomeOptions options;
+  const std::string port = std::to_string(kDefaultPort);
+  return withDevice(DeviceUse::all, {
+      .name = "home",
+      .description = "Serves the live home screen on this machine, as a web page, until interrupted",
+      .groups = {{"Home screen", {
+          {"--port N", &options.port, "Port of 127.0.0.1; 0 for any (default: " + port + ", or any)"},
+          {"--budget N", &options.budget, "Reloads per widget in 24 hours; 0 for no limit (default: 50)", Range(0, 1000)}}}},
+      .examples = {"home", "home --container /tmp/second-phone --budget 0"},
+      .run = [] { home(options); }});
 }
+// clang-format on
 
 }  // namespace host

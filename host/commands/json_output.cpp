@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/commands/command_error.h"
+#include "host/commands/command_line.h"
 #include "platform/foundation/text/base64.h"
 #include "platform/support/utf8.h"
 
@@ -15,6 +15,18 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 Json toJson(const Value& value);
+Json toJson(const Answer& answer);
+Json toJson(const GalleryItem& item);
+Json toJson(const TransferTask& task);
+
+template <class T>
+Json toJson(const std::vector<T>& items) {
+  Json array = Json::array();
+  for (const T& item : items) {
+    array.push_back(toJson(item));
+  }
+  return array;
+}
 
 struct ToJson {
   Json operator()(Null) const { return nullptr; }
@@ -23,13 +35,7 @@ struct ToJson {
   Json operator()(const UnsupportedObject& object) const {
     return {{"unsupported", encodeBase64(object.bytes)}};
   }
-  Json operator()(const Array& array) const {
-    Json json = Json::array();
-    for (const Value& value : array) {
-      json.push_back(toJson(value));
-    }
-    return json;
-  }
+  Json operator()(const Array& array) const { return toJson(array); }
   Json operator()(const Dictionary& dictionary) const {
     Json json = Json::object();
     for (const auto& [name, value] : dictionary) {
@@ -62,17 +68,17 @@ Json fieldsOf(const ArchivedEntry& entry) {
   return fields;
 }
 
-Json timelineObject(const std::string& kind,
-                    const ArchivedTimeline& timeline,
-                    const std::vector<std::string>& log) {
+Json toJson(const Answer& answer) {
+  const auto& [what, kind, timeline, log] = answer;
+  if (what != ProvideRequest::What::timeline) {
+    return {{"kind", kind}, {"entry", fieldsOf(timeline.entries.front())}, {"log", log}};
+  }
   Json entries = Json::array();
   for (const ArchivedEntry& entry : timeline.entries) {
     entries.push_back(fieldsOf(entry));
   }
-  Json policy = "never";
-  if (timeline.policy.date) {
-    policy = Json{{"after", timeline.policy.date->iso8601()}};
-  }
+  const auto& date = timeline.policy.date;
+  const Json policy = date ? Json{{"after", date->iso8601()}} : Json("never");
   return {{"kind", kind}, {"entries", entries}, {"policy", policy}, {"log", log}};
 }
 
@@ -108,6 +114,17 @@ Json toJson(const TransferTask& task) {
           {"undelivered", task.undelivered.empty() ? Json() : Json(excerpt(task.undelivered))}};
 }
 
+Json toJson(const GalleryItem& item) {
+  Json families = Json::array();
+  for (const WidgetFamily family : item.families) {
+    families.push_back(nameOf(family));
+  }
+  return {{"kind", item.kind},
+          {"displayName", item.displayName},
+          {"description", item.description},
+          {"families", families}};
+}
+
 }  // namespace
 
 const char* nameOf(TransferState state) {
@@ -128,47 +145,20 @@ std::vector<std::pair<std::string, std::string>> fieldTexts(const ArchivedEntry&
   return texts;
 }
 
-std::string answerJSON(ProvideRequest::What what,
-                       const std::string& kind,
-                       const ArchivedTimeline& answer,
-                       const std::vector<std::string>& log) {
-  if (what == ProvideRequest::What::timeline) {
-    return printed(timelineObject(kind, answer, log));
-  }
-  return printed({{"kind", kind}, {"entry", fieldsOf(answer.entries.front())}, {"log", log}});
+std::string answerJSON(const Answer& answer) {
+  return printed(toJson(answer));
 }
 
-std::string settledJSON(const std::string& kind,
-                        const std::vector<LoggedTimeline>& timelines,
-                        const std::vector<std::string>& log) {
-  Json objects = Json::array();
-  for (const LoggedTimeline& logged : timelines) {
-    objects.push_back(timelineObject(kind, logged.timeline, logged.log));
-  }
-  return printed({{"timelines", objects}, {"log", log}});
+std::string settledJSON(const std::vector<Answer>& answers, const std::vector<std::string>& log) {
+  return printed({{"timelines", toJson(answers)}, {"log", log}});
 }
 
 std::string galleryJSON(const std::vector<GalleryItem>& gallery) {
-  Json json = Json::array();
-  for (const GalleryItem& item : gallery) {
-    Json families = Json::array();
-    for (const WidgetFamily family : item.families) {
-      families.push_back(nameOf(family));
-    }
-    json.push_back({{"kind", item.kind},
-                    {"displayName", item.displayName},
-                    {"description", item.description},
-                    {"families", families}});
-  }
-  return printed(json);
+  return printed(toJson(gallery));
 }
 
 std::string downloadsJSON(const TransferListing& listing) {
-  Json downloads = Json::array();
-  for (const TransferTask& task : listing.tasks) {
-    downloads.push_back(toJson(task));
-  }
-  return printed({{"downloads", downloads}, {"damaged", listing.damaged}});
+  return printed({{"downloads", toJson(listing.tasks)}, {"damaged", listing.damaged}});
 }
 
 }  // namespace host

@@ -1,13 +1,8 @@
-#include "host/commands/man_pages.h"
-
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 
-#include <CLI/CLI.hpp>
-
-#include "host/commands/command_error.h"
-#include "host/commands/version.h"
+#include "host/commands/commands.h"
 
 namespace host {
 
@@ -28,73 +23,65 @@ std::string roff(const std::string& text) {
   return escaped;
 }
 
-/// "-o,--output TEXT": the names of an option with what follows them, or a positional's name.
-std::string heading(const CLI::Option& option) {
-  if (option.get_positional()) {
-    return option.get_name(true);
+/// The page of a command; `name` is the page's, such as "glancery-app-streak".
+std::string manPage(const Command& command, const std::string& name, const std::string& version) {
+  std::string words = name;
+  std::ranges::replace(words, '-', ' ');
+  std::string synopsis;
+  std::string options;
+  for (const OptionGroup& group : command.groups) {
+    options += group.name.empty() ? "" : ".SS " + roff(group.name) + "\n";
+    for (const Option& option : group.options) {
+      synopsis += option.isPositional() ? "\n.I " + roff(option.name) : "";
+      options += ".TP\n.B " + roff(option.name) + "\n" + roff(option.description) + "\n";
+    }
   }
-  const bool takesValue = option.get_items_expected_max() > 0;
-  return option.get_name(false, true) + (takesValue ? " " + option.get_type_name() : "");
+  std::string page = ".TH " + name + " 1 \"\" \"Glancery " + roff(version) + "\"\n.SH NAME\n" +
+                     roff(name) + " \\- " + roff(command.description) + "\n.SH SYNOPSIS\n.B " +
+                     roff(words) + synopsis + "\n[\\fIoptions\\fR]" +
+                     (command.commands.empty() ? "\n" : "\n.I command\n");
+  page += options.empty() ? "" : ".SH OPTIONS\n" + options;
+  page += command.commands.empty() ? "" : ".SH COMMANDS\n";
+  for (const Command& sub : command.commands) {
+    page += ".TP\n.BR " + roff(name + "-" + sub.name) + " (1)\n" + roff(sub.description) + "\n";
+  }
+  page += command.examples.empty() ? "" : ".SH EXAMPLES\n";
+  for (const std::string& example : command.examples) {
+    page += ".nf\n" + roff("glancery " + example) + "\n.fi\n";
+  }
+  return page + (command.notes.empty() ? "" : ".SH NOTES\n.nf\n" + roff(command.notes) + "\n.fi\n");
 }
 
-std::vector<const CLI::App*> subcommands(const CLI::App& command) {
-  return command.get_subcommands([](const CLI::App*) { return true; });
+void write(const Command& command,
+           const std::string& name,
+           const std::string& version,
+           const fs::path& folder) {
+  const fs::path path = folder / (name + ".1");
+  std::ofstream file(path);
+  file << manPage(command, name, version) << std::flush;
+  if (!file) {
+    throw CommandError("can't write " + path.string());
+  }
+  for (const Command& sub : command.commands) {
+    write(sub, name + "-" + sub.name, version, folder);
+  }
 }
 
 }  // namespace
 
-std::string manPage(const CLI::App& command, const std::string& name) {
-  std::string page = ".TH " + name + " 1 \"\" \"Glancery " + roff(version()) + "\"\n.SH NAME\n" +
-                     roff(name) + " \\- " + roff(command.get_description()) + "\n.SH SYNOPSIS\n.B ";
-  std::string words = name;
-  std::ranges::replace(words, '-', ' ');
-  page += roff(words);
-  for (const CLI::Option* option : command.get_options()) {
-    if (option->get_positional()) {
-      page += "\n.I " + roff(heading(*option));
-    }
-  }
-  page += "\n[\\fIoptions\\fR]";
-  page += subcommands(command).empty() ? "\n" : "\n.I command\n";
-  std::string section;
-  for (const CLI::Option* option : command.get_options()) {
-    if (option->get_group().empty()) {
-      continue;
-    }
-    if (option->get_group() != section) {
-      section = option->get_group();
-      page += ".SH " + std::string(section == "Options" ? "OPTIONS" : roff(section)) + "\n";
-    }
-    page += ".TP\n.B " + roff(heading(*option)) + "\n" + roff(option->get_description()) + "\n";
-  }
-  if (!subcommands(command).empty()) {
-    page += ".SH COMMANDS\n";
-    for (const CLI::App* sub : subcommands(command)) {
-      page += ".TP\n.BR " + roff(name + "-" + sub->get_name()) + " (1)\n" +
-              roff(sub->get_description()) + "\n";
-    }
-  }
-  if (!command.get_footer().empty()) {
-    page += ".SH NOTES\n.nf\n" + roff(command.get_footer()) + "\n.fi\n";
-  }
-  return page;
+// clang-format off
+Command manCommand(const Command& program, const std::string& version) {
+  static std::string folder;
+  return {
+      .name = "man",
+      .description = "Writes a manual page for each command",
+      .groups = {{"Output", {{"-o,--output DIR", &folder, "Folder for the pages", Required()}}}},
+      .examples = {"man -o ~/.local/share/man/man1"},
+      .run = [&program, version] {
+        fs::create_directories(folder);
+        write(program, program.name, version, folder);
+      }};
 }
-
-void writeManPages(const CLI::App& app, const std::string& folder) {
-  fs::create_directories(folder);
-  const auto write =
-      [&](const auto& self, const CLI::App& command, const std::string& name) -> void {
-    const fs::path path = fs::path(folder) / (name + ".1");
-    std::ofstream file(path);
-    file << manPage(command, name) << std::flush;
-    if (!file) {
-      throw CommandError("can't write " + path.string());
-    }
-    for (const CLI::App* sub : subcommands(command)) {
-      self(self, *sub, name + "-" + sub->get_name());
-    }
-  };
-  write(write, app, app.get_name());
-}
+// clang-format on
 
 }  // namespace host

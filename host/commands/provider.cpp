@@ -1,15 +1,13 @@
 #include <algorithm>
 #include <iostream>
 #include <iterator>
-#include <memory>
 
-#include <CLI/CLI.hpp>
-
-#include "host/commands/command_error.h"
 #include "host/commands/commands.h"
 #include "host/commands/device_options.h"
 #include "host/commands/json_output.h"
+#include "host/commands/terminal.h"
 #include "host/phone/widget_host.h"
+#include "store/shared_store.h"
 
 namespace host {
 
@@ -18,88 +16,91 @@ using namespace platform;
 namespace {
 
 struct ProviderOptions {
-  DeviceOptions device = {};
   std::string kind = {};
   bool json = false;
   bool settle = false;
   int longest = 90;
 };
 
-void printEntry(const ArchivedEntry& entry) {
-  for (const auto& [name, text] : fieldTexts(entry)) {
-    std::cout << "  " << name << ": " << text << '\n';
+std::vector<Line> linesOf(const Answer& answer) {
+  const bool isTimeline = answer.what == ProvideRequest::What::timeline;
+  std::vector<Line> lines;
+  for (std::size_t index = 0; const ArchivedEntry& entry : answer.timeline.entries) {
+    if (isTimeline) {
+      lines.push_back({{answer.kind + " entry " + std::to_string(index++)}, kStrong});
+    }
+    for (const auto& [name, text] : fieldTexts(entry)) {
+      lines.push_back({{"  " + name + ":", text}});
+    }
   }
-}
-
-void printTimeline(const std::string& kind, const ArchivedTimeline& timeline) {
-  for (std::size_t index = 0; index < timeline.entries.size(); ++index) {
-    std::cout << kind << " entry " << index << '\n';
-    printEntry(timeline.entries[index]);
+  if (isTimeline) {
+    const auto& date = answer.timeline.policy.date;
+    lines.push_back({{"next timeline: " + (date ? "after " + date->iso8601() : "never")}});
   }
-  std::cout << "next timeline: "
-            << (timeline.policy.date ? "after " + timeline.policy.date->iso8601() : "never")
-            << '\n';
+  return lines;
 }
 
 void provide(ProvideRequest::What what, const ProviderOptions& options) {
-  const bool isTimeline = what == ProvideRequest::What::timeline;
-  WidgetHost host(settle(options.device));
-  std::vector<LoggedTimeline> answers;
+  WidgetHost host(phone());
+  std::vector<Answer> answers;
   const auto ask = [&] {
-    const std::size_t before = host.log().size();
+    const auto before = static_cast<std::ptrdiff_t>(host.log().size());
     ArchivedTimeline timeline = host.provide(what, options.kind);
     const std::vector<std::string> log = host.log();
-    answers.push_back(
-        {std::move(timeline), {log.begin() + static_cast<std::ptrdiff_t>(before), log.end()}});
+    answers.push_back({what, options.kind, std::move(timeline), {log.begin() + before, log.end()}});
   };
   ask();
   if (options.settle) {
     host.downloads().settle(options.kind, std::chrono::seconds(options.longest), ask);
   }
-  const ArchivedTimeline& first = answers.front().timeline;
   if (options.json) {
-    std::cout << (options.settle ? settledJSON(options.kind, answers, host.log())
-                                 : answerJSON(what, options.kind, first, host.log()))
+    std::cout << (options.settle ? settledJSON(answers, host.log()) : answerJSON(answers.front()))
               << '\n';
     return;
   }
-  for (const LoggedTimeline& answer : answers) {
-    isTimeline ? printTimeline(options.kind, answer.timeline) : printEntry(first.entries.front());
+  std::vector<Line> lines;
+  for (const Answer& answer : answers) {
+    std::ranges::move(linesOf(answer), std::back_inserter(lines));
   }
   for (const std::string& line : host.log()) {
-    std::cout << line << '\n';
+    lines.push_back({{line}, kFaint});
   }
+  print(lines);
 }
 
 }  // namespace
 
-ProvideRequest::What requestNamed(const std::string& name) {
-  const auto* found = std::ranges::find(kRequestNames, name);
-  if (found == std::end(kRequestNames)) {
-    throw InvalidValue("--of", name, "give placeholder, snapshot or timeline");
-  }
-  return static_cast<ProvideRequest::What>(found - std::begin(kRequestNames));
+Words kinds() {
+  return {glancery::kCheckinKind,
+          glancery::kStreakKind,
+          glancery::kAffirmationKind,
+          glancery::kBinnacleKind};
 }
 
-void addProviderCommands(CLI::App& app) {
-  for (const char* name : kRequestNames) {
-    const auto what = requestNamed(name);
-    auto options = std::make_shared<ProviderOptions>();
-    CLI::App* command =
-        app.add_subcommand(name, "Prints the " + std::string(name) + " of a widget's provider");
-    command->add_option("KIND", options->kind, "The widget, as gallery lists it")->required();
-    command->add_flag("--json", options->json, "Print JSON");
-    options->device.addTo(*command);
-    if (what == ProvideRequest::What::timeline) {
-      command->add_flag("--settle",
-                        options->settle,
-                        "Wait until all downloads are delivered, and ask again for each reload");
-      command->add_option("--for", options->longest, "The longest wait of --settle, in seconds")
-          ->check(CLI::Range(1, 86400))
-          ->capture_default_str();
-    }
-    command->callback([options, what] { provide(what, *options); });
-  }
+Option kindArgument(std::string& kind) {
+  return {"KIND", &kind, "The widget, as gallery lists it", Suggested(kinds)};
 }
+
+// clang-format off
+Command providerCommand(const std::string& request) {
+  static ProviderOptions options;
+  const auto what = withRawValue<ProvideRequest::What>(request).value();
+  Command command = {
+      .name = request,
+      .description = "Prints the " + request + " of a widget's provider",
+      .groups = {{"Output", {
+          kindArgument(options.kind),
+          {"--json", &options.json, "Print JSON"}}}},
+      .examples = {request + " StreakWidget"},
+      .run = [what] { provide(what, options); }};
+  if (what == ProvideRequest::What::timeline) {
+    command.groups.push_back({"Downloads", {
+        {"--settle", &options.settle, "Wait until all downloads are delivered, and ask again for each reload"},
+        {"--for SECONDS", &options.longest, "The longest wait of --settle (default: 90)", Range(1, 86400)}}});
+    command.examples.emplace_back("timeline AffirmationWidget --settle --json");
+  }
+  return withDevice(DeviceUse::all, std::move(command));
+}
+// clang-format on
 
 }  // namespace host

@@ -1,14 +1,11 @@
 #include <filesystem>
 #include <iostream>
-#include <memory>
 #include <optional>
 #include <utility>
 
-#include <CLI/CLI.hpp>
-
-#include "host/commands/command_error.h"
 #include "host/commands/commands.h"
 #include "host/commands/device_options.h"
+#include "host/commands/json_output.h"
 #include "host/phone/screens.h"
 #include "host/phone/widget_host.h"
 #include "platform/support/files.h"
@@ -20,11 +17,10 @@ using namespace platform;
 namespace {
 
 struct RenderOptions {
-  DeviceOptions device = {};
   std::string kind = {};
   std::string output = {};
   std::string of = "timeline";
-  std::optional<std::size_t> entry = {};
+  std::optional<std::uint64_t> entry = {};
 };
 
 const ArchivedEntry& chosenEntry(const ArchivedTimeline& timeline,
@@ -60,13 +56,12 @@ void render(const RenderOptions& options) {
   if (ending != ".png" && ending != ".svg" && ending != ".json") {
     throw InvalidValue("-o", options.output, "give a file that ends in .png, .svg or .json");
   }
-  const auto what = requestNamed(options.of);
-  HostSettings settings = settle(options.device);
   // Loads while the extension works: typefaces take as long as the timeline.
-  LoadingRenderer renderer = startLoadingRenderer(settings);
-  WidgetHost host(std::move(settings));
+  LoadingRenderer renderer = startLoadingRenderer(phone());
+  WidgetHost host(phone());
   host.setRenderer(std::move(renderer));
-  const ArchivedTimeline timeline = host.provide(what, options.kind);
+  const ArchivedTimeline timeline =
+      host.provide(*withRawValue<ProvideRequest::What>(options.of), options.kind);
   const ArchivedEntry& entry = chosenEntry(timeline, options.entry);
   const DisplayList list = host.display(entry, host.familyOf(options.kind));
   const std::string bytes = encoded(host, list, ending);
@@ -78,21 +73,27 @@ void render(const RenderOptions& options) {
   }
 }
 
+Words requests() {
+  return wordsOf(kRawValues<ProvideRequest::What>);
+}
+
 }  // namespace
 
-void addRenderCommand(CLI::App& app) {
-  auto options = std::make_shared<RenderOptions>();
-  CLI::App* command =
-      app.add_subcommand("render", "Draws a widget as it is shown now: an image or a display list");
-  command->add_option("KIND", options->kind, "The widget, as gallery lists it")->required();
-  command->add_option("-o,--output", options->output, "FILE.png, FILE.svg or FILE.json")
-      ->required();
-  command->add_option("--of", options->of, "placeholder, snapshot or timeline")
-      ->capture_default_str();
-  command->add_option(
-      "--entry", options->entry, "Index in the timeline, from 0 (default: the entry shown now)");
-  options->device.addTo(*command);
-  command->callback([options] { render(*options); });
+// clang-format off
+Command renderCommand() {
+  static RenderOptions options;
+  return withDevice(DeviceUse::all, {
+      .name = "render",
+      .description = "Draws a widget as it is shown now: an image or a display list",
+      .groups = {{"Output", {
+          kindArgument(options.kind),
+          {"-o,--output FILE", &options.output, "FILE.png, FILE.svg or FILE.json", Required()},
+          {"--of REQUEST", &options.of, listOf(requests()) + " (default: timeline)", OneOf(requests)},
+          {"--entry N", &options.entry, "Index in the timeline, from 0 (default: the entry shown now)"}}}},
+      .examples = {"render StreakWidget -o streak.png",
+                   "render Checkin -o night.svg --scheme dark --now 2026-03-05T23:30:00Z"},
+      .run = [] { render(options); }});
 }
+// clang-format on
 
 }  // namespace host

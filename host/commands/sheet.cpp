@@ -8,14 +8,10 @@
 #include <filesystem>
 #include <iomanip>
 #include <iostream>
-#include <memory>
 
-#include <CLI/CLI.hpp>
-
-#include "host/commands/command_error.h"
 #include "host/commands/commands.h"
 #include "host/commands/device_options.h"
-#include "host/sheet/states/states.h"
+#include "host/commands/terminal.h"
 #include "platform/support/files.h"
 
 namespace host {
@@ -30,10 +26,8 @@ struct SheetOptions {
   std::string output = {};
   std::string goldens = {};
   bool accept = false;
-  std::string acceptedFindings = {};
-  std::string only = {};
-  bool quick = false;
   std::string extension = {};
+  SheetSettings settings = {};
 };
 
 double secondsSince(Clock::time_point start) {
@@ -65,7 +59,7 @@ class ProgressBar {
   }
 
  private:
-  bool onTerminal_ = ::isatty(STDERR_FILENO) == 1;
+  bool onTerminal_ = hasEscapes(STDERR_FILENO);
   Clock::time_point start_ = Clock::now();
   Clock::time_point next_ = start_;
 };
@@ -80,15 +74,6 @@ void checkOptions(const SheetOptions& options) {
   if (!options.goldens.empty() && !options.accept && !fs::is_directory(options.goldens)) {
     throw CommandError("no goldens at " + options.goldens +
                        ": make them with --accept, or with sheet -o");
-  }
-  std::string kinds;
-  bool known = options.only.empty();
-  for (const SheetWidget& widget : sheetWidgets()) {
-    known = known || widget.kind == options.only;
-    kinds.append(kinds.empty() ? "" : ", ").append(widget.kind);
-  }
-  if (!known) {
-    throw InvalidValue("--only", options.only, "give one of " + kinds);
   }
 }
 
@@ -109,19 +94,14 @@ SheetResult run(const SheetOptions& options) {
   SheetResult result;
   {
     ProgressBar bar;
-    const SheetSettings settings = {
-        .extension = extensionFolder(options.extension),
-        .systemFonts = platform::programFolder() / "system" / "Fonts",
-        .kind = options.only,
-        .defaultDeviceOnly = options.quick,
-        .acceptedFindings = options.acceptedFindings,
-        .progress = [&bar](std::size_t done, std::size_t total) { bar.show(done, total); }};
+    SheetSettings settings = options.settings;
+    settings.extension = extensionFolder(options.extension);
+    settings.systemFonts = platform::programFolder() / "system" / "Fonts";
+    settings.progress = [&bar](std::size_t done, std::size_t total) { bar.show(done, total); };
+    const GoldensUse use = options.accept ? GoldensUse::accept : GoldensUse::compare;
     result = options.goldens.empty()
                  ? makeSheet(settings, options.output)
-                 : verifySheet(settings,
-                               options.goldens,
-                               reportFolder(options),
-                               options.accept ? GoldensUse::accept : GoldensUse::compare);
+                 : verifySheet(settings, options.goldens, reportFolder(options), use);
   }
   const double seconds = secondsSince(start);
   std::cout << result.images << " pictures, " << result.newFindings << " findings, " << std::fixed
@@ -130,23 +110,25 @@ SheetResult run(const SheetOptions& options) {
   return result;
 }
 
+/// "1 picture differs", "2 pictures differ"
+std::string counted(std::size_t count, const char* one, const char* several) {
+  return std::to_string(count) + (count == 1 ? one : several);
+}
+
 void sheet(const SheetOptions& options) {
   checkOptions(options);
   const SheetResult result = run(options);
   if (options.goldens.empty()) {
     return;
   }
-  const std::size_t differences = options.accept ? 0 : result.differences;
   const std::string report = "; see " + (reportFolder(options) / "report.html").string();
-  if (differences > 0) {
-    throw CommandError(std::to_string(differences) +
-                           (differences == 1 ? " picture differs" : " pictures differ") + " from " +
-                           options.goldens + report,
+  if (result.differences > 0 && !options.accept) {
+    throw CommandError(counted(result.differences, " picture differs", " pictures differ") +
+                           " from " + options.goldens + report,
                        kDiffers);
   }
   if (result.newFindings > 0) {
-    throw CommandError(std::to_string(result.newFindings) +
-                           (result.newFindings == 1 ? " new finding" : " new findings") +
+    throw CommandError(counted(result.newFindings, " new finding", " new findings") +
                            ": fix the cause, or accept it with a reason in " +
                            kAcceptedFindingsFile + report,
                        kDiffers);
@@ -158,36 +140,30 @@ void sheet(const SheetOptions& options) {
 
 }  // namespace
 
-void addSheetCommand(CLI::App& app) {
-  auto options = std::make_shared<SheetOptions>();
-  CLI::App* command = app.add_subcommand(
-      "sheet", "Draws everything that the widgets can show: pictures, display lists and a page");
-  command->add_option("-o,--output",
-                      options->output,
-                      "Folder of the sheet, or of the report with --verify: new, empty, or written "
-                      "by an earlier run");
-  command->add_option("--verify",
-                      options->goldens,
-                      "Compares with the sheet in the folder GOLDENS and changes nothing there; "
-                      "without -o, the report goes to GOLDENS-report");
-  command->add_flag("--accept",
-                    options->accept,
-                    "With --verify: replaces the goldens that differ by the new pictures");
-  command->add_option("--accepted-findings",
-                      options->acceptedFindings,
-                      "File of findings that are accepted, each with a reason (default: "
-                      "accepted-findings.json in GOLDENS)");
-  command->add_option("--only", options->only, "Only this widget, by its name in gallery");
-  command->add_flag("--quick", options->quick, "Every state only on the default phone");
-  command->add_option("--extension",
-                      options->extension,
-                      "Folder of the extension (default: Glancery.appex beside this program)");
-  command->footer(
-      "The last line on standard output counts: N pictures, M findings, S s, P pictures/s.\n"
-      "M counts the findings that are not accepted. Exit status 3: with --verify, something "
-      "differs "
-      "from the goldens, or a finding is not accepted.");
-  command->callback([options] { sheet(*options); });
+// clang-format off
+Command sheetCommand() {
+  static SheetOptions options;
+  return {
+      .name = "sheet",
+      .description = "Draws everything that the widgets can show: pictures, display lists and a page",
+      .groups = {
+          {"Output", {
+              {"-o,--output DIR", &options.output, "Folder of the sheet, or of the report with --verify: new, empty, or written by an earlier run"},
+              {"--only KIND", &options.settings.kind, "Only this widget", OneOf(kinds)},
+              {"--quick", &options.settings.defaultDeviceOnly, "Every state only on the default phone"}}},
+          {"Comparison", {
+              {"--verify GOLDENS", &options.goldens, "Compares with the sheet in the folder GOLDENS and changes nothing there; without -o, the report goes to GOLDENS-report"},
+              {"--accept", &options.accept, "With --verify: replaces the goldens that differ by the new pictures"},
+              {"--accepted-findings FILE", [](const std::string& file) { options.settings.acceptedFindings = file; }, "File of findings that are accepted, each with a reason (default: accepted-findings.json in GOLDENS)"}}},
+          {"Extension", {extensionOption(options.extension)}}},
+      .examples = {"sheet -o out  # every widget in every state: out/index.html",
+                   "sheet --verify goldens -o report"},
+      .notes =
+          "The last line on standard output counts: N pictures, M findings, S s, P pictures/s.\n"
+          "M counts the findings that are not accepted. Exit status 3: with --verify, something\n"
+          "differs from the goldens, or a finding is not accepted.",
+      .run = [] { sheet(options); }};
 }
+// clang-format on
 
 }  // namespace host

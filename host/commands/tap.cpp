@@ -1,11 +1,7 @@
-#include <charconv>
 #include <iostream>
-#include <memory>
 #include <optional>
+#include <sstream>
 
-#include <CLI/CLI.hpp>
-
-#include "host/commands/command_error.h"
 #include "host/commands/commands.h"
 #include "host/commands/device_options.h"
 #include "host/phone/widget_host.h"
@@ -17,20 +13,17 @@ using namespace platform;
 namespace {
 
 struct TapOptions {
-  DeviceOptions device = {};
   std::string kind = {};
   std::string point = {};
 };
 
 std::optional<Point> parsePoint(const std::string& text) {
+  std::istringstream stream(text);
   Point point;
-  const char* const end = text.data() + text.size();
-  const auto x = std::from_chars(text.data(), end, point.x);
-  if (x.ec != std::errc() || x.ptr == end || *x.ptr != ',') {
-    return std::nullopt;
-  }
-  const auto y = std::from_chars(x.ptr + 1, end, point.y);
-  return y.ec == std::errc() && y.ptr == end ? std::optional(point) : std::nullopt;
+  char comma = '\0';
+  stream >> point.x >> comma >> point.y;
+  const bool whole = stream && comma == ',' && stream.peek() == EOF;
+  return whole ? std::optional(point) : std::nullopt;
 }
 
 void tap(const TapOptions& options) {
@@ -42,7 +35,7 @@ void tap(const TapOptions& options) {
           "POINT", options.point, "give points from the widget's top left, such as 40,79");
     }
   }
-  WidgetHost host(settle(options.device));
+  WidgetHost host(phone());
   const ArchivedTimeline timeline = host.provide(ProvideRequest::What::timeline, options.kind);
   if (timeline.entries.empty()) {
     throw CommandError("the timeline of \"" + options.kind + "\" has no entries");
@@ -64,15 +57,18 @@ void tap(const TapOptions& options) {
 
 }  // namespace
 
-void addTapCommand(CLI::App& app) {
-  auto options = std::make_shared<TapOptions>();
-  CLI::App* command = app.add_subcommand(
-      "tap", "Prints the deep link that a tap on a widget opens; nothing if there is none");
-  command->add_option("KIND", options->kind, "The widget, as gallery lists it")->required();
-  command->add_option(
-      "POINT", options->point, "X,Y in points from the top left (default: the middle)");
-  options->device.addTo(*command);
-  command->callback([options] { tap(*options); });
+// clang-format off
+Command tapCommand() {
+  static TapOptions options;
+  return withDevice(DeviceUse::all, {
+      .name = "tap",
+      .description = "Prints the deep link that a tap on a widget opens; nothing if there is none",
+      .groups = {{"", {
+          kindArgument(options.kind),
+          {"[POINT]", &options.point, "X,Y in points from the top left (default: the middle)"}}}},
+      .examples = {"tap Checkin 290,79"},
+      .run = [] { tap(options); }});
 }
+// clang-format on
 
 }  // namespace host
