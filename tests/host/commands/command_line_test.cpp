@@ -263,6 +263,10 @@ const Mistake kMistakes[] = {
      {"render", "StreakWidget", "-o", "a.png", "--scale", "9"},
      2,
      {"9", "1 to 4"}},
+    {"scaleThatIsNoNumber",
+     {"render", "StreakWidget", "-o", "a.png", "--scale", "nan"},
+     2,
+     {"--scale \"nan\"", "1 to 4"}},
     {"malformedScheme", {"gallery", "--scheme", "sepia"}, 2, {"sepia", "light or dark"}},
     {"malformedVersion", {"gallery", "--os", "seventeen"}, 2, {"seventeen", "17.0"}},
     {"hugeVersion", {"gallery", "--os", "17.1000001"}, 2, {"17.1000001", "17.0"}},
@@ -362,23 +366,6 @@ TEST(CommandLine, AnOverflowInTheExtensionIsReported) {
   EXPECT_EQ(ran.status, 1);
   EXPECT_THAT(ran.err,
               HasSubstr("the extension crashed: Aborted (Fatal error: arithmetic overflow"));
-}
-
-TEST(CommandLine, EveryCommandHasHelp) {
-  const Phone phone;
-  for (const Words& command : {Words{},
-                               Words{"gallery"},
-                               Words{"timeline"},
-                               Words{"render"},
-                               Words{"tap"},
-                               Words{"store", "set"},
-                               Words{"app", "streak"}}) {
-    Words words = command;
-    words.push_back("--help");
-    const Ran ran = run(std::string(GLANCERY_BUILD) + "/glancery", words);
-    EXPECT_EQ(ran.status, 0);
-    EXPECT_THAT(ran.out, HasSubstr("Usage:"));
-  }
 }
 
 TEST(CommandLine, TheExtensionStartedByHandSaysWhatItIs) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -68,6 +69,96 @@ TEST(Completions, WorkInAShell) {
   EXPECT_EQ(run(kGlancery, {"completion", "tcsh"}).status, 2);
 }
 
+/// The words that begin the lines of a section of `--help`, such as the names of subcommands.
+std::vector<std::string> namesIn(const std::string& help, const std::string& section) {
+  std::vector<std::string> names;
+  std::istringstream lines(help);
+  bool inside = false;
+  for (std::string line; std::getline(lines, line);) {
+    if (inside && line.starts_with("  ")) {
+      names.push_back(line.substr(2, line.find(' ', 2) - 2));
+    }
+    inside = line.empty() ? false : inside || line == section + ":";
+  }
+  return names;
+}
+
+/// Calls `visit` with the words and the help of every command that has no commands below it.
+void forEachCommand(const std::vector<std::string>& words, const auto& visit) {
+  std::vector<std::string> help = words;
+  help.emplace_back("--help");
+  const std::string text = run(kGlancery, help).out;
+  const auto subcommands = namesIn(text, "Subcommands");
+  for (const std::string& name : subcommands) {
+    help.back() = name;
+    forEachCommand(help, visit);
+  }
+  if (subcommands.empty()) {
+    visit(words, text);
+  }
+}
+
+TEST(Help, OfEveryCommandHasExamplesWithItsOwnOptions) {
+  std::size_t commands = 0;
+  forEachCommand({}, [&](const std::vector<std::string>& words, const std::string& help) {
+    ++commands;
+    std::string start = "\n  glancery";
+    for (const std::string& word : words) {
+      start += " " + word;
+    }
+    std::size_t at = help.find("\nExamples:" + start);
+    ASSERT_NE(at, std::string::npos) << help;
+    std::istringstream examples(help.substr(at));
+    for (std::string word; examples >> word && word != "#";) {
+      EXPECT_TRUE(!word.starts_with("--") || help.find(word + " ") < at) << word << " in " << help;
+    }
+  });
+  EXPECT_GT(commands, 18u);
+}
+
+TEST(Help, GroupsTheOptions) {
+  const std::string help = run(kGlancery, {"render", "--help"}).out;
+  for (const auto& [group, option] : {std::pair("Output", "--of"),
+                                      std::pair("Device", "--scale"),
+                                      std::pair("Extension", "--info"),
+                                      std::pair("Container", "--container")}) {
+    EXPECT_THAT(namesIn(help, group), ::testing::Contains(option));
+  }
+}
+
+struct Terminal {
+  const char* name;
+  const char* environment;
+  const char* first;
+  friend void PrintTo(const Terminal& row, std::ostream* out) { *out << row.name; }
+};
+
+const Terminal kTerminals[] = {
+    {"colorsAndColumns", "TERM=xterm", "\x1B[1mCheckin\x1B[0m           (systemMedium)\r\n"},
+    {"anEmptyNoColorIsUnset",
+     "TERM=xterm NO_COLOR=",
+     "\x1B[1mCheckin\x1B[0m           (systemMedium)\r\n"},
+    {"noColor", "TERM=xterm NO_COLOR=1", "Checkin           (systemMedium)\r\n"},
+    {"dumb", "TERM=dumb", "Checkin           (systemMedium)\r\n"},
+    {"pipe", "TERM=xterm", "Checkin (systemMedium)\n"},
+};
+
+class Terminals : public ::testing::TestWithParam<Terminal> {};
+
+TEST_P(Terminals, ShowColumnsAndColors) {
+  const Folder folder;
+  const std::string command = std::string("env -u NO_COLOR ") + GetParam().environment + " " +
+                              kGlancery.string() + " gallery --container " + folder.path().string();
+  const Ran ran = GetParam().name == std::string("pipe")
+                      ? run("/bin/sh", {"-c", command})
+                      : run("/usr/bin/script", {"-qec", command, "/dev/null"});
+  EXPECT_THAT(ran.out, ::testing::StartsWith(GetParam().first));
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, Terminals, ::testing::ValuesIn(kTerminals), [](const auto& row) {
+  return std::string(row.param.name);
+});
+
 TEST(Manual, HasAPageForEveryCommandWithItsOptions) {
   const Folder folder;
   ASSERT_EQ(run(kGlancery, {"man", "-o", folder.path().string()}).status, 0);
@@ -78,6 +169,9 @@ TEST(Manual, HasAPageForEveryCommandWithItsOptions) {
   const std::string render = readWhole(folder.path() / "glancery-render.1");
   EXPECT_NE(render.find("\n.I KIND\n"), std::string::npos) << render;
   EXPECT_NE(render.find("\\-\\-time\\-zone"), std::string::npos) << render;
+  EXPECT_NE(render.find("\n.SS Device\n"), std::string::npos) << render;
+  EXPECT_NE(render.find("\nglancery render StreakWidget \\-o streak.png\n"), std::string::npos)
+      << render;
   const Ran failed = run(kGlancery, {"man", "-o", "/dev/null/pages"});
   EXPECT_EQ(failed.status, 1);
   EXPECT_NE(failed.err.find("/dev/null/pages"), std::string::npos) << failed.err;
