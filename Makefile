@@ -1,5 +1,5 @@
 # Everything the project is asked for; tools/ and CMakePresets.json do the work.
-.PHONY: run build test check bench format lint sanitize fuzz package install clean
+.PHONY: run build test check bench format lint sanitize fuzz package package-test install clean
 
 # Builds only what runs: the tests stay out until `make test` configures them in.
 run:
@@ -19,8 +19,9 @@ test: install build
 	@tools/format --check
 	@ctest --preset dev -j2
 
-# What a release has to pass besides: lint, the sanitizers, a long run of the kill campaign.
-check: test lint sanitize
+# What a release has to pass besides: lint, the sanitizers, the package in a clean Debian root, a long
+# run of the kill campaign.
+check: test lint sanitize package-test
 	@GLANCERY=build/glancery node tests/host/transfer/kill_campaign.mjs 2000
 
 bench:
@@ -37,6 +38,10 @@ package:
 	@tools/install run
 	@tools/build package
 	@cd build-package && SOURCE_DATE_EPOCH=$$(git log -1 --format=%ct) cpack
+
+package-test: package
+	@tools/install package
+	@tools/package_test
 
 # Twenty seconds a target; FUZZ_SECONDS=600 for a long look.
 fuzz:

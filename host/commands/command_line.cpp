@@ -94,11 +94,6 @@ void checkCommandName(const Command& program, int argc, char** argv) {
   }
 }
 
-int fail(const std::exception& error, int status) {
-  complain(error.what());
-  return status;
-}
-
 }  // namespace
 
 std::string listOf(const Words& words) {
@@ -163,12 +158,11 @@ int runCommandLine(const Command& program, const char* version, int argc, char**
     }
     complain(error.what() + std::string(" (see --help)"));
     return kWrongUsage;
-  } catch (const CommandError& error) {
-    return fail(error, error.status());
-  } catch (const InvalidValue& error) {
-    return fail(error, kWrongUsage);
   } catch (const std::exception& error) {
-    return fail(error, kNotDone);
+    complain(error.what());
+    const auto* const ended = dynamic_cast<const CommandError*>(&error);
+    const bool isUsage = dynamic_cast<const InvalidValue*>(&error) != nullptr;
+    return ended ? ended->status() : isUsage ? kWrongUsage : kNotDone;
   }
 }
 
