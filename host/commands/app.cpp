@@ -12,15 +12,6 @@ using namespace platform;
 
 namespace {
 
-struct AppOptions {
-  std::string uid = {};
-  std::int64_t count = 0;
-  std::string lastActive = {};
-  std::string mood = {};
-  std::optional<std::string> day = {};
-  bool settle = false;
-};
-
 void changeLocale(bool settle) {
   WidgetHost host(phone());
   host.tell(LocaleChanged());
@@ -36,7 +27,12 @@ void changeLocale(bool settle) {
 
 // clang-format off
 Command appCommand() {
-  static AppOptions options;
+  static std::string uid;
+  static std::int64_t count = 0;
+  static std::string lastActive;
+  static std::string mood;
+  static std::optional<std::string> day;
+  static bool settle = false;
   return {
       .name = "app",
       .description = "Writes to the suite as the host app would",
@@ -44,9 +40,9 @@ Command appCommand() {
           withDevice(DeviceUse::clock, {
               .name = "sign-in",
               .description = "Signs a user in",
-              .groups = {{"", {{"UID", &options.uid, "The user's identifier"}}}},
+              .groups = {{"", {{"UID", &uid, "The user's identifier"}}}},
               .examples = {"app sign-in u-1"},
-              .run = [] { signIn(options.uid); }}),
+              .run = [] { signIn(uid); }}),
           withDevice(DeviceUse::clock, {
               .name = "sign-out",
               .description = "Signs the user out",
@@ -56,25 +52,26 @@ Command appCommand() {
               .name = "streak",
               .description = "Records the streak of active days",
               .groups = {{"Streak", {
-                  {"N", &options.count, "Days in a row"},
-                  {"--last-active INSTANT", &options.lastActive, "The last active instant, ISO 8601 (default: now)"}}}},
+                  {"N", &count, "Days in a row"},
+                  {"--last-active INSTANT", &lastActive, "The last active instant, ISO 8601 (default: now)"}}}},
               .examples = {"app streak 12 --last-active 2026-03-04T21:00:00-06:00"},
-              .run = [] { recordStreak(options.count, instantOf(options.lastActive, "--last-active")); }}),
+              .run = [] { recordStreak(count, instantOf(lastActive, "--last-active")); }}),
           withDevice(DeviceUse::calendar, {
               .name = "mood",
               .description = "Records the mood of a day",
               .groups = {{"Mood", {
-                  {"NAME", &options.mood, "veryBad, bad, neutral, well or veryWell", Suggested([] { return wordsOf(glancery::kMoodNames); })},
-                  {"--day DAY", &options.day, "The day, such as 2026-03-05 (default: today)"}}}},
+                  {"NAME", &mood, "veryBad, bad, neutral, well or veryWell",
+                   Suggested([] { return wordsOf(glancery::kMoodNames); })},
+                  {"--day DAY", &day, "The day, such as 2026-03-05 (default: today)"}}}},
               .examples = {"app mood well", "app mood bad --day 2026-03-04"},
-              .run = [] { recordNamedMood(options.mood, options.day); }}),
+              .run = [] { recordNamedMood(mood, day); }}),
           withDevice(DeviceUse::all, {
               .name = "locale-change",
               .description = "Notifies a running extension that the device's locale is now --locale",
               .groups = {{"Downloads", {
-                  {"--settle", &options.settle, "Wait until all downloads are delivered"}}}},
+                  {"--settle", &settle, "Wait until all downloads are delivered"}}}},
               .examples = {"app locale-change --locale en_US --settle"},
-              .run = [] { changeLocale(options.settle); }})}};
+              .run = [] { changeLocale(settle); }})}};
 }
 // clang-format on
 

@@ -118,11 +118,9 @@ std::string Option::value() const {
 }
 
 Words Option::words() const {
-  if (const auto* known = std::get_if<OneOf>(&rule)) {
-    return known->words();
-  }
+  const auto* only = std::get_if<OneOf>(&rule);
   const auto* suggested = std::get_if<Suggested>(&rule);
-  return suggested ? suggested->words() : Words();
+  return only ? only->words() : suggested ? suggested->words() : Words();
 }
 
 const Command* Command::find(const std::string& word) const {

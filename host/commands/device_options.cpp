@@ -59,7 +59,7 @@ Words timeZones() {
 
 /// The phone as the options say. Options of the screen class come before those that refine it.
 HostSettings& settings() {
-  static HostSettings chosen = {.followsMachineZone = true};
+  static HostSettings chosen = {.device = {.languages = {"es_MX"}}, .followsMachineZone = true};
   return chosen;
 }
 
@@ -109,11 +109,15 @@ Command withDevice(DeviceUse use, Command command) {
   static std::vector<std::string> info;
   std::vector<Option> device = {
       {"--now INSTANT", freezeClock, "Freezes the clock at that instant, ISO 8601 (default: it runs)"},
-      {"--time-zone ZONE", setting("timeZone", "--time-zone"), "Time zone, such as America/Mexico_City (default: this machine's)", Suggested(timeZones)},
-      {"--locale LOCALE", setting("locale", "--locale"), "Locale (default: es_MX)", Suggested(availableLocaleIdentifiers)},
-      {"--scheme SCHEME", setting("scheme", "--scheme"), "light or dark (default: light)", Suggested([] { return Words{"light", "dark"}; })},
+      {"--time-zone ZONE", setting("timeZone", "--time-zone"),
+       "Time zone, such as America/Mexico_City (default: this machine's)", Suggested(timeZones)},
+      {"--locale LOCALE", setting("locale", "--locale"), "Locale (default: es_MX)",
+       Suggested(availableLocaleIdentifiers)},
+      {"--scheme SCHEME", setting("scheme", "--scheme"), "light or dark (default: light)",
+       Suggested([] { return wordsOf(kRawValues<ColorScheme>); })},
       {"--os VERSION", setting("os", "--os"), "Version of the phone's system (default: 17.0)"},
-      {"--device WxH", setting("screen", "--device"), "Screen class, in points (default: 390x844)", Suggested([] { return wordsOf(screenClasses(), &ScreenClass::name); })},
+      {"--device WxH", setting("screen", "--device"), "Screen class, in points (default: 390x844)",
+       Suggested([] { return wordsOf(screenClasses(), &ScreenClass::name); })},
       {"--size WxH", setSize, "Widget size instead of the screen class's, in points"},
       {"--scale N", &settings().screen.scale, "Pixels per point, 1 to 4 (default: the screen class's)", Range(1, 4)}};
   device.resize(std::to_underlying(use));

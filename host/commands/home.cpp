@@ -21,11 +21,6 @@ namespace {
 
 constexpr std::uint16_t kDefaultPort = 8787;
 
-struct HomeOptions {
-  std::optional<std::uint16_t> port = {};
-  int budget = RefreshBudget().perDay;
-};
-
 /// The port of 127.0.0.1 in the bundle's URL of the API; none if that is another URL.
 std::optional<std::uint16_t> localApiPort(const HostSettings& settings) {
   const auto info = NSBundle(settings.extension, settings.infoOverrides).infoDictionary();
@@ -84,18 +79,18 @@ platform::FileDescriptor lockTimelines(const HostSettings& settings) {
   return *std::move(lock);
 }
 
-void home(const HomeOptions& options) {
+/// `reloads` is the budget of a widget for 24 hours; 0 means no limit.
+void home(std::optional<std::uint16_t> port, int reloads) {
   const HostSettings& settings = phone();
   const platform::FileDescriptor held = lockTimelines(settings);
   std::unique_ptr<HomePage> page;
-  auto server =
-      listen(options.port, [&page](const HttpRequest& request, const HttpServer::Reply& reply) {
-        page->answer(request, reply);
-      });
+  auto server = listen(port, [&page](const HttpRequest& request, const HttpServer::Reply& reply) {
+    page->answer(request, reply);
+  });
   server->endOnSignals();
   RefreshBudget budget;
-  budget.enforced = options.budget > 0;
-  budget.perDay = options.budget > 0 ? options.budget : budget.perDay;
+  budget.enforced = reloads > 0;
+  budget.perDay = reloads > 0 ? reloads : budget.perDay;
   const std::jthread api = serveLocalApi(settings);
   // Printed before the phone starts: requests wait until it has its first pictures.
   std::cout << "http://127.0.0.1:" << server->port() << '/' << std::endl;
@@ -122,16 +117,17 @@ void home(const HomeOptions& options) {
 
 // clang-format off
 Command homeCommand() {
-  static HomeOptions options;
-  const std::string port = std::to_string(kDefaultPort);
+  static std::optional<std::uint16_t> port;
+  static int reloads = RefreshBudget().perDay;
+  const std::string usual = std::to_string(kDefaultPort);
   return withDevice(DeviceUse::all, {
       .name = "home",
       .description = "Serves the live home screen on this machine, as a web page, until interrupted",
       .groups = {{"Home screen", {
-          {"--port N", &options.port, "Port of 127.0.0.1; 0 for any (default: " + port + ", or any)"},
-          {"--budget N", &options.budget, "Reloads per widget in 24 hours; 0 for no limit (default: 50)", Range(0, 1000)}}}},
+          {"--port N", &port, "Port of 127.0.0.1; 0 for any (default: " + usual + ", or any)"},
+          {"--budget N", &reloads, "Reloads per widget in 24 hours; 0 for no limit (default: 50)", Range(0, 1000)}}}},
       .examples = {"home", "home --container /tmp/second-phone --budget 0"},
-      .run = [] { home(options); }});
+      .run = [] { home(port, reloads); }});
 }
 // clang-format on
 

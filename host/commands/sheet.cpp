@@ -110,11 +110,6 @@ SheetResult run(const SheetOptions& options) {
   return result;
 }
 
-/// "1 picture differs", "2 pictures differ"
-std::string counted(std::size_t count, const char* one, const char* several) {
-  return std::to_string(count) + (count == 1 ? one : several);
-}
-
 void sheet(const SheetOptions& options) {
   checkOptions(options);
   const SheetResult result = run(options);
@@ -123,12 +118,14 @@ void sheet(const SheetOptions& options) {
   }
   const std::string report = "; see " + (reportFolder(options) / "report.html").string();
   if (result.differences > 0 && !options.accept) {
-    throw CommandError(counted(result.differences, " picture differs", " pictures differ") +
+    throw CommandError(std::to_string(result.differences) +
+                           (result.differences == 1 ? " picture differs" : " pictures differ") +
                            " from " + options.goldens + report,
                        kDiffers);
   }
   if (result.newFindings > 0) {
-    throw CommandError(counted(result.newFindings, " new finding", " new findings") +
+    throw CommandError(std::to_string(result.newFindings) +
+                           (result.newFindings == 1 ? " new finding" : " new findings") +
                            ": fix the cause, or accept it with a reason in " +
                            kAcceptedFindingsFile + report,
                        kDiffers);
@@ -148,13 +145,17 @@ Command sheetCommand() {
       .description = "Draws everything that the widgets can show: pictures, display lists and a page",
       .groups = {
           {"Output", {
-              {"-o,--output DIR", &options.output, "Folder of the sheet, or of the report with --verify: new, empty, or written by an earlier run"},
+              {"-o,--output DIR", &options.output,
+               "Folder of the sheet, or of the report with --verify: new, empty, or written by an earlier run"},
               {"--only KIND", &options.settings.kind, "Only this widget", OneOf(kinds)},
               {"--quick", &options.settings.defaultDeviceOnly, "Every state only on the default phone"}}},
           {"Comparison", {
-              {"--verify GOLDENS", &options.goldens, "Compares with the sheet in the folder GOLDENS and changes nothing there; without -o, the report goes to GOLDENS-report"},
+              {"--verify GOLDENS", &options.goldens,
+               "Compares with the sheet in the folder GOLDENS and changes nothing there; "
+               "without -o, the report goes to GOLDENS-report"},
               {"--accept", &options.accept, "With --verify: replaces the goldens that differ by the new pictures"},
-              {"--accepted-findings FILE", [](const std::string& file) { options.settings.acceptedFindings = file; }, "File of findings that are accepted, each with a reason (default: accepted-findings.json in GOLDENS)"}}},
+              {"--accepted-findings FILE", [](const std::string& file) { options.settings.acceptedFindings = file; },
+               "File of accepted findings, each with a reason (default: accepted-findings.json in GOLDENS)"}}},
           {"Extension", {extensionOption(options.extension)}}},
       .examples = {"sheet -o out  # every widget in every state: out/index.html",
                    "sheet --verify goldens -o report"},

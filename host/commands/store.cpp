@@ -21,11 +21,6 @@ struct StoreOptions {
   std::string type = "string";
 };
 
-template <class T>
-std::optional<Value> valueFrom(const std::optional<T>& parsed) {
-  return parsed ? std::optional(Value(*parsed)) : std::nullopt;
-}
-
 template <class Number>
 std::optional<Value> parseNumber(const std::string& text) {
   Number number = 0;
@@ -47,8 +42,8 @@ constexpr ValueType kValueTypes[] = {
     {"integer", "a whole number of 64 bits", [](const auto& text) { return parseNumber<std::int64_t>(text); }},
     {"real", "a number such as 1.5", [](const auto& text) { return parseNumber<double>(text); }},
     {"boolean", "true or false", [](const auto& text) { return text == "true" || text == "false" ? std::optional(Value(text == "true")) : std::nullopt; }},
-    {"date", "an instant such as 2026-03-05T08:30:00Z", [](const auto& text) { return valueFrom(Date::fromISO8601(text)); }},
-    {"data", "base64", [](const auto& text) { return valueFrom(decodeBase64(text).transform([](auto bytes) { return Data{bytes}; })); }},
+    {"date", "an instant such as 2026-03-05T08:30:00Z", [](const auto& text) { return Date::fromISO8601(text).transform([](Date date) { return Value(date); }); }},
+    {"data", "base64", [](const auto& text) { return decodeBase64(text).transform([](auto bytes) { return Value(Data{bytes}); }); }},
     {"text-data", "any text, stored as its bytes", [](const auto& text) { return std::optional(Value(Data{text})); }},
 };
 // clang-format on

@@ -12,42 +12,32 @@ using namespace platform;
 
 namespace {
 
-struct TapOptions {
-  std::string kind = {};
-  std::string point = {};
-};
-
-std::optional<Point> parsePoint(const std::string& text) {
+/// "40,79"
+Point pointFrom(const std::string& text) {
   std::istringstream stream(text);
   Point point;
   char comma = '\0';
   stream >> point.x >> comma >> point.y;
-  const bool whole = stream && comma == ',' && stream.peek() == EOF;
-  return whole ? std::optional(point) : std::nullopt;
+  if (!stream || comma != ',' || stream.peek() != EOF) {
+    throw InvalidValue("POINT", text, "give points from the widget's top left, such as 40,79");
+  }
+  return point;
 }
 
-void tap(const TapOptions& options) {
-  std::optional<Point> point;
-  if (!options.point.empty()) {
-    point = parsePoint(options.point);
-    if (!point) {
-      throw InvalidValue(
-          "POINT", options.point, "give points from the widget's top left, such as 40,79");
-    }
-  }
+void tap(const std::string& kind, const std::optional<Point>& point) {
   WidgetHost host(phone());
-  const ArchivedTimeline timeline = host.provide(ProvideRequest::What::timeline, options.kind);
+  const ArchivedTimeline timeline = host.provide(ProvideRequest::What::timeline, kind);
   if (timeline.entries.empty()) {
-    throw CommandError("the timeline of \"" + options.kind + "\" has no entries");
+    throw CommandError("the timeline of \"" + kind + "\" has no entries");
   }
-  const DisplayList list = host.display(timeline.entries[shownEntry(timeline, Date::now())],
-                                        host.familyOf(options.kind));
+  const DisplayList list =
+      host.display(timeline.entries[shownEntry(timeline, Date::now())], host.familyOf(kind));
   if (point && !(point->x >= 0 && point->x < list.size.width && point->y >= 0 &&
                  point->y < list.size.height)) {
-    throw InvalidValue("POINT",
-                       options.point,
-                       "the widget is " + std::to_string(static_cast<int>(list.size.width)) + "x" +
-                           std::to_string(static_cast<int>(list.size.height)) + " points");
+    std::ostringstream message;
+    message << "POINT \"" << point->x << ',' << point->y << "\": the widget is " << list.size.width
+            << 'x' << list.size.height << " points";
+    throw InvalidValue(message.str());
   }
   const Point middle = {list.size.width / 2, list.size.height / 2};
   if (const auto link = linkAt(list, point.value_or(middle))) {
@@ -59,15 +49,17 @@ void tap(const TapOptions& options) {
 
 // clang-format off
 Command tapCommand() {
-  static TapOptions options;
+  static std::string kind;
+  static std::optional<Point> point;
   return withDevice(DeviceUse::all, {
       .name = "tap",
       .description = "Prints the deep link that a tap on a widget opens; nothing if there is none",
       .groups = {{"", {
-          kindArgument(options.kind),
-          {"[POINT]", &options.point, "X,Y in points from the top left (default: the middle)"}}}},
+          kindArgument(kind),
+          {"[POINT]", [](const std::string& text) { point = pointFrom(text); },
+           "X,Y in points from the top left (default: the middle)"}}}},
       .examples = {"tap Checkin 290,79"},
-      .run = [] { tap(options); }});
+      .run = [] { tap(kind, point); }});
 }
 // clang-format on
 
