@@ -10,15 +10,15 @@ pkg_check_modules(ISAL REQUIRED IMPORTED_TARGET libisal)
 pkg_check_modules(SPNG REQUIRED IMPORTED_TARGET spng)
 pkg_check_modules(RSVG REQUIRED IMPORTED_TARGET librsvg-2.0)
 
-# Time zones, linked statically: a shared library in C++ would load the shared standard library,
+# Abseil for time zones and strings, linked statically: a shared library in C++ would load the shared standard library,
 # which takes a fifth of the extension's start.
-add_library(glancery_time_zones INTERFACE)
+add_library(glancery_abseil INTERFACE)
 foreach(part time time_zone civil_time int128 strings strings_internal
              raw_logging_internal base throw_delegate spinlock_wait)
   find_library(ABSL_${part}_STATIC libabsl_${part}.a REQUIRED)
-  target_link_libraries(glancery_time_zones INTERFACE ${ABSL_${part}_STATIC})
+  target_link_libraries(glancery_abseil INTERFACE ${ABSL_${part}_STATIC})
 endforeach()
-target_link_libraries(glancery_time_zones INTERFACE Threads::Threads)
+target_link_libraries(glancery_abseil INTERFACE Threads::Threads)
 
 # The extension links ICU statically: it starts half a millisecond faster, and the data file is
 # mapped, not read. A program with GLANCERY_SHARED_ICU saves the 30 MB of a second copy instead.

@@ -96,7 +96,8 @@ void wholePaths(const Work& work) {
   }
 }
 
-/// libcurl alone: one handle, which keeps its connection.
+/// libcurl alone. It opens a connection for each request, as the service does: libcurl repeats a
+/// POST whose kept connection ends, and the server would see it twice.
 class Bare {
  public:
   explicit Bare(const Work& work) : work_(work) {
@@ -105,6 +106,7 @@ class Bare {
     curl_easy_setopt(handle_, CURLOPT_URL, work.url.c_str());
     curl_easy_setopt(handle_, CURLOPT_POSTFIELDS, kRequestBody);
     curl_easy_setopt(handle_, CURLOPT_HTTPHEADER, headers_);
+    curl_easy_setopt(handle_, CURLOPT_FRESH_CONNECT, 1L);
   }
   ~Bare() {
     curl_easy_cleanup(handle_);

@@ -2,12 +2,12 @@
 
 #include <fcntl.h>
 #include <sys/inotify.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <random>
+#include <string>
 #include <system_error>
 
 #include "platform/support/files.h"
@@ -44,7 +44,9 @@ TransferHosts::TransferHosts(std::filesystem::path file)
 }
 
 void TransferHosts::join() {
-  if (!held_ || !isCurrent()) {
+  std::error_code missing;
+  const std::string held = "/proc/self/fd/" + std::to_string(held_.get());
+  if (!held_ || !std::filesystem::equivalent(held, file_, missing)) {
     held_ = locked(file_, id_);
   }
 }
@@ -77,13 +79,6 @@ bool TransferHosts::takeChange() {
     changed = true;
   }
   return changed;
-}
-
-bool TransferHosts::isCurrent() const {
-  struct stat held = {};
-  struct stat named = {};
-  return ::fstat(held_.get(), &held) == 0 && ::stat(file_.c_str(), &named) == 0 &&
-         held.st_ino == named.st_ino && held.st_dev == named.st_dev;
 }
 
 }  // namespace host

@@ -30,8 +30,6 @@ class TransferHosts {
   bool takeChange();
 
  private:
-  bool isCurrent() const;
-
   std::filesystem::path file_;
   std::int64_t id_;
   platform::FileDescriptor held_;

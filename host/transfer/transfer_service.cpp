@@ -43,26 +43,12 @@ double pauseAfter(int attempts) {
   return std::min(kLongestPause, std::ldexp(1.0, std::clamp(attempts - 1, 0, 20)));
 }
 
-platform::NSError withReason(platform::URLErrorCode code, const std::string& why) {
-  platform::NSError error = urlError(code);
-  error.localizedDescription += ": " + why;
-  return error;
-}
-
 void watch(const platform::FileDescriptor& epoll, int descriptor) {
   epoll_event event = {.events = EPOLLIN, .data = {}};
   ::epoll_ctl(epoll.get(), EPOLL_CTL_ADD, descriptor, &event);
 }
 
 }  // namespace
-
-double systemSeconds() {
-  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
-}
-
-std::filesystem::path transferLibrary() {
-  return platform::programFolder() / "libglancery_transfer.so";
-}
 
 TransferService::TransferService(const std::filesystem::path& container, TransferSettings settings)
     : settings_(std::move(settings)),
@@ -119,16 +105,11 @@ void TransferService::refresh() {
   for (TransferTask& task : *claimed) {
     tasks_[task.id] = std::move(task);
   }
-  const auto isOver = [this](std::int64_t id) {
-    const TransferTask* task = find(id);
-    return !task || task->ended != 0;
-  };
   for (const auto& [id, source] : std::map(running_)) {
-    if (isOver(id)) {
+    if (const TransferTask* task = find(id); !task || task->ended != 0) {
       stop(id);
     }
   }
-  std::erase_if(unwritten_, [&](const auto& end) { return isOver(end.first); });
 }
 
 void TransferService::step(std::chrono::milliseconds longest) {
@@ -148,14 +129,16 @@ void TransferService::step(std::chrono::milliseconds longest) {
     }
   }
   std::unique_lock lock(mutex_);
-  auto arrivals = std::exchange(arrivals_, {});
+  const auto arrivals = arrivals_;
   lock.unlock();
-  for (auto& [id, end] : arrivals) {
-    running_.erase(id);
-    handle(id, std::move(end), now);
-  }
-  for (const auto& [id, outcome] : std::map(unwritten_)) {
-    end(tasks_.at(id), outcome);
+  for (const auto& [id, attempt] : arrivals) {
+    TransferTask& task = tasks_.at(id);
+    if (attempt.kind == AttemptEnd::Kind::lost) {
+      task.sends -= attempt.sent ? 0 : 1;
+      postpone(task, attempt.outcome, now);
+    } else {
+      end(task, attempt.outcome, now);
+    }
   }
   advance(now);
   armTimer(now);
@@ -165,17 +148,18 @@ void TransferService::advance(double now) {
   for (auto& [id, task] : tasks_) {
     // If the clock was set back, `next` is too far away.
     task.next = std::min(task.next, now + pauseAfter(task.attempts));
-    if (task.ended != 0 || unwritten_.contains(id)) {
+    const bool mayBeSent = isIdempotent(task.request.method) || task.sends < kMostSends;
+    if (task.ended != 0) {
       continue;
     }
     if (now >= task.created + kResourceLimit) {
-      end(task, {.error = urlError(timedOut)});
-    } else if (running_.contains(id) || task.next > now) {
+      end(task, {.error = urlError(timedOut)}, now);
+    } else if (running_.contains(id) || (mayBeSent && task.next > now)) {
       continue;
     } else if (!isTransferable(task.request.url)) {
-      end(task, {.error = urlError(unsupportedURL)});
-    } else if (!isIdempotent(task.request.method) && task.sends >= kMostSends) {
-      end(task, {.error = urlError(networkConnectionLost)});
+      end(task, {.error = urlError(unsupportedURL)}, now);
+    } else if (!mayBeSent) {
+      end(task, {.error = urlError(networkConnectionLost), .status = task.outcome.status}, now);
     } else if (running_.size() < kParallel && load()) {
       start(task, now);
     }
@@ -194,23 +178,22 @@ void TransferService::start(TransferTask& task, double now) {
     error = ENOSPC;
   }
   if (error != 0) {
-    postpone(task, withReason(cannotWriteToFile, std::generic_category().message(error)), now);
-    return;
+    const std::string why = std::generic_category().message(error);
+    return postpone(task, {.error = urlError(cannotWriteToFile, why)}, now);
   }
   try {
     if (workers_.size() <= running_.size()) {
       workers_.emplace_back([this](const std::stop_token& over) { work(over); });
     }
   } catch (const std::system_error& failure) {
-    postpone(
-        task, withReason(unknown, std::string("can't start a thread: ") + failure.what()), now);
-    return;
+    const std::string why = std::string("can't start a thread: ") + failure.what();
+    return postpone(task, {.error = urlError(unknown, why)}, now);
   }
   ++task.sends;
   const auto kept = store_.keep(task);
   if (!kept) {
     --task.sends;
-    postpone(task, withReason(cannotWriteToFile, kept.error()), now);
+    postpone(task, {.error = urlError(cannotWriteToFile, kept.error())}, now);
   } else if (!*kept) {
     refreshAt_ = now;
   } else {
@@ -245,46 +228,29 @@ void TransferService::work(const std::stop_token& over) {
   }
 }
 
-void TransferService::handle(std::int64_t id, AttemptEnd ended, double now) {
-  TransferTask& task = tasks_.at(id);
-  if (ended.kind != AttemptEnd::Kind::lost) {
-    end(task, std::move(ended.outcome));
-    return;
-  }
-  if (!ended.sent) {
-    --task.sends;
-  } else if (!isIdempotent(task.request.method) && task.sends >= kMostSends) {
-    end(task, {.error = urlError(networkConnectionLost), .status = ended.outcome.status});
-    return;
-  }
-  postpone(task, std::move(*ended.outcome.error), now);
-}
-
-void TransferService::postpone(TransferTask& task, platform::NSError why, double now) {
+void TransferService::postpone(TransferTask& task, TransferOutcome outcome, double now) {
+  stop(task.id);
   ++task.attempts;
   task.next = now + pauseAfter(task.attempts);
-  task.outcome = {.error = std::move(why)};
+  task.outcome = std::move(outcome);
   note(store_.keep(task));
 }
 
-void TransferService::end(TransferTask& task, TransferOutcome outcome) {
-  stop(task.id);
-  if (outcome.error) {
-    removeFiles(task.id);
-  }
+/// If the outcome can't be written, a later `step` tries again.
+void TransferService::end(TransferTask& task, TransferOutcome outcome, double now) {
   TransferTask ended = task;
-  ended.outcome = outcome;
+  ended.outcome = std::move(outcome);
   const auto written = store_.end(ended);
   if (!note(written)) {
-    unwritten_[task.id] = std::move(outcome);
+    task.next = refreshAt_ = now + kDiskRetryDelay;
     return;
   }
-  unwritten_.erase(task.id);
-  if (*written) {
-    task = std::move(ended);
-  } else {
-    refreshAt_ = settings_.clock();
+  stop(task.id);
+  if (ended.outcome.error) {
+    removeFiles(task.id);
   }
+  refreshAt_ = *written ? refreshAt_ : now;
+  task = std::move(ended);
 }
 
 bool TransferService::load() {
@@ -298,10 +264,10 @@ bool TransferService::load() {
 
 /// Sets the timer for the next attempt, resource limit or retry of the disk.
 void TransferService::armTimer(double now) {
-  double next = std::min(refreshAt_, unwritten_.empty() ? kNever : now + kDiskRetryDelay);
+  double next = refreshAt_;
   for (const auto& [id, task] : tasks_) {
-    if (task.ended == 0 && !unwritten_.contains(id)) {
-      next = std::min(next, task.created + kResourceLimit);
+    if (task.ended == 0) {
+      next = std::min(next, std::max(task.created + kResourceLimit, task.next));
       const bool waits = !running_.contains(id) && running_.size() < kParallel && !loadFailed_;
       next = waits ? std::min(next, task.next) : next;
     }
@@ -377,17 +343,11 @@ void TransferService::removeFiles(std::int64_t id) {
   ::unlink(store_.linkOf(id).c_str());
 }
 
-std::vector<std::string> TransferService::takeReports() {
-  std::vector<std::string> reports = store_.takeReports();
-  std::ranges::move(std::exchange(reports_, {}), std::back_inserter(reports));
-  return reports;
-}
-
 /// Whether it was done; reports a failure, unless it is the same as the last one.
 template <class T>
 bool TransferService::note(const std::expected<T, std::string>& done) {
   if (!done && done.error() != lastReport_) {
-    reports_.push_back(done.error());
+    store_.report(done.error());
   }
   lastReport_ = done ? "" : done.error();
   return done.has_value();

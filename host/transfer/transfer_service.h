@@ -18,19 +18,17 @@
 
 #include "host/transfer/transfer_store.h"
 #include "host/transfer/transfer_task.h"
+#include "platform/foundation/time/device.h"
+#include "platform/support/files.h"
 
 namespace host {
 
-/// Seconds since 1970 by the machine's clock.
-double systemSeconds();
-
-/// `libglancery_transfer.so` beside the running program. It is loaded for the first attempt:
-/// linking the network library would add two milliseconds to the start of every command.
-std::filesystem::path transferLibrary();
-
 struct TransferSettings {
-  std::function<double()> clock = systemSeconds;
-  std::filesystem::path library = transferLibrary();
+  /// Seconds since 1970; the machine's, also if the device's clock is set.
+  std::function<double()> clock = [] { return platform::Clock().now().timeIntervalSince1970(); };
+  /// Loaded for the first attempt: linking the network library would add two milliseconds to the
+  /// start of every command.
+  std::filesystem::path library = platform::programFolder() / "libglancery_transfer.so";
 };
 
 /// Carries out background transfers. A task is on the disk before `add` returns. It is attempted
@@ -83,7 +81,7 @@ class TransferService {
 
   /// Errors outside the calls (a damaged database, no network library, a full disk), a sentence
   /// each; every one is returned once.
-  std::vector<std::string> takeReports();
+  std::vector<std::string> takeReports() { return store_.takeReports(); }
 
  private:
   void refresh();
@@ -91,9 +89,8 @@ class TransferService {
   void start(TransferTask& task, double now);
   void stop(std::int64_t id);
   void work(const std::stop_token& over);
-  void handle(std::int64_t id, AttemptEnd end, double now);
-  void postpone(TransferTask& task, platform::NSError why, double now);
-  void end(TransferTask& task, TransferOutcome outcome);
+  void postpone(TransferTask& task, TransferOutcome outcome, double now);
+  void end(TransferTask& task, TransferOutcome outcome, double now);
   void removeFiles(std::int64_t id);
   bool load();
   void armTimer(double now);
@@ -106,17 +103,14 @@ class TransferService {
   bool loadFailed_ = false;
   /// This host's tasks, as in the database.
   std::map<std::int64_t, TransferTask> tasks_;
-  /// Stops the attempts that are queued or run.
+  /// Stops the attempts that are queued, run or have ended without a written outcome.
   std::map<std::int64_t, std::stop_source> running_;
-  /// Outcomes that could not be written to the database yet.
-  std::map<std::int64_t, TransferOutcome> unwritten_;
   /// Tasks that this host has failed to deliver.
   std::set<std::int64_t> undeliverable_;
   /// When to refresh without being notified; infinity for never.
   double refreshAt_ = std::numeric_limits<double>::infinity();
   platform::FileDescriptor epoll_;
   platform::FileDescriptor timer_;
-  std::vector<std::string> reports_;
   std::string lastReport_;
 
   struct Job {

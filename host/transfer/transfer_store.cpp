@@ -1,5 +1,7 @@
 #include "host/transfer/transfer_store.h"
 
+#include <absl/strings/str_join.h>
+#include <absl/strings/str_split.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,7 +9,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <set>
-#include <sstream>
 #include <system_error>
 
 #include "platform/foundation/network/url_error.h"
@@ -22,6 +23,7 @@ using Value = platform::SqliteDatabase::Value;
 using Row = platform::SqliteDatabase::Row;
 
 constexpr const char* kDatabase = "transfers.db";
+constexpr const char* kHosts = "hosts";
 constexpr const char* kSchema = R"sql(CREATE TABLE tasks(
   id INTEGER PRIMARY KEY AUTOINCREMENT, host INTEGER NOT NULL, created REAL NOT NULL,
   session BLOB NOT NULL, url BLOB NOT NULL, method BLOB NOT NULL, headers BLOB NOT NULL,
@@ -36,24 +38,15 @@ fs::path transfersFolder(const fs::path& container) {
   return container / "Library" / "Transfers";
 }
 
-fs::path hostsFile(const fs::path& folder) {
-  return folder / "hosts";
-}
-
 /// Neither names nor values hold line breaks.
 std::string joined(const HeaderFields& headers) {
-  std::string lines;
-  for (const auto& [name, value] : headers) {
-    lines += name + ":" + value + "\n";
-  }
-  return lines;
+  return absl::StrJoin(headers, "\n", absl::PairFormatter(":"));
 }
 
 HeaderFields split(const std::string& lines) {
   HeaderFields headers;
-  std::istringstream in(lines);
-  for (std::string name, value; std::getline(in, name, ':') && std::getline(in, value);) {
-    headers.emplace_back(name, value);
+  for (const absl::string_view line : absl::StrSplit(lines, '\n', absl::SkipEmpty())) {
+    headers.push_back(absl::StrSplit(line, absl::MaxSplits(':', 1)));
   }
   return headers;
 }
@@ -92,9 +85,8 @@ TransferTask taskOf(const Row& row, const TransferHosts& hosts) {
 std::vector<fs::path> filesIn(const fs::path& folder) {
   std::vector<fs::path> files;
   std::error_code error;
-  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
-       entry.increment(error)) {
-    files.push_back(entry->path());
+  for (const auto& entry : fs::directory_iterator(folder, error)) {
+    files.push_back(entry.path());
   }
   std::ranges::sort(files);
   return files;
@@ -113,7 +105,7 @@ TransferListing listTransfers(const fs::path& container) {
   std::error_code ignored;
   if (fs::exists(folder / kDatabase, ignored)) {
     try {
-      const TransferHosts hosts(hostsFile(folder));
+      const TransferHosts hosts(folder / kHosts);
       for (const Row& row : platform::SqliteDatabase(folder / kDatabase).run(kAllTasks)) {
         listing.tasks.push_back(taskOf(row, hosts));
       }
@@ -125,7 +117,7 @@ TransferListing listTransfers(const fs::path& container) {
 }
 
 TransferStore::TransferStore(const fs::path& container)
-    : folder_(transfersFolder(container)), hosts_(hostsFile(folder_)) {
+    : folder_(transfersFolder(container)), hosts_(folder_ / kHosts) {
 }
 
 fs::path TransferStore::bodyOf(std::int64_t id) const {
@@ -161,10 +153,13 @@ TransferStore::Result<std::vector<TransferTask>> TransferStore::claim() {
     hosts_.watch();
     // Files are listed before tasks: a file that is made later may belong to a later task.
     const auto files = filesIn(folder_);
-    std::vector<TransferTask> all;
+    std::set<fs::path> wanted;
     std::vector<TransferTask> own;
     for (const Row& row : open(false) ? run(Survives::kill, kAllTasks) : Rows()) {
-      TransferTask& task = all.emplace_back(taskOf(row, hosts_));
+      TransferTask task = taskOf(row, hosts_);
+      if (task.state() != TransferState::failed) {
+        wanted.insert({bodyOf(task.id), linkOf(task.id)});
+      }
       const bool isOwn = at<std::int64_t>(row, 1) == hosts_.id();
       if (!isOwn && task.hosted) {
         continue;
@@ -183,24 +178,13 @@ TransferStore::Result<std::vector<TransferTask>> TransferStore::claim() {
         own.push_back(task);
       }
     }
-    removeStrayFiles(files, all);
+    for (const fs::path& file : files) {
+      if ((file.extension() == ".body" || file.extension() == ".tmp") && !wanted.contains(file)) {
+        ::unlink(file.c_str());
+      }
+    }
     return own;
   });
-}
-
-void TransferStore::removeStrayFiles(const std::vector<fs::path>& files,
-                                     const std::vector<TransferTask>& tasks) const {
-  std::set<fs::path> wanted;
-  for (const TransferTask& task : tasks) {
-    if (task.state() != TransferState::failed) {
-      wanted.insert({bodyOf(task.id), linkOf(task.id)});
-    }
-  }
-  for (const fs::path& file : files) {
-    if ((file.extension() == ".body" || file.extension() == ".tmp") && !wanted.contains(file)) {
-      ::unlink(file.c_str());
-    }
-  }
 }
 
 TransferStore::Result<bool> TransferStore::keep(const TransferTask& task) {
@@ -276,7 +260,7 @@ TransferStore::Rows TransferStore::run(Survives commit, const char* sql, Values 
 bool TransferStore::open(bool create) {
   if (hasMoved()) {
     database_.reset();
-    reports_.push_back((folder_ / kDatabase).string() + " was removed, with the downloads in it");
+    report((folder_ / kDatabase).string() + " was removed, with the downloads in it");
   }
   std::error_code ignored;
   if (database_ || (!create && !fs::exists(folder_ / kDatabase, ignored))) {
@@ -303,14 +287,14 @@ bool TransferStore::open(bool create) {
 /// Makes the folders, synced to the disk.
 void TransferStore::makeFolders() {
   for (const fs::path& folder : {folder_.parent_path(), folder_}) {
-    if (::mkdir(folder.c_str(), 0700) != 0) {
-      if (errno != EEXIST) {
-        throw std::system_error(errno, std::generic_category(), "can't create " + folder.string());
-      }
-      continue;
+    std::error_code error;
+    if (::mkdir(folder.c_str(), 0700) == 0) {
+      error = platform::syncFile(folder.parent_path());
+    } else if (errno != EEXIST) {
+      error = {errno, std::generic_category()};
     }
-    if (const auto error = platform::syncFile(folder.parent_path())) {
-      throw std::system_error(error, "can't synchronize " + folder.parent_path().string());
+    if (error) {
+      throw std::system_error(error, "can't create " + folder.string());
     }
   }
 }
@@ -329,7 +313,7 @@ void TransferStore::setAside(const std::string& why) {
   }
   ::rename((file + "-wal").c_str(), (aside->string() + "-wal").c_str());
   ::unlink((file + "-shm").c_str());
-  reports_.push_back(why + "; it was set aside as " + aside->filename().string());
+  report(why + "; it was set aside as " + aside->filename().string());
 }
 
 }  // namespace host

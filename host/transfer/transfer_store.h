@@ -64,7 +64,8 @@ class TransferStore {
   TransferHosts& hosts() { return hosts_; }
   /// Whether the database was removed or renamed since it was last used.
   bool hasMoved() const { return database_ && database_->hasMoved(); }
-  /// Errors outside the calls, a sentence each; every one is returned once.
+  void report(std::string error) { reports_.push_back(std::move(error)); }
+  /// What was reported since the last call.
   std::vector<std::string> takeReports() { return std::exchange(reports_, {}); }
 
  private:
@@ -78,8 +79,6 @@ class TransferStore {
   Rows run(Survives commit, const char* sql, Values parameters = {});
   template <class Work>
   auto attempt(Work work) -> Result<decltype(work())>;
-  void removeStrayFiles(const std::vector<std::filesystem::path>& files,
-                        const std::vector<TransferTask>& tasks) const;
 
   std::filesystem::path folder_;
   TransferHosts hosts_;

@@ -50,9 +50,9 @@ bool isIdempotent(std::string_view method) {
   return method != "POST" && method != "PATCH" && method != "CONNECT";
 }
 
-bool isTransferable(std::string_view url) {
-  const std::string scheme(url.substr(0, url.find("//")));
-  return ::strcasecmp(scheme.c_str(), "http:") == 0 || ::strcasecmp(scheme.c_str(), "https:") == 0;
+bool isTransferable(const std::string& url) {
+  return ::strncasecmp(url.c_str(), "http://", 7) == 0 ||
+         ::strncasecmp(url.c_str(), "https://", 8) == 0;
 }
 
 }  // namespace host

@@ -37,7 +37,7 @@ std::expected<void, std::string> checkRequest(const TransferRequest& request);
 bool isIdempotent(std::string_view method);
 
 /// Whether the URL's scheme is http or https.
-bool isTransferable(std::string_view url);
+bool isTransferable(const std::string& url);
 
 /// How a task, or one attempt at it, ended.
 struct TransferOutcome {

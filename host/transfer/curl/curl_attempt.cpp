@@ -1,5 +1,4 @@
 #include <curl/curl.h>
-#include <strings.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -52,8 +51,6 @@ constexpr std::array kFailures = {
     Failure{CURLE_RECV_ERROR,               networkConnectionLost,      lost},
     Failure{CURLE_HTTP2,                    networkConnectionLost,      lost},
     Failure{CURLE_HTTP2_STREAM,             networkConnectionLost,      lost},
-    // A kept connection ended, and `mayBeSent` refuses to repeat the request.
-    Failure{CURLE_ABORTED_BY_CALLBACK,      networkConnectionLost,      lost},
     Failure{CURLE_SSL_CONNECT_ERROR,        secureConnectionFailed,     refused},
     Failure{CURLE_PEER_FAILED_VERIFICATION, serverCertificateUntrusted, refused},
     Failure{CURLE_SSL_CACERT_BADFILE,       secureConnectionFailed,     refused},
@@ -79,30 +76,24 @@ Failure failureOf(CURLcode result, int systemError) {
   return known != kFailures.end() ? *known : Failure{result, unknown, refused};
 }
 
-std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view kBlank = " \t\r\n";
-  const std::size_t first = text.find_first_not_of(kBlank);
-  return first == text.npos ? std::string_view()
-                            : text.substr(first, text.find_last_not_of(kBlank) - first + 1);
-}
-
-bool equalIgnoringCase(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && ::strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
-
 /// The request's headers in libcurl's notation: "Name;" is a header without a value, and "Name:"
 /// removes a header that libcurl would add.
 HeaderList headerList(const TransferRequest& request) {
   curl_slist* list = curl_slist_append(nullptr, "Expect:");
   bool typed = false;
   for (const auto& [name, value] : request.headers) {
-    const std::string_view text = trimmed(value);
-    const std::string line = text.empty() ? name + ";" : name + ": " + std::string(text);
+    const std::string kept = value.substr(0, value.find_last_not_of(" \t") + 1);
+    const std::size_t first = kept.find_first_not_of(" \t");
+    const std::string line = kept.empty() ? name + ";" : name + ": " + kept.substr(first);
     list = curl_slist_append(list, line.c_str());
-    typed = typed || equalIgnoringCase(name, "Content-Type");
+    typed = typed || curl_strequal(name.c_str(), "Content-Type");
   }
   list = typed ? list : curl_slist_append(list, "Content-Type:");
   return HeaderList(list, curl_slist_free_all);
+}
+
+bool isHTTPS(const std::string& url) {
+  return curl_strnequal(url.c_str(), "https:", 6) != 0;
 }
 
 std::string proxyExceptions() {
@@ -119,10 +110,6 @@ std::string hostOf(const std::string& url) {
   const std::string copy = host ? host : "";
   curl_free(host);
   return copy;
-}
-
-bool isSecure(std::string_view url) {
-  return equalIgnoringCase(url.substr(0, 6), "https:");
 }
 
 /// One attempt: a request, and another one for each redirect that is followed.
@@ -144,9 +131,7 @@ class Attempt {
   /// handle is set up for another request.
   std::optional<AttemptEnd> finish(CURLcode result) {
     if (fileError_) {
-      NSError error = urlError(cannotWriteToFile);
-      error.localizedDescription += ": " + fileError_.message();
-      return ended(lost, error);
+      return ended(lost, urlError(cannotWriteToFile, fileError_.message()));
     }
     // libcurl reports a single header beyond its own limit as CURLE_OUT_OF_MEMORY.
     if (headSize_ > kMostHeadBytes || result == CURLE_OUT_OF_MEMORY) {
@@ -158,11 +143,8 @@ class Attempt {
       curl_easy_getinfo(handle(), CURLINFO_OS_ERRNO, &system);
       const Failure failure =
           failureOf(result == CURLE_OK ? CURLE_GOT_NOTHING : result, static_cast<int>(system));
-      NSError error = urlError(failure.code);
-      if (failure.code == unknown) {
-        error.localizedDescription += std::string(": ") + curl_easy_strerror(result);
-      }
-      return ended(failure.kind, error);
+      const char* why = failure.code == unknown ? curl_easy_strerror(result) : "";
+      return ended(failure.kind, urlError(failure.code, why));
     }
     return redirects() ? follow() : ended(answered, std::nullopt);
   }
@@ -251,7 +233,7 @@ class Attempt {
     if (!isTransferable(url)) {
       return ended(refused, urlError(unsupportedURL));
     }
-    if (isSecure(request_.url) && !isSecure(url)) {
+    if (isHTTPS(request_.url) && !isHTTPS(url)) {
       return ended(refused, urlError(insecureLoadRefused));
     }
     if (++redirects_ > kMostRedirects) {
@@ -264,9 +246,9 @@ class Attempt {
       request_.body.clear();
     }
     // Headers may hold the application's keys, which no other host may see.
-    if (!equalIgnoringCase(hostOf(url), firstHost_)) {
+    if (!curl_strequal(hostOf(url).c_str(), firstHost_.c_str())) {
       std::erase_if(request_.headers, [](const auto& header) {
-        return !equalIgnoringCase(header.first, "Content-Type");
+        return !curl_strequal(header.first.c_str(), "Content-Type");
       });
     }
     request_.url = url;
@@ -290,7 +272,7 @@ class Attempt {
     }
     curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &status_);
     headSize_ += line.size();
-    headEnded_ = headEnded_ || trimmed(line).empty();
+    headEnded_ = headEnded_ || line == "\r\n" || line == "\n";
     return headSize_ <= kMostHeadBytes;
   }
 

@@ -37,13 +37,14 @@ constexpr std::array kTexts = {
 
 }  // namespace
 
-NSError urlError(URLErrorCode code) {
+NSError urlError(URLErrorCode code, const std::string& why) {
   for (const Text& row : kTexts) {
     if (row.code == code) {
-      return {NSURLErrorDomain, std::to_underlying(code), row.text};
+      const std::string text = why.empty() ? row.text : row.text + (": " + why);
+      return {NSURLErrorDomain, std::to_underlying(code), text};
     }
   }
-  return urlError(unknown);
+  return urlError(unknown, why);
 }
 
 }  // namespace platform

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "platform/foundation/data/error.h"
 
@@ -28,7 +29,8 @@ enum class URLErrorCode : std::int64_t {
   cannotWriteToFile = -3003,
 };
 
-/// The error with this code and the platform's description of it.
-NSError urlError(URLErrorCode code);
+/// The error with this code and the platform's description of it, followed by `why` if that is not
+/// empty.
+NSError urlError(URLErrorCode code, const std::string& why = {});
 
 }  // namespace platform

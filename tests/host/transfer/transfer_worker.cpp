@@ -18,8 +18,7 @@ void say(const char* what, const std::string& id) {
 
 int main(int, char** arguments) {
   host::TransferSettings settings;
-  settings.library =
-      host::transferLibrary().parent_path().parent_path() / host::transferLibrary().filename();
+  settings.library = platform::programFolder().parent_path() / settings.library.filename();
   host::TransferService service(arguments[1], settings);
   service.adopt();
   for (int left = std::atoi(arguments[3]); left > 0; --left) {
