@@ -23,8 +23,9 @@ namespace {
 
 /// Inputs for one worker in a row: enough for the sizes of one state, which share artwork, and few
 /// enough that all workers finish at about the same time.
-constexpr std::size_t kBatchSize = 24;
-constexpr std::size_t kMaxPendingBatches = 10;
+constexpr std::size_t kBatchSize = 12;
+constexpr std::size_t kMaxPendingBatches = 20;
+const std::size_t kThreads = std::max(1U, std::thread::hardware_concurrency());
 /// The cached images take about 10 MiB. Nearly all equal scenes are closer to each other.
 constexpr std::size_t kMaxCachedImages = 100;
 
@@ -98,7 +99,12 @@ class ImageRenderer::Workers {
   Workers(std::filesystem::path bundle, std::filesystem::path systemFonts, Deliver deliver)
       : bundle_(std::move(bundle)),
         systemFonts_(std::move(systemFonts)),
-        deliver_(std::move(deliver)) {}
+        deliver_(std::move(deliver)) {
+    // Opens the renderers while the extension starts.
+    for (std::size_t thread = 0; thread < kThreads; ++thread) {
+      run({});
+    }
+  }
 
   void run(std::vector<RenderInput> batch) {
     if (pending_.size() == kMaxPendingBatches) {
@@ -167,7 +173,7 @@ class ImageRenderer::Workers {
   std::vector<std::unique_ptr<Renderer>> idle_;
   std::deque<std::future<void>> pending_;
   // Last: its destructor waits for the threads, which use all of the above.
-  boost::asio::thread_pool threads_{std::max(1U, std::thread::hardware_concurrency())};
+  boost::asio::thread_pool threads_{kThreads};
 };
 
 ImageRenderer::ImageRenderer(std::filesystem::path bundle,

@@ -2,14 +2,19 @@
 
 #include <isa-l/crc.h>
 #include <isa-l/igzip_lib.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <memory>
+#include <mutex>
 #include <span>
 #include <string_view>
+#include <unordered_map>
+#include <utility>
 
 #include "platform/support/require.h"
 
@@ -22,19 +27,23 @@ bool isOpaque(std::uint32_t pixel) {
   return pixel >> 24 == 255;
 }
 
-/// The bytes R, G, B, A of a premultiplied pixel, R in the lowest byte.
+/// The bytes R, G, B, A of an opaque pixel, R in the lowest byte. Has no branches, so that the
+/// compiler vectorizes it.
+std::uint32_t straightOpaque(std::uint32_t pixel) {
+  return (pixel & 0xFF'00'FF'00) | (pixel >> 16 & 0xFF) | (pixel & 0xFF) << 16;
+}
+
+/// The same for any premultiplied pixel.
 std::uint32_t straight(std::uint32_t pixel) {
   const std::uint32_t alpha = pixel >> 24;
+  if (alpha == 255) {
+    return straightOpaque(pixel);
+  }
   const auto channel = [&](int shift) {
     const std::uint32_t value = (pixel >> shift) & 0xFF;
     return alpha == 0 ? 0 : std::min(255U, (value * 255 + alpha / 2) / alpha);
   };
   return alpha << 24 | channel(0) << 16 | channel(8) << 8 | channel(16);
-}
-
-/// The same for an opaque pixel, without branches, so that the compiler vectorizes it.
-std::uint32_t straightOpaque(std::uint32_t pixel) {
-  return (pixel & 0xFF'00'FF'00) | (pixel >> 16 & 0xFF) | (pixel & 0xFF) << 16;
 }
 
 /// Writes the row without a filter: on widgets, filters took longer and gave larger files.
@@ -74,6 +83,60 @@ void addChunk(std::string& file, std::string_view name, std::string_view data) {
   addNumber(file, crc32_gzip_refl(0, checked, file.size() - begin));
 }
 
+/// Rows that are packed together. Bands do not depend on each other: pictures of the same artwork
+/// with other texts have most bands in common, and those are packed once. Bytes are fewer too,
+/// because each band has its own codes.
+constexpr std::size_t kBandRows = 64;
+
+struct PackedBand {
+  std::string bytes;
+  /// Of the rows before packing.
+  std::size_t size = 0;
+  std::uint32_t adler = 1;
+};
+
+/// The latest bands of all encoders, by a checksum of their pixels. Safe from any thread.
+class KeptBands {
+ public:
+  using Band = std::shared_ptr<const PackedBand>;
+
+  Band find(std::uint64_t key) const {
+    const std::scoped_lock lock(mutex_);
+    const auto found = bands_.find(key);
+    return found == bands_.end() ? nullptr : found->second;
+  }
+
+  void add(std::uint64_t key, Band band) {
+    const std::scoped_lock lock(mutex_);
+    size_ += band->bytes.size();
+    if (size_ > kMaxSize) {
+      bands_.clear();
+      size_ = band->bytes.size();
+    }
+    bands_.insert_or_assign(key, std::move(band));
+  }
+
+ private:
+  static constexpr std::size_t kMaxSize = 8 << 20;
+  mutable std::mutex mutex_;
+  std::unordered_map<std::uint64_t, Band> bands_;
+  std::size_t size_ = 0;
+};
+
+/// Two checksums by different polynomials: of all bands of a sheet, two have the same key by chance
+/// less than once in a thousand million sheets.
+std::uint64_t keyOf(Pixels band, std::uint32_t layout) {
+  auto* bytes = reinterpret_cast<unsigned char*>(const_cast<std::uint32_t*>(band.data()));
+  const auto size = static_cast<int>(band.size_bytes());
+  return std::uint64_t{crc32_gzip_refl(layout, bytes, band.size_bytes())} << 32 |
+         crc32_iscsi(bytes, size, layout);
+}
+
+KeptBands& keptBands() {
+  static KeptBands bands;
+  return bands;
+}
+
 }  // namespace
 
 struct PNGEncoder::Buffers {
@@ -81,39 +144,36 @@ struct PNGEncoder::Buffers {
   alignas(64) std::array<std::uint8_t, ISAL_DEF_LVL1_DEFAULT> level;
   std::string rows;
   std::string packed;
+  std::string data;
 
-  void putRows(const Bitmap& bitmap, std::size_t channels) {
-    const auto width = static_cast<std::size_t>(bitmap.width);
-    const std::size_t size = (1 + width * channels) * bitmap.height;
+  PackedBand pack(Pixels band, std::size_t width, std::size_t channels) {
+    const std::size_t size = band.size() / width * (1 + width * channels);
     rows.resize_and_overwrite(size, [&](char* out, std::size_t) {
-      for (std::size_t at = 0; at < bitmap.pixels.size(); at += width) {
-        const Pixels row = Pixels(bitmap.pixels).subspan(at, width);
-        out = channels == 3 ? putRow<3>(row, out) : putRow<4>(row, out);
+      for (; !band.empty(); band = band.subspan(width)) {
+        out = channels == 3 ? putRow<3>(band.first(width), out) : putRow<4>(band.first(width), out);
       }
       return size;
     });
-  }
-
-  void compress() {
+    auto* bytes = reinterpret_cast<std::uint8_t*>(rows.data());
     isal_deflate_stateless_init(&stream);
     // Levels up to 2 give the same bytes with every instruction set; level 3 does not.
     stream.level = 1;
     stream.level_buf = level.data();
     stream.level_buf_size = static_cast<std::uint32_t>(level.size());
-    stream.gzip_flag = IGZIP_ZLIB;
-    stream.end_of_stream = 1;
-    stream.next_in = reinterpret_cast<std::uint8_t*>(rows.data());
-    stream.avail_in = static_cast<std::uint32_t>(rows.size());
+    // Ends at a whole byte.
+    stream.flush = FULL_FLUSH;
+    stream.next_in = bytes;
+    stream.avail_in = static_cast<std::uint32_t>(size);
     // Bytes that can't be compressed are stored in blocks with a short header each.
-    const std::size_t bound = rows.size() + rows.size() / 8 + 1024;
-    packed.resize_and_overwrite(bound, [&](char* out, std::size_t size) {
+    packed.resize_and_overwrite(size + size / 8 + 1024, [&](char* out, std::size_t most) {
       stream.next_out = reinterpret_cast<std::uint8_t*>(out);
-      stream.avail_out = static_cast<std::uint32_t>(size);
+      stream.avail_out = static_cast<std::uint32_t>(most);
       if (isal_deflate_stateless(&stream) != COMP_OK || stream.avail_in > 0) {
         fatalError("a picture's compressed size is out of bounds");
       }
       return stream.total_out;
     });
+    return {.bytes = packed, .size = size, .adler = isal_adler32(1, bytes, size)};
   }
 };
 
@@ -125,8 +185,8 @@ PNGEncoder::~PNGEncoder() = default;
 std::string PNGEncoder::encode(const Bitmap& bitmap) {
   static_assert(std::endian::native == std::endian::little);
   const bool opaque = std::ranges::all_of(bitmap.pixels, isOpaque);
-  buffers_->putRows(bitmap, opaque ? 3 : 4);
-  buffers_->compress();
+  const std::size_t channels = opaque ? 3 : 4;
+  const auto width = static_cast<std::size_t>(bitmap.width);
 
   std::string header;
   addNumber(header, static_cast<std::uint32_t>(bitmap.width));
@@ -134,11 +194,30 @@ std::string PNGEncoder::encode(const Bitmap& bitmap) {
   // 8 bits a channel, RGB or RGBA, the only compression and filter method, not interlaced.
   header.append({8, static_cast<char>(opaque ? 2 : 6), 0, 0, 0});
 
+  // The header of a zlib stream, the bands, an empty last block and the checksum.
+  std::string& data = buffers_->data.assign("\x78\x01");
+  std::uint32_t adler = 1;
+  for (Pixels rest = bitmap.pixels; !rest.empty();) {
+    const Pixels band = rest.first(std::min(rest.size(), kBandRows * width));
+    rest = rest.subspan(band.size());
+    const std::uint64_t key = keyOf(band, static_cast<std::uint32_t>(width * 8 + channels));
+    auto packed = keptBands().find(key);
+    if (!packed) {
+      packed = std::make_shared<const PackedBand>(buffers_->pack(band, width, channels));
+      keptBands().add(key, packed);
+    }
+    data += packed->bytes;
+    adler = static_cast<std::uint32_t>(
+        adler32_combine(adler, packed->adler, static_cast<z_off_t>(packed->size)));
+  }
+  data.append("\x03\0", 2);
+  addNumber(data, adler);
+
   std::string file;
-  file.reserve(buffers_->packed.size() + 128);
+  file.reserve(data.size() + 128);
   file.append("\x89PNG\r\n\x1A\n");
   addChunk(file, "IHDR", header);
-  addChunk(file, "IDAT", buffers_->packed);
+  addChunk(file, "IDAT", data);
   addChunk(file, "IEND", "");
   return file;
 }

@@ -11,7 +11,8 @@ namespace platform {
 /// the same bytes on every processor with SSE 4.2.
 ///
 /// Keeps its buffers between pictures: returning memory of that size to the system and getting it
-/// back takes longer than the compression. Used by one thread at a time.
+/// back takes longer than the compression. All encoders of the process share the compressed bytes
+/// of the latest rows, at most 8 MiB. Used by one thread at a time.
 class PNGEncoder {
  public:
   PNGEncoder();

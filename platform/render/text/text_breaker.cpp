@@ -101,15 +101,15 @@ bool isSpace(char c) {
   return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
 
-/// Where the text may be cut: before each character cluster from `begin` on, and at `end`.
+/// Where the text may be cut: at `begin`, before each later character cluster, and at `end`.
 std::vector<int> cuts(PangoLayout* layout, int begin, int end) {
   int count = 0;
   const PangoLogAttr* marks = pango_layout_get_log_attrs_readonly(layout, &count);
   const char* text = pango_layout_get_text(layout);
-  std::vector<int> found;
+  std::vector<int> found = {begin};
   const char* at = text;
   for (int i = 0; i < count && at - text <= end; ++i, at = g_utf8_next_char(at)) {
-    if (at - text >= begin && marks[i].is_cursor_position) {
+    if (at - text > begin && marks[i].is_cursor_position) {
       found.push_back(static_cast<int>(at - text));
     }
   }
@@ -202,17 +202,24 @@ Handle<PangoLayout> shapeTruncated(const Typefaces& typefaces,
   const std::vector<int> ends =
       cuts(whole, last.begin, sameParagraph ? std::max(dropped.end, last.end) : last.end);
 
-  const auto cutAt = [&](int end) {
+  const auto shapeCut = [&](int begin, int end) {
     while (end > last.begin && isSpace(text[end - 1])) {
       --end;
     }
-    return shapeText(typefaces, style, text.substr(0, end).append(kEllipsis), width);
+    return shapeText(typefaces, style, text.substr(begin, end - begin).append(kEllipsis), width);
   };
-  const auto fits = [&](int end) {
-    return static_cast<std::size_t>(pango_layout_get_line_count(cutAt(end).get())) <= lines;
+  const auto linesFrom = [&](int begin, int end) {
+    return static_cast<std::size_t>(pango_layout_get_line_count(shapeCut(begin, end).get()));
   };
-  const auto firstTooLong = std::ranges::partition_point(ends, fits);
-  return cutAt(firstTooLong == ends.begin() ? last.begin : *std::prev(firstTooLong));
+  // The search shapes the last line alone. Its letters may be a little wider there, so the lines of
+  // the whole are counted once more.
+  auto cut =
+      std::ranges::partition_point(ends, [&](int end) { return linesFrom(last.begin, end) == 1; });
+  cut = cut == ends.begin() ? cut : std::prev(cut);
+  while (cut != ends.begin() && linesFrom(0, *cut) > lines) {
+    --cut;
+  }
+  return shapeCut(0, *cut);
 }
 
 int units(const std::optional<double>& length) {
