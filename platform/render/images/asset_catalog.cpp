@@ -13,8 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kSetExtension = ".imageset";
-
 /// Qualifiers of files that no widget of a phone shows in full colour.
 constexpr std::array kOtherQualifiers = {
     "display-gamut",
@@ -143,44 +141,33 @@ std::expected<const AssetCatalog::Files*, std::string> AssetCatalog::imageSet(
   if (const auto known = sets_.find(name); known != sets_.end()) {
     return &known->second;
   }
-  const auto folder = find(std::string(name));
-  if (!folder) {
+  if (!folders_.contains(name)) {
+    addSets(folder_, "");
+  }
+  const auto folder = folders_.find(name);
+  if (folder == folders_.end()) {
     return nullptr;
   }
-  auto files = readImageSet(*folder);
+  auto files = readImageSet(folder->second);
   if (!files) {
     return std::unexpected(std::move(files).error());
   }
   return &sets_.emplace(name, std::move(*files)).first->second;
 }
 
-std::optional<fs::path> AssetCatalog::find(const std::string& name) {
+void AssetCatalog::addSets(const fs::path& folder, const std::string& prefix) {
   std::error_code ignored;
-  const bool isPlain = !name.empty() && name.find('/') == std::string::npos;
-  if (fs::path direct = folder_ / (name + std::string(kSetExtension));
-      isPlain && fs::is_directory(direct, ignored)) {
-    return direct;
-  }
-  if (!grouped_) {
-    grouped_.emplace();
-    addGroup(folder_, "");
-  }
-  const auto found = grouped_->find(name);
-  return found == grouped_->end() ? std::nullopt : std::optional(found->second);
-}
-
-void AssetCatalog::addGroup(const fs::path& folder, const std::string& prefix) {
-  std::error_code ignored;
+  std::vector<fs::path> groups;
   for (const auto& entry : fs::directory_iterator(folder, ignored)) {
-    if (!entry.is_directory(ignored)) {
-      continue;
-    }
     const fs::path& path = entry.path();
-    if (path.extension() == kSetExtension) {
-      grouped_->emplace(prefix + path.stem().string(), path);
-    } else if (!path.has_extension()) {
-      addGroup(path, providesNamespace(path) ? prefix + path.filename().string() + "/" : prefix);
+    if (entry.is_directory(ignored) && path.extension() == ".imageset") {
+      folders_.emplace(prefix + path.stem().string(), path);
+    } else if (entry.is_directory(ignored) && !path.has_extension()) {
+      groups.push_back(path);
     }
+  }
+  for (const fs::path& group : groups) {
+    addSets(group, providesNamespace(group) ? prefix + group.filename().string() + "/" : prefix);
   }
 }
 

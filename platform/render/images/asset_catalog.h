@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -46,12 +45,11 @@ class AssetCatalog {
 
   /// Null if the catalogue has no such set.
   std::expected<const Files*, std::string> imageSet(std::string_view name);
-  std::optional<std::filesystem::path> find(const std::string& name);
-  void addGroup(const std::filesystem::path& folder, const std::string& prefix);
+  void addSets(const std::filesystem::path& folder, const std::string& prefix);
 
   std::filesystem::path folder_;
-  /// Folders of sets in groups; made when a set isn't at the top level.
-  std::optional<std::map<std::string, std::filesystem::path, std::less<>>> grouped_;
+  /// Read when a set is not in it. Of two sets with one name, the one in fewer groups.
+  std::map<std::string, std::filesystem::path, std::less<>> folders_;
   std::map<std::string, Files, std::less<>> sets_;
 };
 

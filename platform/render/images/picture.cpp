@@ -33,7 +33,8 @@ Handle<cairo_surface_t> surfaceOf(std::uint32_t* pixels, int width, int height, 
                                           opaque ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32,
                                           width,
                                           height,
-                                          width * 4));
+                                          width * 4),
+      cairo_surface_destroy);
 }
 
 Picture makePicture(std::shared_ptr<const std::uint32_t[]> pixels,
@@ -85,7 +86,7 @@ Picture scaled(const Picture& picture, int width, int height) {
   const double x = static_cast<double>(width) / picture.width;
   const double y = static_cast<double>(height) / picture.height;
   const auto target = surfaceOf(pixels.get(), width, height, picture.opaque);
-  const Handle<cairo_t> context(cairo_create(target.get()));
+  const Handle<cairo_t> context(cairo_create(target.get()), cairo_destroy);
   cairo_scale(context.get(), x, y);
   cairo_set_source_surface(context.get(), picture.surface.get(), 0, 0);
   cairo_pattern_t* source = cairo_get_source(context.get());

@@ -9,6 +9,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <span>
@@ -95,34 +96,6 @@ struct PackedBand {
   std::uint32_t adler = 1;
 };
 
-/// The latest bands of all encoders, by a checksum of their pixels. Safe from any thread.
-class KeptBands {
- public:
-  using Band = std::shared_ptr<const PackedBand>;
-
-  Band find(std::uint64_t key) const {
-    const std::scoped_lock lock(mutex_);
-    const auto found = bands_.find(key);
-    return found == bands_.end() ? nullptr : found->second;
-  }
-
-  void add(std::uint64_t key, Band band) {
-    const std::scoped_lock lock(mutex_);
-    size_ += band->bytes.size();
-    if (size_ > kMaxSize) {
-      bands_.clear();
-      size_ = band->bytes.size();
-    }
-    bands_.insert_or_assign(key, std::move(band));
-  }
-
- private:
-  static constexpr std::size_t kMaxSize = 8 << 20;
-  mutable std::mutex mutex_;
-  std::unordered_map<std::uint64_t, Band> bands_;
-  std::size_t size_ = 0;
-};
-
 /// Two checksums by different polynomials: of all bands of a sheet, two have the same key by chance
 /// less than once in a thousand million sheets.
 std::uint64_t keyOf(Pixels band, std::uint32_t layout) {
@@ -132,9 +105,29 @@ std::uint64_t keyOf(Pixels band, std::uint32_t layout) {
          crc32_iscsi(bytes, size, layout);
 }
 
-KeptBands& keptBands() {
-  static KeptBands bands;
-  return bands;
+/// The band with that key: one of the latest bands of all encoders, or else what `pack` returns.
+/// Safe from any thread.
+std::shared_ptr<const PackedBand> keptBand(std::uint64_t key,
+                                           const std::function<PackedBand()>& pack) {
+  constexpr std::size_t kMaxSize = 8 << 20;
+  static std::mutex mutex;
+  static std::unordered_map<std::uint64_t, std::shared_ptr<const PackedBand>> bands;
+  static std::size_t size = 0;
+  {
+    const std::scoped_lock lock(mutex);
+    if (const auto known = bands.find(key); known != bands.end()) {
+      return known->second;
+    }
+  }
+  auto band = std::make_shared<const PackedBand>(pack());
+  const std::scoped_lock lock(mutex);
+  size += band->bytes.size();
+  if (size > kMaxSize) {
+    bands.clear();
+    size = band->bytes.size();
+  }
+  bands.emplace(key, band);
+  return band;
 }
 
 }  // namespace
@@ -201,11 +194,7 @@ std::string PNGEncoder::encode(const Bitmap& bitmap) {
     const Pixels band = rest.first(std::min(rest.size(), kBandRows * width));
     rest = rest.subspan(band.size());
     const std::uint64_t key = keyOf(band, static_cast<std::uint32_t>(width * 8 + channels));
-    auto packed = keptBands().find(key);
-    if (!packed) {
-      packed = std::make_shared<const PackedBand>(buffers_->pack(band, width, channels));
-      keptBands().add(key, packed);
-    }
+    const auto packed = keptBand(key, [&] { return buffers_->pack(band, width, channels); });
     data += packed->bytes;
     adler = static_cast<std::uint32_t>(
         adler32_combine(adler, packed->adler, static_cast<z_off_t>(packed->size)));

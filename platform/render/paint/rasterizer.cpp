@@ -55,7 +55,7 @@ class Canvas {
         options_(options),
         texts_(texts),
         pictures_(pictures),
-        context_(cairo_create(surface)) {}
+        context_(cairo_create(surface), cairo_destroy) {}
 
   cairo_t* context() { return context_.get(); }
 
@@ -113,8 +113,10 @@ class Canvas {
     } else if (!mask->pixels.empty()) {
       // Only read.
       auto* pixels = const_cast<unsigned char*>(mask->pixels.data());
-      const Handle<cairo_surface_t> surface(cairo_image_surface_create_for_data(
-          pixels, CAIRO_FORMAT_A8, mask->width, mask->height, mask->stride));
+      const Handle<cairo_surface_t> surface(
+          cairo_image_surface_create_for_data(
+              pixels, CAIRO_FORMAT_A8, mask->width, mask->height, mask->stride),
+          cairo_surface_destroy);
       cairo_mask_surface(context(), surface.get(), frame.x + mask->x, frame.y + mask->y);
     }
   }
@@ -193,7 +195,8 @@ std::expected<std::string, std::string> Rasterizer::svg(const DisplayList& list,
     return CAIRO_STATUS_SUCCESS;
   };
   const Handle<cairo_surface_t> surface(
-      cairo_svg_surface_create_for_stream(write, &file, list.size.width, list.size.height));
+      cairo_svg_surface_create_for_stream(write, &file, list.size.width, list.size.height),
+      cairo_surface_destroy);
   cairo_svg_surface_set_document_unit(surface.get(), CAIRO_SVG_UNIT_PX);
   {
     Canvas canvas(surface.get(), options, texts_, pictures_);

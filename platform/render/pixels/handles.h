@@ -16,17 +16,8 @@ typedef struct _cairo_surface cairo_surface_t;
 
 namespace platform {
 
-struct Release {
-  void operator()(FcConfig* config) const;
-  void operator()(PangoContext* context) const;
-  void operator()(PangoFontMap* map) const;
-  void operator()(PangoLayout* layout) const;
-  void operator()(cairo_t* context) const;
-  void operator()(cairo_surface_t* surface) const;
-};
-
-/// The one owner of a library's object.
+/// An object of a library, made together with the function that releases it.
 template <class T>
-using Handle = std::unique_ptr<T, Release>;
+using Handle = std::shared_ptr<T>;
 
 }  // namespace platform

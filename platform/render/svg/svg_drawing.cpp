@@ -53,7 +53,7 @@ std::expected<Picture, std::string> drawSVG(std::string_view svg, double scale) 
   const int rows = static_cast<int>(height);
   auto pixels = std::make_shared<std::uint32_t[]>(static_cast<std::size_t>(columns) * rows);
   const auto surface = surfaceOf(pixels.get(), columns, rows, false);
-  const Handle<cairo_t> context(cairo_create(surface.get()));
+  const Handle<cairo_t> context(cairo_create(surface.get()), cairo_destroy);
   const RsvgRectangle viewport{.x = 0, .y = 0, .width = width, .height = height};
   if (!rsvg_handle_render_document(handle.get(), context.get(), &viewport, &raw)) {
     return failure();

@@ -17,8 +17,8 @@ namespace {
 constexpr double kLongest = 1'000'000;
 /// Larger than any widget. Above it, Pango's units could overflow within a long text.
 constexpr double kLargestFont = 2000;
-/// A home screen shows about a hundred different texts a day.
-constexpr std::size_t kMostTexts = 512;
+/// A home screen shows about a hundred different texts a day, each proposed a few sizes.
+constexpr std::size_t kMostTexts = 2048;
 
 constexpr std::string_view kEllipsis = "\u2026";
 
@@ -28,16 +28,6 @@ constexpr double kTallestLine = 1.3;
 
 /// Beyond every length in Pango's units.
 constexpr int kUnlimited = std::numeric_limits<int>::max();
-
-/// One line of a layout; lengths in Pango's units (1024 a point), offsets in bytes of its text.
-struct ShapedLine {
-  int begin = 0;
-  /// After the line's last character, without trailing white space and line feed.
-  int end = 0;
-  int width = 0;
-  int height = 0;
-  int baseline = 0;
-};
 
 template <auto kFree>
 struct Free {
@@ -139,7 +129,7 @@ Handle<PangoLayout> shapeText(const Typefaces& typefaces,
                               const ArchivedText& style,
                               const std::string& text,
                               int width) {
-  Handle<PangoLayout> layout(pango_layout_new(typefaces.context()));
+  Handle<PangoLayout> layout(pango_layout_new(typefaces.context()), g_object_unref);
   const auto font = description(typefaces, style);
   pango_layout_set_font_description(layout.get(), font.get());
 
@@ -164,43 +154,22 @@ Handle<PangoLayout> shapeText(const Typefaces& typefaces,
   return layout;
 }
 
-std::vector<ShapedLine> shapedLines(PangoLayout* layout) {
-  const char* text = pango_layout_get_text(layout);
-  std::vector<ShapedLine> lines;
-  const std::unique_ptr<PangoLayoutIter, Free<pango_layout_iter_free>> iterator(
-      pango_layout_get_iter(layout));
-  do {
-    PangoLayoutLine* line = pango_layout_iter_get_line_readonly(iterator.get());
-    PangoRectangle logical = {};
-    pango_layout_iter_get_line_extents(iterator.get(), nullptr, &logical);
-    ShapedLine shaped{.begin = line->start_index,
-                      .end = line->start_index + line->length,
-                      .width = logical.width,
-                      .height = logical.height,
-                      .baseline = pango_layout_iter_get_baseline(iterator.get())};
-    while (shaped.end > shaped.begin && isSpace(text[shaped.end - 1])) {
-      --shaped.end;
-    }
-    lines.push_back(shaped);
-  } while (pango_layout_iter_next_line(iterator.get()));
-  return lines;
-}
-
 /// Shapes the text of `whole`, which has more lines at that width, so that it has at most `lines`.
 /// The last of them ends with an ellipsis.
 Handle<PangoLayout> shapeTruncated(const Typefaces& typefaces,
                                    const ArchivedText& style,
-                                   PangoLayout* whole,
+                                   const BrokenText& whole,
                                    int width,
                                    std::size_t lines) {
-  const std::string text = pango_layout_get_text(whole);
-  const auto shaped = shapedLines(whole);
-  const ShapedLine& last = shaped[lines - 1];
-  const ShapedLine& dropped = shaped[lines];
+  const std::string text = pango_layout_get_text(whole.layout.get());
+  const BrokenLine& last = whole.lines[lines - 1];
+  const BrokenLine& dropped = whole.lines[lines];
   // The last line may also take the first characters of the next line of its paragraph.
   const bool sameParagraph = text.find('\n', last.begin) >= static_cast<std::size_t>(dropped.begin);
   const std::vector<int> ends =
-      cuts(whole, last.begin, sameParagraph ? std::max(dropped.end, last.end) : last.end);
+      cuts(whole.layout.get(),
+           last.begin,
+           sameParagraph ? std::max(dropped.end(), last.end()) : last.end());
 
   const auto shapeCut = [&](int begin, int end) {
     while (end > last.begin && isSpace(text[end - 1])) {
@@ -233,23 +202,25 @@ double points(int units) {
   return static_cast<double>(units) / PANGO_SCALE;
 }
 
-/// The text and everything that its shapes depend on, apart from its box.
-std::string keyOf(const ArchivedText& text) {
+/// The text and everything that its lines depend on.
+std::string keyOf(const ArchivedText& text, int width, int height) {
   std::string key = text.text + text.font.family;
   for (const double number : {static_cast<double>(text.text.size()),
                               text.font.size,
                               static_cast<double>(text.font.weight),
-                              text.tracking}) {
+                              text.tracking,
+                              static_cast<double>(width),
+                              static_cast<double>(height)}) {
     key.append(reinterpret_cast<const char*>(&number), sizeof number);
   }
   return key;
 }
 
 /// How many lines fit into `height`; one at least.
-std::size_t linesWithin(const std::vector<ShapedLine>& lines, int height) {
+std::size_t linesWithin(const BrokenText& text, int height) {
   std::size_t count = 0;
   int total = 0;
-  while (count < lines.size() && (total += lines[count].height) <= height) {
+  while (count < text.lines.size() && (total += text.lines[count].height) <= height) {
     ++count;
   }
   return std::max<std::size_t>(count, 1);
@@ -258,15 +229,27 @@ std::size_t linesWithin(const std::vector<ShapedLine>& lines, int height) {
 std::shared_ptr<const BrokenText> brokenText(Handle<PangoLayout> layout) {
   auto result = std::make_shared<BrokenText>();
   const char* text = pango_layout_get_text(layout.get());
+  const std::unique_ptr<PangoLayoutIter, Free<pango_layout_iter_free>> iterator(
+      pango_layout_get_iter(layout.get()));
   int width = 0;
   int height = 0;
-  for (const ShapedLine& line : shapedLines(layout.get())) {
-    width = std::max(width, line.width);
-    height += line.height;
-    result->lines.push_back({.text = std::string(text + line.begin, text + line.end),
-                             .width = points(line.width),
-                             .baseline = points(line.baseline)});
-  }
+  do {
+    const PangoLayoutLine* line = pango_layout_iter_get_line_readonly(iterator.get());
+    PangoRectangle logical = {};
+    pango_layout_iter_get_line_extents(iterator.get(), nullptr, &logical);
+    const int begin = line->start_index;
+    int end = begin + line->length;
+    while (end > begin && isSpace(text[end - 1])) {
+      --end;
+    }
+    width = std::max(width, logical.width);
+    height += logical.height;
+    result->lines.push_back({.text = std::string(text + begin, text + end),
+                             .width = points(logical.width),
+                             .baseline = points(pango_layout_iter_get_baseline(iterator.get())),
+                             .begin = begin,
+                             .height = logical.height});
+  } while (pango_layout_iter_next_line(iterator.get()));
   result->size = {points(width), points(height)};
   result->layout = std::move(layout);
   return result;
@@ -290,18 +273,27 @@ std::shared_ptr<const BrokenText> TextBreaker::broken(const ArchivedText& text,
     return std::make_shared<const BrokenText>();
   }
   const Box box{.width = units(proposal.width), .height = units(proposal.height)};
-  const WholeText whole = wholeText(text, box.width);
-  return box.height >= whole.height ? whole.text : truncated(text, box, whole);
+  if (auto known = find(text, box)) {
+    return known;
+  }
+  auto whole = wholeText(text, box.width);
+  if (units(whole->size.height) <= box.height) {
+    return whole;
+  }
+  const std::size_t lines = linesWithin(*whole, box.height);
+  return lines == whole->lines.size()
+             ? whole
+             : keep(text, box, shapeTruncated(typefaces_, text, *whole, box.width, lines));
 }
 
-TextBreaker::WholeText TextBreaker::wholeText(const ArchivedText& text, int width) {
-  const std::string key = keyOf(text);
-  if (const auto entry = texts_.find(key); entry != texts_.end()) {
-    for (const WholeText& known : entry->second.whole) {
-      if (width == known.proposed || (width >= known.widest && width < known.proposed)) {
-        return known;
-      }
-    }
+std::shared_ptr<const BrokenText> TextBreaker::wholeText(const ArchivedText& text, int width) {
+  if (auto known = find(text, {width, kUnlimited})) {
+    return known;
+  }
+  // Only a narrower box moves a word down.
+  if (auto known = find(text, {kUnlimited, kUnlimited});
+      known && units(known->size.width) <= width) {
+    return known;
   }
   const std::string kept = withoutTrailingSpace(text.text);
   auto layout = shapeText(typefaces_, text, kept, width);
@@ -309,35 +301,24 @@ TextBreaker::WholeText TextBreaker::wholeText(const ArchivedText& text, int widt
     texts_.clear();
     layout = shapeText(typefaces_, text, kept, width);
   }
-  const auto result = brokenText(std::move(layout));
-  WholeText whole{.proposed = width,
-                  .widest = units(result->size.width),
-                  .height = units(result->size.height),
-                  .text = result};
+  return keep(text, {width, kUnlimited}, std::move(layout));
+}
+
+std::shared_ptr<const BrokenText> TextBreaker::find(const ArchivedText& text, Box box) const {
+  const auto known = texts_.find(keyOf(text, box.width, box.height));
+  return known == texts_.end() ? nullptr : known->second;
+}
+
+std::shared_ptr<const BrokenText> TextBreaker::keep(const ArchivedText& text,
+                                                    Box box,
+                                                    Handle<PangoLayout> layout) {
   if (texts_.size() >= kMostTexts) {
     texts_.clear();
   }
-  texts_[key].whole.push_back(whole);
-  return whole;
-}
-
-std::shared_ptr<const BrokenText> TextBreaker::truncated(const ArchivedText& text,
-                                                         Box box,
-                                                         const WholeText& whole) {
-  const std::size_t lines = linesWithin(shapedLines(whole.text->layout.get()), box.height);
-  if (lines == whole.text->lines.size()) {
-    return whole.text;
-  }
-  auto& known = texts_[keyOf(text)].truncated;
-  if (const auto found = known.find(box); found != known.end()) {
-    return found->second;
-  }
-  auto result =
-      brokenText(shapeTruncated(typefaces_, text, whole.text->layout.get(), box.width, lines));
+  auto result = brokenText(std::move(layout));
+  texts_.emplace(keyOf(text, box.width, box.height), result);
   // Drawing proposes the size that measuring has returned.
-  known.emplace(Box{.width = units(result->size.width), .height = units(result->size.height)},
-                result);
-  known.emplace(box, result);
+  texts_.emplace(keyOf(text, units(result->size.width), units(result->size.height)), result);
   return result;
 }
 

@@ -1,10 +1,8 @@
 #pragma once
 
-#include <map>
 #include <memory>
 #include <string>
 #include <unordered_map>
-#include <vector>
 
 #include "platform/render/layout/layout.h"
 #include "platform/render/text/text_mask.h"
@@ -30,31 +28,19 @@ class TextBreaker : public TextMeasurer {
   struct Box {
     int width;
     int height;
-    friend auto operator<=>(const Box&, const Box&) = default;
   };
 
-  /// A text with all its lines. They are the same at every width from that of the widest line to
-  /// the proposed one: only a narrower box moves a word down, only a wider one moves a word up.
-  struct WholeText {
-    int proposed;
-    int widest;
-    int height;
-    std::shared_ptr<const BrokenText> text;
-  };
-
-  struct Entry {
-    std::vector<WholeText> whole = {};
-    std::map<Box, std::shared_ptr<const BrokenText>> truncated = {};
-  };
-
-  WholeText wholeText(const ArchivedText& text, int width);
-  std::shared_ptr<const BrokenText> truncated(const ArchivedText& text,
-                                              Box box,
-                                              const WholeText& whole);
+  /// The text with all its lines.
+  std::shared_ptr<const BrokenText> wholeText(const ArchivedText& text, int width);
+  /// Null for a text that is not kept.
+  std::shared_ptr<const BrokenText> find(const ArchivedText& text, Box box) const;
+  std::shared_ptr<const BrokenText> keep(const ArchivedText& text,
+                                         Box box,
+                                         Handle<PangoLayout> layout);
 
   Typefaces& typefaces_;
-  /// By `keyOf`.
-  std::unordered_map<std::string, Entry> texts_;
+  /// By `keyOf`; a text with all its lines has an unlimited height.
+  std::unordered_map<std::string, std::shared_ptr<const BrokenText>> texts_;
 };
 
 }  // namespace platform

@@ -33,11 +33,19 @@ struct TextMask {
   std::vector<std::uint8_t> pixels = {};
 };
 
-/// One line of a broken text, in points from the text's top left.
+/// One line of a broken text.
 struct BrokenLine {
+  /// Without trailing white space and line feed.
   std::string text = {};
+  /// In points, the baseline from the text's top.
   double width = 0;
   double baseline = 0;
+  /// The first byte in the layout's text.
+  int begin = 0;
+  /// In Pango's units (1024 a point).
+  int height = 0;
+
+  int end() const { return begin + static_cast<int>(text.size()); }
 };
 
 /// A text shaped and broken into lines, for drawing.

@@ -43,7 +43,7 @@ FcConfig* noFonts() {
 }
 
 Handle<PangoContext> exactContext(PangoFontMap* map) {
-  Handle<PangoContext> context(pango_font_map_create_context(map));
+  Handle<PangoContext> context(pango_font_map_create_context(map), g_object_unref);
   cairo_font_options_t* options = cairo_font_options_create();
   cairo_font_options_set_hint_style(options, CAIRO_HINT_STYLE_NONE);
   cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
@@ -62,7 +62,7 @@ std::expected<std::unique_ptr<Typefaces>, std::string> Typefaces::open(
     const fs::path& bundle, const fs::path& systemFonts) {
   noFonts();
   std::unique_ptr<Typefaces> typefaces(new Typefaces);
-  typefaces->config_.reset(FcConfigCreate());
+  typefaces->config_.reset(FcConfigCreate(), FcConfigDestroy);
   // The bundle's files come first: of two typefaces that fit equally well, the first is taken.
   if (auto added = typefaces->addBundleFonts(bundle); !added) {
     return std::unexpected(std::move(added).error());
@@ -70,7 +70,7 @@ std::expected<std::unique_ptr<Typefaces>, std::string> Typefaces::open(
   if (auto added = typefaces->addSystemFonts(systemFonts); !added) {
     return std::unexpected(std::move(added).error());
   }
-  typefaces->map_.reset(pango_cairo_font_map_new());
+  typefaces->map_.reset(pango_cairo_font_map_new(), g_object_unref);
   pango_fc_font_map_set_config(PANGO_FC_FONT_MAP(typefaces->map_.get()), typefaces->config_.get());
   typefaces->context_ = exactContext(typefaces->map_.get());
   return typefaces;

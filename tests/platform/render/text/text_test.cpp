@@ -47,8 +47,9 @@ std::vector<std::uint8_t> libraryCoverage(const BrokenText& text,
                                           int height) {
   std::vector<std::uint8_t> pixels(static_cast<std::size_t>(width) * height);
   const Handle<cairo_surface_t> surface(
-      cairo_image_surface_create_for_data(pixels.data(), CAIRO_FORMAT_A8, width, height, width));
-  const Handle<cairo_t> context(cairo_create(surface.get()));
+      cairo_image_surface_create_for_data(pixels.data(), CAIRO_FORMAT_A8, width, height, width),
+      cairo_surface_destroy);
+  const Handle<cairo_t> context(cairo_create(surface.get()), cairo_destroy);
   cairo_scale(context.get(), placement.scale, placement.scale);
   drawLines(context.get(), text, placement);
   cairo_surface_finish(surface.get());
