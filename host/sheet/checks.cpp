@@ -18,6 +18,10 @@ namespace {
 
 /// In points. Smaller excesses and overlaps come from rounding to whole pixels.
 constexpr double kTolerance = 0.5;
+/// The lowest contrast of text of usual sizes, by WCAG 2.
+constexpr double kMinContrast = 4.5;
+/// The shortest side of a tap area, in points.
+constexpr double kMinTapSide = 44;
 constexpr std::string_view kEllipsis = "…";
 
 std::string inQuotes(std::string_view text) {
@@ -106,17 +110,17 @@ void checkText(const DisplayItem& item, Size widget, std::vector<Finding>& findi
   const TextItem& text = *textOf(item);
   const std::string shown = inQuotes(text.text.text);
   if (isTruncated(text)) {
-    findings.push_back({Check::textTruncated, shown + " is cut off"});
+    findings.push_back({check::textTruncated, shown + " is cut off"});
   }
   if (breaksWord(text)) {
-    findings.push_back({Check::wordBroken, shown + " is broken inside a word"});
+    findings.push_back({check::wordBroken, shown + " is broken inside a word"});
   }
   if (const double beyond = excess(item.frame, widget); beyond > kTolerance) {
     findings.push_back(
-        {Check::textOutside, shown + " reaches " + tenths(beyond) + " points beyond the widget"});
+        {check::textOutside, shown + " reaches " + tenths(beyond) + " points beyond the widget"});
   }
   if (isKey(text.text.text)) {
-    findings.push_back({Check::translationMissing, shown + " has no translation"});
+    findings.push_back({check::translationMissing, shown + " has no translation"});
   }
 }
 
@@ -125,7 +129,7 @@ void checkOverlaps(const DisplayList& list, std::vector<Finding>& findings) {
     for (auto other = std::next(one); textOf(*one) && other != list.items.end(); ++other) {
       const Rect shared = intersect(one->frame, other->frame);
       if (textOf(*other) && shared.width > kTolerance && shared.height > kTolerance) {
-        findings.push_back({Check::textsOverlap,
+        findings.push_back({check::textsOverlap,
                             inQuotes(textOf(*one)->text.text) + " and " +
                                 inQuotes(textOf(*other)->text.text) + " overlap"});
       }
@@ -144,7 +148,7 @@ void checkTapAreas(const DisplayList& list, std::vector<Finding>& findings) {
   }
   for (const auto& [link, area] : areas) {
     if (area.width < kMinTapSide || area.height < kMinTapSide) {
-      findings.push_back({Check::tapAreaSmall,
+      findings.push_back({check::tapAreaSmall,
                           link + " opens from an area of " + tenths(area.width) + " by " +
                               tenths(area.height) + " points"});
     }
@@ -213,18 +217,6 @@ DisplayList beneath(const DisplayList& list, const DisplayItem& item) {
 
 }  // namespace
 
-std::string_view nameOf(Check check) {
-  constexpr std::string_view kNames[] = {"text-truncated",
-                                         "word-broken",
-                                         "text-outside",
-                                         "texts-overlap",
-                                         "missing-image",
-                                         "missing-translation",
-                                         "low-contrast",
-                                         "small-tap-area"};
-  return kNames[static_cast<std::size_t>(check)];
-}
-
 std::vector<Finding> checkList(const DisplayList& list,
                                const std::set<std::string>& missingImages) {
   std::vector<Finding> findings;
@@ -234,7 +226,7 @@ std::vector<Finding> checkList(const DisplayList& list,
     }
     const auto* image = std::get_if<ImageItem>(&item.content);
     if (image && missingImages.contains(image->name)) {
-      findings.push_back({Check::imageMissing, "the bundle has no image " + inQuotes(image->name)});
+      findings.push_back({check::imageMissing, "the bundle has no image " + inQuotes(image->name)});
     }
   }
   checkOverlaps(list, findings);
@@ -277,7 +269,7 @@ std::vector<Finding> checkContrast(const DisplayList& list,
         contrastOn(draw(beneath(list, item)), text->text.color.resolved(scheme), scheme, 2 * scale);
     if (ratio < kMinContrast) {
       // Rounded down, because 4.49 must not be shown as 4.5.
-      findings.push_back({Check::contrastLow,
+      findings.push_back({check::contrastLow,
                           inQuotes(text->text.text) + " has a contrast of " +
                               tenths(std::floor(ratio * 10) / 10) + " to 1"});
     }

@@ -14,33 +14,27 @@
 
 namespace host {
 
-enum class Check {
-  textTruncated,
-  wordBroken,
-  textOutside,
-  textsOverlap,
-  imageMissing,
-  translationMissing,
-  contrastLow,
-  tapAreaSmall,
-};
-
-/// "text-truncated"
-std::string_view nameOf(Check check);
+/// The names of the checks, as in the sheet's files.
+namespace check {
+inline constexpr std::string_view textTruncated = "text-truncated";
+inline constexpr std::string_view wordBroken = "word-broken";
+inline constexpr std::string_view textOutside = "text-outside";
+inline constexpr std::string_view textsOverlap = "texts-overlap";
+inline constexpr std::string_view imageMissing = "missing-image";
+inline constexpr std::string_view translationMissing = "missing-translation";
+inline constexpr std::string_view contrastLow = "low-contrast";
+inline constexpr std::string_view tapAreaSmall = "small-tap-area";
+}  // namespace check
 
 struct Finding {
-  Check check;
+  /// One of `check`.
+  std::string_view name;
   /// For people: names the text or image, and the measured value.
   std::string says;
   /// The reason to accept it; empty for a new finding.
   std::string accepted = {};
   friend bool operator==(const Finding&, const Finding&) = default;
 };
-
-/// The lowest contrast of text of usual sizes, by WCAG 2.
-inline constexpr double kMinContrast = 4.5;
-/// The shortest side of a tap area, in points.
-inline constexpr double kMinTapSide = 44;
 
 /// All checks but the contrast. `missingImages` are names of images that the bundle does not have.
 std::vector<Finding> checkList(const platform::DisplayList& list,

@@ -1,7 +1,6 @@
 #include "host/sheet/goldens.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
@@ -14,7 +13,6 @@ namespace host {
 namespace fs = std::filesystem;
 
 using namespace platform;
-using enum Difference::Kind;
 
 namespace {
 
@@ -72,22 +70,22 @@ std::optional<Difference> comparePNG(const std::expected<std::string, std::error
   if (!actual) {
     throw std::runtime_error(name + ": the rendered image can't be read: " + actual.error());
   }
-  Difference difference = {.kind = missing, .name = name, .actual = sizeOf(*actual)};
+  Difference difference = {.kind = "missing", .name = name, .actual = sizeOf(*actual)};
   if (!golden && golden.error() == std::errc::no_such_file_or_directory) {
     return difference;
   }
   const auto expected =
       golden ? renderer.decodePNG(*golden) : std::unexpected(golden.error().message());
   if (!expected) {
-    difference.kind = unreadable;
+    difference.kind = "unreadable";
     difference.reason = expected.error();
     return difference;
   }
   difference.expected = sizeOf(*expected);
   if (difference.expected != difference.actual) {
-    difference.kind = Difference::Kind::size;
+    difference.kind = "size";
   } else {
-    difference.kind = Difference::Kind::pixels;
+    difference.kind = "pixels";
     const Bitmap differing = comparePixels(*expected, *actual, difference);
     if (difference.pixels == 0) {
       return std::nullopt;
@@ -100,12 +98,6 @@ std::optional<Difference> comparePNG(const std::expected<std::string, std::error
 
 }  // namespace
 
-std::string_view nameOf(Difference::Kind kind) {
-  constexpr std::array<std::string_view, 6> kNames = {
-      "pixels", "size", "display-list", "missing", "unreadable", "extra"};
-  return kNames[static_cast<std::size_t>(kind)];
-}
-
 std::optional<Difference> compareWithGolden(const fs::path& goldens,
                                             const std::string& name,
                                             const RenderedImage& image,
@@ -117,7 +109,7 @@ std::optional<Difference> compareWithGolden(const fs::path& goldens,
     if (!list || *list == image.list) {
       return std::nullopt;
     }
-    difference = {.kind = displayList, .name = name};
+    difference = {.kind = "display-list", .name = name};
   }
   report.write("actual/" + name + ".png", image.png);
   report.write("actual/" + name + ".json", image.list);
@@ -140,7 +132,7 @@ std::vector<Difference> extraGoldens(const fs::path& goldens,
   }
   std::vector<Difference> extras;
   for (const std::string& name : names) {
-    extras.push_back({.kind = extra, .name = name});
+    extras.push_back({.kind = "extra", .name = name});
   }
   return extras;
 }

@@ -24,8 +24,8 @@ struct PixelSize {
 
 /// An image of this run that is not the golden one, or a golden image without one of this run.
 struct Difference {
-  enum class Kind { pixels, size, displayList, missing, unreadable, extra };
-  Kind kind = Kind::pixels;
+  /// "pixels", "size", "display-list", "missing", "unreadable" or "extra".
+  std::string_view kind = "pixels";
   /// As `RenderJob::name`.
   std::string name = {};
   std::optional<PixelSize> expected = {};
@@ -39,9 +39,6 @@ struct Difference {
   /// Why the golden image can't be read.
   std::string reason = {};
 };
-
-/// "pixels", "size", "display-list", "missing", "unreadable", "extra"
-std::string_view nameOf(Difference::Kind kind);
 
 /// Compares the pixels, then the display list if the goldens have one. Files with other bytes but
 /// the same pixels are equal. Where something differs, writes the image into the report's folders

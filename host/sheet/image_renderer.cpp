@@ -4,7 +4,6 @@
 #include <deque>
 #include <future>
 #include <mutex>
-#include <optional>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -58,7 +57,7 @@ struct Pixels {
   std::vector<Finding> lowContrast;
 };
 
-Pixels pixelsOf(const DisplayList& list, const PictureOptions& options, Renderer& renderer) {
+Pixels drawn(const DisplayList& list, const PictureOptions& options, Renderer& renderer) {
   PictureOptions square = options;
   square.cornerRadius = 0;
   return {
@@ -67,30 +66,6 @@ Pixels pixelsOf(const DisplayList& list, const PictureOptions& options, Renderer
         return valueOf(renderer.rasterize(part, square));
       })};
 }
-
-/// The latest images by scene. A quarter of a sheet's images equal an earlier one: another state
-/// shows the same, or a system or a scheme makes no difference. Safe from any thread.
-class ImageCache {
- public:
-  std::optional<Pixels> find(const Scene& scene) const {
-    const std::scoped_lock lock(mutex_);
-    const auto found = std::ranges::find(images_, scene, &Image::first);
-    return found == images_.end() ? std::nullopt : std::optional(found->second);
-  }
-
-  void add(Scene scene, const Pixels& pixels) {
-    const std::scoped_lock lock(mutex_);
-    images_.emplace_front(std::move(scene), pixels);
-    if (images_.size() > kMaxCachedImages) {
-      images_.pop_back();
-    }
-  }
-
- private:
-  using Image = std::pair<Scene, Pixels>;
-  mutable std::mutex mutex_;
-  std::deque<Image> images_;
-};
 
 }  // namespace
 
@@ -151,26 +126,41 @@ class ImageRenderer::Workers {
   RenderedImage render(const RenderInput& input, Renderer& renderer) {
     const DisplayList list =
         renderer.layOut(input.view, input.size, input.contentMargins, input.direction);
-    Scene scene = sceneOf(list, input.options);
-    auto pixels = cache_.find(scene);
-    if (!pixels) {
-      pixels = pixelsOf(list, input.options, renderer);
-      cache_.add(std::move(scene), *pixels);
-    }
-    RenderedImage image = {.png = std::move(pixels->png),
+    Pixels pixels = pixelsOf(list, input.options, renderer);
+    RenderedImage image = {.png = std::move(pixels.png),
                            .list = displayListJSON(list) + "\n",
                            .size = list.size,
                            .findings = checkList(list, renderer.missingImages())};
-    std::ranges::move(pixels->lowContrast, std::back_inserter(image.findings));
+    std::ranges::move(pixels.lowContrast, std::back_inserter(image.findings));
     return image;
+  }
+
+  /// From the latest images. A quarter of a sheet's images equal an earlier one: another state
+  /// shows the same, or a system or a scheme makes no difference.
+  Pixels pixelsOf(const DisplayList& list, const PictureOptions& options, Renderer& renderer) {
+    Scene scene = sceneOf(list, options);
+    {
+      const std::scoped_lock lock(mutex_);
+      const auto known = std::ranges::find(latest_, scene, &std::pair<Scene, Pixels>::first);
+      if (known != latest_.end()) {
+        return known->second;
+      }
+    }
+    Pixels pixels = drawn(list, options, renderer);
+    const std::scoped_lock lock(mutex_);
+    latest_.emplace_front(std::move(scene), pixels);
+    if (latest_.size() > kMaxCachedImages) {
+      latest_.pop_back();
+    }
+    return pixels;
   }
 
   const std::filesystem::path bundle_;
   const std::filesystem::path systemFonts_;
   const Deliver deliver_;
-  ImageCache cache_;
   std::mutex mutex_;
   std::vector<std::unique_ptr<Renderer>> idle_;
+  std::deque<std::pair<Scene, Pixels>> latest_;
   std::deque<std::future<void>> pending_;
   // Last: its destructor waits for the threads, which use all of the above.
   boost::asio::thread_pool threads_{kThreads};

@@ -20,42 +20,32 @@ std::runtime_error notWritten(const fs::path& path, const std::string& reason) {
   return std::runtime_error(path.string() + " can't be written: " + reason);
 }
 
-/// An image or a display list, or a folder of them.
-bool isImage(const fs::directory_entry& entry) {
-  const fs::path extension = entry.path().extension();
-  const auto type = entry.symlink_status().type();
-  return type == fs::file_type::directory ||
-         (type == fs::file_type::regular && (extension == ".png" || extension == ".json"));
-}
-
 bool contains(std::span<const std::string_view> names, const std::string& name) {
   return std::ranges::find(names, name) != names.end();
 }
 
 /// Throws an error that names the first file or folder that is not part of the layout.
 void checkContents(const fs::path& folder, const OutputFolder::Layout& layout) {
-  const auto refuse = [&](const fs::path& path) {
-    throw std::runtime_error(folder.string() + " holds \"" +
-                             path.lexically_relative(folder).string() +
-                             "\", which is not part of a " + std::string(layout.what) +
-                             ": give a new or an empty folder");
-  };
   const auto index = platform::readFile(folder / layout.files.back());
   const std::string mark = "{\n  \"glancery\": \"" + std::string(layout.what) + "\"";
   // An interrupted first run leaves no index.
   const bool ours = fs::exists(folder / kUnfinished) || (index && index->starts_with(mark));
-  for (const auto& entry : fs::directory_iterator(folder)) {
-    const std::string name = entry.path().filename();
-    const auto type = entry.symlink_status().type();
-    if (ours && type == fs::file_type::directory && contains(layout.folders, name)) {
-      for (const auto& inner : fs::recursive_directory_iterator(entry)) {
-        if (!isImage(inner)) {
-          refuse(inner);
-        }
-      }
-    } else if (name != kUnfinished &&
-               !(ours && type == fs::file_type::regular && contains(layout.files, name))) {
-      refuse(entry);
+  for (auto entry = fs::recursive_directory_iterator(folder); entry != end(entry); ++entry) {
+    const fs::path path = entry->path().lexically_relative(folder);
+    if (path == kUnfinished) {
+      entry.disable_recursion_pending();
+      continue;
+    }
+    const auto type = entry->symlink_status().type();
+    const bool inFolders = contains(layout.folders, *path.begin());
+    const bool isImage = path.extension() == ".png" || path.extension() == ".json";
+    const bool known = type == fs::file_type::directory ? inFolders
+                       : entry.depth() == 0             ? contains(layout.files, path)
+                                                        : inFolders && isImage;
+    if (!ours || !known || (type != fs::file_type::directory && type != fs::file_type::regular)) {
+      throw std::runtime_error(folder.string() + " holds \"" + path.string() +
+                               "\", which is not part of a " + std::string(layout.what) +
+                               ": give a new or an empty folder");
     }
   }
 }

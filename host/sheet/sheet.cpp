@@ -120,7 +120,7 @@ void accept(const SheetSettings& settings,
   for (const Difference& difference : differences) {
     for (const char* extension : {".png", ".json"}) {
       const std::string file = difference.name + extension;
-      if (difference.kind == Difference::Kind::extra) {
+      if (difference.kind == "extra") {
         fs::remove(goldens / file);
       } else {
         acceptGolden(goldens / file, readOrThrow(report / "actual" / file));

@@ -23,7 +23,7 @@ using Json = nlohmann::ordered_json;
 Json jsonOf(std::span<const Finding> findings) {
   Json array = Json::array();
   for (const Finding& finding : findings) {
-    array.push_back({{"check", nameOf(finding.check)}, {"says", finding.says}});
+    array.push_back({{"check", finding.name}, {"says", finding.says}});
     if (!finding.accepted.empty()) {
       array.back()["accepted"] = finding.accepted;
     }
@@ -36,12 +36,12 @@ Json jsonOf(const std::optional<PixelSize>& size) {
 }
 
 Json jsonOf(const Difference& difference) {
-  Json json = {{"name", difference.name}, {"kind", nameOf(difference.kind)}};
+  Json json = {{"name", difference.name}, {"kind", difference.kind}};
   if (difference.actual) {
     json["expected"] = jsonOf(difference.expected);
     json["actual"] = jsonOf(difference.actual);
   }
-  if (difference.kind == Difference::Kind::pixels) {
+  if (difference.kind == "pixels") {
     json["pixels"] = difference.pixels;
     json["largest"] = difference.largest;
     json["mean"] = std::round(difference.mean * 1e6) / 1e6;
@@ -60,12 +60,10 @@ Document documentOf(const Json& json, std::string_view page) {
   const auto text = [&](int indent) {
     return json.dump(indent, ' ', false, Json::error_handler_t::replace);
   };
-  std::string html = pageText(page);
-  absl::StrReplaceAll({{"{{common.css}}", pageText("/common.css")},
-                       {"{{common.js}}", pageText("/common.js")},
-                       {"{{data}}", escapedHTML(text(-1))}},
-                      &html);
-  return {.json = text(2) + "\n", .page = std::move(html)};
+  return {.json = text(2) + "\n",
+          .page = absl::StrReplaceAll(
+              pageText("/page.html"),
+              {{"{{page}}", pageText(page)}, {"{{data}}", escapedHTML(text(-1))}})};
 }
 
 /// An entry of the file of accepted findings; an empty `state` or `says` fits all.
@@ -73,7 +71,7 @@ struct AcceptedFinding {
   std::string widget, check, reason, state, says;
 
   bool covers(const SheetImage& image, const Finding& finding) const {
-    return image.job.widget->kind == widget && nameOf(finding.check) == check &&
+    return image.job.widget->kind == widget && finding.name == check &&
            (state.empty() || image.job.state->name == state) &&
            finding.says.find(says) != std::string::npos;
   }

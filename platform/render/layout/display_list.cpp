@@ -2,12 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <ostream>
-#include <sstream>
 #include <utility>
 
 #include <nlohmann/json.hpp>
@@ -16,19 +13,6 @@ namespace platform {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-/// Rounds to a multiple of 1 / `steps`; never returns minus zero.
-double rounded(double number, double steps) {
-  return std::round(number * steps) / steps + 0.0;
-}
-
-/// With two decimals at most and without an exponent.
-std::string hundredths(double number) {
-  char digits[400];
-  const auto end =
-      std::to_chars(digits, std::end(digits), rounded(number, 100), std::chars_format::fixed).ptr;
-  return std::string(digits, end);
-}
 
 std::string hex(const Color& color) {
   const auto byte = [](double component) {
@@ -57,8 +41,9 @@ Json jsonNumber(double number) {
   return number;
 }
 
+/// Never minus zero.
 Json thousandths(double number) {
-  return jsonNumber(rounded(number, 1000));
+  return jsonNumber(std::round(number * 1000) / 1000 + 0.0);
 }
 
 void write(Json& json, const ImageItem& image) {
@@ -82,25 +67,6 @@ void write(Json& json, const TextItem& item) {
 void write(Json& json, const FillItem& fill) {
   json["type"] = "fill";
   json["color"] = hex(fill.color);
-}
-
-std::string dumped(const Json& json, int indent) {
-  return json.dump(indent, ' ', false, Json::error_handler_t::replace);
-}
-
-void describe(std::ostream& out, const ImageItem& image) {
-  out << "Image " << dumped(image.name, -1);
-}
-
-void describe(std::ostream& out, const TextItem& item) {
-  out << "Text";
-  for (const std::string& line : item.lines) {
-    out << " " << dumped(line, -1);
-  }
-}
-
-void describe(std::ostream& out, const FillItem& fill) {
-  out << "Fill " << hex(fill.color);
 }
 
 bool contains(double start, double length, double value) {
@@ -133,21 +99,7 @@ std::string displayListJSON(const DisplayList& list) {
       {"size", {{"width", jsonNumber(list.size.width)}, {"height", jsonNumber(list.size.height)}}},
       {"widgetURL", list.widgetURL ? Json(*list.widgetURL) : Json()},
       {"items", std::move(items)}};
-  return dumped(json, 2);
-}
-
-std::string displayListText(const DisplayList& list) {
-  std::ostringstream out;
-  for (const auto& [content, frame, link] : list.items) {
-    std::visit([&](const auto& shown) { describe(out, shown); }, content);
-    out << " " << hundredths(frame.x) << "," << hundredths(frame.y);
-    out << " " << hundredths(frame.width) << "x" << hundredths(frame.height);
-    if (link) {
-      out << " -> " << *link;
-    }
-    out << "\n";
-  }
-  return std::move(out).str();
+  return json.dump(2, ' ', false, Json::error_handler_t::replace);
 }
 
 std::optional<std::string> linkAt(const DisplayList& list, Point point) {

@@ -51,11 +51,6 @@ struct DisplayList {
 /// "#RRGGBBAA", frames [x, y, width, height] rounded to a thousandth of a point.
 std::string displayListJSON(const DisplayList& list);
 
-/// One line for each item, for people and tests: `Image "flame" 12,52 18x30`, `Text "7" ...`,
-/// `Fill #RRGGBBAA ...`, with numbers to a hundredth without trailing zeros, then ` -> URL` if it
-/// is inside a link. Each line of a text is in quotes: `Text "Keep" "going" ...`.
-std::string displayListText(const DisplayList& list);
-
 /// The URL that a tap at that point opens: the link of the frontmost item there that has one,
 /// otherwise the widget's URL. Nothing outside the widget.
 std::optional<std::string> linkAt(const DisplayList& list, Point point);

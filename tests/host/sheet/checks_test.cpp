@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/display_list_text.h"
+
 namespace host {
 namespace {
 
@@ -26,46 +28,46 @@ struct Case {
   const char* name;
   std::vector<DisplayItem> items;
   /// The checks with findings, in order.
-  std::vector<Check> expected;
+  std::vector<std::string_view> expected;
   friend void PrintTo(const Case& row, std::ostream* out) { *out << row.name; }
 };
 
 const Case kCases[] = {
     {"fine", {line("Hoy")}, {}},
-    {"truncated", {text("Hoy respiro", {"Hoy…"}, {0, 0, 40, 20})}, {Check::textTruncated}},
+    {"truncated", {text("Hoy respiro", {"Hoy…"}, {0, 0, 40, 20})}, {check::textTruncated}},
     {"endsInAnEllipsis", {text("Hoy respiro…", {"Hoy", "respiro…"}, {0, 0, 40, 40})}, {}},
-    {"noRoomForALine", {text("Hoy", {}, {0, 0, 0, 0})}, {Check::textTruncated}},
-    {"numberInTwoLines", {text("365", {"36", "5"}, {0, 0, 40, 40})}, {Check::wordBroken}},
-    {"accentsInTwoLines", {text("añoé", {"añ", "oé"}, {0, 0, 40, 40})}, {Check::wordBroken}},
+    {"noRoomForALine", {text("Hoy", {}, {0, 0, 0, 0})}, {check::textTruncated}},
+    {"numberInTwoLines", {text("365", {"36", "5"}, {0, 0, 40, 40})}, {check::wordBroken}},
+    {"accentsInTwoLines", {text("añoé", {"añ", "oé"}, {0, 0, 40, 40})}, {check::wordBroken}},
     {"brokenAtSpacesAndLineFeeds", {text("a b\nc", {"a", "b", "c"}, {0, 0, 40, 60})}, {}},
     {"brokenAtAHyphen", {text("self-care", {"self-", "care"}, {0, 0, 40, 40})}, {}},
     {"lineFeedFirst", {text("\nHoy", {"", "Hoy"}, {0, 0, 40, 40})}, {}},
     {"ideographsBreakAnywhere", {text("今天我", {"今天", "我"}, {0, 0, 40, 40})}, {}},
-    {"beyondTheRightEdge", {line("Hoy", {90, 10, 10.6, 20})}, {Check::textOutside}},
-    {"aboveTheTopEdge", {line("Hoy", {10, -0.6, 40, 20})}, {Check::textOutside}},
+    {"beyondTheRightEdge", {line("Hoy", {90, 10, 10.6, 20})}, {check::textOutside}},
+    {"aboveTheTopEdge", {line("Hoy", {10, -0.6, 40, 20})}, {check::textOutside}},
     {"roundedToTheEdge", {line("Hoy", {60, 10, 40.4, 20})}, {}},
-    {"overlappingTexts", {line("Hoy"), line("Ayer", {45, 25, 40, 20})}, {Check::textsOverlap}},
+    {"overlappingTexts", {line("Hoy"), line("Ayer", {45, 25, 40, 20})}, {check::textsOverlap}},
     {"textsSideBySide", {line("Hoy"), line("Ayer", {50, 10, 40, 20})}, {}},
     {"textOverAnImage", {{.content = ImageItem{"sky"}, .frame = {0, 0, 100, 100}}, line("7")}, {}},
     {"missingImage",
      {{.content = ImageItem{"gone"}, .frame = {0, 0, 100, 100}}},
-     {Check::imageMissing}},
-    {"key", {line("STREAK_TEXT_08_10")}, {Check::translationMissing}},
+     {check::imageMissing}},
+    {"key", {line("STREAK_TEXT_08_10")}, {check::translationMissing}},
     {"wordInUpperCase", {line("HOY")}, {}},
     {"lowerCaseWithUnderscore", {line("Snake_CASE")}, {}},
     {"smallTapAreas",
      {link("a:1", {0, 0, 40, 50}), link("a:2", {50, 0, 44, 44})},
-     {Check::tapAreaSmall}},
+     {check::tapAreaSmall}},
     {"tapAreaOfTwoItems", {link("a:1", {0, 0, 44, 30}), link("a:1", {0, 30, 20, 14})}, {}},
 };
 
 class Checks : public ::testing::TestWithParam<Case> {};
 
 TEST_P(Checks, FindInTheList) {
-  std::vector<Check> found;
+  std::vector<std::string_view> found;
   for (const Finding& finding :
        checkList({.size = {100, 100}, .items = GetParam().items}, {"gone"})) {
-    found.push_back(finding.check);
+    found.push_back(finding.name);
   }
   EXPECT_EQ(found, GetParam().expected);
 }
@@ -119,7 +121,7 @@ TEST(Contrast, IsMeasuredBeneathTheText) {
   EXPECT_EQ(displayListText(asked[1]), "Fill #FFFFFFFF -10,-20 100x100\n");
   EXPECT_EQ(asked[1].size, (Size{31, 11}));
   EXPECT_THAT(findings,
-              ElementsAre(Finding{Check::contrastLow, "“pale” has a contrast of 1.2 to 1"}));
+              ElementsAre(Finding{check::contrastLow, "“pale” has a contrast of 1.2 to 1"}));
   EXPECT_THAT(checkContrast({.size = {9, 9}, .items = {line("outside", {20, 0, 5, 5})}},
                             ColorScheme::light,
                             1,

@@ -12,9 +12,8 @@ using ::testing::Not;
 // A finding may quote any text of a server.
 TEST(SheetPages, EscapeTheirData) {
   SheetImage image = {.job = allRenderJobs().front()};
-  image.findings.push_back({Check::textTruncated, "</template><b>&lt;"});
-  const Difference difference = {
-      .kind = Difference::Kind::unreadable, .name = "a", .reason = "</template><b>&lt;"};
+  image.findings.push_back({check::textTruncated, "</template><b>&lt;"});
+  const Difference difference = {.kind = "unreadable", .name = "a", .reason = "</template><b>&lt;"};
   for (const Document& document :
        {sheetDocument({&image, 1}), reportDocument({&image, 1}, {&difference, 1})}) {
     EXPECT_THAT(document.json, HasSubstr("\"</template><b>&lt;\""));

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/display_list_text.h"
+
 namespace platform {
 namespace {
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/render/layout/layout.h"
+#include "tests/display_list_text.h"
 
 // Builds archived views by the names of the views they come from, and lays them out with a typeface
 // in which every character is half as wide as the type size.
