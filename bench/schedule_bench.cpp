@@ -16,8 +16,7 @@ class World {
  public:
   explicit World(std::size_t widgets) {
     for (std::size_t widget = 0; widget < widgets; ++widget) {
-      scheduler_.place("W" + std::to_string(widget),
-                       WidgetSchedule({.fetched = kStart}, planFrom(kStart)));
+      scheduler_.place(WidgetSchedule({.fetched = kStart}, planFrom(kStart)));
     }
     scheduler_.advance(kStart);
     // Only timelines after the first ones are measured.

@@ -39,8 +39,8 @@ class Counter {
       if (widget.problem) {
         giveUp(widget.item.kind + ": " + *widget.problem);
       }
-      pictures += widget.version != versions_[id];
-      versions_[id] = widget.version;
+      pictures += widget.picture.path != versions_[id];
+      versions_[id] = widget.picture.path;
     }
     for (const LogLine& line : phone_.takeLog()) {
       reloads += !line.fromExtension && line.text.find(": new timeline") != std::string::npos;

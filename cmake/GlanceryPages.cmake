@@ -1,7 +1,7 @@
-# Embeds the text files of a folder, as they are, in a target, as a `std::span<const host::PageFile>`
-# with that name. They are read at build time, so the next build embeds a changed file.
+# Embeds the text files of a folder, and any others, in a target, as they are, as a
+# `std::span<const host::PageFile>` with that name. They are read at build time, so the next build embeds a changed file.
 #
-#   glancery_page_files(target kName folder)
+#   glancery_page_files(target kName folder [files...])
 #
 # Run as a script, with NAME, OUTPUT and FILES (separated by |), this file writes the source.
 if(CMAKE_SCRIPT_MODE_FILE)
@@ -24,6 +24,7 @@ endif()
 set(GLANCERY_PAGES_SCRIPT ${CMAKE_CURRENT_LIST_FILE})
 function(glancery_page_files target name folder)
   file(GLOB files CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*)
+  list(APPEND files ${ARGN})
   list(JOIN files "|" joined)
   set(output ${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp)
   add_custom_command(

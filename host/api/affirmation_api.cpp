@@ -1,12 +1,14 @@
 #include "host/api/affirmation_api.h"
 
-#include <charconv>
+#include <algorithm>
 #include <cmath>
-#include <string_view>
+#include <utility>
 
-#include "host/api/affirmations.h"
+#include <nlohmann/json.hpp>
+
 #include "host/http/json_members.h"
-#include "platform/foundation/data/json_serialization.h"
+#include "platform/support/pattern.h"
+#include "platform/support/utf8.h"
 
 namespace host {
 
@@ -14,27 +16,10 @@ using namespace platform;
 
 namespace {
 
-std::string jsonText(const Dictionary& object) {
-  const auto json = NSJSONSerialization::dataWithJSONObject(object);
-  return json ? json->bytes : "{}";
-}
-
-ApiAnswer refusal(int status, const std::string& why) {
-  return {status, jsonText({{"error", why}})};
-}
-
 /// The hours of "UTC+1"; nothing for another format or an offset that no zone has.
-std::optional<int> hoursOf(std::string_view zone) {
-  if (!zone.starts_with("UTC") || zone.size() < 5 || (zone[3] != '+' && zone[3] != '-')) {
-    return std::nullopt;
-  }
-  int hours = 0;
-  const char* const end = zone.data() + zone.size();
-  const auto [rest, error] = std::from_chars(zone.data() + 4, end, hours);
-  if (error != std::errc() || rest != end || hours < 0 || hours > 14) {
-    return std::nullopt;
-  }
-  return zone[3] == '-' ? -hours : hours;
+std::optional<int> hoursOf(const std::string& zone) {
+  static const Pattern kZone("UTC[+-]0*([0-9]|1[0-4])");
+  return kZone.matches(zone) ? std::optional(std::stoi(zone.substr(3))) : std::nullopt;
 }
 
 struct AffirmationRequest {
@@ -48,7 +33,8 @@ AffirmationRequest requestIn(const std::string& body) {
   for (const char* name : {"appVersion", "user_os", "os"}) {
     members.text(name);
   }
-  const Value* const events = members.object("internal").find("events");
+  const Dictionary internal = members.object("internal");
+  const Value* const events = internal.find("events");
   if (!events || !events->array()) {
     throw BadRequest(R"(the member "internal" must have an array "events")");
   }
@@ -59,43 +45,85 @@ AffirmationRequest requestIn(const std::string& body) {
   return {members.text("locale"), members.text("uid"), *hours};
 }
 
+/// Untrusted bytes as a part of one line of the log.
+std::string printable(std::string_view text) {
+  std::string safe = excerpt(text);
+  std::ranges::replace_if(
+      safe,
+      [](char letter) { return static_cast<unsigned char>(letter) < ' ' || letter == 0x7F; },
+      '?');
+  return safe;
+}
+
+/// The answer with the faults of the settings.
+HttpAnswer withFaults(HttpAnswer answer, const ApiSettings& settings) {
+  const bool good = answer.status == 200;
+  answer.status = good ? settings.status.value_or(200) : answer.status;
+  answer.delay = settings.delay;
+  answer.cut = settings.cut;
+  if (settings.badJSON) {
+    answer.body.pop_back();  // Its closing bracket.
+  }
+  const std::string opening = R"("text":")";
+  const std::size_t text = answer.body.find(opening);
+  const std::uint64_t length = answer.body.size();
+  if (good && settings.huge && *settings.huge > length && text != std::string::npos) {
+    answer.filling = *settings.huge - length;
+    answer.fillingAt = text + opening.size();
+  }
+  return answer;
+}
+
 }  // namespace
 
 ApiAnswer answerOf(const HttpRequest& request,
                    const std::optional<std::string>& validKey,
                    Date now) {
-  const auto named = request.header("Host");
   const auto key = request.header("X-API-KEY");
-  const auto contentType = request.header("Content-Type");
-  if (!named || !isLoopbackHost(*named)) {
-    return refusal(403, "the Host header must be 127.0.0.1 or localhost");
-  }
-  if (pathOf(request.target) != kApiPath) {
-    return refusal(404, "the only path is " + std::string(kApiPath));
+  if (request.path() != kApiPath) {
+    return {refusal(404, "the only path is " + std::string(kApiPath))};
   }
   if (request.method != "POST") {
-    return refusal(405, "the method must be POST");
+    return {wrongMethod("POST")};
   }
   if (!key) {
-    return refusal(401, "the X-API-KEY header is missing");
+    return {refusal(401, "the X-API-KEY header is missing")};
   }
   if (validKey && *key != *validKey) {
-    return refusal(401, "the X-API-KEY header holds another key");
+    return {refusal(401, "the X-API-KEY header holds another key")};
   }
-  if (!contentType || !isJSONType(*contentType)) {
-    return refusal(400, "the Content-Type header must be application/json");
+  if (!request.hasJSON()) {
+    return {refusal(400, "the Content-Type header must be application/json")};
   }
   try {
     const auto [language, uid, hours] = requestIn(request.body);
     const double local = now.timeIntervalSince1970() + hours * 3600.0;
     const auto day = static_cast<std::int64_t>(std::floor(local / 86400));
-    const Affirmation affirmation = affirmationOf(uid, day, language);
-    return {200,
-            jsonText({{"text", affirmation.text}, {"color", affirmation.color}}),
-            uid + " " + language};
+    const auto [text, color] = affirmationOf(uid, day, language);
+    const nlohmann::json json = {{"text", text}, {"color", color}};
+    return {jsonAnswer(json.dump()), uid + " " + language};
   } catch (const BadRequest& error) {
-    return refusal(400, error.what());
+    return {refusal(400, error.what())};
   }
+}
+
+std::expected<std::unique_ptr<HttpServer>, std::string> openApi(
+    ApiSettings settings, std::function<void(const std::string&)> log) {
+  const std::uint16_t port = settings.port;
+  return HttpServer::listen(
+      port,
+      [settings = std::move(settings), log = std::move(log)](const HttpRequest& request,
+                                                             const HttpServer::Reply& reply) {
+        const ApiAnswer answer = answerOf(request, settings.key, Date::now());
+        HttpAnswer faulty = withFaults(answer.http, settings);
+        const std::string line = printable(request.method) + ' ' + printable(request.target) + ' ' +
+                                 std::to_string(faulty.status) + ' ';
+        const std::string user = answer.user.empty() ? "" : " for " + printable(answer.user);
+        faulty.sending = [&log, line, user](std::uint64_t bytes) {
+          log(line + std::to_string(bytes) + " bytes" + user);
+        };
+        reply(std::move(faulty));
+      });
 }
 
 }  // namespace host

@@ -1,7 +1,6 @@
-#include "host/api/affirmations.h"
-
 #include <array>
 
+#include "host/api/affirmation_api.h"
 #include "platform/support/fingerprint.h"
 
 namespace host {

@@ -1,7 +1,6 @@
 #include <iostream>
 
 #include "host/api/affirmation_api.h"
-#include "host/api/api_server.h"
 #include "host/commands/commands.h"
 
 namespace host {

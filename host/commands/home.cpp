@@ -5,7 +5,7 @@
 #include <stop_token>
 #include <thread>
 
-#include "host/api/api_server.h"
+#include "host/api/affirmation_api.h"
 #include "host/commands/commands.h"
 #include "host/commands/device_options.h"
 #include "host/home/home_loop.h"
@@ -104,8 +104,8 @@ void home(std::optional<std::uint16_t> port, int reloads) {
     });
   });
   page = std::make_unique<HomePage>(
-      [&](std::string action, std::function<void(HomePage::Outcome)> done) {
-        loop.act(std::move(action), std::move(done));
+      [&](std::string action, HttpServer::Reply reply) {
+        loop.act(std::move(action), std::move(reply));
       },
       platform::programFolder() / "system" / "Fonts" / "Inter-roman.var.ttf");
   loop.start();

@@ -46,17 +46,6 @@ void drain(int descriptor) {
   }
 }
 
-std::map<std::string, ServedPicture> picturesOf(const HomePhone& phone) {
-  std::map<std::string, ServedPicture> pictures;
-  for (const PlacedWidget& widget : phone.widgets()) {
-    if (!widget.png.empty()) {
-      pictures[widget.item.kind] = {picturePath(widget),
-                                    std::make_shared<const std::string>(widget.png)};
-    }
-  }
-  return pictures;
-}
-
 }  // namespace
 
 struct HomeLoop::Impl {
@@ -64,26 +53,24 @@ struct HomeLoop::Impl {
       : phone(served), show(std::move(receiver)) {}
 
   void open() {
-    suiteWatch.assign(newWatcher());
-    zoneWatch.assign(newWatcher());
+    files.assign(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
     if (!watchSuite()) {
       throw HostError(suiteFolder().string() +
                       " can't be watched: " + std::system_category().message(errno));
     }
     // The suite may have changed before it was watched.
     phone.suiteChanged();
-    // If this fails, a change of the machine's zone goes unnoticed.
-    watch(zoneWatch, "/etc", IN_MOVED_TO | IN_CREATE | IN_DELETE);
+    // The machine's time zone. If this fails, its changes go unnoticed.
+    watch("/etc");
     clock.assign(::timerfd_create(CLOCK_REALTIME, TFD_NONBLOCK | TFD_CLOEXEC));
     downloads.assign(::dup(phone.downloadsDescriptor()));
   }
 
-  static int newWatcher() { return ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC); }
-
-  static bool watch(stream_descriptor& watcher,
-                    const std::filesystem::path& folder,
-                    std::uint32_t events) {
-    return ::inotify_add_watch(watcher.native_handle(), folder.c_str(), events) >= 0;
+  /// Has no effect on a folder that is watched already.
+  bool watch(const std::filesystem::path& folder) {
+    // A writer replaces the file.
+    constexpr std::uint32_t kEvents = IN_MOVED_TO | IN_CREATE | IN_DELETE | IN_CLOSE_WRITE;
+    return ::inotify_add_watch(files.native_handle(), folder.c_str(), kEvents) >= 0;
   }
 
   static std::filesystem::path suiteFolder() {
@@ -92,12 +79,10 @@ struct HomeLoop::Impl {
         .parent_path();
   }
 
-  /// Has no effect on a folder that is watched already.
   bool watchSuite() {
     std::error_code ignored;
     std::filesystem::create_directories(suiteFolder(), ignored);
-    // A writer replaces the file.
-    return watch(suiteWatch, suiteFolder(), IN_MOVED_TO | IN_CREATE | IN_DELETE | IN_CLOSE_WRITE);
+    return watch(suiteFolder());
   }
 
   /// Calls `handle` whenever the descriptor is readable.
@@ -123,14 +108,11 @@ struct HomeLoop::Impl {
 
   void run() {
     follow(clock, [this] { drain(clock.native_handle()); });
-    follow(suiteWatch, [this] {
-      drain(suiteWatch.native_handle());
+    follow(files, [this] {
+      drain(files.native_handle());
       phone.suiteChanged();
-      lookAgain();
-    });
-    follow(zoneWatch, [this] {
-      drain(zoneWatch.native_handle());
       phone.systemZoneChanged();
+      lookAgain();
     });
     follow(downloads, [this] { phone.stepDownloads(); });
     settle();
@@ -163,7 +145,11 @@ struct HomeLoop::Impl {
                      .log = phone.takeLog()};
     if (view.state != shown || !view.log.empty()) {
       shown = view.state;
-      view.pictures = picturesOf(phone);
+      for (const PlacedWidget& widget : phone.widgets()) {
+        if (widget.picture.png) {
+          view.pictures.push_back(widget.picture);
+        }
+      }
       show(std::move(view));
       idle.expires_after(kIdleDelay);
       after(idle, [this] { phone.rest(); });
@@ -229,8 +215,8 @@ struct HomeLoop::Impl {
   std::function<void(HomeView)> show;
   asio::io_context context{1};
   asio::executor_work_guard<asio::io_context::executor_type> work{context.get_executor()};
-  stream_descriptor suiteWatch{context};
-  stream_descriptor zoneWatch{context};
+  /// Watches the folders of the suite and of the machine's settings.
+  stream_descriptor files{context};
   stream_descriptor clock{context};
   stream_descriptor downloads{context};
   stream_descriptor extension{context};
@@ -256,21 +242,21 @@ void HomeLoop::start() {
   impl_->thread = std::jthread([impl = impl_.get()] { impl->run(); });
 }
 
-void HomeLoop::act(std::string action, std::function<void(HomePage::Outcome)> done) {
+void HomeLoop::act(std::string action, HttpServer::Reply reply) {
   asio::post(impl_->context,
-             [impl = impl_.get(), action = std::move(action), done = std::move(done)] {
-               HomePage::Outcome outcome;
+             [impl = impl_.get(), action = std::move(action), reply = std::move(reply)] {
+               HttpAnswer answer;
                try {
-                 outcome.json = performAction(impl->phone, action);
+                 answer = jsonAnswer(performAction(impl->phone, action));
                } catch (const BadRequest& error) {
-                 outcome = {400, errorJSON(error.what())};
+                 answer = refusal(400, error.what());
                } catch (const InvalidValue& error) {
-                 outcome = {400, errorJSON(error.what())};
+                 answer = refusal(400, error.what());
                } catch (const HostError& error) {
-                 outcome = {409, errorJSON(error.what())};
+                 answer = refusal(409, error.what());
                }
                impl->settle();
-               done(std::move(outcome));
+               reply(std::move(answer));
              });
 }
 

@@ -21,8 +21,8 @@ class HomeLoop {
 
   /// Throws a `HostError` if the suite's folder can't be watched.
   void start();
-  /// Safe from any thread; `done` is called on the loop's thread.
-  void act(std::string action, std::function<void(HomePage::Outcome)> done);
+  /// Safe from any thread; `reply` is called on the loop's thread.
+  void act(std::string action, HttpServer::Reply reply);
 
  private:
   struct Impl;

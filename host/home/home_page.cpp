@@ -20,7 +20,6 @@ extern const std::span<const PageFile> kHomePage;
 namespace {
 
 constexpr std::size_t kLinesKept = 500;
-constexpr std::string_view kPictures = "/widgets/";
 constexpr const char* kTypefacePath = "/Inter.ttf";
 
 std::string_view typeOf(std::string_view path) {
@@ -43,21 +42,6 @@ HttpAnswer secured(HttpAnswer answer) {
   return answer;
 }
 
-HttpAnswer content(std::string_view type, std::string body, const char* caching = "no-store") {
-  return {.headers = {{"Content-Type", std::string(type)}, {"Cache-Control", caching}},
-          .body = std::move(body)};
-}
-
-HttpAnswer json(int status, std::string body) {
-  HttpAnswer answer = content("application/json", std::move(body));
-  answer.status = status;
-  return answer;
-}
-
-HttpAnswer refusal(int status, const std::string& why) {
-  return json(status, errorJSON(why));
-}
-
 std::string event(const char* name, const std::string& data) {
   return "event: " + std::string(name) + "\ndata: " + data + "\n\n";
 }
@@ -69,31 +53,25 @@ HomePage::HomePage(Act act, std::filesystem::path typeface)
 }
 
 void HomePage::answer(const HttpRequest& request, const HttpServer::Reply& reply) {
-  const auto named = request.header("Host");
-  const bool reads = request.method == "GET" || request.method == "HEAD";
-  const std::string_view path = pathOf(request.target);
-  if (!named || !isLoopbackHost(*named)) {
-    reply(secured(refusal(403, "the Host header must be a loopback name")));
-  } else if (path == "/actions") {
-    act(request, [reply](HttpAnswer answer) { reply(secured(std::move(answer))); });
-  } else if (!reads) {
-    HttpAnswer answer = refusal(405, "the method must be GET");
-    answer.headers.emplace_back("Allow", "GET, HEAD");
-    reply(secured(std::move(answer)));
+  const auto send = [reply](HttpAnswer answer) { reply(secured(std::move(answer))); };
+  const std::string_view path = request.path();
+  if (path == "/actions") {
+    act(request, send);
+  } else if (request.method != "GET" && request.method != "HEAD") {
+    send(wrongMethod("GET, HEAD"));
   } else if (path == "/events") {
-    reply(secured(events()));
-  } else if (path.starts_with(kPictures) && path.ends_with(".png")) {
-    reply(secured(picture(request)));
+    send(events());
+  } else if (path.starts_with("/widgets/")) {
+    send(picture(request));
   } else {
-    reply(secured(file(request)));
+    send(file(path));
   }
 }
 
-HttpAnswer HomePage::file(const HttpRequest& request) const {
-  const std::string_view path = pathOf(request.target);
+HttpAnswer HomePage::file(std::string_view path) const {
   if (path == kTypefacePath) {
     auto bytes = readFile(typeface_);
-    return bytes ? content("font/ttf", *std::move(bytes), "max-age=86400")
+    return bytes ? contentAnswer("font/ttf", *std::move(bytes), "max-age=86400")
                  : refusal(404, "the typeface can't be read: " + bytes.error().message());
   }
   const auto file = pageFile(kHomePage, path == "/" ? "/index.html" : path);
@@ -103,14 +81,14 @@ HttpAnswer HomePage::file(const HttpRequest& request) const {
   std::string bytes(*file);
   if (path == "/") {
     std::string preloads;
-    for (const auto& [kind, picture] : view_.pictures) {
+    for (const ServedPicture& picture : view_.pictures) {
       preloads += R"(<link rel="preload" as="image" href=")" + picture.path + "\">\n";
     }
     absl::StrReplaceAll(
         {{"{{token}}", token_}, {"{{pictures}}", preloads}, {"{{state}}", escapedHTML(stateNow())}},
         &bytes);
   }
-  return content(typeOf(path), std::move(bytes));
+  return contentAnswer(typeOf(path), std::move(bytes));
 }
 
 /// The state with the time at which it is sent.
@@ -119,20 +97,20 @@ std::string HomePage::stateNow() const {
 }
 
 HttpAnswer HomePage::picture(const HttpRequest& request) const {
-  const std::string_view path = pathOf(request.target);
-  const std::string_view kind = path.substr(kPictures.size(), path.size() - kPictures.size() - 4);
-  const auto found = view_.pictures.find(std::string(kind));
+  const std::string named = std::string(request.path()) + '?';
+  const auto found = std::ranges::find_if(
+      view_.pictures, [&](const ServedPicture& each) { return each.path.starts_with(named); });
   if (found == view_.pictures.end()) {
     return refusal(404, "no picture of such a widget");
   }
   // The path changes with the picture. A request for an earlier picture gets the current one, which
   // must not be cached under the earlier path.
-  const bool own = request.target == found->second.path;
-  return content("image/png", *found->second.png, own ? "private, max-age=3600" : "no-store");
+  const bool own = request.target == found->path;
+  return contentAnswer("image/png", *found->png, own ? "private, max-age=3600" : "no-store");
 }
 
 HttpAnswer HomePage::events() const {
-  HttpAnswer stream = content("text/event-stream", "");
+  HttpAnswer stream = contentAnswer("text/event-stream", "");
   stream.events = [this, sentViews = std::uint64_t{0}, sentLines = std::uint64_t{0}]() mutable {
     std::string text;
     if (sentViews != views_) {
@@ -151,20 +129,16 @@ HttpAnswer HomePage::events() const {
 
 void HomePage::act(const HttpRequest& request, const HttpServer::Reply& reply) {
   const auto origin = request.header("Origin");
-  const auto type = request.header("Content-Type");
   if (request.method != "POST") {
-    HttpAnswer answer = refusal(405, "the method must be POST");
-    answer.headers.emplace_back("Allow", "POST");
-    reply(std::move(answer));
+    reply(wrongMethod("POST"));
   } else if (request.header("X-Home-Token") != token_) {
     reply(refusal(403, "the X-Home-Token header must be the token of the page: load it again"));
   } else if (origin && *origin != "http://" + *request.header("Host")) {
     reply(refusal(403, "the Origin header names another page"));
-  } else if (!type || !isJSONType(*type)) {
+  } else if (!request.hasJSON()) {
     reply(refusal(415, "the Content-Type header must be application/json"));
   } else {
-    act_(request.body,
-         [reply](const Outcome& outcome) { reply(json(outcome.status, outcome.json)); });
+    act_(request.body, reply);
   }
 }
 

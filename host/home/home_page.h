@@ -4,9 +4,8 @@
 #include <deque>
 #include <filesystem>
 #include <functional>
-#include <map>
-#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/home/home_phone.h"
@@ -15,34 +14,24 @@
 
 namespace host {
 
-struct ServedPicture {
-  std::string path;
-  std::shared_ptr<const std::string> png;
-};
-
 /// What the page shows.
 struct HomeView {
   /// As `stateJSON` gives it.
   std::string state = R"({"widgets":[]})";
   platform::Clock clock;
-  /// The PNG files by kind, with their paths.
-  std::map<std::string, ServedPicture> pictures;
+  std::vector<ServedPicture> pictures;
   /// The lines since the last view.
   std::vector<LogLine> log;
 };
 
 /// The page on 127.0.0.1: its files, the pictures, the stream of events, and the actions.
 ///
-/// Serves only requests with a loopback name as their host. An action also needs the token of this
-/// run, and this page as its origin. Used by the server's thread alone, `show` included.
+/// An action needs the token of this run, and this page as its origin. Used by the server's thread
+/// alone, `show` included.
 class HomePage {
  public:
-  struct Outcome {
-    int status = 200;
-    std::string json;
-  };
-  /// Performs an action; `done` is called once, on any thread.
-  using Act = std::function<void(std::string action, std::function<void(Outcome)> done)>;
+  /// Performs an action; `reply` is called once, on any thread.
+  using Act = std::function<void(std::string action, HttpServer::Reply reply)>;
 
   /// `typeface` is the file of the page's font.
   HomePage(Act act, std::filesystem::path typeface);
@@ -51,7 +40,7 @@ class HomePage {
   void show(HomeView view);
 
  private:
-  HttpAnswer file(const HttpRequest& request) const;
+  HttpAnswer file(std::string_view path) const;
   HttpAnswer picture(const HttpRequest& request) const;
   HttpAnswer events() const;
   std::string stateNow() const;

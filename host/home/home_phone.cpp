@@ -86,7 +86,7 @@ void HomePhone::place(const GalleryItem& item) {
     schedule.clockSetBack(Date::now());
   }
   widgets_.push_back(std::move(widget));
-  scheduler_.place(item.kind, std::move(schedule));
+  scheduler_.place(std::move(schedule));
 }
 
 std::optional<Date> HomePhone::next() const {
@@ -147,6 +147,7 @@ bool HomePhone::fetch(Id id, const ReloadRequest& request) {
                      .hostApp = std::move(suite),
                      .schedule = {},
                      .timeline = std::move(timeline)};
+    widget.entry.reset();
     widget.problem.reset();
     widget.failures = 0;
     collectLog();
@@ -181,8 +182,8 @@ void HomePhone::draw(Id id) {
     }
     widget.entry = entry;
     widget.list = std::move(list);
-    widget.version = platform::fingerprint(*png);
-    widget.png = *std::move(png);
+    widget.picture = {"/widgets/" + widget.item.kind + ".png?v=" + fingerprint(*png),
+                      std::make_shared<const std::string>(*std::move(png))};
     if (widget.failures == 0) {
       widget.problem.reset();
     }
@@ -205,16 +206,14 @@ void HomePhone::passReloadsOn() {
   const auto kinds = host_.takeReloadRequests();
   const bool lost = downloads().takeReloadsLost();
   for (Id id = 0; id < widgets_.size(); ++id) {
-    const std::string& kind = widgets_[id].item.kind;
-    if (kinds.contains(kind)) {
-      scheduler_.request(kind, {ReloadCause::extension, "requested by the extension"});
-    } else if (lost) {
-      scheduler_.request(
-          kind, {ReloadCause::extension, "the extension ended before it could request a reload"});
-    } else {
-      continue;
+    const bool requested = kinds.contains(widgets_[id].item.kind);
+    if (requested || lost) {
+      scheduler_.request(id,
+                         {ReloadCause::extension,
+                          requested ? "requested by the extension"
+                                    : "the extension ended before it could request a reload"});
+      store(id);
     }
-    store(id);
   }
 }
 
@@ -258,9 +257,9 @@ void HomePhone::suiteChanged() {
       const ReloadRequest request = {ReloadCause::hostApp,
                                      "the host app changed " + std::string(key.key)};
       note(request.why);
-      for (PlacedWidget& widget : widgets_) {
-        if (concerns(key, widget.item.kind)) {
-          requestNow(widget, request);
+      for (Id id = 0; id < widgets_.size(); ++id) {
+        if (concerns(key, widgets_[id].item.kind)) {
+          requestNow(id, request);
         }
       }
     }
@@ -268,9 +267,9 @@ void HomePhone::suiteChanged() {
 }
 
 void HomePhone::systemZoneChanged() {
-  if (settings().followsMachineZone) {
-    HostSettings changed = settings();
-    changed.device.timeZone = machineTimeZone();
+  HostSettings changed = settings();
+  changed.device.timeZone = machineTimeZone();
+  if (changed.followsMachineZone && changed.device != settings().device) {
     setDevice(std::move(changed));
   }
 }
@@ -286,13 +285,14 @@ void HomePhone::setDevice(HostSettings changed) {
     });
     collectLog();
     for (const GalleryItem& item : host_.gallery()) {
-      named(item.kind).item = item;
+      widgets_[named(item.kind)].item = item;
     }
   }
-  if (deviceText(settings()) != before) {
-    scheduler_.requestAll({ReloadCause::device, "the device's settings changed"});
-  }
+  const bool concernsTimelines = deviceText(settings()) != before;
   for (Id id = 0; id < widgets_.size(); ++id) {
+    if (concernsTimelines) {
+      scheduler_.request(id, {ReloadCause::device, "the device's settings changed"});
+    }
     draw(id);
   }
 }
@@ -314,17 +314,16 @@ void HomePhone::reload(const std::string& kind) {
   requestNow(named(kind), {ReloadCause::hostApp, "requested on the page"});
 }
 
-void HomePhone::requestNow(PlacedWidget& widget, const ReloadRequest& request) {
-  scheduler_.request(widget.item.kind, request);
+void HomePhone::requestNow(Id id, const ReloadRequest& request) {
+  scheduler_.request(id, request);
   // Ends the delay after a failure: its cause may be gone.
-  if (widget.retryAt) {
-    widget.retryAt = steady_clock::now();
+  if (auto& retryAt = widgets_[id].retryAt) {
+    retryAt = steady_clock::now();
   }
 }
 
 std::optional<std::string> HomePhone::tap(const std::string& kind, Point point) {
-  const PlacedWidget& widget = named(kind);
-  auto link = linkAt(widget.list, point);
+  auto link = linkAt(widgets_[named(kind)].list, point);
   taps_.push_front({Date::now(), kind, link});
   if (taps_.size() > kTapsKept) {
     taps_.pop_back();
@@ -351,13 +350,13 @@ std::optional<Date> HomePhone::nextReload() const {
   return next.transform([](Date date) { return std::max(date, Date::now()); });
 }
 
-PlacedWidget& HomePhone::named(const std::string& kind) {
-  const auto widget =
-      std::ranges::find(widgets_, kind, [](const PlacedWidget& each) { return each.item.kind; });
-  if (widget == widgets_.end()) {
-    throw InvalidValue("kind", kind, "no widget has this kind");
+HomePhone::Id HomePhone::named(const std::string& kind) const {
+  for (Id id = 0; id < widgets_.size(); ++id) {
+    if (widgets_[id].item.kind == kind) {
+      return id;
+    }
   }
-  return *widget;
+  throw InvalidValue("kind", kind, "no widget has this kind");
 }
 
 void HomePhone::attempt(const std::function<void()>& work) {

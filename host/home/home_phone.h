@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <stop_token>
 #include <string>
@@ -17,6 +18,13 @@
 
 namespace host {
 
+/// A drawn widget, as the page requests it. The path differs for every other picture; it is empty
+/// until there is one.
+struct ServedPicture {
+  std::string path = {};
+  std::shared_ptr<const std::string> png = {};
+};
+
 /// A widget on the home screen: its stored timeline, and what it shows of that.
 struct PlacedWidget {
   GalleryItem item;
@@ -26,10 +34,8 @@ struct PlacedWidget {
   /// The index of the shown entry.
   std::optional<std::size_t> entry = {};
   platform::DisplayList list = {};
-  /// The last picture that could be drawn, as a PNG file, and a text that differs for every other
-  /// picture; both are empty until there is one.
-  std::string png = {};
-  std::string version = {};
+  /// The last picture that could be drawn.
+  ServedPicture picture = {};
 
   /// Why the picture may be out of date.
   std::optional<std::string> problem = {};
@@ -89,7 +95,7 @@ class HomePhone {
   /// Compares what the host app has stored in the suite, and requests a timeline of every widget
   /// that shows a changed value, without waiting for its next retry.
   void suiteChanged();
-  /// The time zone of the machine has changed.
+  /// Follows the machine's time zone, if it has changed and no other was chosen.
   void systemZoneChanged();
 
   // Actions of the user.
@@ -122,7 +128,7 @@ class HomePhone {
   void place(const GalleryItem& item);
   /// False if the extension has ended.
   bool fetch(Id id, const ReloadRequest& request);
-  void requestNow(PlacedWidget& widget, const ReloadRequest& request);
+  void requestNow(Id id, const ReloadRequest& request);
   void postpone(Id id, const ReloadRequest& request, std::chrono::milliseconds delay);
   void draw(Id id);
   void store(Id id);
@@ -131,7 +137,7 @@ class HomePhone {
   void attempt(const std::function<void()>& work);
   void note(std::string text);
   void collectLog();
-  PlacedWidget& named(const std::string& kind);
+  Id named(const std::string& kind) const;
 
   std::vector<LogLine> log_;
   WidgetHost host_;

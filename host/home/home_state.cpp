@@ -18,42 +18,17 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::array kLocales = {
-    "es_MX", "es_ES", "en_US", "pt_BR", "fr_FR", "ja_JP", "th_TH", "ar_EG"};
-constexpr std::array kTimeZones = {"America/Mexico_City",
-                                   "America/Bogota",
-                                   "America/Buenos_Aires",
-                                   "America/New_York",
-                                   "America/Sao_Paulo",
-                                   "Europe/Madrid",
-                                   "Europe/Paris",
-                                   "Asia/Kathmandu",
-                                   "Asia/Tokyo",
-                                   "Pacific/Auckland",
-                                   "Pacific/Apia",
-                                   "UTC"};
-constexpr std::array kSystems = {"16.0", "16.4", "17.0", "17.4", "18.0"};
-
-Json dateOrNull(const std::optional<Date>& date) {
-  return date ? Json(date->iso8601()) : Json();
+Json toJSON(const auto& value) {
+  return value;
 }
 
-template <class Text>
-Json textOrNull(const std::optional<Text>& text) {
-  return text ? Json(*text) : Json();
+Json toJSON(const Date& date) {
+  return date.iso8601();
 }
 
-/// The choices, with the current one added if it is not among them.
-template <class Choices>
-Json choicesWith(const Choices& choices, const std::string& current) {
-  Json list = Json::array();
-  if (std::ranges::find(choices, current) == choices.end()) {
-    list.push_back(current);
-  }
-  for (const char* choice : choices) {
-    list.push_back(choice);
-  }
-  return list;
+template <class T>
+Json orNull(const std::optional<T>& value) {
+  return value ? toJSON(*value) : Json();
 }
 
 std::string textOf(const OperatingSystemVersion& version) {
@@ -66,23 +41,15 @@ Json deviceOf(const HostSettings& settings) {
           {"locale", settings.device.locale},
           {"timeZone", settings.device.timeZone},
           {"screen", settings.screen.name},
-          {"scale", settings.screen.scale},
           {"os", textOf(settings.device.systemVersion)}};
 }
 
-Json choicesOf(const HostSettings& settings) {
-  Json screens = Json::array();
+Json screenNames() {
+  Json names = Json::array();
   for (const ScreenClass& screen : screenClasses()) {
-    const std::size_t cross = screen.name.find('x');
-    screens.push_back({{"name", screen.name},
-                       {"width", std::stoi(std::string(screen.name.substr(0, cross)))},
-                       {"height", std::stoi(std::string(screen.name.substr(cross + 1)))},
-                       {"scale", screen.scale}});
+    names.push_back(screen.name);
   }
-  return {{"locales", choicesWith(kLocales, settings.device.locale)},
-          {"timeZones", choicesWith(kTimeZones, settings.device.timeZone)},
-          {"screens", screens},
-          {"systems", choicesWith(kSystems, textOf(settings.device.systemVersion))}};
+  return names;
 }
 
 std::optional<Dictionary> recordOf(const Dictionary& hostApp, const char* key) {
@@ -99,9 +66,8 @@ Json appOf(const HomePhone& phone) {
   const Dictionary& hostApp = phone.hostApp();
   Json streak;
   if (const auto record = recordOf(hostApp, glancery::kStreakDataKey)) {
-    const auto count = record->integer("count");
     const auto last = record->number("timestamp").transform(Date::since1970);
-    streak = {{"count", count ? Json(*count) : Json()}, {"lastActive", dateOrNull(last)}};
+    streak = {{"count", orNull(record->integer("count"))}, {"lastActive", orNull(last)}};
   }
   Json moods = Json::object();
   if (const auto record = recordOf(hostApp, glancery::kMoodsDataKey)) {
@@ -111,7 +77,7 @@ Json appOf(const HomePhone& phone) {
       }
     }
   }
-  return {{"uid", textOrNull(hostApp.string(glancery::kSharedUidKey))},
+  return {{"uid", orNull(hostApp.string(glancery::kSharedUidKey))},
           {"streak", streak},
           {"moods", moods},
           {"moodNames", glancery::kMoodNames}};
@@ -139,27 +105,26 @@ Json widgetOf(const HomePhone& phone, TimelineScheduler::Id id, const NSBundle& 
   const auto& entries = widget.stored.timeline.entries;
   const auto reload = schedule.nextReload(now, budget);
   const auto& record = schedule.record();
-  const bool shown = widget.entry && *widget.entry < entries.size();
   return {{"kind", widget.item.kind},
           {"name", widget.item.displayName},
           {"description", widget.item.description},
           {"family", nameOf(widget.family)},
           {"width", size.width},
           {"height", size.height},
-          {"picture", widget.png.empty() ? Json() : Json(picturePath(widget))},
+          {"picture", widget.picture.png ? Json(widget.picture.path) : Json()},
           {"alt", widget.item.displayName + " — " + spokenText(widget.list, bundle)},
-          {"link", textOrNull(widget.list.widgetURL)},
+          {"link", orNull(widget.list.widgetURL)},
           {"areas", areasOf(widget, bundle)},
-          {"entry", shown ? Json(entries[*widget.entry].date.iso8601()) : Json()},
-          {"entryIndex", shown ? Json(*widget.entry) : Json()},
+          {"entry", widget.entry ? toJSON(entries.at(*widget.entry).date) : Json()},
+          {"entryIndex", orNull(widget.entry)},
           {"entryCount", entries.size()},
-          {"nextEntry", dateOrNull(schedule.nextEntry(now, budget))},
-          {"fetched", dateOrNull(record.fetched)},
+          {"nextEntry", orNull(schedule.nextEntry(now, budget))},
+          {"fetched", orNull(record.fetched)},
           {"fetchReason", record.fetchedFor.why},
-          {"nextReload", reload ? Json(std::max(reload->at, now).iso8601()) : Json()},
+          {"nextReload", reload ? toJSON(std::max(reload->at, now)) : Json()},
           {"nextReloadReason", reload ? Json(reload->request.why) : Json()},
           {"budgetLeft", budget.enforced ? Json(schedule.budgetLeft(now, budget)) : Json()},
-          {"problem", textOrNull(widget.problem)}};
+          {"problem", orNull(widget.problem)}};
 }
 
 Json widgetsOf(const HomePhone& phone) {
@@ -180,7 +145,7 @@ Json downloadsOf(DownloadDelivery& downloads) {
 Json tapsOf(const HomePhone& phone) {
   Json taps = Json::array();
   for (const Tap& tap : phone.taps()) {
-    taps.push_back({{"at", tap.at.iso8601()}, {"kind", tap.kind}, {"link", textOrNull(tap.link)}});
+    taps.push_back({{"at", tap.at.iso8601()}, {"kind", tap.kind}, {"link", orNull(tap.link)}});
   }
   return taps;
 }
@@ -199,12 +164,12 @@ std::string stateJSON(HomePhone& phone) {
   return printed({{"running", running},
                   {"clock", running ? Json(clock.shift) : Json(clock.instant.iso8601())},
                   {"device", deviceOf(phone.settings())},
-                  {"choices", choicesOf(phone.settings())},
+                  {"screens", screenNames()},
                   {"app", appOf(phone)},
                   {"budget", {{"on", budget.enforced}, {"perDay", budget.perDay}}},
                   {"travel",
-                   {{"nextEntry", dateOrNull(phone.nextEntry())},
-                    {"nextReload", dateOrNull(phone.nextReload())},
+                   {{"nextEntry", orNull(phone.nextEntry())},
+                    {"nextReload", orNull(phone.nextReload())},
                     {"nextMidnight", nextMidnight().iso8601()}}},
                   {"downloads", downloadsOf(phone.downloads())},
                   {"extension",
@@ -223,14 +188,6 @@ std::string logJSON(const std::vector<LogLine>& lines) {
                     {"source", line.fromExtension ? "extension" : "host"}});
   }
   return printed({{"lines", list}});
-}
-
-std::string errorJSON(const std::string& why) {
-  return printed({{"error", why}});
-}
-
-std::string picturePath(const PlacedWidget& widget) {
-  return "/widgets/" + widget.item.kind + ".png?v=" + widget.version;
 }
 
 }  // namespace host

@@ -13,10 +13,4 @@ std::string stateJSON(HomePhone& phone);
 /// `{"lines": [{"at", "text", "source"}]}`, source being "extension" or "host".
 std::string logJSON(const std::vector<LogLine>& lines);
 
-/// `{"error": why}`.
-std::string errorJSON(const std::string& why);
-
-/// The path of the widget's picture, which differs for every other picture.
-std::string picturePath(const PlacedWidget& widget);
-
 }  // namespace host

@@ -1,5 +1,7 @@
 #include "host/home/tap_areas.h"
 
+#include <absl/strings/str_join.h>
+
 #include <algorithm>
 
 namespace host {
@@ -8,18 +10,10 @@ using namespace platform;
 
 namespace {
 
-std::string joined(const std::vector<std::string>& parts, const char* between) {
-  std::string whole;
-  for (const std::string& part : parts) {
-    whole += (whole.empty() ? "" : between) + part;
-  }
-  return whole;
-}
-
 /// Nothing for what has no words.
 std::string wordsOf(const DisplayItem& item, const NSBundle& bundle) {
   if (const auto* text = std::get_if<TextItem>(&item.content)) {
-    return joined(text->lines, " ");
+    return absl::StrJoin(text->lines, " ");
   }
   if (const auto* image = std::get_if<ImageItem>(&item.content)) {
     const std::string words = bundle.localizedString(image->name);
@@ -58,7 +52,7 @@ std::string spokenText(const DisplayList& list, const NSBundle& bundle) {
       parts.push_back(std::move(words));
     }
   }
-  return joined(parts, ", ");
+  return absl::StrJoin(parts, ", ");
 }
 
 }  // namespace host

@@ -11,15 +11,23 @@ namespace host {
 
 using namespace platform;
 
-Dictionary readHostApp() {
-  const Dictionary suite = readSharedSuite();
+namespace {
+
+/// The suite's values under the host app's keys that `which` accepts.
+Dictionary hostAppValues(const Dictionary& suite, const auto& which) {
   Dictionary values;
-  for (const auto& [key, kind] : kHostAppKeys) {
-    if (const Value* value = suite.find(key)) {
-      values.set(std::string(key), *value);
+  for (const HostAppKey& key : kHostAppKeys) {
+    if (const Value* value = which(key) ? suite.find(key.key) : nullptr) {
+      values.set(std::string(key.key), *value);
     }
   }
   return values;
+}
+
+}  // namespace
+
+Dictionary readHostApp() {
+  return hostAppValues(readSharedSuite(), [](const HostAppKey&) { return true; });
 }
 
 bool concerns(const HostAppKey& key, const std::string& kind) {
@@ -43,18 +51,10 @@ std::string suiteText(const std::string& kind) {
   Dictionary values;
   try {
     const Dictionary suite = readSharedSuite();
-    const auto add = [&](std::string_view key) {
-      if (const Value* value = suite.find(key)) {
-        values.set(std::string(key), *value);
-      }
-    };
-    for (const HostAppKey& key : kHostAppKeys) {
-      if (concerns(key, kind)) {
-        add(key.key);
-      }
-    }
-    if (kind == glancery::kAffirmationKind) {
-      add(glancery::kAffirmationDataKey);
+    values = hostAppValues(suite, [&](const HostAppKey& key) { return concerns(key, kind); });
+    const Value* affirmation = suite.find(glancery::kAffirmationDataKey);
+    if (affirmation && kind == glancery::kAffirmationKind) {
+      values.set(glancery::kAffirmationDataKey, *affirmation);
     }
   } catch (const HostError& unreadable) {
     // `suiteChanged` reports it. The text differs as soon as the suite can be read.

@@ -5,7 +5,6 @@
 #include <csignal>
 #include <set>
 
-#include <boost/asio/async_result.hpp>
 #include <boost/asio/awaitable.hpp>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
@@ -18,6 +17,7 @@
 #include <boost/asio/write.hpp>
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
+#include <nlohmann/json.hpp>
 
 namespace host {
 
@@ -48,20 +48,10 @@ HttpRequest requestOf(const Parser::value_type& parsed) {
   return request;
 }
 
-HttpAnswer malformed(const beast::error_code& error) {
-  const bool tooLong = error == http::error::body_limit || error == http::error::header_limit;
-  return {.status = tooLong ? 413 : 400,
-          .headers = {{"Content-Type", "application/json"}, {"Cache-Control", "no-store"}},
-          .body = R"({"error":"malformed HTTP request: )" + error.message() + "\"}"};
-}
-
-std::string reasonOf(int status) {
-  return std::string(http::obsolete_reason(http::int_to_status(static_cast<unsigned>(status))));
-}
-
-/// Whether answers with this status have a body.
-bool hasBody(int status, http::verb method) {
-  return status >= 200 && status != 204 && status != 304 && method != http::verb::head;
+bool isLoopback(const HttpRequest& request) {
+  const std::string host = request.header("Host").value_or("");
+  const std::string name = host.substr(0, host.find(':'));
+  return name == "127.0.0.1" || name == "localhost";
 }
 
 /// Sends all bytes; false if the connection is closed or has been silent for too long.
@@ -74,30 +64,54 @@ asio::awaitable<bool> write(beast::tcp_stream& stream, std::string_view bytes) {
   co_return !error;
 }
 
-asio::awaitable<bool> writeBody(beast::tcp_stream& stream,
-                                const HttpAnswer& answer,
-                                std::uint64_t left) {
-  const auto take = [&left](std::uint64_t length) {
-    const std::uint64_t taken = std::min(left, length);
-    left -= taken;
-    return taken;
-  };
+/// Bytes of the body from `offset` on, which is less than its length.
+std::string_view bodyAt(const HttpAnswer& answer, std::uint64_t offset) {
+  static const std::string filling(kBlock, 'a');
   const std::string_view body = answer.body;
-  const std::size_t split = std::min(answer.fillingAt, body.size());
-  bool alive = co_await write(stream, body.substr(0, take(split)));
-  const std::string block(std::min<std::uint64_t>(answer.filling, kBlock), 'a');
-  for (std::uint64_t filling = take(answer.filling); alive && filling > 0;) {
-    const std::uint64_t length = std::min<std::uint64_t>(filling, block.size());
-    alive = co_await write(stream, std::string_view(block).substr(0, length));
-    filling -= length;
+  if (offset < answer.fillingAt) {
+    return body.substr(offset, answer.fillingAt - offset);
   }
-  if (alive) {
-    alive = co_await write(stream, body.substr(split, take(body.size() - split)));
-  }
-  co_return alive;
+  const std::uint64_t end = answer.fillingAt + answer.filling;
+  return offset < end ? std::string_view(filling).substr(0, end - offset)
+                      : body.substr(offset - answer.filling);
 }
 
 }  // namespace
+
+std::optional<std::string> HttpRequest::header(std::string_view name) const {
+  const auto found = std::ranges::find_if(headers, [&](const auto& field) {
+    return beast::iequals(field.first, {name.data(), name.size()});
+  });
+  return found == headers.end() ? std::nullopt : std::optional(found->second);
+}
+
+bool HttpRequest::hasJSON() const {
+  const std::string type = header("Content-Type").value_or("");
+  return type.substr(0, type.find_first_of("; ")) == "application/json";
+}
+
+HttpAnswer contentAnswer(std::string_view type, std::string body, const char* caching) {
+  return {.headers = {{"Content-Type", std::string(type)}, {"Cache-Control", caching}},
+          .body = std::move(body)};
+}
+
+HttpAnswer jsonAnswer(std::string body, int status) {
+  HttpAnswer answer = contentAnswer("application/json", std::move(body));
+  answer.status = status;
+  return answer;
+}
+
+HttpAnswer refusal(int status, const std::string& why) {
+  // Messages may quote bytes that are not UTF-8.
+  constexpr auto kReplace = nlohmann::json::error_handler_t::replace;
+  return jsonAnswer(nlohmann::json{{"error", why}}.dump(-1, ' ', false, kReplace), status);
+}
+
+HttpAnswer wrongMethod(const std::string& allowed) {
+  HttpAnswer answer = refusal(405, "the only allowed methods: " + allowed);
+  answer.headers.emplace_back("Allow", allowed);
+  return answer;
+}
 
 struct HttpServer::Impl {
   explicit Impl(Handler taken) : handler(std::move(taken)) {}
@@ -130,20 +144,24 @@ struct HttpServer::Impl {
       stream.expires_after(kIdleTimeout);
       co_await http::async_read(
           stream, buffer, parser, asio::redirect_error(asio::use_awaitable, error));
-      if (error && error.category() != http::make_error_code(http::error::bad_method).category()) {
+      const bool isHttp =
+          error.category() == http::make_error_code(http::error::bad_method).category();
+      if (error == http::error::end_of_stream || (error && !isHttp)) {
         break;  // The connection is closed, or was silent for too long.
-      }
-      if (error == http::error::end_of_stream) {
-        break;
       }
       more = !error && parser.get().keep_alive();
       // No temporaries around the waits: g++ 12 destroys them twice.
-      HttpAnswer answer = malformed(error);
-      if (!error) {
-        const HttpRequest request = requestOf(parser.get());
+      const HttpRequest request = requestOf(parser.get());
+      HttpAnswer answer;
+      if (error) {
+        const bool tooLong = error == http::error::body_limit || error == http::error::header_limit;
+        answer = refusal(tooLong ? 413 : 400, "malformed HTTP request: " + error.message());
+      } else if (!isLoopback(request)) {
+        answer = refusal(403, "the Host header must be 127.0.0.1 or localhost");
+      } else {
         answer = co_await answered(request);
       }
-      const bool sent = co_await send(stream, answer, parser.get().method(), more);
+      const bool sent = co_await send(stream, answer, request.method == "HEAD", more);
       more = more && sent;
     }
     beast::error_code ignored;
@@ -152,28 +170,26 @@ struct HttpServer::Impl {
 
   /// The handler's answer, which may come later and on another thread.
   asio::awaitable<HttpAnswer> answered(const HttpRequest& request) {
-    HttpAnswer answer;
+    std::optional<HttpAnswer> answer;
     Timer waiting(context, Timer::time_point::max());
-    bool here = false;
-    handler(request, [this, &answer, &waiting, &here](HttpAnswer given) {
+    handler(request, [this, &answer, &waiting](HttpAnswer given) {
       // The coroutine is suspended until this has run, so its variables are alive.
-      asio::dispatch(context, [&answer, &waiting, &here, given = std::move(given)]() mutable {
+      asio::dispatch(context, [&answer, &waiting, given = std::move(given)]() mutable {
         answer = std::move(given);
-        here = true;
         waiting.cancel();
       });
     });
     beast::error_code ignored;
-    while (!here) {
+    while (!answer) {
       co_await waiting.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
     }
-    co_return answer;
+    co_return *std::move(answer);
   }
 
   /// False if the connection is to be closed.
   asio::awaitable<bool> send(beast::tcp_stream& stream,
                              const HttpAnswer& answer,
-                             http::verb method,
+                             bool isHead,
                              bool keepsAlive) {
     if (answer.delay > 0) {
       Timer timer(context);
@@ -181,31 +197,33 @@ struct HttpServer::Impl {
           std::chrono::duration_cast<Timer::duration>(std::chrono::duration<double>(answer.delay)));
       co_await timer.async_wait(asio::use_awaitable);
     }
-    std::string head =
-        "HTTP/1.1 " + std::to_string(answer.status) + ' ' + reasonOf(answer.status) + "\r\n";
-    for (const auto& [name, value] : answer.headers) {
-      head.append(name).append(": ").append(value).append("\r\n");
-    }
-    if (answer.events && method != http::verb::head) {
-      head += "Connection: close\r\n\r\n";
-      if (co_await write(stream, head)) {
-        co_await streamEvents(stream, answer.events);
-      }
-      co_return false;
-    }
-    const bool some = hasBody(answer.status, method);
-    const std::uint64_t whole = some ? answer.body.size() + answer.filling : 0;
-    const std::uint64_t sent = answer.cut ? whole / 2 : whole;
+    const int status = answer.status;
+    const bool isStream = answer.events && !isHead;
+    const bool hasBody = !isStream && !isHead && status >= 200 && status != 204 && status != 304;
+    const std::uint64_t whole = hasBody ? answer.body.size() + answer.filling : 0;
+    const std::uint64_t end = answer.cut ? whole / 2 : whole;
+    const bool closes = isStream || answer.cut || !keepsAlive;
     if (answer.sending) {
-      answer.sending(sent);
+      answer.sending(end);
     }
-    head += keepsAlive && !answer.cut ? "" : "Connection: close\r\n";
-    head += some ? "Content-Length: " + std::to_string(whole) + "\r\n\r\n" : "\r\n";
-    if (!co_await write(stream, head)) {
-      co_return false;
+    std::string head = "HTTP/1.1 " + std::to_string(status) + ' ';
+    head += std::string(http::obsolete_reason(static_cast<http::status>(status)));
+    for (const auto& [name, value] : answer.headers) {
+      head.append("\r\n").append(name).append(": ").append(value);
     }
-    const bool alive = co_await writeBody(stream, answer, sent);
-    co_return alive && !answer.cut;
+    head += closes ? "\r\nConnection: close" : "";
+    head += hasBody ? "\r\nContent-Length: " + std::to_string(whole) : "";
+    head += "\r\n\r\n";
+    bool alive = co_await write(stream, head);
+    for (std::uint64_t offset = 0; alive && offset < end;) {
+      const std::string_view bytes = bodyAt(answer, offset).substr(0, end - offset);
+      alive = co_await write(stream, bytes);
+      offset += bytes.size();
+    }
+    if (alive && isStream) {
+      co_await streamEvents(stream, answer.events);
+    }
+    co_return alive && !closes;
   }
 
   /// Returns when the client closes the connection.
@@ -213,14 +231,12 @@ struct HttpServer::Impl {
                                      const std::function<std::string()>& events) {
     Timer news(context, Timer::time_point::max());
     bool open = true;
-    bool watching = true;
     streams.insert(&news);
-    // The client sends nothing more: a read returns when it closes the connection.
+    // The client sends nothing more: a read returns when the connection is closed.
     char byte = 0;
     stream.socket().async_read_some(asio::buffer(&byte, 1),
                                     [&](const beast::error_code&, std::size_t) {
                                       open = false;
-                                      watching = false;
                                       news.cancel();
                                     });
     beast::error_code ignored;
@@ -228,15 +244,14 @@ struct HttpServer::Impl {
       const std::string text = events();
       if (text.empty()) {
         co_await news.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
-      } else {
-        open = co_await write(stream, text) && open;
+        continue;
+      }
+      const bool sent = co_await write(stream, text);
+      if (!sent) {
+        stream.close();
       }
     }
     streams.erase(&news);
-    stream.socket().cancel(ignored);
-    while (watching) {
-      co_await news.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
-    }
   }
 
   asio::io_context context{1};
@@ -254,17 +269,11 @@ HttpServer::~HttpServer() = default;
 std::expected<std::unique_ptr<HttpServer>, std::string> HttpServer::listen(std::uint16_t port,
                                                                            Handler handler) {
   auto impl = std::make_unique<Impl>(std::move(handler));
-  const tcp::endpoint endpoint(asio::ip::address_v4::loopback(), port);
-  beast::error_code error;
-  impl->acceptor.open(endpoint.protocol(), error);
-  impl->acceptor.set_option(tcp::acceptor::reuse_address(true), error);
-  impl->acceptor.bind(endpoint, error);
-  if (!error) {
-    impl->acceptor.listen(asio::socket_base::max_listen_connections, error);
-  }
-  if (error) {
+  try {
+    impl->acceptor = tcp::acceptor(impl->context, {asio::ip::address_v4::loopback(), port});
+  } catch (const boost::system::system_error& error) {
     return std::unexpected("port " + std::to_string(port) +
-                           " of 127.0.0.1 can't be opened: " + error.message());
+                           " of 127.0.0.1 can't be opened: " + error.code().message());
   }
   return std::unique_ptr<HttpServer>(new HttpServer(std::move(impl)));
 }

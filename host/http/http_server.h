@@ -5,18 +5,34 @@
 #include <expected>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
-#include "host/http/http_request.h"
-
 namespace host {
+
+using HttpHeaders = std::vector<std::pair<std::string, std::string>>;
+
+struct HttpRequest {
+  std::string method;
+  /// The path and the query.
+  std::string target;
+  HttpHeaders headers;
+  std::string body;
+
+  /// The first header of that name, in any letter case.
+  std::optional<std::string> header(std::string_view name) const;
+  std::string_view path() const { return std::string_view(target).substr(0, target.find('?')); }
+  /// Whether the Content-Type header is JSON, with any parameters.
+  bool hasJSON() const;
+};
 
 struct HttpAnswer {
   int status = 200;
   /// The server adds Content-Length and Connection.
-  std::vector<std::pair<std::string, std::string>> headers = {};
+  HttpHeaders headers = {};
   std::string body = {};
 
   /// Makes the answer a stream of server-sent events: returns the new events, or an empty text.
@@ -35,10 +51,20 @@ struct HttpAnswer {
   std::function<void(std::uint64_t bytes)> sending = {};
 };
 
+HttpAnswer contentAnswer(std::string_view type, std::string body, const char* caching = "no-store");
+/// An answer with a JSON text.
+HttpAnswer jsonAnswer(std::string body, int status = 200);
+/// An answer with the JSON text `{"error": why}`.
+HttpAnswer refusal(int status, const std::string& why);
+/// The refusal of other methods than these, such as "GET, HEAD".
+HttpAnswer wrongMethod(const std::string& allowed);
+
 /// An HTTP/1.1 server on 127.0.0.1, on the one thread that calls `serve`.
 ///
-/// A request has at most 16 KiB of headers and 64 KiB of body. Malformed and longer ones are
-/// answered with 400 or 413 and a JSON text. A connection that is silent for 30 seconds is closed.
+/// A request must name 127.0.0.1 or localhost as its host, because a web page can make a browser
+/// send requests here under a host name of its own; others are answered with 403. A request has at
+/// most 16 KiB of headers and 64 KiB of body. Malformed and longer ones are answered with 400 or
+/// 413. A connection that is silent for 30 seconds is closed.
 class HttpServer {
  public:
   using Reply = std::function<void(HttpAnswer)>;

@@ -57,12 +57,9 @@ bool JsonMembers::boolean(std::string_view name) const {
   return valid(value ? value->as<bool>() : nullptr, name, "true or false");
 }
 
-const Dictionary& JsonMembers::object(std::string_view name) const {
+Dictionary JsonMembers::object(std::string_view name) const {
   const Value* value = members_.find(name);
-  if (!value || !value->dictionary()) {
-    throw BadRequest("the member \"" + std::string(name) + "\" must be an object");
-  }
-  return *value->dictionary();
+  return valid(value ? value->dictionary() : nullptr, name, "an object");
 }
 
 }  // namespace host

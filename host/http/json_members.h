@@ -29,7 +29,7 @@ class JsonMembers {
   double number(std::string_view name) const;
   std::int64_t integer(std::string_view name) const;
   bool boolean(std::string_view name) const;
-  const platform::Dictionary& object(std::string_view name) const;
+  platform::Dictionary object(std::string_view name) const;
 
  private:
   platform::Dictionary members_;

@@ -1,80 +1,53 @@
 #include "host/schedule/timeline_scheduler.h"
 
 #include <algorithm>
-#include <functional>
-#include <numeric>
+#include <utility>
 
 namespace host {
 
 using platform::Date;
 
-TimelineScheduler::Id TimelineScheduler::place(std::string kind, WidgetSchedule schedule) {
+TimelineScheduler::Id TimelineScheduler::place(WidgetSchedule schedule) {
   const Id widget = widgets_.size();
   widgets_.push_back({std::move(schedule)});
-  byKind_[std::move(kind)].push_back(widget);
   arm(widget);
   return widget;
 }
 
-void TimelineScheduler::request(const std::string& kind, const ReloadRequest& request) {
-  const auto placed = byKind_.find(kind);
-  if (placed == byKind_.end()) {
-    return;
-  }
-  for (const Id widget : placed->second) {
-    widgets_[widget].schedule.request(request);
-    arm(widget);
-  }
-}
-
-void TimelineScheduler::requestAll(const ReloadRequest& request) {
-  for (Placed& placed : widgets_) {
-    placed.schedule.request(request);
-  }
-  armAll();
+void TimelineScheduler::request(Id widget, const ReloadRequest& request) {
+  widgets_[widget].schedule.request(request);
+  arm(widget);
 }
 
 std::vector<TimelineScheduler::Due> TimelineScheduler::advance(Date now) {
-  const bool setBack = now < now_;
-  now_ = now;
-  if (setBack) {
-    for (Placed& placed : widgets_) {
-      placed.schedule.clockSetBack(now);
-    }
-    armAll();
-  }
   std::vector<Id> moved;
-  while (!due_.empty() && due_.front().first <= now) {
-    moved.push_back(due_.front().second);
-    widgets_[moved.back()].due.reset();
-    dropStale();
-  }
-  if (setBack) {
+  if (now < now_) {
     // Each widget may have to show an earlier entry again.
-    moved.resize(widgets_.size());
-    std::iota(moved.begin(), moved.end(), Id{0});
+    for (Id widget = 0; widget < widgets_.size(); ++widget) {
+      widgets_[widget].schedule.clockSetBack(now);
+      moved.push_back(widget);
+    }
+  } else {
+    for (auto due = due_.begin(); due != due_.end() && due->first <= now; ++due) {
+      moved.push_back(due->second);
+    }
   }
-  std::vector<Due> due;
+  now_ = now;
+  std::vector<Due> all;
   for (const Id widget : moved) {
-    if (Due what = dueOf(widget); what.show || what.reload) {
-      due.push_back(std::move(what));
+    Placed& placed = widgets_[widget];
+    const auto entry = placed.schedule.entryAt(now, budget_);
+    Due due = {.widget = widget, .show = std::exchange(placed.shown, entry) != entry};
+    if (!placed.asked) {
+      due.reload = placed.schedule.takeReload(now, budget_);
+      placed.asked = due.reload.has_value();
+    }
+    if (due.show || due.reload) {
+      all.push_back(std::move(due));
     }
     arm(widget);
   }
-  return due;
-}
-
-TimelineScheduler::Due TimelineScheduler::dueOf(Id widget) {
-  Placed& placed = widgets_[widget];
-  Due due = {.widget = widget};
-  const auto shown = placed.schedule.entryAt(now_, budget_);
-  due.show = shown != placed.shown;
-  placed.shown = shown;
-  if (!placed.asked) {
-    due.reload = placed.schedule.takeReload(now_, budget_);
-    placed.asked = due.reload.has_value();
-  }
-  return due;
+  return all;
 }
 
 void TimelineScheduler::fetched(Id widget,
@@ -102,59 +75,35 @@ void TimelineScheduler::retry(Id widget) {
 }
 
 std::optional<Date> TimelineScheduler::next() const {
-  return due_.empty() ? std::nullopt : std::optional(due_.front().first);
+  return due_.empty() ? std::nullopt : std::optional(due_.begin()->first);
 }
 
 void TimelineScheduler::setBudget(const RefreshBudget& budget) {
   budget_ = budget;
-  armAll();
+  for (Id widget = 0; widget < widgets_.size(); ++widget) {
+    arm(widget);
+  }
 }
 
-/// Puts the widget's next due time into the heap.
 void TimelineScheduler::arm(Id widget) {
   Placed& placed = widgets_[widget];
   std::optional<Date> due = placed.schedule.nextEntry(now_, budget_);
   if (placed.schedule.entryAt(now_, budget_) != placed.shown) {
     due = now_;
   }
-  if (!placed.asked) {
-    if (const auto reload = placed.schedule.nextReload(now_, budget_);
-        reload && (!due || reload->at < *due)) {
-      due = reload->at;
-    }
+  const auto reload = placed.asked ? std::nullopt : placed.schedule.nextReload(now_, budget_);
+  if (reload && (!due || reload->at < *due)) {
+    due = reload->at;
   }
   if (placed.due == due) {
     return;
   }
+  if (placed.due) {
+    due_.erase({*placed.due, widget});
+  }
   placed.due = due;
   if (due) {
-    due_.emplace_back(*due, widget);
-    std::ranges::push_heap(due_, std::greater());
-  }
-  dropStale();
-}
-
-/// Drops stale times from the top of the heap, and rebuilds it once more than half of it is stale.
-void TimelineScheduler::dropStale() {
-  while (!due_.empty() && widgets_[due_.front().second].due != due_.front().first) {
-    std::ranges::pop_heap(due_, std::greater());
-    due_.pop_back();
-  }
-  constexpr std::size_t kFew = 64;
-  if (due_.size() > 2 * widgets_.size() + kFew) {
-    due_.clear();
-    for (Id widget = 0; widget < widgets_.size(); ++widget) {
-      if (widgets_[widget].due) {
-        due_.emplace_back(*widgets_[widget].due, widget);
-      }
-    }
-    std::ranges::make_heap(due_, std::greater());
-  }
-}
-
-void TimelineScheduler::armAll() {
-  for (Id widget = 0; widget < widgets_.size(); ++widget) {
-    arm(widget);
+    due_.emplace(*due, widget);
   }
 }
 

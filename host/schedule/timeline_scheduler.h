@@ -2,8 +2,7 @@
 
 #include <cstddef>
 #include <optional>
-#include <string>
-#include <unordered_map>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -13,8 +12,8 @@ namespace host {
 
 /// The schedules of all placed widgets, ordered by the time at which each is due.
 ///
-/// Pure: reads no clock. Every call except `requestAll`, `setBudget` and an `advance` to an earlier
-/// time costs O(log n), amortized, for each affected widget. Used by one thread.
+/// Pure: reads no clock. Every call except `setBudget` and an `advance` to an earlier
+/// time costs O(log n) for each affected widget. Used by one thread.
 class TimelineScheduler {
  public:
   using Id = std::size_t;
@@ -31,12 +30,9 @@ class TimelineScheduler {
 
   explicit TimelineScheduler(RefreshBudget budget = {}) : budget_(budget) {}
 
-  Id place(std::string kind, WidgetSchedule schedule = WidgetSchedule());
+  Id place(WidgetSchedule schedule = WidgetSchedule());
 
-  /// Requests a reload of every widget of this kind.
-  void request(const std::string& kind, const ReloadRequest& request);
-  void requestAll(const ReloadRequest& request);
-
+  void request(Id widget, const ReloadRequest& request);
   /// What is due at `now`, the earliest first. Of several due entries only the last one is shown,
   /// and one reload requested.
   std::vector<Due> advance(platform::Date now);
@@ -56,7 +52,6 @@ class TimelineScheduler {
   void setBudget(const RefreshBudget& budget);
 
   const WidgetSchedule& at(Id widget) const { return widgets_[widget].schedule; }
-  std::size_t size() const { return widgets_.size(); }
 
  private:
   struct Placed {
@@ -64,20 +59,16 @@ class TimelineScheduler {
     std::optional<std::size_t> shown = {};
     /// Its timeline was requested and has not arrived.
     bool asked = false;
+    /// The key of its element in `due_`.
     std::optional<platform::Date> due = {};
   };
 
+  /// Puts the widget's next due time into `due_`.
   void arm(Id widget);
-  void armAll();
-  void dropStale();
-  Due dueOf(Id widget);
 
   RefreshBudget budget_;
   std::vector<Placed> widgets_;
-  std::unordered_map<std::string, std::vector<Id>> byKind_;
-  /// A heap with the earliest time on top. It may also hold stale times, which differ from the
-  /// widget's `due`.
-  std::vector<std::pair<platform::Date, Id>> due_;
+  std::set<std::pair<platform::Date, Id>> due_;
   platform::Date now_ = platform::Date::distantPast();
 };
 

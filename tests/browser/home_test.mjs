@@ -89,7 +89,7 @@ onPhone('the suite’s folder is watched when it was removed and is there again'
 onPhone('the device’s settings change the phone, not the page', async (page) => {
   const light = await page.shows('Binnacle', 'Tu semana');
   assert.ok(await page.brightness('Binnacle') > 200);
-  await page.tab.getByLabel('Dark').check();
+  await page.choose('Colour scheme', 'dark');
   await page.until((src) => ![...document.querySelectorAll('img')].some((image) => image.src === src), light);
   assert.ok(await page.brightness('Binnacle') < 90);
   await page.says('#phone[data-scheme=dark]', /./);
@@ -154,8 +154,8 @@ onPhone('everything without a mouse', async (page) => {
   await page.tabTo('Well');
   await press('Space');
   await page.shows('Binnacle', /bien, Ayer, sin registro, Hoy$/);
-  await page.tabTo('Light');
-  await press('ArrowRight');
+  await page.tabTo('Colour scheme');
+  await press('ArrowDown');
   await page.says('#phone[data-scheme=dark]', /./);
   await page.tab.evaluate(() => document.activeElement.blur());
   await page.tabTo('bien: opens quiloapp://emotion/well');
@@ -215,7 +215,7 @@ onPhone('two tabs are one phone, and a host that restarts finds both again', asy
 onPhone('a narrow window has room for everything, and for fingers', async (page) => {
   await page.signIn();
   const small = await page.tab.evaluate(() => {
-    const controls = [...document.querySelectorAll('button, select, input:not([type=checkbox], [type=radio]), .switch span')];
+    const controls = [...document.querySelectorAll('button, select, input:not([type=checkbox], [type=radio])')];
     return controls
       .filter((control) => !control.closest('#screen') && control.checkVisibility())
       .filter((control) => control.offsetHeight < 44)

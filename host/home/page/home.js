@@ -32,8 +32,8 @@ function tick() {
 
 /** Adds the sections that the state lacks, empty. */
 function complete(given) {
-  const sections = {device: {}, choices: {}, app: {}, budget: {}, travel: {}, downloads: {}, extension: {}};
-  const complete = {widgets: [], taps: [], instant: new Date().toISOString(), ...given};
+  const sections = {device: {}, app: {}, budget: {}, travel: {}, downloads: {}, extension: {}};
+  const complete = {screens: [], widgets: [], taps: [], instant: new Date().toISOString(), ...given};
   for (const [name, empty] of Object.entries(sections)) complete[name] = {...empty, ...given[name]};
   return complete;
 }

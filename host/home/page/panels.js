@@ -9,41 +9,44 @@ let today = null;
 let selectedDay = null;
 
 const moodLabel = (mood) => moodLabels[mood] ?? mood;
-const isoOf = (text) => new Date(instantOf(text, state.device.timeZone)).toISOString();
 
-function onSubmit(id, action) {
-  byId(id).addEventListener('submit', (event) => {
-    event.preventDefault();
-    act(event.target, action(event.target.elements));
-  });
+// Buttons and forms with `data-action`
+
+/** A field's value; a local time becomes the instant in the device's zone. */
+function valueOf({type, value, valueAsNumber}) {
+  if (type === 'number') return valueAsNumber;
+  return type === 'datetime-local' ? new Date(instantOf(value, state.device.timeZone)).toISOString() : value;
 }
 
-function onClick(id, action) {
-  byId(id).addEventListener('click', (event) => act(event.currentTarget, action()));
-}
-
-onSubmit('sign-in', ({uid}) => ({action: 'sign-in', uid: uid.value}));
-onSubmit('instant', (fields) => ({action: 'travel', to: isoOf(fields.wall.value)}));
-onSubmit('streak', (fields) => ({
-  action: 'streak',
-  count: fields.count.valueAsNumber,
-  ...(fields.wall.value && {lastActive: isoOf(fields.wall.value)}),
-}));
-onClick('sign-out', () => ({action: 'sign-out'}));
-onClick('back', () => ({action: 'travel', to: 'now'}));
-onClick('run', () => ({action: 'clock', running: !state.running}));
-for (const button of document.querySelectorAll('[data-travel]')) {
-  button.onclick = () => act(button, {action: 'travel', to: button.dataset.travel});
-}
-byId('device').addEventListener('submit', (event) => event.preventDefault());
-byId('device').addEventListener('change', async ({target}) => {
-  const done = await act(target, {action: 'device', [target.name]: target.value});
-  if (!done) showDevice();
+document.addEventListener('click', ({target}) => {
+  const button = target.closest('button[data-action]');
+  if (button) act(button, {...button.dataset});
 });
+document.addEventListener('submit', (event) => {
+  event.preventDefault();
+  const fields = [...event.target.elements].filter(({value}) => value);
+  const values = Object.fromEntries(fields.map((field) => [field.name, valueOf(field)]));
+  act(event.target, {action: event.target.dataset.action, ...values});
+});
+byId('run').onclick = ({currentTarget}) => act(currentTarget, {action: 'clock', running: !state.running});
 
 // Device
 
+byId('device').onchange = async ({target}) => {
+  const done = await act(target, {action: 'device', [target.name]: target.value});
+  if (!done) showDevice();
+};
+
+const choices = {
+  scheme: ['light', 'dark'],
+  locale: ['es_MX', 'es_ES', 'en_US', 'pt_BR', 'fr_FR', 'ja_JP', 'th_TH', 'ar_EG'],
+  timeZone: [
+    'America/Mexico_City', 'America/Bogota', 'America/Buenos_Aires', 'America/New_York', 'America/Sao_Paulo', 'Europe/Madrid',
+    'Europe/Paris', 'Asia/Kathmandu', 'Asia/Tokyo', 'Pacific/Auckland', 'Pacific/Apia', 'UTC'],
+  os: ['16.0', '16.4', '17.0', '17.4', '18.0'],
+};
 const choiceLabels = {
+  scheme: (scheme) => ({light: 'Light', dark: 'Dark'})[scheme] ?? scheme,
   locale: (locale) => {
     try {
       return new Intl.DisplayNames('en', {type: 'language', languageDisplay: 'standard'}).of(webLocale(locale));
@@ -53,26 +56,20 @@ const choiceLabels = {
   },
   timeZone: (zone) => zone.replaceAll('_', ' '),
   screen: (name) => name.replace('x', ' × '),
+  os: String,
 };
 
 /** Lists the current value even if it is not among the choices. */
-function showChoice(name, values = []) {
-  const chosen = state.device[name];
-  if (chosen === undefined) return;
-  const select = byId('device').elements[name];
-  const listed = values.includes(chosen) ? values : [chosen, ...values];
-  const label = choiceLabels[name] ?? String;
-  setChildren(select, listed, () => listed.map((value) => make('option', label(value), {value})));
-  select.value = chosen;
-}
-
 function showDevice() {
-  const {device, choices} = state;
-  byId('device').elements.scheme.value = device.scheme;
-  showChoice('locale', choices.locales);
-  showChoice('timeZone', choices.timeZones);
-  showChoice('screen', choices.screens?.map(({name}) => name));
-  showChoice('os', choices.systems);
+  const listed = {...choices, screen: state.screens};
+  for (const select of byId('device').elements) {
+    const chosen = state.device[select.name];
+    if (chosen === undefined) continue;
+    const values = listed[select.name];
+    const all = values.includes(chosen) ? values : [chosen, ...values];
+    setChildren(select, all, () => all.map((value) => make('option', choiceLabels[select.name](value), {value})));
+    select.value = chosen;
+  }
 }
 
 // Host app
@@ -86,16 +83,9 @@ function lastDays(today) {
 const dayName = (day) =>
   format('en-GB', 'UTC', {weekday: 'long', day: 'numeric', month: 'long'}).format(Date.parse(day));
 
-const faceOf = (mood) => `#face-${mood in moodLabels ? mood : 'none'}`;
-
-function face(mood) {
-  const svg = document.createElementNS('http://www.w3.org/2000/svg', 'svg');
-  const use = document.createElementNS(svg.namespaceURI, 'use');
-  use.setAttribute('href', faceOf(mood));
-  svg.setAttribute('aria-hidden', 'true');
-  svg.append(use);
-  return svg;
-}
+/** The app's own drawing. */
+const faceOf = (mood) => `/${mood in moodLabels ? mood : 'emptyDay'}.svg`;
+const face = (mood) => make('img', '', {src: faceOf(mood), alt: ''});
 
 function makeDay(day) {
   const label = make('label', '', {class: 'day'});
@@ -110,10 +100,10 @@ function makeDay(day) {
 }
 
 function makeMood(mood) {
-  const button = make('button', '', {type: 'button', class: 'face', title: moodLabel(mood), 'aria-label': moodLabel(mood)});
-  button.dataset.mood = mood;
+  const label = moodLabel(mood);
+  const button = make('button', '', {type: 'button', class: 'face', title: label, 'aria-label': label});
+  Object.assign(button.dataset, {action: 'mood', mood});
   button.append(face(mood));
-  button.onclick = () => act(button, {action: 'mood', mood, day: selectedDay});
   return button;
 }
 
@@ -133,12 +123,13 @@ function showMoods() {
   for (const radio of row.querySelectorAll('input')) {
     const mood = moodOf(radio.value);
     radio.checked = radio.value === selectedDay;
-    setAttribute(radio.parentElement.querySelector('use'), 'href', faceOf(mood));
+    setAttribute(radio.nextElementSibling, 'src', faceOf(mood));
     setAttribute(radio, 'aria-label', `${dayName(radio.value)}: ${mood ? moodLabel(mood) : 'no mood'}`);
   }
   const faces = document.querySelector('.faces');
   setChildren(faces, names, () => names.map(makeMood));
   for (const button of faces.children) {
+    button.dataset.day = selectedDay;
     setAttribute(button, 'aria-pressed', selected === button.dataset.mood);
   }
   const day = selectedDay === today ? 'Today' : dayName(selectedDay);
@@ -176,8 +167,8 @@ export function showPanels(given, now) {
   const run = byId('run');
   setText(run.querySelector('span'), state.running ? 'Pause' : 'Run');
   setAttribute(run.querySelector('use'), 'href', state.running ? '#sign-pause' : '#sign-play');
-  const input = byId('instant').elements.wall;
-  if (!input.value) input.value = wall(now, state.device.timeZone).slice(0, 16);
+  const input = byId('instant');
+  input.value ||= wall(now, state.device.timeZone).slice(0, 16);
 }
 
 export function tickPanels(given, now) {
@@ -191,8 +182,8 @@ export function tickPanels(given, now) {
   setText(byId('clock-date'), `${format('en-GB', zone, options).format(now)}${frozen}`);
   const {nextEntry, nextReload, nextMidnight} = state.travel;
   const instants = {'next-entry': nextEntry, 'next-reload': nextReload, 'next-midnight': nextMidnight};
-  for (const button of document.querySelectorAll('[data-travel]')) {
-    const instant = instants[button.dataset.travel];
+  for (const button of document.querySelectorAll('.jumps button')) {
+    const instant = instants[button.dataset.to];
     button.disabled = !instant;
     setText(button.querySelector('time'), instant ? moment(instant, now, zone) : 'none to come');
     setAttribute(button.querySelector('time'), 'datetime', instant);

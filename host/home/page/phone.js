@@ -154,9 +154,8 @@ function place(roots) {
   }
 }
 
-function showScreen({device, choices, widgets}) {
-  const chosen = (choices.screens ?? []).find(({name}) => name === device.screen);
-  const {width, height} = chosen ?? {width: 390, height: 844};
+function showScreen({device, screens, widgets}) {
+  const [width, height] = (screens.includes(device.screen) ? device.screen : '390x844').split('x');
   const small = widgets.find(({family}) => family === 'systemSmall');
   const medium = widgets.find(({family}) => family === 'systemMedium');
   const lengths = {

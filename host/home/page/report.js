@@ -14,8 +14,7 @@ function cardOf(kind) {
   if (!cards.has(kind)) {
     const card = byId('card-template').content.firstElementChild.cloneNode(true);
     card.dataset.kind = kind;
-    const reload = card.querySelector('[data-part=reload]');
-    reload.onclick = () => act(reload, {action: 'reload', kind});
+    card.querySelector('[data-action=reload]').dataset.kind = kind;
     setText(card.querySelector('code'), kind);
     cards.set(kind, card);
     byId('cards').append(card);
@@ -34,7 +33,7 @@ function showCard(widget, lang) {
   const title = card.querySelector('h3');
   setText(title, widget.name ?? widget.kind);
   setAttribute(title, 'lang', lang);
-  const reload = card.querySelector('[data-part=reload]');
+  const reload = card.querySelector('[data-action=reload]');
   setAttribute(reload, 'aria-label', `Reload ${widget.name ?? widget.kind}`);
   setAttribute(reload, 'title', 'Reload');
   setText(card.querySelector('[data-part=problem]'), widget.problem ?? '');

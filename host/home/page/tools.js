@@ -115,7 +115,8 @@ async function renewToken() {
  * control and returns null.
  */
 export async function act(control, action) {
-  const slot = control.closest('[data-group]').querySelector('.error');
+  const group = control.closest('[data-group]');
+  const slot = group.querySelector('.error') ?? group.appendChild(make('p', '', {class: 'error', role: 'alert'}));
   try {
     let response = await post(action);
     if (response.status === 403) {

@@ -88,8 +88,14 @@ TEST(ApiCommand, KeepsConnectionsAlive) {
   EXPECT_EQ(api.child().line(), line);
   EXPECT_EQ(api.child().line(), line);
 
-  EXPECT_THAT(api.exchange("GET / HTTP/1.1\r\nHost: evil.example\r\nConnection: close\r\n\r\n"),
-              StartsWith("HTTP/1.1 403 "));
+  for (const char* host : {"Host: evil.example:8788\r\n",
+                           "Host: 127.0.0.1.evil.example\r\n",
+                           "X-Forwarded-Host: localhost\r\n"}) {
+    const std::string refused =
+        api.exchange("GET / HTTP/1.1\r\n" + std::string(host) + "Connection: close\r\n\r\n");
+    EXPECT_THAT(refused, StartsWith("HTTP/1.1 403 ")) << host;
+    EXPECT_THAT(bodyOf(refused), HasSubstr("Host")) << host;
+  }
   EXPECT_THAT(api.exchange("nonsense\r\n\r\n"), StartsWith("HTTP/1.1 400 "));
   EXPECT_THAT(api.exchange("POST / HTTP/1.1\r\nHost: localhost\r\nContent-Length: 100000\r\n\r\n"),
               StartsWith("HTTP/1.1 413 "));

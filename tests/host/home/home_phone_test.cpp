@@ -92,18 +92,18 @@ class Home : public testing::Test {
 
 TEST_F(Home, ShowsChangesOfTheHostAppAndTheNextDay) {
   const auto home = phone();
-  const std::string before = streak(*home).version;
+  const std::string before = streak(*home).picture.path;
   perform(*home, R"({"action": "streak", "count": 12, "lastActive": "2026-03-05T08:00:00Z"})");
-  EXPECT_NE(streak(*home).version, before);
+  EXPECT_NE(streak(*home).picture.path, before);
   EXPECT_EQ(reasonOf(*home, 1), std::string("the host app changed ") + glancery::kStreakDataKey);
   EXPECT_EQ(reasonOf(*home, 3), "first request") << "the mood log does not show it";
   EXPECT_THAT(stateJSON(*home),
               AllOf(HasSubstr(R"("count":12)"), HasSubstr(R"("alt":"Tu racha — 12)")));
-  const std::string maintained = streak(*home).version;
+  const std::string maintained = streak(*home).picture.path;
   perform(*home, R"({"action": "travel", "to": "next-midnight"})");
   EXPECT_EQ(Date::now(), instant("2026-03-06T00:00:00Z"));
   EXPECT_EQ(reasonOf(*home, 1), "the timeline's policy");
-  EXPECT_NE(streak(*home).version, maintained);
+  EXPECT_NE(streak(*home).picture.path, maintained);
   perform(*home, R"({"action": "travel", "to": "2026-03-05T15:00:00Z"})");
   EXPECT_EQ(reasonOf(*home, 1), "the clock was set back");
 }
@@ -114,12 +114,12 @@ TEST_F(Home, RestoresItsWidgetsAfterARestart) {
     const auto home = phone();
     perform(*home, R"({"action": "sign-in", "uid": "u-1"})");
     for (const PlacedWidget& widget : home->widgets()) {
-      versions.push_back(widget.version);
+      versions.push_back(widget.picture.path);
     }
   }
   const auto again = phone("2026-03-05T14:35:00Z");
   for (TimelineScheduler::Id id = 0; id < versions.size(); ++id) {
-    EXPECT_EQ(again->widgets()[id].version, versions[id]);
+    EXPECT_EQ(again->widgets()[id].picture.path, versions[id]);
     EXPECT_EQ(again->scheduler().at(id).record().fetched, instant(kNow))
         << "requested again: " << id;
   }
@@ -135,7 +135,7 @@ TEST_F(Home, RestoresItsWidgetsAfterARestart) {
 
 TEST_F(Home, KeepsTheLastPictureOfAnExtensionThatFails) {
   const auto home = phone();
-  const auto shown = streak(*home).version;
+  const auto shown = streak(*home).picture.path;
   const auto bundled = fs::read_symlink(bundle() / "Glancery");
   killExtension(*home);
   useProgram("/bin/false");
@@ -147,13 +147,13 @@ TEST_F(Home, KeepsTheLastPictureOfAnExtensionThatFails) {
     }
     EXPECT_THAT(streak(*home).problem.value_or(""), HasSubstr("exited with status 1"));
     EXPECT_EQ(streak(*home).failures, failures);
-    EXPECT_EQ(streak(*home).version, shown);
+    EXPECT_EQ(streak(*home).picture.path, shown);
     EXPECT_THAT(stateJSON(*home), HasSubstr(R"("running":false)"));
   }
   useProgram(bundled);
   perform(*home, R"({"action": "streak", "count": 3})");
   EXPECT_EQ(streak(*home).problem, std::nullopt) << "a change of the host app ends the delay";
-  EXPECT_NE(streak(*home).version, shown);
+  EXPECT_NE(streak(*home).picture.path, shown);
   EXPECT_EQ(home->nextRetry(), std::nullopt);
   EXPECT_THAT(stateJSON(*home), Not(HasSubstr(R"("running":false,"launches")")));
 }
@@ -379,11 +379,11 @@ TEST_F(Home, AppliesEveryChangeOfTheDevice) {
   EXPECT_TRUE(isRunning(home->settings().device.clock));
   perform(*home, R"({"action": "clock", "running": false})");
   const Date stands = Date::now();
-  const std::string light = streak(*home).version;
+  const std::string light = streak(*home).picture.path;
   const std::string spanish = home->widgets()[0].item.displayName;
   perform(*home, R"({"action": "device", "scheme": "dark"})");
   EXPECT_EQ(reasonOf(*home, 0), "first request") << "both schemes are in every timeline";
-  EXPECT_NE(home->widgets()[3].version, light);
+  EXPECT_NE(home->widgets()[3].picture.path, light);
   perform(*home, R"({"action": "device", "locale": "fr_FR", "screen": "320x568"})");
   EXPECT_EQ(reasonOf(*home, 0), "the device's settings changed");
   EXPECT_NE(home->widgets()[0].item.displayName, spanish);

@@ -29,7 +29,7 @@ class Simulation {
  public:
   Simulation(Provider provider, RefreshBudget budget, Date start)
       : provider_(std::move(provider)), scheduler_(budget), now_(start) {
-    scheduler_.place("Widget");
+    scheduler_.place();
   }
 
   /// Runs the clock until `end`, and wakes the phone only when something is due.
@@ -48,14 +48,14 @@ class Simulation {
     step();
   }
   void request(ReloadCause cause) {
-    scheduler_.request("Widget", {cause, ""});
+    scheduler_.request(0, {cause, ""});
     step();
   }
   /// Ends the process and starts another one from the stored schedule.
   void restart() {
     const WidgetSchedule kept(scheduler_.at(0).record(), plan_);
     scheduler_ = TimelineScheduler(scheduler_.budget());
-    scheduler_.place("Widget", kept);
+    scheduler_.place(kept);
   }
   TimelineScheduler& scheduler() { return scheduler_; }
 
@@ -218,9 +218,9 @@ TEST(Scheduler, ContinuesAfterARestart) {
 TEST(Scheduler, MergesReloadsWithoutLosingOne) {
   const Date now = instant("2026-03-05T12:00:00Z");
   TimelineScheduler scheduler;
-  const auto first = scheduler.place("A");
-  const auto second = scheduler.place("A");
-  const auto other = scheduler.place("B");
+  const auto first = scheduler.place();
+  const auto second = scheduler.place();
+  const auto other = scheduler.place();
   const auto reloadsOf = [&] {
     std::vector<std::pair<TimelineScheduler::Id, ReloadCause>> asked;
     for (const auto& due : scheduler.advance(now)) {
@@ -232,14 +232,14 @@ TEST(Scheduler, MergesReloadsWithoutLosingOne) {
   const ReloadRequest byApp = {ReloadCause::hostApp, "app"};
   EXPECT_EQ(reloadsOf().size(), 3u);
   EXPECT_THAT(reloadsOf(), IsEmpty()) << "requested already";
-  scheduler.request("A", byApp);
+  scheduler.request(first, byApp);
+  scheduler.request(second, byApp);
   EXPECT_THAT(reloadsOf(), IsEmpty()) << "a request during a fetch waits for its end";
   for (const auto widget : {first, second, other}) {
     scheduler.fetched(widget, plan, {ReloadCause::first, ""}, now);
   }
-  scheduler.request("A", {ReloadCause::extension, ""});
-  scheduler.request("A", byApp);
-  scheduler.request("nobody", byApp);
+  scheduler.request(first, {ReloadCause::extension, ""});
+  scheduler.request(first, byApp);
   EXPECT_THAT(
       reloadsOf(),
       ElementsAre(std::pair(first, ReloadCause::hostApp), std::pair(second, ReloadCause::hostApp)));
@@ -257,8 +257,7 @@ TEST(Scheduler, FindsTheDueWidgetAmongMany) {
   std::vector<Date> wanted;
   for (std::size_t widget = 0; widget < 2000; ++widget) {
     wanted.push_back(start.addingTimeInterval(static_cast<double>(random() % 86'400)));
-    scheduler.place("W" + std::to_string(widget % 7),
-                    WidgetSchedule({.fetched = start}, {{start}, wanted.back()}));
+    scheduler.place(WidgetSchedule({.fetched = start}, {{start}, wanted.back()}));
   }
   scheduler.advance(start);  // Shows the first entries.
   // Plans are replaced by earlier and later ones.
