@@ -22,9 +22,9 @@ void storeStreak(const JsonMembers& action) {
 
 void changeDevice(HomePhone& phone, const JsonMembers& action) {
   HostSettings settings = phone.settings();
-  for (const TextSetting& setting : textSettings()) {
-    if (const auto text = action.optionalText(setting.name)) {
-      change(settings, setting.name, *text, setting.name);
+  for (const std::string_view setting : kTextSettings) {
+    if (const auto text = action.optionalText(setting)) {
+      change(settings, setting, *text, setting);
     }
   }
   phone.setDevice(std::move(settings));

@@ -78,7 +78,7 @@ std::expected<std::unique_ptr<ExtensionProcess>, ExtensionFailure> ExtensionProc
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) {
     process->failure_ = notStarted(error).error();
-    return notStarted(error);
+    return std::unexpected(*process->failure_);
   }
   process->pid_ = pid;
   process->exit_ = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
@@ -117,18 +117,14 @@ std::expected<ExtensionMessage::Content, ExtensionFailure> ExtensionProcess::ask
     return Failure{"the request can't be sent: " + sent.error().what};
   }
   // If the socket is closed already, `awaitAnswer` notices it and explains why.
-  auto answer = awaitAnswer(std::chrono::steady_clock::now() + limits_.answer);
-  drainOutput();
+  auto answer = awaitAnswer();
   if (!answer) {
     return std::unexpected(answer.error());
   }
-  if (auto excess = memory_.exceeded()) {
-    return std::unexpected(end(ExtensionFailure::Kind::memory, *std::move(excess)));
-  }
   if (answer->id != id) {
-    return std::unexpected(end(
+    return end(
         ExtensionFailure::Kind::malformed,
-        "it answered request " + std::to_string(answer->id) + " instead of " + std::to_string(id)));
+        "it answered request " + std::to_string(answer->id) + " instead of " + std::to_string(id));
   }
   return std::move(answer->content);
 }
@@ -141,67 +137,66 @@ std::vector<std::string> ExtensionProcess::takeLog() {
 void ExtensionProcess::noticeExit() {
   pollfd gone = {exit_.get(), POLLIN, 0};
   if (!failure_ && ::poll(&gone, 1, 0) == 1) {
-    end(ExtensionFailure::Kind::crashed, "");
+    end(ExtensionFailure::Kind::crashed);
   }
 }
 
-std::expected<ExtensionMessage, ExtensionFailure> ExtensionProcess::awaitAnswer(Deadline deadline) {
+std::expected<ExtensionMessage, ExtensionFailure> ExtensionProcess::awaitAnswer() {
   using Kind = ExtensionFailure::Kind;
-  auto nextCheck = std::chrono::steady_clock::now() + kMemoryInterval;
+  auto now = std::chrono::steady_clock::now();
+  const auto deadline = now + limits_.answer;
+  auto nextCheck = now + kMemoryInterval;
   for (;;) {
+    std::optional<ExtensionMessage> answer;
     // Received before every wait: messages that the channel has buffered make nothing readable.
     const auto value = channel_->receive(0ms);
     if (value) {
       auto message = decodeExtensionMessage(*value);
       if (!message) {
-        return std::unexpected(end(Kind::malformed, message.error()));
+        return end(Kind::malformed, message.error());
       }
       if (!serve(*message)) {
-        return *std::move(message);
+        answer = *std::move(message);
+        drainOutput();
       }
     } else if (value.error().kind == ChannelError::Kind::malformed) {
-      return std::unexpected(end(Kind::malformed, value.error().what));
+      return end(Kind::malformed, value.error().what);
     } else if (value.error().kind != ChannelError::Kind::timedOut) {
-      return std::unexpected(end(Kind::crashed, ""));
+      return end(Kind::crashed);
     } else {
       waitAndDrain(channel_->descriptor(), kMemoryInterval);
     }
     // Every line of the log ends the wait, and a check costs more than most lines.
-    const auto now = std::chrono::steady_clock::now();
-    if (now >= nextCheck) {
+    now = std::chrono::steady_clock::now();
+    if (answer || now >= nextCheck) {
       if (auto excess = memory_.exceeded()) {
-        return std::unexpected(end(Kind::memory, *std::move(excess)));
+        return end(Kind::memory, *std::move(excess));
       }
       nextCheck = now + kMemoryInterval;
     }
+    if (answer) {
+      return *std::move(answer);
+    }
     if (limits_.leaving.stop_requested()) {
-      return std::unexpected(
-          end(Kind::abandoned, "the extension was ended: the host is shutting down"));
+      return end(Kind::abandoned, "the host is shutting down");
     }
     if (now >= deadline) {
-      return std::unexpected(end(Kind::hung,
-                                 "the extension was ended: it gave no answer within " +
-                                     std::to_string(limits_.answer.count()) + " ms"));
+      return end(Kind::hung,
+                 "it gave no answer within " + std::to_string(limits_.answer.count()) + " ms");
     }
   }
 }
 
 bool ExtensionProcess::serve(const ExtensionMessage& message) {
   if (const auto* reload = std::get_if<ReloadTimelines>(&message.content)) {
-    if (requests_.reload) {
-      requests_.reload(reload->kind);
-    }
+    requests_.reload(reload->kind);
     return true;
   }
   const auto* start = std::get_if<StartDownload>(&message.content);
   if (!start) {
     return false;
   }
-  std::expected<void, NSError> taken =
-      std::unexpected(NSError{NSURLErrorDomain, -1, "This host has no downloads."});
-  if (requests_.download) {
-    taken = requests_.download(*start);
-  }
+  const auto taken = requests_.download(*start);
   const auto refusal = taken ? std::nullopt : std::optional(taken.error());
   // If the extension has ended meanwhile, `awaitAnswer` notices it.
   (void)channel_->send(encode(HostMessage{message.id, DownloadStarted{refusal}}));
@@ -226,7 +221,8 @@ void ExtensionProcess::drainOutput() {
   }
 }
 
-ExtensionFailure ExtensionProcess::end(ExtensionFailure::Kind kind, std::string reason) {
+std::unexpected<ExtensionFailure> ExtensionProcess::end(ExtensionFailure::Kind kind,
+                                                        std::string reason) {
   using Kind = ExtensionFailure::Kind;
   // A process that has closed its socket is about to exit; its status explains why.
   if (kind == Kind::crashed) {
@@ -239,7 +235,7 @@ ExtensionFailure ExtensionProcess::end(ExtensionFailure::Kind kind, std::string 
   }
   drainOutput();
   if (kind == Kind::malformed) {
-    reason = "the extension was ended: it sent a malformed message: " + reason;
+    reason = "it sent a malformed message: " + reason;
   } else if (kind == Kind::crashed) {
     const std::string last = errors_.partial().empty() ? lastError_ : errors_.partial();
     const std::string quoted = last.empty() ? "" : " (" + last + ")";
@@ -253,8 +249,8 @@ ExtensionFailure ExtensionProcess::end(ExtensionFailure::Kind kind, std::string 
                " without an answer" + quoted;
     }
   }
-  failure_ = ExtensionFailure{kind, std::move(reason)};
-  return *failure_;
+  failure_ = {kind, (kind == Kind::crashed ? "" : "the extension was ended: ") + reason};
+  return std::unexpected(*failure_);
 }
 
 }  // namespace host

@@ -45,8 +45,11 @@ struct ExtensionFailure {
 struct ExtensionRequests {
   /// Stores a download; the error refuses it.
   std::function<std::expected<void, platform::NSError>(const platform::StartDownload&)> download =
-      {};
-  std::function<void(const std::string& kind)> reload = {};
+      [](const auto&) {
+        return std::unexpected(
+            platform::NSError{platform::NSURLErrorDomain, -1, "This host has no downloads."});
+      };
+  std::function<void(const std::string& kind)> reload = [](const auto&) {};
 };
 
 /// A running widget extension: a process at the other end of a socket.
@@ -85,20 +88,18 @@ class ExtensionProcess {
   pid_t pid() const { return pid_; }
 
  private:
-  using Deadline = std::chrono::steady_clock::time_point;
-
   ExtensionProcess() = default;
 
-  std::expected<platform::ExtensionMessage, ExtensionFailure> awaitAnswer(Deadline deadline);
+  std::expected<platform::ExtensionMessage, ExtensionFailure> awaitAnswer();
   /// Handles a request of the extension; false if the message is something else.
   bool serve(const platform::ExtensionMessage& message);
   /// Waits for output of the extension or for `descriptor`, which is returned as readable, and
   /// reads the output.
   bool waitAndDrain(int descriptor, std::chrono::milliseconds longest);
   void drainOutput();
-  /// Ends the process if it still runs, and sets `failure`. `reason` says why it was ended; a crash
-  /// is explained by the exit status.
-  ExtensionFailure end(ExtensionFailure::Kind kind, std::string reason);
+  /// Ends the process if it still runs, sets `failure` and returns it. `reason` says why it was
+  /// ended; a crash is explained by the exit status.
+  std::unexpected<ExtensionFailure> end(ExtensionFailure::Kind kind, std::string reason = "");
 
   pid_t pid_ = -1;
   /// Readable when the process has ended.

@@ -42,29 +42,22 @@ Date instantIn(const std::optional<std::string>& day) {
   return first;
 }
 
-HostError unreadableMoods(const std::string& why) {
-  return HostError("the moods under the key \"" + std::string(kMoodsDataKey) +
-                   "\" can't be read and were left alone: " + why);
-}
-
 Dictionary storedMoods(const Dictionary& suite) {
   const Value* stored = suite.find(kMoodsDataKey);
   if (!stored) {
     return {};
   }
-  const auto* data = stored->as<Data>();
-  if (!data) {
-    throw unreadableMoods("they are not data");
+  std::string why = "they are not data";
+  if (const auto* data = stored->as<Data>()) {
+    const auto object = NSJSONSerialization::JSONObjectWithData(*data);
+    const Dictionary* moods = object ? object->dictionaryOfStrings() : nullptr;
+    if (moods) {
+      return *moods;
+    }
+    why = object ? "they are not a JSON object of strings" : object.error().debugDescription;
   }
-  const auto object = NSJSONSerialization::JSONObjectWithData(*data);
-  if (!object) {
-    throw unreadableMoods(object.error().debugDescription);
-  }
-  const Dictionary* moods = object->dictionaryOfStrings();
-  if (!moods) {
-    throw unreadableMoods("they are not a JSON object of strings");
-  }
-  return *moods;
+  throw HostError("the moods under the key \"" + std::string(kMoodsDataKey) +
+                  "\" can't be read and were left alone: " + why);
 }
 
 SuiteFile openSharedSuite() {
@@ -137,11 +130,7 @@ Date instantOf(const std::string& text, const std::string& name) {
 
 void recordNamedMood(const std::string& mood, const std::optional<std::string>& day) {
   if (std::ranges::find(kMoodNames, mood) == kMoodNames.end()) {
-    std::string names;
-    for (const std::string_view name : kMoodNames) {
-      names += (names.empty() ? "" : ", ") + std::string(name);
-    }
-    throw InvalidValue("mood", mood, "give one of " + names);
+    throw InvalidValue("mood", mood, "give one of " + listOf(kMoodNames, std::identity()));
   }
   const Date instant = instantIn(day);
   NSDateFormatter keys;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <iostream>
 #include <stdexcept>
 #include <string>
@@ -19,6 +20,15 @@ class InvalidValue : public HostError {
   InvalidValue(const std::string& name, const std::string& value, const std::string& valid)
       : HostError(name + " \"" + value + "\": " + valid) {}
 };
+
+/// The texts of the items, separated by commas.
+std::string listOf(const auto& items, const auto& textOf) {
+  std::string list;
+  for (const auto& item : items) {
+    list += (list.empty() ? "" : ", ") + std::string(std::invoke(textOf, item));
+  }
+  return list;
+}
 
 /// The extension has ended; a new launch may succeed.
 class ExtensionEnded : public HostError {

@@ -18,49 +18,50 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool setScheme(HostSettings& settings, const std::string& text) {
-  const auto scheme = withRawValue<ColorScheme>(text);
-  settings.scheme = scheme.value_or(settings.scheme);
-  return scheme.has_value();
-}
-
-bool setLocale(HostSettings& settings, const std::string& text) {
-  settings.device.locale = text;
-  settings.device.languages = {text};
-  return Locale::withIdentifier(text).has_value();
-}
-
-bool setTimeZone(HostSettings& settings, const std::string& text) {
-  settings.device.timeZone = text;
-  settings.followsMachineZone = false;
-  return TimeZone::withIdentifier(text).has_value();
-}
-
-bool setSystem(HostSettings& settings, const std::string& text) {
-  constexpr int kLargest = 999;
-  const auto version = parseOperatingSystemVersion(text);
-  settings.device.systemVersion = version.value_or(OperatingSystemVersion());
-  return version && std::max({version->major, version->minor, version->patch}) <= kLargest;
-}
-
-bool setScreen(HostSettings& settings, const std::string& text) {
-  const ScreenClass* const screen = screenClassNamed(text);
-  settings.screen = screen ? *screen : settings.screen;
-  return screen != nullptr;
-}
-
-constexpr std::array kSettings = {
-    TextSetting{"scheme", "give light or dark", setScheme},
-    TextSetting{"locale", "give a locale such as es_MX or en_US", setLocale},
-    TextSetting{
-        "timeZone", "give a name of the tz database such as America/Mexico_City", setTimeZone},
-    TextSetting{"os", "give a version such as 17.0 or 16.4", setSystem},
-    TextSetting{
-        "screen",
-        "give one of 440x956, 430x932, 428x926, 420x912, 414x896, 414x736, 402x874, 393x852, "
-        "390x844, 375x812, 375x667, 360x780 and 320x568",
-        setScreen},
+struct Setting {
+  /// What to write instead of an invalid text.
+  std::string valid;
+  /// False if the text is not valid; the settings may be changed then.
+  bool (*set)(HostSettings& settings, const std::string& text);
 };
+
+/// In the order of `kTextSettings`.
+const std::array<Setting, kTextSettings.size()>& settingTable() {
+  static const std::array<Setting, kTextSettings.size()> kTable = {{
+      {"give light or dark",
+       [](HostSettings& settings, const std::string& text) {
+         const auto scheme = withRawValue<ColorScheme>(text);
+         settings.scheme = scheme.value_or(settings.scheme);
+         return scheme.has_value();
+       }},
+      {"give a locale such as es_MX or en_US",
+       [](HostSettings& settings, const std::string& text) {
+         settings.device.locale = text;
+         settings.device.languages = {text};
+         return Locale::withIdentifier(text).has_value();
+       }},
+      {"give a name of the tz database such as America/Mexico_City",
+       [](HostSettings& settings, const std::string& text) {
+         settings.device.timeZone = text;
+         settings.followsMachineZone = false;
+         return TimeZone::withIdentifier(text).has_value();
+       }},
+      {"give a version such as 17.0 or 16.4",
+       [](HostSettings& settings, const std::string& text) {
+         constexpr int kLargest = 999;
+         const auto version = parseOperatingSystemVersion(text);
+         settings.device.systemVersion = version.value_or(OperatingSystemVersion());
+         return version && std::max({version->major, version->minor, version->patch}) <= kLargest;
+       }},
+      {"give one of " + listOf(screenClasses(), &ScreenClass::name),
+       [](HostSettings& settings, const std::string& text) {
+         const ScreenClass* const screen = screenClassNamed(text);
+         settings.screen = screen ? *screen : settings.screen;
+         return screen != nullptr;
+       }},
+  }};
+  return kTable;
+}
 
 }  // namespace
 
@@ -71,15 +72,12 @@ EdgeInsets HostSettings::contentMargins() const {
              : EdgeInsets{};
 }
 
-std::span<const TextSetting> textSettings() {
-  return kSettings;
-}
-
 void change(HostSettings& settings,
             std::string_view name,
             const std::string& text,
             std::string_view shownName) {
-  const TextSetting& setting = *std::ranges::find(kSettings, name, &TextSetting::name);
+  const auto index = std::ranges::find(kTextSettings, name) - kTextSettings.begin();
+  const Setting& setting = settingTable().at(static_cast<std::size_t>(index));
   HostSettings changed = settings;
   if (!setting.set(changed, text)) {
     throw InvalidValue(std::string(shownName), text, setting.valid);

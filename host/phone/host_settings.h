@@ -2,7 +2,6 @@
 
 #include <array>
 #include <filesystem>
-#include <span>
 #include <string>
 #include <string_view>
 
@@ -39,17 +38,9 @@ struct HostSettings {
   platform::EdgeInsets contentMargins() const;
 };
 
-/// A setting that is chosen by a text.
-struct TextSetting {
-  std::string_view name;
-  /// What to write instead of an invalid text.
-  const char* valid;
-  /// Leaves the settings unchanged and returns false if the text is not valid.
-  bool (*set)(HostSettings& settings, const std::string& text);
-};
-
-/// scheme, locale, timeZone, os and screen.
-std::span<const TextSetting> textSettings();
+/// The settings that are chosen by a text.
+inline constexpr std::array<std::string_view, 5> kTextSettings = {
+    "scheme", "locale", "timeZone", "os", "screen"};
 
 /// Changes the setting of that name; an `InvalidValue` names it `shownName`.
 void change(HostSettings& settings,

@@ -3,8 +3,8 @@
 #include <sys/resource.h>
 
 #include <array>
-#include <charconv>
 #include <cstdio>
+#include <cstdlib>
 
 #include "platform/support/files.h"
 
@@ -14,15 +14,12 @@ namespace {
 
 constexpr std::size_t kReservable = 2;
 
-/// The value of a field, which the kernel prints in kibibytes.
-std::size_t fieldIn(std::string_view status, std::string_view name) {
+/// The bytes of a field, which the kernel prints in kibibytes; 0 if it is missing.
+std::size_t fieldIn(const std::string& status, const std::string& name) {
   const std::size_t field = status.find(name);
-  const std::size_t digits = status.find_first_of("0123456789", field);
-  std::size_t kibibytes = 0;
-  if (field != std::string_view::npos && digits != std::string_view::npos) {
-    std::from_chars(status.data() + digits, status.data() + status.size(), kibibytes);
-  }
-  return kibibytes * 1024;
+  return field == std::string::npos
+             ? 0
+             : std::strtoull(status.c_str() + field + name.size(), nullptr, 10) * 1024;
 }
 
 std::string mebibytes(std::size_t bytes) {
@@ -33,7 +30,7 @@ std::string mebibytes(std::size_t bytes) {
 
 }  // namespace
 
-std::size_t dirtyMemoryIn(std::string_view status) {
+std::size_t dirtyMemoryIn(const std::string& status) {
   return fieldIn(status, "\nRssAnon:") + fieldIn(status, "\nVmSwap:");
 }
 
@@ -59,8 +56,7 @@ std::string MemoryLimit::allocationFailed() const {
 }
 
 std::string MemoryLimit::sentence(const std::string& what) const {
-  return "the extension was ended: it " + what + " of dirty memory, the limit is " +
-         mebibytes(bytes_);
+  return "it " + what + " of dirty memory, the limit is " + mebibytes(bytes_);
 }
 
 }  // namespace host

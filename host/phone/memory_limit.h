@@ -5,14 +5,13 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace host {
 
 /// The dirty memory, in bytes, of a process with this `/proc/PID/status`: its own pages, in memory
 /// (`RssAnon`) or swapped out (`VmSwap`). Pages of mapped files don't count, because the system can
 /// drop them at any time. 0 if both fields are missing, as for a process that has ended.
-std::size_t dirtyMemoryIn(std::string_view status);
+std::size_t dirtyMemoryIn(const std::string& status);
 /// The same of a running process; 0 if there is none.
 std::size_t dirtyMemoryOf(pid_t process);
 

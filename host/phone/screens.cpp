@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
+
+#include "platform/support/pattern.h"
 
 namespace host {
 
@@ -44,19 +45,14 @@ const ScreenClass* screenClassNamed(std::string_view name) {
 }
 
 std::optional<platform::Size> parseSize(std::string_view text) {
-  const std::size_t cross = text.find('x');
-  if (cross == std::string_view::npos) {
+  static const platform::Pattern kSize("([0-9]+[.]?[0-9]*)x([0-9]+[.]?[0-9]*)");
+  if (!kSize.matches(text)) {
     return std::nullopt;
   }
-  const auto length = [](std::string_view digits) -> std::optional<double> {
-    double value = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    const bool whole = error == std::errc() && end == digits.data() + digits.size();
-    return whole && value >= kShortest && value <= kLongest ? std::optional(value) : std::nullopt;
-  };
-  const auto width = length(text.substr(0, cross));
-  const auto height = length(text.substr(cross + 1));
-  return width && height ? std::optional(platform::Size{*width, *height}) : std::nullopt;
+  const auto parts = *kSize.find<2>(text);
+  const platform::Size size = {std::stod(std::string(parts[1])), std::stod(std::string(parts[2]))};
+  const auto [least, most] = std::minmax({size.width, size.height});
+  return least >= kShortest && most <= kLongest ? std::optional(size) : std::nullopt;
 }
 
 }  // namespace host

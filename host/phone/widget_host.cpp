@@ -103,11 +103,9 @@ std::vector<GalleryItem> WidgetHost::gallery() {
 WidgetFamily WidgetHost::familyOf(const std::string& kind) {
   const auto widget = std::ranges::find(widgets(), kind, &WidgetDescription::kind);
   if (widget == widgets().end()) {
-    std::string kinds;
-    for (const WidgetDescription& known : widgets()) {
-      kinds += (kinds.empty() ? "" : ", ") + known.kind;
-    }
-    throw InvalidValue("no widget of the kind", kind, "give one of " + kinds);
+    throw InvalidValue("no widget of the kind",
+                       kind,
+                       "give one of " + listOf(widgets(), &WidgetDescription::kind));
   }
   if (widget->families.empty()) {
     throw HostError("the widget \"" + kind + "\" supports no family");
