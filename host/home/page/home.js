@@ -77,8 +77,8 @@ function connect() {
   events.addEventListener('log', (event) => addLog(JSON.parse(event.data).lines ?? [], state));
 }
 
-// The phone is shown first, so that its pictures appear before the panels are laid out.
-callEach([showPhone, tickPhone], state, now());
+// The pictures are shown first: texts and panels take longer.
+callEach([showPhone], state);
 const panelsTimer = setTimeout(() => receive(state), 30);
 connect();
 setInterval(tick, 500);

@@ -55,22 +55,24 @@ async function tap(event, widget, area) {
 const middle = (area) => ({x: area.x + area.width / 2, y: area.y + area.height / 2});
 const destination = (link) => (link ? `opens ${link}` : 'no link');
 
-/** Decodes the next picture before it replaces the last one, so that nothing flashes. */
+/** Decodes a picture before it replaces another one, so that nothing flashes. */
 async function showPicture(tile, widget) {
   const {pictures} = tile;
   if (tile.picture === widget.picture) return;
   tile.picture = widget.picture;
   if (!widget.picture) return pictures.replaceChildren();
   const next = make('img', '', {src: widget.picture, draggable: 'false', alt: ''});
+  const last = pictures.lastElementChild;
+  if (!last) pictures.append(next);
   try {
     await next.decode();
   } catch (error) {
     // The next state names another picture; until then the last one stays.
     if (tile.picture === widget.picture) tile.picture = null;
+    if (!last) next.remove();
     return console.warn(error);
   }
   if (tile.picture !== widget.picture) return;
-  const last = pictures.lastElementChild;
   pictures.append(next);
   describe(tile);
   if (last && !stillness.matches) {
@@ -131,9 +133,9 @@ function showWidget(widget, lang) {
   tile.box.style.width = `${widget.width}px`;
   tile.box.style.height = `${widget.height}px`;
   setAttribute(tile.whole, 'aria-label', `${widget.name ?? widget.kind}: ${destination(widget.link)}`);
-  describe(tile);
   showAreas(tile, widget);
   showPicture(tile, widget);
+  describe(tile);
   return tile.root;
 }
 
