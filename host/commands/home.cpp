@@ -103,11 +103,9 @@ void home(std::optional<std::uint16_t> port, int reloads) {
       server->wake();
     });
   });
-  page = std::make_unique<HomePage>(
-      [&](std::string action, HttpServer::Reply reply) {
-        loop.act(std::move(action), std::move(reply));
-      },
-      platform::programFolder() / "system" / "Fonts" / "Inter-roman.var.ttf");
+  page = std::make_unique<HomePage>([&](std::string action, HttpServer::Reply reply) {
+    loop.act(std::move(action), std::move(reply));
+  });
   loop.start();
   server->serve();
   leaving.request_stop();

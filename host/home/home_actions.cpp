@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <array>
 
-#include <nlohmann/json.hpp>
-
 #include "host/home/device_clock.h"
 #include "host/http/json_members.h"
 #include "host/phone/host_app.h"
@@ -51,12 +49,6 @@ void setRunning(HomePhone& phone, bool running) {
   }
 }
 
-std::string tap(HomePhone& phone, const JsonMembers& action) {
-  const auto link = phone.tap(action.text("kind"), {action.number("x"), action.number("y")});
-  const nlohmann::json answer = {{"link", link ? nlohmann::json(*link) : nlohmann::json()}};
-  return answer.dump();
-}
-
 struct Action {
   std::string_view name;
   /// Whether it changes the suite.
@@ -74,18 +66,16 @@ constexpr std::array kActions = {
     Action{"travel",   false, [](HomePhone& phone, const JsonMembers& action) { travel(phone, action.text("to")); }},
     Action{"clock",    false, [](HomePhone& phone, const JsonMembers& action) { setRunning(phone, action.boolean("running")); }},
     Action{"budget",   false, [](HomePhone& phone, const JsonMembers& action) { phone.setBudgetEnforced(action.boolean("on")); }},
+    Action{"tap",      false, [](HomePhone& phone, const JsonMembers& action) { phone.tap(action.text("kind"), action.optionalText("link")); }},
     Action{"reload",   false, [](HomePhone& phone, const JsonMembers& action) { phone.reload(action.text("kind")); }},
 };
 // clang-format on
 
 }  // namespace
 
-std::string performAction(HomePhone& phone, std::string request) {
+void performAction(HomePhone& phone, std::string request) {
   const JsonMembers action(std::move(request));
   const std::string name = action.text("action");
-  if (name == "tap") {
-    return tap(phone, action);
-  }
   const auto* known = std::ranges::find(kActions, name, &Action::name);
   if (known == kActions.end()) {
     throw BadRequest("unknown action \"" + name + "\"");
@@ -94,7 +84,6 @@ std::string performAction(HomePhone& phone, std::string request) {
   if (known->writes) {
     phone.suiteChanged();
   }
-  return "{}";
 }
 
 }  // namespace host

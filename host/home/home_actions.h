@@ -6,9 +6,8 @@
 
 namespace host {
 
-/// Performs an action of the page, `{"action": NAME, ...}`, and returns the answer, a JSON object.
-/// Throws `BadRequest` or `InvalidValue` for an action that is not valid, and `HostError` for one
-/// that fails.
-std::string performAction(HomePhone& phone, std::string request);
+/// Performs an action of the page, `{"action": NAME, ...}`. Throws `BadRequest` or `InvalidValue`
+/// for an action that is not valid, and `HostError` for one that fails.
+void performAction(HomePhone& phone, std::string request);
 
 }  // namespace host

@@ -247,7 +247,8 @@ void HomeLoop::act(std::string action, HttpServer::Reply reply) {
              [impl = impl_.get(), action = std::move(action), reply = std::move(reply)] {
                HttpAnswer answer;
                try {
-                 answer = jsonAnswer(performAction(impl->phone, action));
+                 performAction(impl->phone, action);
+                 answer = jsonAnswer("{}");
                } catch (const BadRequest& error) {
                  answer = refusal(400, error.what());
                } catch (const InvalidValue& error) {

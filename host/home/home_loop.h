@@ -9,7 +9,7 @@
 
 namespace host {
 
-/// Runs a phone on a thread of its own, which sleeps until something is due: a time of the device's
+/// Runs a phone on another thread, which sleeps until something is due: a time of the device's
 /// clock (also after the machine's clock was set, or the machine was suspended), a retry, a change
 /// of the suite or of the machine's time zone, a download, the end of the extension, an action.
 class HomeLoop {

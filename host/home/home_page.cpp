@@ -20,7 +20,6 @@ extern const std::span<const PageFile> kHomePage;
 namespace {
 
 constexpr std::size_t kLinesKept = 500;
-constexpr const char* kTypefacePath = "/Inter.ttf";
 
 std::string_view typeOf(std::string_view path) {
   return path.ends_with(".css")   ? "text/css; charset=utf-8"
@@ -48,8 +47,7 @@ std::string event(const char* name, const std::string& data) {
 
 }  // namespace
 
-HomePage::HomePage(Act act, std::filesystem::path typeface)
-    : act_(std::move(act)), typeface_(std::move(typeface)), token_(UUID().uuidString()) {
+HomePage::HomePage(Act act) : act_(std::move(act)), token_(UUID().uuidString()) {
 }
 
 void HomePage::answer(const HttpRequest& request, const HttpServer::Reply& reply) {
@@ -69,8 +67,8 @@ void HomePage::answer(const HttpRequest& request, const HttpServer::Reply& reply
 }
 
 HttpAnswer HomePage::file(std::string_view path) const {
-  if (path == kTypefacePath) {
-    auto bytes = readFile(typeface_);
+  if (path == "/Inter.ttf") {
+    auto bytes = readFile(programFolder() / "system" / "Fonts" / "Inter-roman.var.ttf");
     return bytes ? contentAnswer("font/ttf", *std::move(bytes), "max-age=86400")
                  : refusal(404, "the typeface can't be read: " + bytes.error().message());
   }

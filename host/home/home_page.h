@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <deque>
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -33,8 +32,7 @@ class HomePage {
   /// Performs an action; `reply` is called once, on any thread.
   using Act = std::function<void(std::string action, HttpServer::Reply reply)>;
 
-  /// `typeface` is the file of the page's font.
-  HomePage(Act act, std::filesystem::path typeface);
+  explicit HomePage(Act act);
 
   void answer(const HttpRequest& request, const HttpServer::Reply& reply);
   void show(HomeView view);
@@ -47,7 +45,6 @@ class HomePage {
   void act(const HttpRequest& request, const HttpServer::Reply& reply);
 
   Act act_;
-  std::filesystem::path typeface_;
   std::string token_;
   HomeView view_;
   /// How many views and lines of the log there were.

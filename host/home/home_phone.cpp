@@ -324,14 +324,17 @@ void HomePhone::requestNow(Id id, const ReloadRequest& request) {
   }
 }
 
-std::optional<std::string> HomePhone::tap(const std::string& kind, Point point) {
-  auto link = linkAt(widgets_[named(kind)].list, point);
+void HomePhone::tap(const std::string& kind, const std::optional<std::string>& link) {
+  const DisplayList& list = widgets_[named(kind)].list;
+  if (link != list.widgetURL &&
+      (!link || std::ranges::find(list.items, link, &DisplayItem::link) == list.items.end())) {
+    throw InvalidValue("link", link.value_or(""), "the widget has no such link");
+  }
   taps_.push_front({Date::now(), kind, link});
   if (taps_.size() > kTapsKept) {
     taps_.pop_back();
   }
   note(kind + ": tapped, " + link.value_or("no link"));
-  return link;
 }
 
 std::optional<Date> HomePhone::nextEntry() const {

@@ -104,8 +104,8 @@ class HomePhone {
   void setBudgetEnforced(bool enforced);
   /// Requests a timeline as the host app does from the foreground.
   void reload(const std::string& kind);
-  /// The link that a tap opens.
-  std::optional<std::string> tap(const std::string& kind, platform::Point point);
+  /// Records a tap on a part of the widget that opens `link`, or on one without a link.
+  void tap(const std::string& kind, const std::optional<std::string>& link);
 
   // State.
   const HostSettings& settings() const { return host_.settings(); }

@@ -12,8 +12,8 @@
 
 namespace host {
 
-/// A key that the host app writes, and the kind of the widget that it reloads then; an empty kind
-/// stands for all widgets.
+/// A key that the host app writes, and the kind of the widget that it reloads then; empty for
+/// all widgets.
 struct HostAppKey {
   std::string_view key;
   std::string_view kind;

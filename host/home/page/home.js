@@ -32,10 +32,9 @@ function tick() {
 
 /** Adds the sections that the state lacks, empty. */
 function complete(given) {
+  const lists = {screens: [], widgets: [], taps: []};
   const sections = {device: {}, app: {}, budget: {}, travel: {}, downloads: {}, extension: {}};
-  const complete = {screens: [], widgets: [], taps: [], instant: new Date().toISOString(), ...given};
-  for (const [name, empty] of Object.entries(sections)) complete[name] = {...empty, ...given[name]};
-  return complete;
+  return {...lists, ...sections, instant: new Date().toISOString(), ...given};
 }
 
 function receive(given) {

@@ -9,51 +9,22 @@ const appNames = {
 };
 
 const phone = byId('phone');
-const screen = byId('screen');
 const home = byId('home');
 const tiles = new Map();
 const stillness = matchMedia('(prefers-reduced-motion: reduce)');
+let bannerTimer = null;
 
-/** A point that no area covers, where a tap opens the whole widget's link. */
-function pointBesideAreas({width, height, areas = []}) {
-  const free = ({x, y}) => !areas.some((area) =>
-    x >= area.x && y >= area.y && x < area.x + area.width && y < area.y + area.height);
-  const candidates = [{x: width / 2, y: height / 2}];
-  for (let y = 4; y < height; y += 4) candidates.push({x: width / 2, y}, {x: 2, y});
-  return candidates.find(free) ?? candidates[0];
-}
+const destination = (link) => (link ? `opens ${link}` : 'no link');
 
-/** The nearest point in the area: the button of an area is larger than the area itself. */
-function pointWithin(area, {x, y}) {
-  const clamp = (value, low, length) => Math.min(Math.max(value, low), low + length - 0.5);
-  return {x: clamp(x, area.x, area.width), y: clamp(y, area.y, area.height)};
-}
-
-function showBanner(link) {
+async function tap(button, kind, link) {
+  if (!await act(button, {action: 'tap', kind, link})) return;
   const banner = byId('banner');
   banner.replaceChildren(make('small', link ? 'Opens' : 'No link'), make('b', link ?? 'the app opens'));
   banner.classList.add('is-shown');
-  clearTimeout(showBanner.timer);
-  showBanner.timer = setTimeout(() => banner.classList.remove('is-shown'), 3_500);
+  clearTimeout(bannerTimer);
+  bannerTimer = setTimeout(() => banner.classList.remove('is-shown'), 3_500);
+  announce(link ? `Opens ${link}` : 'No link: the app opens');
 }
-
-async function tap(event, widget, area) {
-  const box = event.currentTarget.closest('.tile').getBoundingClientRect();
-  const byKeyboard = event.detail === 0;
-  let point = {
-    x: ((event.clientX - box.left) / box.width) * widget.width,
-    y: ((event.clientY - box.top) / box.height) * widget.height,
-  };
-  if (area) point = pointWithin(area, byKeyboard ? middle(area) : point);
-  else if (byKeyboard) point = pointBesideAreas(widget);
-  const answer = await act(event.currentTarget, {action: 'tap', kind: widget.kind, ...point});
-  if (!answer) return;
-  showBanner(answer.link);
-  announce(answer.link ? `Opens ${answer.link}` : 'No link: the app opens');
-}
-
-const middle = (area) => ({x: area.x + area.width / 2, y: area.y + area.height / 2});
-const destination = (link) => (link ? `opens ${link}` : 'no link');
 
 /** Decodes a picture before it replaces another one, so that nothing flashes. */
 async function showPicture(tile, widget) {
@@ -96,16 +67,14 @@ function showAreas(tile, widget) {
   while (tile.areas.length < areas.length) {
     const index = tile.areas.length;
     const button = make('button', '', {type: 'button', class: 'area'});
-    button.onclick = (event) => tap(event, tile.widget, tile.widget.areas[index]);
+    button.onclick = () => tap(button, tile.widget.kind, tile.widget.areas[index].link);
     tile.areas.push(button);
     tile.box.append(button);
   }
   tile.areas.forEach((button, index) => {
-    const area = areas[index];
-    for (const [property, value] of [['left', area.x], ['top', area.y], ['width', area.width], ['height', area.height]]) {
-      button.style[property] = `${value}px`;
-    }
-    setAttribute(button, 'aria-label', `${area.label || 'Area'}: ${destination(area.link)}`);
+    const {x, y, width, height, label, link} = areas[index];
+    Object.assign(button.style, {left: `${x}px`, top: `${y}px`, width: `${width}px`, height: `${height}px`});
+    setAttribute(button, 'aria-label', `${label || 'Area'}: ${destination(link)}`);
   });
 }
 
@@ -119,7 +88,7 @@ function tileOf(kind) {
       whole: root.querySelector('.whole'),
       areas: [],
     };
-    tile.whole.onclick = (event) => tap(event, tile.widget);
+    tile.whole.onclick = () => tap(tile.whole, kind, tile.widget.link);
     root.dataset.kind = kind;
     tiles.set(kind, tile);
   }

@@ -110,10 +110,7 @@ async function renewToken() {
   token = tokenIn(new DOMParser().parseFromString(page, 'text/html'));
 }
 
-/**
- * Requests an action of the host and returns its answer. If it fails, shows the error beside the
- * control and returns null.
- */
+/** Requests an action of the host. If that fails, shows the error beside the control and returns false. */
 export async function act(control, action) {
   const group = control.closest('[data-group]');
   const slot = group.querySelector('.error') ?? group.appendChild(make('p', '', {class: 'error', role: 'alert'}));
@@ -123,12 +120,11 @@ export async function act(control, action) {
       await renewToken();
       response = await post(action);
     }
-    const answer = await response.json();
-    setText(slot, response.ok ? '' : answer.error);
-    return response.ok ? answer : null;
+    setText(slot, (await response.json()).error ?? '');
+    return response.ok;
   } catch (error) {
     console.warn(error);
     setText(slot, 'The host does not answer. Is glancery home still running?');
-    return null;
+    return false;
   }
 }

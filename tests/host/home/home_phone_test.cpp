@@ -357,8 +357,8 @@ TEST_F(Home, NamesTheFaultOfAnAction) {
       {R"({"action": "device", "timeZone": "Mars/Base"})", "\"Mars/Base\""},
       {R"({"action": "travel", "to": "tomorrow"})", "\"tomorrow\""},
       {R"({"action": "clock", "running": 1})", "\"running\""},
-      {R"({"action": "tap", "kind": "Nothing", "x": 1, "y": 1})", "\"Nothing\""},
-      {R"({"action": "tap", "kind": "Checkin", "x": 1})", "\"y\""},
+      {R"({"action": "tap", "kind": "Nothing"})", "\"Nothing\""},
+      {R"({"action": "tap", "kind": "Checkin", "link": "evil://"})", "\"evil://\""},
       {R"({"action": "reload", "kind": "Nothing"})", "\"Nothing\""},
   };
   const std::string before = stateJSON(*home);
@@ -391,15 +391,19 @@ TEST_F(Home, AppliesEveryChangeOfTheDevice) {
   EXPECT_EQ(Date::now(), stands) << "the clock does not change";
 }
 
-TEST_F(Home, ReturnsTheLinkOfATap) {
+TEST_F(Home, RecordsTapsOnLinksOfTheWidget) {
   const auto home = phone();
-  EXPECT_EQ(performAction(*home, R"({"action": "tap", "kind": "Checkin", "x": 40, "y": 90})"),
-            R"({"link":null})");
+  const std::string tap =
+      R"({"action": "tap", "kind": "Checkin", "link": "quiloapp://emotion/veryBad"})";
+  EXPECT_THROW(perform(*home, tap), InvalidValue) << "no link while nobody is signed in";
+  perform(*home, R"({"action": "tap", "kind": "Checkin", "link": null})");
   perform(*home, R"({"action": "sign-in", "uid": "u-1"})");
-  EXPECT_EQ(performAction(*home, R"({"action": "tap", "kind": "Checkin", "x": 40, "y": 90})"),
-            R"({"link":"quiloapp://emotion/veryBad"})");
+  perform(*home, tap);
+  EXPECT_THROW(perform(*home, R"({"action": "tap", "kind": "StreakWidget"})"), InvalidValue)
+      << "the whole widget has a link";
   ASSERT_EQ(home->taps().size(), 2u);
   EXPECT_EQ(home->taps()[0].link, "quiloapp://emotion/veryBad") << "latest first";
+  EXPECT_EQ(home->taps()[1].link, std::nullopt);
   EXPECT_THAT(stateJSON(*home), HasSubstr(R"("link":"quiloapp://emotion/well","label":)"));
 }
 
