@@ -5,7 +5,6 @@
 #include "bench/demo_phone.h"
 #include "bench/program_run.h"
 #include "bench/spread.h"
-#include "host/home/device_clock.h"
 #include "host/home/home_phone.h"
 #include "host/phone/host_app.h"
 #include "platform/support/require.h"
@@ -74,7 +73,7 @@ Year live(const DemoPhone& demo) {
       year.node.push_back(runProgram({"node", "-e", "0"}).milliseconds);
       nodeSeconds += year.node.back() / 1000;
     }
-    const Date midnight = nextMidnight();
+    const Date midnight = phone.nextMidnight();
     const Date evening = midnight.addingTimeInterval(-4 * 3600);
     bool recorded = false;
     while (Date::now() < midnight) {
@@ -83,7 +82,7 @@ Year live(const DemoPhone& demo) {
       if (!recorded && next >= evening) {
         next = evening;
       }
-      phone.setClock(clockAt(next, false));
+      phone.setClock(next, false);
       phone.advance();
       if (next == evening) {
         recorded = true;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 
-#include "host/home/device_clock.h"
 #include "host/http/json_members.h"
 #include "host/phone/host_app.h"
 
@@ -35,17 +34,17 @@ void travel(HomePhone& phone, const std::string& to) {
   }
   const std::optional<Date> instant = to == "next-entry"      ? phone.nextEntry()
                                       : to == "next-reload"   ? phone.nextReload()
-                                      : to == "next-midnight" ? nextMidnight()
+                                      : to == "next-midnight" ? phone.nextMidnight()
                                                               : instantOf(to, "to");
   if (!instant) {
     throw HostError("there is no " + to);
   }
-  phone.setClock(clockAt(*instant, isRunning(phone.settings().device.clock)));
+  phone.setClock(*instant, phone.clockRuns());
 }
 
 void setRunning(HomePhone& phone, bool running) {
-  if (running != isRunning(phone.settings().device.clock)) {
-    phone.setClock(clockAt(Date::now(), running));
+  if (running != phone.clockRuns()) {
+    phone.setClock(Date::now(), running);
   }
 }
 

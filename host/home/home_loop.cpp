@@ -15,7 +15,6 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 
-#include "host/home/device_clock.h"
 #include "host/home/home_actions.h"
 #include "host/home/home_state.h"
 #include "host/http/json_members.h"
@@ -180,7 +179,7 @@ struct HomeLoop::Impl {
     const double at = next ? next->timeIntervalSince1970() -
                                  (device.kind == Clock::Kind::shifted ? device.shift : 0)
                            : kFarAway;
-    if (isRunning(device)) {
+    if (phone.clockRuns()) {
       const double safe = std::clamp(at, 1.0, kFarAway);
       when.it_value = {.tv_sec = static_cast<time_t>(safe),
                        .tv_nsec = static_cast<long>((safe - std::floor(safe)) * 1e9)};

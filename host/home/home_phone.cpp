@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "host/home/device_clock.h"
 #include "host/home/timeline_inputs.h"
 #include "host/phone/host_app.h"
+#include "platform/foundation/time/calendar.h"
 #include "platform/support/fingerprint.h"
 
 namespace host {
@@ -93,7 +93,7 @@ void HomePhone::place(const GalleryItem& item) {
 
 std::optional<Date> HomePhone::next() const {
   const auto next = scheduler_.next();
-  return next && (isRunning(settings().device.clock) || *next <= Date::now()) ? next : std::nullopt;
+  return next && (clockRuns() || *next <= Date::now()) ? next : std::nullopt;
 }
 
 std::optional<steady_clock::time_point> HomePhone::nextRetry() const {
@@ -306,6 +306,11 @@ void HomePhone::setClock(Clock clock) {
   attempt([&] { host_.configure(std::move(changed)); });
 }
 
+void HomePhone::setClock(Date instant, bool runs) {
+  const double shift = instant.timeIntervalSince1970() - Clock().now().timeIntervalSince1970();
+  setClock(runs ? Clock::shiftedBy(shift) : Clock::frozenAt(instant));
+}
+
 void HomePhone::setBudgetEnforced(bool enforced) {
   RefreshBudget budget = scheduler_.budget();
   budget.enforced = enforced;
@@ -353,6 +358,12 @@ std::optional<Date> HomePhone::nextReload() const {
     }
   }
   return next.transform([](Date date) { return std::max(date, Date::now()); });
+}
+
+Date HomePhone::nextMidnight() const {
+  const Calendar calendar = Calendar::current();
+  const Date today = calendar.startOfDay(Date::now());
+  return calendar.startOfDay(calendar.dateByAddingDays(1, today).value_or(Date::distantFuture()));
 }
 
 HomePhone::Id HomePhone::named(const std::string& kind) const {

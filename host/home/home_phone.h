@@ -101,6 +101,8 @@ class HomePhone {
   // Actions of the user.
   void setDevice(HostSettings settings);
   void setClock(platform::Clock clock);
+  /// Sets the clock to `instant`, from where it runs or is frozen.
+  void setClock(platform::Date instant, bool runs);
   void setBudgetEnforced(bool enforced);
   /// Requests a timeline as the host app does from the foreground.
   void reload(const std::string& kind);
@@ -119,6 +121,9 @@ class HomePhone {
   const std::deque<Tap>& taps() const { return taps_; }
   std::optional<platform::Date> nextEntry() const;
   std::optional<platform::Date> nextReload() const;
+  /// The start of the next day by the device's clock and zone.
+  platform::Date nextMidnight() const;
+  bool clockRuns() const { return settings().device.clock.kind != platform::Clock::Kind::frozen; }
   /// The lines since the last call.
   std::vector<LogLine> takeLog();
 

@@ -5,7 +5,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/home/device_clock.h"
 #include "host/home/tap_areas.h"
 #include "host/phone/host_app.h"
 #include "platform/foundation/data/json_serialization.h"
@@ -160,7 +159,7 @@ std::string stateJSON(HomePhone& phone) {
   const Clock& clock = phone.settings().device.clock;
   const auto& failure = phone.host().extension().failure();
   const RefreshBudget& budget = phone.scheduler().budget();
-  const bool running = isRunning(clock);
+  const bool running = phone.clockRuns();
   return printed({{"running", running},
                   {"clock", running ? Json(clock.shift) : Json(clock.instant.iso8601())},
                   {"device", deviceOf(phone.settings())},
@@ -170,7 +169,7 @@ std::string stateJSON(HomePhone& phone) {
                   {"travel",
                    {{"nextEntry", orNull(phone.nextEntry())},
                     {"nextReload", orNull(phone.nextReload())},
-                    {"nextMidnight", nextMidnight().iso8601()}}},
+                    {"nextMidnight", phone.nextMidnight().iso8601()}}},
                   {"downloads", downloadsOf(phone.downloads())},
                   {"extension",
                    {{"running", !failure},

@@ -9,21 +9,10 @@
 
 namespace host {
 
-/// Why a widget's timeline is requested.
-enum class ReloadCause {
-  /// It has no timeline yet.
-  first,
-  /// The policy of the last timeline.
-  policy,
-  /// The extension, through the widget centre.
-  extension,
-  /// The host app, from the foreground.
-  hostApp,
-  /// The device's language, zone, size or system version has changed.
-  device,
-  /// The clock shows an earlier time than that of the last timeline.
-  clock,
-};
+/// Why a widget's timeline is requested: it has none yet; its policy; the extension, through the
+/// widget centre; the host app, from the foreground; a changed setting of the device; a clock that
+/// shows an earlier time than that of the last timeline.
+enum class ReloadCause { first, policy, extension, hostApp, device, clock };
 
 /// Whether the reload counts against the widget's budget. Reloads after an action of the user
 /// don't.

@@ -7,7 +7,6 @@
 #include <stop_token>
 #include <thread>
 
-#include "host/home/device_clock.h"
 #include "host/home/home_actions.h"
 #include "host/home/home_loop.h"
 #include "host/home/home_state.h"
@@ -376,7 +375,7 @@ TEST_F(Home, NamesTheFaultOfAnAction) {
 TEST_F(Home, AppliesEveryChangeOfTheDevice) {
   const auto home = phone();
   perform(*home, R"({"action": "clock", "running": true})");
-  EXPECT_TRUE(isRunning(home->settings().device.clock));
+  EXPECT_TRUE(home->clockRuns());
   perform(*home, R"({"action": "clock", "running": false})");
   const Date stands = Date::now();
   const std::string light = streak(*home).picture.path;
