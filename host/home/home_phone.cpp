@@ -351,13 +351,13 @@ std::optional<Date> HomePhone::nextEntry() const {
 }
 
 std::optional<Date> HomePhone::nextReload() const {
+  const Date now = Date::now();
   std::optional<Date> next;
   for (Id id = 0; id < widgets_.size(); ++id) {
-    if (const auto reload = scheduler_.at(id).nextReload(Date::now(), scheduler_.budget())) {
-      next = earlier(next, std::optional(reload->at));
-    }
+    const auto reload = scheduler_.at(id).nextReload(now, scheduler_.budget());
+    next = earlier(next, reload.transform([&](const auto& at) { return std::max(at.at, now); }));
   }
-  return next.transform([](Date date) { return std::max(date, Date::now()); });
+  return next;
 }
 
 Date HomePhone::nextMidnight() const {

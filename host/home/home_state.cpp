@@ -1,7 +1,7 @@
 #include "host/home/home_state.h"
 
 #include <algorithm>
-#include <array>
+#include <functional>
 
 #include <nlohmann/json.hpp>
 
@@ -30,6 +30,14 @@ Json orNull(const std::optional<T>& value) {
   return value ? toJSON(*value) : Json();
 }
 
+Json arrayOf(const auto& items, const auto& json) {
+  Json array = Json::array();
+  for (const auto& item : items) {
+    array.push_back(json(item));
+  }
+  return array;
+}
+
 std::string textOf(const OperatingSystemVersion& version) {
   return std::to_string(version.major) + "." + std::to_string(version.minor) +
          (version.patch == 0 ? "" : "." + std::to_string(version.patch));
@@ -41,14 +49,6 @@ Json deviceOf(const HostSettings& settings) {
           {"timeZone", settings.device.timeZone},
           {"screen", settings.screen.name},
           {"os", textOf(settings.device.systemVersion)}};
-}
-
-Json screenNames() {
-  Json names = Json::array();
-  for (const ScreenClass& screen : screenClasses()) {
-    names.push_back(screen.name);
-  }
-  return names;
 }
 
 std::optional<Dictionary> recordOf(const Dictionary& hostApp, const char* key) {
@@ -78,21 +78,18 @@ Json appOf(const HomePhone& phone) {
   }
   return {{"uid", orNull(hostApp.string(glancery::kSharedUidKey))},
           {"streak", streak},
-          {"moods", moods},
-          {"moodNames", glancery::kMoodNames}};
+          {"moods", moods}};
 }
 
 Json areasOf(const PlacedWidget& widget, const NSBundle& bundle) {
-  Json areas = Json::array();
-  for (const TapArea& area : tapAreas(widget.list, bundle)) {
-    areas.push_back({{"x", area.frame.x},
-                     {"y", area.frame.y},
-                     {"width", area.frame.width},
-                     {"height", area.frame.height},
-                     {"link", area.link},
-                     {"label", area.label}});
-  }
-  return areas;
+  return arrayOf(tapAreas(widget.list, bundle), [](const TapArea& area) -> Json {
+    return {{"x", area.frame.x},
+            {"y", area.frame.y},
+            {"width", area.frame.width},
+            {"height", area.frame.height},
+            {"link", area.link},
+            {"label", area.label}};
+  });
 }
 
 Json widgetOf(const HomePhone& phone, TimelineScheduler::Id id, const NSBundle& bundle) {
@@ -106,7 +103,6 @@ Json widgetOf(const HomePhone& phone, TimelineScheduler::Id id, const NSBundle& 
   const auto& record = schedule.record();
   return {{"kind", widget.item.kind},
           {"name", widget.item.displayName},
-          {"description", widget.item.description},
           {"family", nameOf(widget.family)},
           {"width", size.width},
           {"height", size.height},
@@ -142,11 +138,9 @@ Json downloadsOf(DownloadDelivery& downloads) {
 }
 
 Json tapsOf(const HomePhone& phone) {
-  Json taps = Json::array();
-  for (const Tap& tap : phone.taps()) {
-    taps.push_back({{"at", tap.at.iso8601()}, {"kind", tap.kind}, {"link", orNull(tap.link)}});
-  }
-  return taps;
+  return arrayOf(phone.taps(), [](const Tap& tap) -> Json {
+    return {{"at", tap.at.iso8601()}, {"kind", tap.kind}, {"link", orNull(tap.link)}};
+  });
 }
 
 std::string printed(const Json& json) {
@@ -163,13 +157,13 @@ std::string stateJSON(HomePhone& phone) {
   return printed({{"running", running},
                   {"clock", running ? Json(clock.shift) : Json(clock.instant.iso8601())},
                   {"device", deviceOf(phone.settings())},
-                  {"screens", screenNames()},
+                  {"screens", arrayOf(screenClasses(), std::mem_fn(&ScreenClass::name))},
                   {"app", appOf(phone)},
                   {"budget", {{"on", budget.enforced}, {"perDay", budget.perDay}}},
                   {"travel",
-                   {{"nextEntry", orNull(phone.nextEntry())},
-                    {"nextReload", orNull(phone.nextReload())},
-                    {"nextMidnight", phone.nextMidnight().iso8601()}}},
+                   {{"next-entry", orNull(phone.nextEntry())},
+                    {"next-reload", orNull(phone.nextReload())},
+                    {"next-midnight", phone.nextMidnight().iso8601()}}},
                   {"downloads", downloadsOf(phone.downloads())},
                   {"extension",
                    {{"running", !failure},
@@ -180,13 +174,12 @@ std::string stateJSON(HomePhone& phone) {
 }
 
 std::string logJSON(const std::vector<LogLine>& lines) {
-  Json list = Json::array();
-  for (const LogLine& line : lines) {
-    list.push_back({{"at", line.at.iso8601()},
-                    {"text", line.text},
-                    {"source", line.fromExtension ? "extension" : "host"}});
-  }
-  return printed({{"lines", list}});
+  const auto json = [](const LogLine& line) -> Json {
+    return {{"at", line.at.iso8601()},
+            {"text", line.text},
+            {"source", line.fromExtension ? "extension" : "host"}};
+  };
+  return printed({{"lines", arrayOf(lines, json)}});
 }
 
 }  // namespace host

@@ -117,7 +117,6 @@ function moodOf(day) {
 
 function showMoods() {
   const selected = moodOf(selectedDay);
-  const names = state.app.moodNames ?? Object.keys(moodLabels);
   const row = document.querySelector('.days');
   setChildren(row, today, () => lastDays(today).map(makeDay));
   for (const radio of row.querySelectorAll('input')) {
@@ -127,7 +126,7 @@ function showMoods() {
     setAttribute(radio, 'aria-label', `${dayName(radio.value)}: ${mood ? moodLabel(mood) : 'no mood'}`);
   }
   const faces = document.querySelector('.faces');
-  setChildren(faces, names, () => names.map(makeMood));
+  setChildren(faces, 'moods', () => Object.keys(moodLabels).map(makeMood));
   for (const button of faces.children) {
     button.dataset.day = selectedDay;
     setAttribute(button, 'aria-pressed', selected === button.dataset.mood);
@@ -180,10 +179,8 @@ export function tickPanels(given, now) {
   const options = {weekday: 'long', day: 'numeric', month: 'long', year: 'numeric'};
   const frozen = state.running ? '' : ' · frozen clock';
   setText(byId('clock-date'), `${format('en-GB', zone, options).format(now)}${frozen}`);
-  const {nextEntry, nextReload, nextMidnight} = state.travel;
-  const instants = {'next-entry': nextEntry, 'next-reload': nextReload, 'next-midnight': nextMidnight};
   for (const button of document.querySelectorAll('.jumps button')) {
-    const instant = instants[button.dataset.to];
+    const instant = state.travel[button.dataset.to];
     button.disabled = !instant;
     setText(button.querySelector('time'), instant ? moment(instant, now, zone) : 'none to come');
     setAttribute(button.querySelector('time'), 'datetime', instant);
