@@ -9,6 +9,7 @@
 namespace {
 
 using namespace world;
+using ::testing::AllOf;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
@@ -96,6 +97,9 @@ TEST(ApiCommand, KeepsConnectionsAlive) {
     EXPECT_THAT(refused, StartsWith("HTTP/1.1 403 ")) << host;
     EXPECT_THAT(bodyOf(refused), HasSubstr("Host")) << host;
   }
+  EXPECT_THAT(api.exchange("GET /api/widgets/get_affirmation HTTP/1.1\r\nHost: localhost\r\n"
+                           "Connection: close\r\n\r\n"),
+              AllOf(StartsWith("HTTP/1.1 405 "), HasSubstr("\r\nAllow: POST\r\n")));
   EXPECT_THAT(api.exchange("nonsense\r\n\r\n"), StartsWith("HTTP/1.1 400 "));
   EXPECT_THAT(api.exchange("POST / HTTP/1.1\r\nHost: localhost\r\nContent-Length: 100000\r\n\r\n"),
               StartsWith("HTTP/1.1 413 "));
