@@ -67,8 +67,8 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         Case{"crash", Kind::crashed, "the extension crashed: Aborted (about to fall)"},
         Case{"leave", Kind::crashed, "the extension exited with status 7 without an answer"},
-        Case{"hang", Kind::hung, "it gave no answer within 1000 ms"},
-        Case{"babble", Kind::malformed, "it sent a malformed message"},
+        Case{"hang", Kind::hung, "the extension was ended: it gave no answer within 1000 ms"},
+        Case{"babble", Kind::malformed, "the extension was ended: it sent a malformed message"},
         Case{"mumble", Kind::malformed, "\"reloadAfter\" must be a finite number"},
         Case{"confuse", Kind::malformed, "it answered request 2 instead of 1"}),
     [](const auto& row) { return std::string(row.param.how); });
@@ -77,7 +77,8 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     Memory,
     Misbehaviour,
-    ::testing::Values(Case{"hoard", Kind::memory, "MiB of dirty memory, the limit is 30.0 MiB"},
+    ::testing::Values(Case{"gulp", Kind::memory, "the extension was ended: it used 4"},
+                      Case{"hoard", Kind::memory, "MiB of dirty memory, the limit is 30.0 MiB"},
                       Case{"devour", Kind::memory, "of dirty memory, the limit is 30.0 MiB"}),
     [](const auto& row) { return std::string(row.param.how); });
 #endif

@@ -55,6 +55,10 @@ void misbehave(const std::string& how, MessageChannel& channel, std::int64_t id)
   if (how == "devour") {
     takeMemory(4096);
   }
+  if (how == "gulp") {
+    // Answers before the next memory check.
+    static const std::string taken(std::size_t{40} << 20, 'x');
+  }
   if (how == "browse") {
     browse(64);
   }
