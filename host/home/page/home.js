@@ -1,5 +1,5 @@
 // The page of `glancery home`: receives the host's events and passes each state to the parts of the page.
-import {showPhone, tickPhone} from '/phone.js';
+import {picturesDecoded, showPhone, tickPhone} from '/phone.js';
 import {showPanels, tickPanels} from '/panels.js';
 import {addLog, clearLog, showReport, tickReport} from '/report.js';
 import {announce, byId, clearErrors, moment, setText} from '/tools.js';
@@ -38,7 +38,6 @@ function complete(given) {
 }
 
 function receive(given) {
-  clearTimeout(panelsTimer);
   const expected = now();
   state = complete(given);
   receivedAt = performance.now();
@@ -78,6 +77,7 @@ function connect() {
 
 // The pictures are shown first: texts and panels take longer.
 callEach([showPhone], state);
-const panelsTimer = setTimeout(() => receive(state), 30);
+await Promise.race([picturesDecoded(), new Promise((resolve) => setTimeout(resolve, 300))]);
+receive(state);
 connect();
 setInterval(tick, 500);

@@ -103,7 +103,7 @@ function showWidget(widget, lang) {
   tile.box.style.height = `${widget.height}px`;
   setAttribute(tile.whole, 'aria-label', `${widget.name ?? widget.kind}: ${destination(widget.link)}`);
   showAreas(tile, widget);
-  showPicture(tile, widget);
+  tile.decoded = showPicture(tile, widget);
   describe(tile);
   return tile.root;
 }
@@ -151,6 +151,9 @@ function fit() {
   phone.style.zoom = zoom;
 }
 addEventListener('resize', fit);
+
+/** Settles when the pictures of the last state are shown or could not be decoded. */
+export const picturesDecoded = () => Promise.all([...tiles.values()].map(({decoded}) => decoded));
 
 export function showPhone(state) {
   const lang = webLocale(state.device.locale);
