@@ -110,7 +110,7 @@ export class Page {
     page.complaints = [];
     page.tab.on('pageerror', (error) => page.complaints.push(String(error)));
     page.tab.on('console', (message) => {
-      if (message.type() === 'error') page.complaints.push(message.text());
+      if (['error', 'warning'].includes(message.type())) page.complaints.push(message.text());
     });
     await prepare(page.tab);
     await page.tab.goto(url);

@@ -80,7 +80,8 @@ function showAreas(tile, widget) {
 
 function tileOf(kind) {
   if (!tiles.has(kind)) {
-    const root = byId('widget-template').content.firstElementChild.cloneNode(true);
+    // Pictures can be decoded only in the page's own document.
+    const root = document.importNode(byId('widget-template').content.firstElementChild, true);
     const tile = {
       root,
       box: root.querySelector('.tile'),
