@@ -105,7 +105,7 @@ struct Element {
   bool awaitsValue() const { return tag == "dict" && values.size() % 2 == 1; }
 };
 
-class Reader {
+class XMLReader {
  public:
   std::expected<Value, std::string> read(std::string_view bytes) {
     XML_SetUserData(parser_.get(), this);
@@ -142,7 +142,7 @@ class Reader {
   }
 
  private:
-  static Reader& self(void* reader) { return *static_cast<Reader*>(reader); }
+  static XMLReader& self(void* reader) { return *static_cast<XMLReader*>(reader); }
 
   void fail(const std::string& what) {
     if (fault_.empty()) {
@@ -276,7 +276,7 @@ std::expected<Value, std::string> readXMLPropertyList(std::string_view bytes) {
   if (bytes.size() > kMaxSize) {
     return std::unexpected("the file is too large");
   }
-  return Reader().read(bytes);
+  return XMLReader().read(bytes);
 }
 
 }  // namespace platform
