@@ -5,6 +5,8 @@ target_compile_options(glancery_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor
   # g++ 12 takes "literal" + std::string(...) for a copy onto itself.
   -Wno-restrict
+  # It would take a joined source for a header, whose types must not use unnamed namespaces.
+  -Wno-subobject-linkage
   $<$<BOOL:${GLANCERY_WERROR}>:-Werror>)
 if(GLANCERY_SANITIZE)
   target_compile_options(glancery_options INTERFACE
@@ -15,16 +17,12 @@ endif()
 # A folder is a target: a static library named after it, whose links repeat its row of the
 # include table in docs/ARCHITECTURE.md.
 #
-# SCHEMA x.fbs makes "x_generated.h" for the library's own sources. SEPARATE compiles each source
-# by itself; otherwise they are joined, which halves the time of a build from nothing.
+# SCHEMA x.fbs makes "x_generated.h" for the library's own sources.
 #
-#   glancery_library(name [SEPARATE] SOURCES a.cpp ... [SCHEMA x.fbs] [PUBLIC lib ...] [PRIVATE lib ...])
+#   glancery_library(name SOURCES a.cpp ... [SCHEMA x.fbs] [PUBLIC lib ...] [PRIVATE lib ...])
 function(glancery_library name)
-  cmake_parse_arguments(ARG "SEPARATE" "SCHEMA" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  cmake_parse_arguments(ARG "" "SCHEMA" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
   add_library(${name} STATIC ${ARG_SOURCES})
-  if(ARG_SEPARATE)
-    set_target_properties(${name} PROPERTIES UNITY_BUILD OFF)
-  endif()
   if(ARG_SCHEMA)
     cmake_path(GET ARG_SCHEMA STEM stem)
     set(header ${CMAKE_CURRENT_BINARY_DIR}/${stem}_generated.h)

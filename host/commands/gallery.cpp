@@ -10,7 +10,7 @@ namespace host {
 
 namespace {
 
-void list(bool json) {
+void showGallery(bool json) {
   WidgetHost host(phone());
   const auto gallery = host.gallery();
   if (json) {
@@ -36,7 +36,7 @@ Command galleryCommand() {
       .description = "Lists the extension's widgets, in order",
       .groups = {{"Output", {{"--json", &json, "Print JSON"}}}},
       .examples = {"gallery --locale fr_FR"},
-      .run = [] { list(json); }});
+      .run = [] { showGallery(json); }});
 }
 // clang-format on
 

@@ -71,7 +71,7 @@ std::string shortestText(double value) {
   return {text.data(), std::to_chars(text.begin(), text.end(), value, format).ptr};
 }
 
-class JSONWriter {
+class Writer {
  public:
   using Written = std::expected<void, ValueFault>;
 
@@ -178,7 +178,7 @@ std::expected<Value, NSError> NSJSONSerialization::JSONObjectWithData(const Data
 }
 
 std::expected<Data, NSError> NSJSONSerialization::dataWithJSONObject(const Value& object) {
-  JSONWriter writer;
+  Writer writer;
   if (const auto written = writer.write(object, 0); !written) {
     return std::unexpected(writeInvalidError(written.error().sentence()));
   }

@@ -105,7 +105,7 @@ struct Element {
   bool awaitsValue() const { return tag == "dict" && values.size() % 2 == 1; }
 };
 
-class XMLReader {
+class Reader {
  public:
   std::expected<Value, std::string> read(std::string_view bytes) {
     XML_SetUserData(parser_.get(), this);
@@ -142,7 +142,7 @@ class XMLReader {
   }
 
  private:
-  static XMLReader& self(void* reader) { return *static_cast<XMLReader*>(reader); }
+  static Reader& self(void* reader) { return *static_cast<Reader*>(reader); }
 
   void fail(const std::string& what) {
     if (fault_.empty()) {
@@ -276,7 +276,7 @@ std::expected<Value, std::string> readXMLPropertyList(std::string_view bytes) {
   if (bytes.size() > kMaxSize) {
     return std::unexpected("the file is too large");
   }
-  return XMLReader().read(bytes);
+  return Reader().read(bytes);
 }
 
 }  // namespace platform

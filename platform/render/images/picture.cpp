@@ -6,14 +6,14 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/render/pixels/bitmap.h"
+
 namespace platform {
 namespace {
 
 /// Below this ratio a bilinear filter would skip source pixels. Above it, it is as good as the
 /// others and much faster.
 constexpr double kSmallestBilinearRatio = 0.6;
-
-constexpr std::uint32_t kMaxSide = 8192;
 
 /// From the file's R, G, B, A bytes to a premultiplied pixel.
 std::uint32_t premultiplied(std::uint32_t rgba) {

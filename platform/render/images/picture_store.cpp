@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "platform/render/images/pixel_file.h"
+#include "platform/render/pixels/bitmap.h"
 #include "platform/render/svg/svg_drawing.h"
 #include "platform/support/files.h"
 #include "platform/support/fingerprint.h"
@@ -13,8 +14,6 @@ namespace {
 
 /// 48 MiB: every backdrop of a home screen in both schemes.
 constexpr std::size_t kMostStretchedPixels = 12 << 20;
-
-constexpr int kMaxSide = 8192;
 
 /// The layout measures the file for this scale.
 constexpr double kLayoutScale = 3;

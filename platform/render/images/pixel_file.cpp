@@ -10,6 +10,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "platform/render/pixels/bitmap.h"
 #include "platform/support/file_descriptor.h"
 #include "platform/support/files.h"
 
@@ -20,7 +21,6 @@ namespace fs = std::filesystem;
 
 constexpr std::uint32_t kMagic = 0x58'50'4C'47;  // "GLPX"
 constexpr std::uint32_t kVersion = 2;
-constexpr std::uint32_t kMaxSide = 16384;
 constexpr std::string_view kWrongLength = "pre-rendered pixels cut short or too long";
 
 struct Header {

@@ -16,7 +16,7 @@
 namespace platform {
 namespace {
 
-constexpr double kMaxSide = 4096;
+constexpr double kMaxPictureSide = kMaxSide / 2;
 
 using Result = std::expected<void, std::string>;
 
@@ -27,9 +27,10 @@ Result check(Size size, const PictureOptions& options) {
     error << "a picture has 1 to 4 pixels a point, not " << options.scale;
   } else if (!(size.width > 0 && size.height > 0)) {
     error << "a picture can't be " << size.width << " by " << size.height << " points";
-  } else if (size.width * options.scale > kMaxSide || size.height * options.scale > kMaxSide) {
+  } else if (size.width * options.scale > kMaxPictureSide ||
+             size.height * options.scale > kMaxPictureSide) {
     error << "a picture of " << size.width << " by " << size.height << " points at "
-          << options.scale << " pixels a point is beyond " << kMaxSide << " pixels a side";
+          << options.scale << " pixels a point is beyond " << kMaxPictureSide << " pixels a side";
   } else if (!(options.cornerRadius >= 0)) {
     error << "a corner radius can't be " << options.cornerRadius;
   } else {

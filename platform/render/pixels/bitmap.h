@@ -5,6 +5,10 @@
 
 namespace platform {
 
+/// The longest side in pixels of anything that is drawn: twice that of the largest widget at the
+/// largest scale. Larger bitmaps are refused, as they are not worth their memory.
+inline constexpr int kMaxSide = 8192;
+
 /// Pixels of premultiplied sRGB, each 0xAARRGGBB in the machine's byte order; rows from the top,
 /// without padding: `pixels.size() == width * height`.
 struct Bitmap {

@@ -7,10 +7,10 @@
 #include <optional>
 #include <utility>
 
+#include "platform/render/pixels/bitmap.h"
+
 namespace platform {
 namespace {
-
-constexpr double kMaxSide = 8192;
 
 std::optional<Size> naturalSize(RsvgHandle* handle) {
   double width = 0;

@@ -11,11 +11,10 @@
 #include <optional>
 #include <utility>
 
+#include "platform/render/pixels/bitmap.h"
+
 namespace platform {
 namespace {
-
-/// Twice the side of the largest picture; larger masks are not worth their memory.
-constexpr double kMaxSide = 8192;
 
 /// Placements kept for a text: two schemes at two scales.
 constexpr std::size_t kMostMasks = 4;
