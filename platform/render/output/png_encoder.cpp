@@ -87,7 +87,7 @@ void addChunk(std::string& file, std::string_view name, std::string_view data) {
 /// Rows that are packed together. Bands do not depend on each other: pictures of the same artwork
 /// with other texts have most bands in common, and those are packed once. Bytes are fewer too,
 /// because each band has its own codes.
-constexpr std::size_t kBandRows = 64;
+constexpr std::size_t kBandRows = 128;
 
 struct PackedBand {
   std::string bytes;
