@@ -88,21 +88,13 @@ void checkCommandName(const Command& program, int argc, char** argv) {
     if (!found) {
       throw InvalidValue("unknown command",
                          argv[index],
-                         "give one of " + listOf(wordsOf(group->commands, &Command::name)));
+                         "give one of " + listOf(group->commands, &Command::name));
     }
     group = found;
   }
 }
 
 }  // namespace
-
-std::string listOf(const Words& words) {
-  std::string list;
-  for (const std::string& word : words) {
-    list += (list.empty() ? "" : ", ") + word;
-  }
-  return list;
-}
 
 bool Option::isRequired() const {
   return std::holds_alternative<Required>(rule) || (isPositional() && name.front() != '[');

@@ -127,7 +127,4 @@ Words wordsOf(const Items& items, const TextOf& textOf = {}) {
   return words;
 }
 
-/// The words, separated by commas.
-std::string listOf(const Words& words);
-
 }  // namespace host

@@ -78,7 +78,7 @@ void cancel(std::int64_t id) {
     throw CommandError("no download " + std::to_string(id) + ": " +
                        (listing.tasks.empty()
                             ? "there is none"
-                            : "there are " + listOf(wordsOf(listing.tasks, idOf))));
+                            : "there are " + listOf(listing.tasks, idOf)));
   }
   if (task->ended != 0 && task->undelivered.empty()) {
     throw CommandError("the download " + std::to_string(id) + " has ended (" + sentence(*task) +

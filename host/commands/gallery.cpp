@@ -19,7 +19,7 @@ void showGallery(bool json) {
   }
   std::vector<Line> lines;
   for (const auto& [kind, displayName, description, families] : gallery) {
-    lines.push_back({{kind, "(" + listOf(wordsOf(families, platform::nameOf)) + ")"}, kStrong});
+    lines.push_back({{kind, "(" + listOf(families, platform::nameOf) + ")"}, kStrong});
     lines.push_back({{"  " + displayName}});
     lines.push_back({{"  " + description}});
   }

@@ -59,7 +59,7 @@ Value valueOf(const StoreOptions& options) {
 }
 
 CommandError unknownKey(const Dictionary& suite, const std::string& key) {
-  const std::string keys = listOf(wordsOf(suite, [](const auto& member) { return member.first; }));
+  const std::string keys = listOf(suite, [](const auto& member) { return member.first; });
   return CommandError("no value under the key \"" + key + "\": the suite holds " +
                       (keys.empty() ? "nothing" : keys));
 }

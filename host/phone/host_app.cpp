@@ -130,7 +130,7 @@ Date instantOf(const std::string& text, const std::string& name) {
 
 void recordNamedMood(const std::string& mood, const std::optional<std::string>& day) {
   if (std::ranges::find(kMoodNames, mood) == kMoodNames.end()) {
-    throw InvalidValue("mood", mood, "give one of " + listOf(kMoodNames, std::identity()));
+    throw InvalidValue("mood", mood, "give one of " + listOf(kMoodNames));
   }
   const Date instant = instantIn(day);
   NSDateFormatter keys;

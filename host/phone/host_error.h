@@ -22,7 +22,8 @@ class InvalidValue : public HostError {
 };
 
 /// The texts of the items, separated by commas.
-std::string listOf(const auto& items, const auto& textOf) {
+template <class Items, class TextOf = std::identity>
+std::string listOf(const Items& items, const TextOf& textOf = {}) {
   std::string list;
   for (const auto& item : items) {
     list += (list.empty() ? "" : ", ") + std::string(std::invoke(textOf, item));
