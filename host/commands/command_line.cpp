@@ -86,9 +86,8 @@ void checkCommandName(const Command& program, int argc, char** argv) {
   for (int index = 1; index < argc && argv[index][0] != '-' && !group->commands.empty(); ++index) {
     const Command* found = group->find(argv[index]);
     if (!found) {
-      throw InvalidValue("unknown command",
-                         argv[index],
-                         "give one of " + listOf(group->commands, &Command::name));
+      throw InvalidValue(
+          "unknown command", argv[index], "give one of " + listOf(group->commands, &Command::name));
     }
     group = found;
   }

@@ -75,10 +75,9 @@ void cancel(std::int64_t id) {
   const auto task = std::ranges::find(listing.tasks, id, &TransferTask::id);
   if (task == listing.tasks.end()) {
     const auto idOf = [](const TransferTask& known) { return std::to_string(known.id); };
-    throw CommandError("no download " + std::to_string(id) + ": " +
-                       (listing.tasks.empty()
-                            ? "there is none"
-                            : "there are " + listOf(listing.tasks, idOf)));
+    throw CommandError(
+        "no download " + std::to_string(id) + ": " +
+        (listing.tasks.empty() ? "there is none" : "there are " + listOf(listing.tasks, idOf)));
   }
   if (task->ended != 0 && task->undelivered.empty()) {
     throw CommandError("the download " + std::to_string(id) + " has ended (" + sentence(*task) +

@@ -207,18 +207,18 @@ TransferStore::Result<bool> TransferStore::keep(const TransferTask& task) {
 }
 
 TransferStore::Result<bool> TransferStore::end(TransferTask& task) {
-  const auto& [error, status, size] = task.outcome;
+  const TransferOutcome& outcome = task.outcome;
   return attempt([&] {
     // The body is not synced: after a power cut the outcome alone would be of no use.
-    const Rows rows = run(error ? Survives::powerCut : Survives::kill,
+    const Rows rows = run(outcome.error ? Survives::powerCut : Survives::kill,
                           "UPDATE tasks SET ended ="
                           " 1 + (SELECT coalesce(max(ended), 0) FROM tasks WHERE ended > 0),"
                           " error = ?, reason = ?, status = ?, size = ?"
                           " WHERE id = ? AND ended = 0 RETURNING ended",
-                          {error ? Value(error->code) : Value(),
-                           error ? Value(error->localizedDescription) : Value(),
-                           status ? Value(std::int64_t{*status}) : Value(),
-                           static_cast<std::int64_t>(size),
+                          {outcome.error ? Value(outcome.error->code) : Value(),
+                           outcome.error ? Value(outcome.error->localizedDescription) : Value(),
+                           outcome.status ? Value(std::int64_t{*outcome.status}) : Value(),
+                           static_cast<std::int64_t>(outcome.size),
                            task.id});
     task.ended = rows.empty() ? 0 : at<std::int64_t>(rows[0], 0);
     return !rows.empty();

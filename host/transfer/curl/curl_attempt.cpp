@@ -107,7 +107,7 @@ std::string hostOf(const std::string& url) {
   char* host = nullptr;
   curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0);
   curl_url_get(parsed.get(), CURLUPART_HOST, &host, 0);
-  const std::string copy = host ? host : "";
+  std::string copy = host ? host : "";
   curl_free(host);
   return copy;
 }
