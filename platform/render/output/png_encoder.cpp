@@ -148,6 +148,9 @@ struct PNGEncoder::Buffers {
       return size;
     });
     auto* bytes = reinterpret_cast<std::uint8_t*>(rows.data());
+    // The packer finds earlier bytes through this table: what the last band left there would change
+    // the result.
+    level.fill(0);
     isal_deflate_stateless_init(&stream);
     // Levels up to 2 give the same bytes with every instruction set; level 3 does not.
     stream.level = 1;
