@@ -148,28 +148,34 @@ struct PNGEncoder::Buffers {
       return size;
     });
     auto* bytes = reinterpret_cast<std::uint8_t*>(rows.data());
-    // The packer finds earlier bytes through this table: what the last band left there would change
-    // the result.
-    level.fill(0);
-    isal_deflate_stateless_init(&stream);
+    isal_deflate_init(&stream);
     // Levels up to 2 give the same bytes with every instruction set; level 3 does not.
     stream.level = 1;
     stream.level_buf = level.data();
     stream.level_buf_size = static_cast<std::uint32_t>(level.size());
-    // Ends at a whole byte.
-    stream.flush = FULL_FLUSH;
     stream.next_in = bytes;
-    stream.avail_in = static_cast<std::uint32_t>(size);
     // Bytes that can't be compressed are stored in blocks with a short header each.
     packed.resize_and_overwrite(size + size / 8 + 1024, [&](char* out, std::size_t most) {
       stream.next_out = reinterpret_cast<std::uint8_t*>(out);
       stream.avail_out = static_cast<std::uint32_t>(most);
-      if (isal_deflate_stateless(&stream) != COMP_OK || stream.avail_in > 0) {
-        fatalError("a picture's compressed size is out of bounds");
-      }
+      // ISA-L 2.30 takes one hash at the start of a long input from the address of `stream`, and
+      // the packed bytes then depend on that address. A short input takes another path.
+      const std::size_t start = 1 + channels;
+      deflate(start, SYNC_FLUSH);
+      // Ends at a whole byte, without a reference into an earlier band.
+      deflate(size - start, FULL_FLUSH);
       return stream.total_out;
     });
     return {.bytes = packed, .size = size, .adler = isal_adler32(1, bytes, size)};
+  }
+
+ private:
+  void deflate(std::size_t size, std::uint16_t flush) {
+    stream.avail_in = static_cast<std::uint32_t>(size);
+    stream.flush = flush;
+    if (isal_deflate(&stream) != COMP_OK || stream.avail_in > 0) {
+      fatalError("a picture's compressed size is out of bounds");
+    }
   }
 };
 
