@@ -152,6 +152,7 @@ void bareCommitted(const Work& work) {
     bare.download(number);
     database.run("UPDATE records SET state = 1 WHERE id = ?", {id});
     database.run("DELETE FROM records WHERE id = ?", {id});
+    fs::remove(work.folder / std::to_string(number));  // As the service forgets a body.
   }
 }
 
