@@ -160,7 +160,7 @@ void TransferService::advance(double now) {
       end(task, {.error = urlError(unsupportedURL)}, now);
     } else if (!mayBeSent) {
       end(task, {.error = urlError(networkConnectionLost), .status = task.outcome.status}, now);
-    } else if (running_.size() < kParallel && load()) {
+    } else if (running_.size() < kParallel) {
       start(task, now);
     }
   }
@@ -180,6 +180,13 @@ void TransferService::start(TransferTask& task, double now) {
   if (error != 0) {
     const std::string why = std::generic_category().message(error);
     return postpone(task, {.error = urlError(cannotWriteToFile, why)}, now);
+  }
+  if (!attempt_) {
+    const auto loaded = platform::openModule(settings_.library, kTransferAttempt);
+    if (!note(loaded)) {
+      return postpone(task, {.error = urlError(unknown, loaded.error())}, now);
+    }
+    attempt_ = reinterpret_cast<TransferAttempt*>(*loaded);
   }
   try {
     if (workers_.size() <= running_.size()) {
@@ -253,22 +260,13 @@ void TransferService::end(TransferTask& task, TransferOutcome outcome, double no
   task = std::move(ended);
 }
 
-bool TransferService::load() {
-  if (!attempt_ && !loadFailed_) {
-    const auto loaded = platform::openModule(settings_.library, kTransferAttempt);
-    loadFailed_ = !note(loaded);
-    attempt_ = reinterpret_cast<TransferAttempt*>(loaded.value_or(nullptr));
-  }
-  return attempt_ != nullptr;
-}
-
 /// Sets the timer for the next attempt, resource limit or retry of the disk.
 void TransferService::armTimer(double now) {
   double next = refreshAt_;
   for (const auto& [id, task] : tasks_) {
     if (task.ended == 0) {
       next = std::min(next, std::max(task.created + kResourceLimit, task.next));
-      const bool waits = !running_.contains(id) && running_.size() < kParallel && !loadFailed_;
+      const bool waits = !running_.contains(id) && running_.size() < kParallel;
       next = waits ? std::min(next, task.next) : next;
     }
   }

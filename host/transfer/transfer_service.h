@@ -92,7 +92,6 @@ class TransferService {
   void postpone(TransferTask& task, TransferOutcome outcome, double now);
   void end(TransferTask& task, TransferOutcome outcome, double now);
   void removeFiles(std::int64_t id);
-  bool load();
   void armTimer(double now);
   template <class T>
   bool note(const std::expected<T, std::string>& done);
@@ -100,7 +99,6 @@ class TransferService {
   TransferSettings settings_;
   TransferStore store_;
   TransferAttempt* attempt_ = nullptr;
-  bool loadFailed_ = false;
   /// This host's tasks, as in the database.
   std::map<std::int64_t, TransferTask> tasks_;
   /// Stops the attempts that are queued, run or have ended without a written outcome.

@@ -364,7 +364,7 @@ TEST(TransferService, ItsDescriptorIsReadableWhenThereIsSomethingToDo) {
   EXPECT_LT(wakes, 100) << "it must not spin";
 }
 
-TEST(TransferService, WithoutItsLibraryTasksStayAndOneReportSaysWhy) {
+TEST(TransferService, WithoutItsLibraryTasksStayAndSayWhy) {
   Folder folder;
   double now = 1'700'000'000;
   TransferSettings settings;
@@ -377,7 +377,10 @@ TEST(TransferService, WithoutItsLibraryTasksStayAndOneReportSaysWhy) {
   EXPECT_THAT(service.takeReports(),
               ElementsAre(HasSubstr("/nonexistent/libglancery_transfer.so")));
   EXPECT_EQ(service.pending(), 1u);
-  EXPECT_EQ(listTransfers(folder.path()).tasks.size(), 1u);
+  const TransferTask stored = listTransfers(folder.path()).tasks.at(0);
+  EXPECT_EQ(stored.sends, 0);
+  EXPECT_THAT(stored.outcome.error->localizedDescription,
+              HasSubstr("/nonexistent/libglancery_transfer.so"));
 }
 
 void waitFor(TransferService& service, const std::function<bool()>& done) {
@@ -458,8 +461,8 @@ TEST(TransferService, APostOnAKeptConnectionIsNotRepeatedByTheLibrary) {
 
 /// No file can be written, or none can be opened.
 TEST(TransferService, SendsNothingWhoseAnswerItCannotStore) {
-  const std::pair<__rlimit_resource, const char*> kRows[] = {
-      {RLIMIT_FSIZE, "File too large"}, {RLIMIT_NOFILE, "Too many open files"}};
+  const std::pair<__rlimit_resource, const char*> kRows[] = {{RLIMIT_NOFILE, "Too many open files"},
+                                                             {RLIMIT_FSIZE, "File too large"}};
   ::signal(SIGXFSZ, SIG_IGN);
   for (const auto& [limit, why] : kRows) {
     ScriptedServer server({answer("200 OK", "hello")});
