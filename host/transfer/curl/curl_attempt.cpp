@@ -115,17 +115,18 @@ std::string hostOf(const std::string& url) {
 /// One attempt: a request, and another one for each redirect that is followed.
 class Attempt {
  public:
-  Attempt(const TransferTask& task, int body)
-      : easy_(curl_easy_init(), curl_easy_cleanup),
+  Attempt(const TransferTask& task, int body, CURL* handle)
+      : handle_(handle),
         request_(task.request),
         firstHost_(hostOf(task.request.url)),
         headers_(nullptr, curl_slist_free_all),
         body_(body) {
+    curl_easy_reset(handle_);
     setUp();
     setUpRequest();
   }
 
-  CURL* handle() const { return easy_.get(); }
+  CURL* handle() const { return handle_; }
 
   /// What the end of the current request means for the attempt. Nothing if it goes on: then the
   /// handle is set up for another request.
@@ -276,7 +277,7 @@ class Attempt {
     return headSize_ <= kMostHeadBytes;
   }
 
-  Easy easy_;
+  CURL* handle_;
   TransferRequest request_;
   std::string firstHost_;
   int redirects_ = 0;
@@ -299,10 +300,11 @@ extern "C" __attribute__((visibility("default"))) host::AttemptEnd glanceryAttem
     const host::TransferTask& task, int body, std::stop_token stop) {
   static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
   thread_local const host::Multi multi(curl_multi_init(), curl_multi_cleanup);
-  host::Attempt attempt(task, body);
-  if (ready != CURLE_OK || !multi || !attempt.handle()) {
-    return attempt.ended(host::lost, platform::urlError(platform::URLErrorCode::unknown));
+  thread_local const host::Easy easy(curl_easy_init(), curl_easy_cleanup);
+  if (ready != CURLE_OK || !multi || !easy) {
+    return {host::lost, {.error = platform::urlError(platform::URLErrorCode::unknown)}};
   }
+  host::Attempt attempt(task, body, easy.get());
   CURLM* const kept = multi.get();
   const std::stop_callback wake(stop, [kept] { curl_multi_wakeup(kept); });
   std::optional<host::AttemptEnd> end;
