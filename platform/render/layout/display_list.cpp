@@ -102,6 +102,17 @@ std::string displayListJSON(const DisplayList& list) {
   return json.dump(2, ' ', false, Json::error_handler_t::replace);
 }
 
+void reflect(DisplayList& list) {
+  using enum TextAlignment;
+  for (DisplayItem& item : list.items) {
+    item.frame.x = list.size.width - item.frame.x - item.frame.width;
+    if (auto* shown = std::get_if<TextItem>(&item.content)) {
+      TextAlignment& alignment = shown->text.alignment;
+      alignment = alignment == leading ? trailing : alignment == trailing ? leading : alignment;
+    }
+  }
+}
+
 std::optional<std::string> linkAt(const DisplayList& list, Point point) {
   if (!contains({0, 0, list.size.width, list.size.height}, point)) {
     return std::nullopt;

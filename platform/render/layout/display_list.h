@@ -47,6 +47,9 @@ struct DisplayList {
   friend bool operator==(const DisplayList&, const DisplayList&) = default;
 };
 
+/// Reflects a list that was laid out from left to right, for a language that runs right to left.
+void reflect(DisplayList& list);
+
 /// The list as JSON, two spaces a level: {"size", "widgetURL", "items": [...]}; colours are
 /// "#RRGGBBAA", frames [x, y, width, height] rounded to a thousandth of a point.
 std::string displayListJSON(const DisplayList& list);

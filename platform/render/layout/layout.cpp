@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <numeric>
-#include <unordered_map>
+#include <map>
+#include <tuple>
 #include <utility>
 #include <variant>
 
+#include "platform/render/layout/stack_layout.h"
 #include "platform/support/require.h"
 
 namespace platform {
@@ -67,27 +68,6 @@ double taken(Length proposal, Length maximum, double child) {
   return maximum ? *offered(std::max(proposal.value_or(0), child), maximum) : child;
 }
 
-// The rules of stacks are the same for both axes: a length is measured along the axis, a breadth
-// across it.
-
-double length(Axis axis, Size size) {
-  return axis == Axis::horizontal ? size.width : size.height;
-}
-
-double breadth(Axis axis, Size size) {
-  return axis == Axis::horizontal ? size.height : size.width;
-}
-
-Size sized(Axis axis, double length, double breadth) {
-  return axis == Axis::horizontal ? Size{length, breadth} : Size{breadth, length};
-}
-
-/// The stack's proposal with another length: the proposed breadth is passed on to the children.
-ProposedSize withLength(Axis axis, ProposedSize proposal, Length length) {
-  (axis == Axis::horizontal ? proposal.width : proposal.height) = length;
-  return proposal;
-}
-
 double gap(const StackLayout& stack) {
   return stack.spacing.value_or(kDefaultGap);
 }
@@ -99,19 +79,6 @@ double allGaps(const StackLayout& stack, const Children& children) {
 bool isFinite(const Rect& frame) {
   return std::isfinite(frame.x) && std::isfinite(frame.y) && std::isfinite(frame.width) &&
          std::isfinite(frame.height);
-}
-
-/// Reflects the item from leading-edge coordinates to those of a widget that runs right to left.
-void reflect(DisplayItem& item, double widgetWidth) {
-  item.frame.x = widgetWidth - item.frame.x - item.frame.width;
-  if (auto* shown = std::get_if<TextItem>(&item.content)) {
-    TextAlignment& alignment = shown->text.alignment;
-    if (alignment == TextAlignment::leading) {
-      alignment = TextAlignment::trailing;
-    } else if (alignment == TextAlignment::trailing) {
-      alignment = TextAlignment::leading;
-    }
-  }
 }
 
 /// One layout: the sizes measured and the items placed so far, and for each element two rules, as
@@ -142,41 +109,22 @@ class LayoutPass {
     }
     std::ranges::move(items_, std::back_inserter(list.items));
     if (environment_.direction == LayoutDirection::rightToLeft) {
-      for (DisplayItem& item : list.items) {
-        reflect(item, widget_.width);
-      }
+      reflect(list);
     }
     return list;
   }
 
  private:
-  struct Question {
-    const ArchivedView* view;
-    ProposedSize proposal;
-    friend bool operator==(const Question&, const Question&) = default;
-  };
-  struct QuestionHash {
-    std::size_t operator()(const Question& question) const {
-      const auto mix = [](std::size_t seed, std::size_t hash) {
-        return (seed ^ hash) * 0x9E3779B97F4A7C15u;
-      };
-      const std::hash<Length> length;
-      const std::size_t view = std::hash<const ArchivedView*>()(question.view);
-      return mix(mix(mix(0, view), length(question.proposal.width)),
-                 length(question.proposal.height));
-    }
-  };
-
   /// Cached: stacks ask each child several times, which would multiply with each level of nesting.
   Size sizeThatFits(const ArchivedView& view, ProposedSize proposal) {
-    const Question question{&view, proposal};
-    if (const auto known = answers_.find(question); known != answers_.end()) {
+    const auto question = std::tuple(&view, proposal.width, proposal.height);
+    if (const auto known = sizes_.find(question); known != sizes_.end()) {
       return known->second;
     }
     const Size size =
         std::visit([&](const auto& element) { return sizeOf(element, view.children, proposal); },
                    view.element);
-    answers_.emplace(question, size);
+    sizes_.emplace(question, size);
     return size;
   }
 
@@ -237,11 +185,10 @@ class LayoutPass {
     }
   }
 
-  // A stack divides its length among the children, the least flexible first, so that flexible ones
-  // get what the others leave. Its size is the sum of the lengths and gaps by the largest breadth.
+  // A stack has the sum of its children's lengths and gaps by their largest breadth.
 
   Size sizeOf(const StackLayout& stack, const Children& children, ProposedSize proposal) {
-    const std::vector<Length> lengths = shares(stack, children, proposal);
+    const std::vector<Length> lengths = lengthsOf(stack, children, proposal);
     double total = allGaps(stack, children);
     double broadest = 0;
     for (std::size_t i = 0; i < children.size(); ++i) {
@@ -252,7 +199,7 @@ class LayoutPass {
     return sized(stack.axis, std::max(0.0, total), broadest);
   }
   void put(const StackLayout& stack, const Children& children, const Placement& in) {
-    const std::vector<Length> lengths = shares(stack, children, in.proposal);
+    const std::vector<Length> lengths = lengthsOf(stack, children, in.proposal);
     double offset = 0;
     for (std::size_t i = 0; i < children.size(); ++i) {
       const ProposedSize offer = withLength(stack.axis, in.proposal, lengths[i]);
@@ -266,40 +213,17 @@ class LayoutPass {
     }
   }
 
-  /// The length that is proposed to each child.
-  std::vector<Length> shares(const StackLayout& stack,
-                             const Children& children,
-                             ProposedSize proposal) {
-    const Length whole = stack.axis == Axis::horizontal ? proposal.width : proposal.height;
-    if (!whole || std::isinf(*whole)) {
-      return std::vector<Length>(children.size(), whole);
-    }
-    double left = *whole - allGaps(stack, children);
-    std::vector<Length> shares(children.size(), 0.0);
-    if (left <= 0) {
-      return shares;
-    }
-    const auto lengthFor = [&](std::size_t i, Length offer) {
-      return length(stack.axis, sizeThatFits(children[i], withLength(stack.axis, proposal, offer)));
-    };
-    std::vector<std::size_t> order(children.size());
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    if (order.size() > 1) {
-      std::vector<double> flexibility;
-      for (const std::size_t i : order) {
-        const double range = lengthFor(i, infinity) - lengthFor(i, 0);
-        // A child that is infinite in both cases counts as rigid.
-        flexibility.push_back(std::isnan(range) ? 0 : range);
-      }
-      // Equally flexible children keep their order.
-      std::ranges::stable_sort(order, {}, [&](std::size_t i) { return flexibility[i]; });
-    }
-    std::size_t waiting = children.size();
-    for (const std::size_t i : order) {
-      shares[i] = std::max(0.0, left / static_cast<double>(waiting--));
-      left -= lengthFor(i, shares[i]);
-    }
-    return shares;
+  std::vector<Length> lengthsOf(const StackLayout& stack,
+                                const Children& children,
+                                ProposedSize proposal) {
+    return divideLength(
+        stack.axis == Axis::horizontal ? proposal.width : proposal.height,
+        allGaps(stack, children),
+        children.size(),
+        [&](std::size_t child, Length offer) {
+          return length(stack.axis,
+                        sizeThatFits(children[child], withLength(stack.axis, proposal, offer)));
+        });
   }
 
   // An overlay stack takes the largest width and the largest height of its children, and proposes
@@ -448,7 +372,7 @@ class LayoutPass {
 
   Size widget_;
   const LayoutEnvironment& environment_;
-  std::unordered_map<Question, Size, QuestionHash> answers_;
+  std::map<std::tuple<const ArchivedView*, Length, Length>, Size> sizes_;
   std::vector<DisplayItem> items_;
   std::optional<std::vector<DisplayItem>> containerBackground_;
   /// Of the items that are shown from now on.
