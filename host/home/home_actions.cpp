@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "host/home/clock_targets.h"
 #include "host/http/json_members.h"
 #include "host/phone/host_app.h"
 
@@ -32,10 +33,9 @@ void travel(HomePhone& phone, const std::string& to) {
     phone.setClock({});
     return;
   }
-  const std::optional<Date> instant = to == "next-entry"      ? phone.nextEntry()
-                                      : to == "next-reload"   ? phone.nextReload()
-                                      : to == "next-midnight" ? phone.nextMidnight()
-                                                              : instantOf(to, "to");
+  const auto targets = clockTargets(phone);
+  const auto known = targets.find(to);
+  const auto instant = known == targets.end() ? instantOf(to, "to") : known->second;
   if (!instant) {
     throw HostError("there is no " + to);
   }

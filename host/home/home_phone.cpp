@@ -7,7 +7,6 @@
 
 #include "host/home/timeline_inputs.h"
 #include "host/phone/host_app.h"
-#include "platform/foundation/time/calendar.h"
 #include "platform/support/fingerprint.h"
 
 namespace host {
@@ -33,12 +32,6 @@ TimelinePlan planOf(const ArchivedTimeline& timeline) {
 Value valueIn(const Dictionary& values, std::string_view key) {
   const Value* value = values.find(key);
   return value ? *value : Value();
-}
-
-/// The earlier one of those that exist.
-template <class Time>
-std::optional<Time> earlier(const std::optional<Time>& one, const std::optional<Time>& other) {
-  return one && other ? std::min(*one, *other) : (one ? one : other);
 }
 
 }  // namespace
@@ -99,7 +92,8 @@ std::optional<Date> HomePhone::next() const {
 std::optional<steady_clock::time_point> HomePhone::nextRetry() const {
   std::optional<steady_clock::time_point> next = deliverAt_;
   for (const PlacedWidget& widget : widgets_) {
-    next = earlier(next, widget.retryAt);
+    next =
+        next && widget.retryAt ? std::min(*next, *widget.retryAt) : (next ? next : widget.retryAt);
   }
   return next;
 }
@@ -340,30 +334,6 @@ void HomePhone::tap(const std::string& kind, const std::optional<std::string>& l
     taps_.pop_back();
   }
   note(kind + ": tapped, " + link.value_or("no link"));
-}
-
-std::optional<Date> HomePhone::nextEntry() const {
-  std::optional<Date> next;
-  for (Id id = 0; id < widgets_.size(); ++id) {
-    next = earlier(next, scheduler_.at(id).nextEntry(Date::now(), scheduler_.budget()));
-  }
-  return next;
-}
-
-std::optional<Date> HomePhone::nextReload() const {
-  const Date now = Date::now();
-  std::optional<Date> next;
-  for (Id id = 0; id < widgets_.size(); ++id) {
-    const auto reload = scheduler_.at(id).nextReload(now, scheduler_.budget());
-    next = earlier(next, reload.transform([&](const auto& at) { return std::max(at.at, now); }));
-  }
-  return next;
-}
-
-Date HomePhone::nextMidnight() const {
-  const Calendar calendar = Calendar::current();
-  const Date today = calendar.startOfDay(Date::now());
-  return calendar.startOfDay(calendar.dateByAddingDays(1, today).value_or(Date::distantFuture()));
 }
 
 HomePhone::Id HomePhone::named(const std::string& kind) const {

@@ -119,10 +119,6 @@ class HomePhone {
   DownloadDelivery& downloads() { return host_.downloads(); }
   /// The latest first.
   const std::deque<Tap>& taps() const { return taps_; }
-  std::optional<platform::Date> nextEntry() const;
-  std::optional<platform::Date> nextReload() const;
-  /// The start of the next day by the device's clock and zone.
-  platform::Date nextMidnight() const;
   bool clockRuns() const { return settings().device.clock.kind != platform::Clock::Kind::frozen; }
   /// The lines since the last call.
   std::vector<LogLine> takeLog();

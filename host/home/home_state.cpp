@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/home/clock_targets.h"
 #include "host/home/tap_areas.h"
 #include "host/phone/host_app.h"
 #include "platform/foundation/data/json_serialization.h"
@@ -131,6 +132,14 @@ Json widgetsOf(const HomePhone& phone) {
   return widgets;
 }
 
+Json travelOf(const HomePhone& phone) {
+  Json travel;
+  for (const auto& [name, instant] : clockTargets(phone)) {
+    travel[name] = orNull(instant);
+  }
+  return travel;
+}
+
 Json downloadsOf(DownloadDelivery& downloads) {
   const std::size_t pending = downloads.pending();
   return {{"pending", pending},
@@ -160,10 +169,7 @@ std::string stateJSON(HomePhone& phone) {
                   {"screens", arrayOf(screenClasses(), std::mem_fn(&ScreenClass::name))},
                   {"app", appOf(phone)},
                   {"budget", {{"on", budget.enforced}, {"perDay", budget.perDay}}},
-                  {"travel",
-                   {{"next-entry", orNull(phone.nextEntry())},
-                    {"next-reload", orNull(phone.nextReload())},
-                    {"next-midnight", phone.nextMidnight().iso8601()}}},
+                  {"travel", travelOf(phone)},
                   {"downloads", downloadsOf(phone.downloads())},
                   {"extension",
                    {{"running", !failure},

@@ -62,7 +62,7 @@ export function wall(instant, zone) {
   return format('sv', zone, options).format(instant).replace(' ', 'T');
 }
 
-/** The instant of a local time; one that is skipped there stands for the time an hour later. */
+/** The instant of a local time; if the clock skips it, the instant an hour later. */
 export function instantOf(text, zone) {
   const shown = Date.parse(`${text}Z`);
   const offset = (instant) => Date.parse(`${wall(instant, zone)}Z`) - Math.floor(instant / 1000) * 1000;

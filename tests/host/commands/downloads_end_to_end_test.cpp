@@ -229,7 +229,7 @@ TEST_P(HostKilled, TheNextHostFinishesAndDelivers) {
     server.awaitRequests(1);
     EXPECT_EQ(host.end(SIGKILL), 128 + SIGKILL);
   }
-  // The extension ends by itself after its host.
+  // The extension notices that its host has ended, and ends too.
   EXPECT_GT(::waitpid(-1, nullptr, 0), 0);
   ASSERT_THAT(pending(), SizeIs(1));
 

@@ -251,7 +251,7 @@ TEST_F(Home, FollowsTheMachinesTimeZoneUnlessOneWasChosen) {
   zone ? ::setenv("TZ", before.c_str(), 1) : ::unsetenv("TZ");
 }
 
-// The extension of a host that has died may have stored a record whose reload nobody handled.
+// The extension of a host that has died may have stored a record whose reload was not handled.
 TEST_F(Home, ShowsARecordWhoseReloadReachedNoHome) {
   const auto storeAffirmation = [] {
     saveSharedSuite([](Dictionary& suite) {
@@ -316,7 +316,7 @@ TEST_F(Home, DeliversResultsOfAnEarlierHost) {
 TEST_F(Home, AResultThatNoWidgetTakesBlocksNoOther) {
   (void)phone();
   auto other = std::make_unique<TransferService>(sharedContainer());
-  for (const char* session : {"nobody's", "com.quiloapp.fetchAffirmationTask"}) {
+  for (const char* session : {"unknown", "com.quiloapp.fetchAffirmationTask"}) {
     const auto id = other->add({.session = session, .url = "http://127.0.0.1:9/"});
     EXPECT_EQ(other->cancel(*other->find(id.value())), true);
   }
@@ -325,8 +325,8 @@ TEST_F(Home, AResultThatNoWidgetTakesBlocksNoOther) {
   ASSERT_EQ(left().size(), 2u);
   const auto home = phone();
   ASSERT_EQ(left().size(), 1u);
-  EXPECT_EQ(left()[0].request.session, "nobody's");
-  EXPECT_THAT(left()[0].undelivered, HasSubstr("nobody's"));
+  EXPECT_EQ(left()[0].request.session, "unknown");
+  EXPECT_THAT(left()[0].undelivered, HasSubstr("unknown"));
   EXPECT_FALSE(home->nextRetry());
 }
 
@@ -394,7 +394,7 @@ TEST_F(Home, RecordsTapsOnLinksOfTheWidget) {
   const auto home = phone();
   const std::string tap =
       R"({"action": "tap", "kind": "Checkin", "link": "quiloapp://emotion/veryBad"})";
-  EXPECT_THROW(perform(*home, tap), InvalidValue) << "no link while nobody is signed in";
+  EXPECT_THROW(perform(*home, tap), InvalidValue) << "signed out, the widget has no links";
   perform(*home, R"({"action": "tap", "kind": "Checkin", "link": null})");
   perform(*home, R"({"action": "sign-in", "uid": "u-1"})");
   perform(*home, tap);
