@@ -242,6 +242,9 @@ std::unexpected<ExtensionFailure> ExtensionProcess::end(ExtensionFailure::Kind k
     if (last.find("bad_alloc") != std::string::npos) {
       kind = Kind::memory;
       reason = memory_.allocationFailed();
+    } else if (WIFSIGNALED(status) && WTERMSIG(status) == SIGSYS) {
+      reason =
+          "the sandbox ended the extension: it made a system call that is not allowed" + quoted;
     } else if (WIFSIGNALED(status)) {
       reason = std::string("the extension crashed: ") + ::strsignal(WTERMSIG(status)) + quoted;
     } else {

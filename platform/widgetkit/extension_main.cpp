@@ -7,7 +7,9 @@
 #include <thread>
 
 #include "platform/dispatch/dispatch_queue.h"
+#include "platform/support/files.h"
 #include "platform/support/require.h"
+#include "platform/widgetkit/extension_sandbox.h"
 #include "platform/widgetkit/extension_service.h"
 #include "platform/widgetkit/message_channel.h"
 #include "platform/widgetkit/widget_bundle.h"
@@ -102,9 +104,21 @@ class HostConnection {
   bool closed_ = false;
 };
 
+/// The first message names the container. Until then no line of the product runs.
+void enterSandboxFor(const HostMessage& first) {
+  const auto* configuration = std::get_if<ConfigureRequest>(&first.content);
+  if (!configuration) {
+    fatalError("host message: the first one must be a ConfigureRequest");
+  }
+  for (const std::string& missing :
+       enterSandbox({programFolder(), "/usr/share/zoneinfo"}, configuration->container)) {
+    std::fprintf(stderr, "%s\n", missing.c_str());
+  }
+}
+
 }  // namespace
 
-void NSExtensionMain(std::vector<WidgetConfiguration> widgets) {
+void NSExtensionMain(std::vector<WidgetConfiguration> (*widgets)()) {
   struct stat status = {};
   if (::fstat(kHostSocket, &status) != 0 || !S_ISSOCK(status.st_mode)) {
     std::fputs("This is a widget extension; a widget host starts it (see glancery --help).\n",
@@ -113,15 +127,19 @@ void NSExtensionMain(std::vector<WidgetConfiguration> widgets) {
   }
   // Never destroyed: a delegate queue may still answer while the process exits.
   static auto* const host = new HostConnection();
-  static auto* const service = new ExtensionService(
-      std::move(widgets), [](const ExtensionMessage& message) { host->send(message); });
+  auto message = host->next();
+  if (message) {
+    enterSandboxFor(*message);
+  }
+  static auto* const service =
+      new ExtensionService(widgets(), [](const ExtensionMessage& answer) { host->send(answer); });
   WidgetCenter::shared().setHost([](const std::string& kind) {
     host->send({0, ReloadTimelines{kind}});
   });
   setBackgroundTransferStarter([](const std::string& session, const NSURLRequest& request) {
     return host->start(session, request);
   });
-  while (const auto message = host->next()) {
+  for (; message; message = host->next()) {
     service->handle(*message);
   }
 }

@@ -34,14 +34,15 @@ const WidgetBundleConformance& widgetBundleConformance() {
   return conformance;
 }
 
-/// The entry of the extension: serves the host at the socket `kHostSocket` and runs the main queue
-/// on the calling thread. Returns when the host closes the socket. Exits with status 2 and a
-/// message on standard error if the process was not started by a host.
-void NSExtensionMain(std::vector<WidgetConfiguration> widgets);
+/// The entry of the extension: enters the sandbox, makes the widgets, serves the host at the socket
+/// `kHostSocket` and runs the main queue on the calling thread. Returns when the host closes the
+/// socket. Exits with status 2 and a message on standard error if the process was not started by a
+/// host.
+void NSExtensionMain(std::vector<WidgetConfiguration> (*widgets)());
 
 /// The widget-bundle main: serves the host until it closes the socket.
 inline void runWidgetBundle(const WidgetBundleConformance& conformance) {
-  NSExtensionMain(conformance.body());
+  NSExtensionMain(conformance.body);
 }
 
 }  // namespace platform

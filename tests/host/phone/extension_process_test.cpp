@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "host/phone/memory_limit.h"
+#include "platform/support/files.h"
 #include "tests/world.h"
 
 namespace host {
@@ -66,6 +67,7 @@ INSTANTIATE_TEST_SUITE_P(
     Misbehaviour,
     ::testing::Values(
         Case{"crash", Kind::crashed, "the extension crashed: Aborted (about to fall)"},
+        Case{"trespass", Kind::crashed, "the sandbox ended the extension: it made a system call"},
         Case{"leave", Kind::crashed, "the extension exited with status 7 without an answer"},
         Case{"hang", Kind::hung, "the extension was ended: it gave no answer within 1000 ms"},
         Case{"babble", Kind::malformed, "the extension was ended: it sent a malformed message"},
@@ -77,7 +79,7 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     Memory,
     Misbehaviour,
-    ::testing::Values(Case{"gulp", Kind::memory, "the extension was ended: it used 4"},
+    ::testing::Values(Case{"gulp", Kind::memory, "MiB of dirty memory, the limit is 30.0 MiB"},
                       Case{"hoard", Kind::memory, "MiB of dirty memory, the limit is 30.0 MiB"},
                       Case{"devour", Kind::memory, "of dirty memory, the limit is 30.0 MiB"}),
     [](const auto& row) { return std::string(row.param.how); });
@@ -89,6 +91,17 @@ TEST(ExtensionProcess, MayMapFilesOfAnySize) {
   const auto answer = extension->ask(DescribeRequest());
   EXPECT_TRUE(answer) << answer.error().reason;
 }
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST(ExtensionProcess, TheProductRunsInTheSandbox) {
+  const world::Folder folder;
+  const auto started = ExtensionProcess::start(GLANCERY_BUILD "/Glancery.appex", kGenerous, {});
+  ASSERT_TRUE(started) << started.error().reason;
+  ASSERT_TRUE((*started)->ask(ConfigureRequest{.container = folder.path()}));
+  const auto status = readFile("/proc/" + std::to_string((*started)->pid()) + "/status");
+  EXPECT_THAT(status.value(), HasSubstr("Seccomp:\t2"));
+}
+#endif
 
 TEST(DirtyMemory, CountsAnonymousPagesInMemoryAndSwappedOut) {
   EXPECT_EQ(dirtyMemoryIn("Name:\tGlancery\nVmHWM:\t   9000 kB\nRssAnon:\t    1300 kB\n"

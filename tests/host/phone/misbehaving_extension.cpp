@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -42,6 +43,9 @@ void misbehave(const std::string& how, MessageChannel& channel, std::int64_t id)
   if (how == "crash") {
     std::fputs("about to fall\n", stderr);
     std::abort();
+  }
+  if (how == "trespass") {
+    std::raise(SIGSYS);
   }
   if (how == "leave") {
     std::exit(7);
