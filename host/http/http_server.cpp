@@ -32,7 +32,6 @@ using Timer = asio::steady_timer;
 
 constexpr std::uint32_t kHeadLimit = 16 << 10;
 constexpr std::uint64_t kBodyLimit = 64 << 10;
-constexpr auto kIdleTimeout = std::chrono::seconds(30);
 /// The delay after a connection could not be accepted.
 constexpr auto kAcceptDelay = std::chrono::milliseconds(100);
 constexpr std::size_t kBlock = 64 << 10;
@@ -52,16 +51,6 @@ bool isLoopback(const HttpRequest& request) {
   const std::string host = request.header("Host").value_or("");
   const std::string name = host.substr(0, host.find(':'));
   return name == "127.0.0.1" || name == "localhost";
-}
-
-/// Sends all bytes; false if the connection is closed or has been silent for too long.
-asio::awaitable<bool> write(beast::tcp_stream& stream, std::string_view bytes) {
-  beast::error_code error;
-  stream.expires_after(kIdleTimeout);
-  co_await asio::async_write(stream,
-                             asio::buffer(bytes.data(), bytes.size()),
-                             asio::redirect_error(asio::use_awaitable, error));
-  co_return !error;
 }
 
 /// Bytes of the body from `offset` on, which is less than its length.
@@ -114,7 +103,7 @@ HttpAnswer wrongMethod(const std::string& allowed) {
 }
 
 struct HttpServer::Impl {
-  explicit Impl(Handler taken) : handler(std::move(taken)) {}
+  Impl(Handler taken, HttpLimits granted) : handler(std::move(taken)), limits(granted) {}
 
   asio::awaitable<void> accept() {
     for (;;) {
@@ -130,8 +119,19 @@ struct HttpServer::Impl {
         co_await timer.async_wait(asio::redirect_error(asio::use_awaitable, error));
         continue;
       }
-      asio::co_spawn(context, converse(beast::tcp_stream(std::move(socket))), asio::detached);
+      beast::tcp_stream stream(std::move(socket));
+      if (connections == limits.connections) {
+        asio::co_spawn(context, refuse(std::move(stream)), asio::detached);
+        continue;
+      }
+      ++connections;
+      asio::co_spawn(context, converse(std::move(stream)), asio::detached);
     }
+  }
+
+  asio::awaitable<void> refuse(beast::tcp_stream stream) {
+    const HttpAnswer answer = refusal(503, "too many connections");
+    co_await send(stream, answer, false, false);
   }
 
   asio::awaitable<void> converse(beast::tcp_stream stream) {
@@ -141,7 +141,7 @@ struct HttpServer::Impl {
       parser.header_limit(kHeadLimit);
       parser.body_limit(kBodyLimit);
       beast::error_code error;
-      stream.expires_after(kIdleTimeout);
+      stream.expires_after(limits.wait);
       co_await http::async_read(
           stream, buffer, parser, asio::redirect_error(asio::use_awaitable, error));
       const bool isHttp =
@@ -161,11 +161,25 @@ struct HttpServer::Impl {
       } else {
         answer = co_await answered(request);
       }
+      if (answer.events && streams.size() == limits.streams) {
+        answer = refusal(503, "too many streams of events");
+      }
       const bool sent = co_await send(stream, answer, request.method == "HEAD", more);
       more = more && sent;
     }
     beast::error_code ignored;
     stream.socket().shutdown(tcp::socket::shutdown_send, ignored);
+    --connections;
+  }
+
+  /// Sends all bytes; false if the connection is closed or the client takes too long to read.
+  asio::awaitable<bool> write(beast::tcp_stream& stream, std::string_view bytes) {
+    beast::error_code error;
+    stream.expires_after(limits.wait);
+    co_await asio::async_write(stream,
+                               asio::buffer(bytes.data(), bytes.size()),
+                               asio::redirect_error(asio::use_awaitable, error));
+    co_return !error;
   }
 
   /// The handler's answer, which may come later and on another thread.
@@ -258,6 +272,8 @@ struct HttpServer::Impl {
   tcp::acceptor acceptor{context};
   asio::signal_set signals{context};
   Handler handler;
+  const HttpLimits limits;
+  std::size_t connections = 0;
   std::set<Timer*> streams;
 };
 
@@ -267,8 +283,9 @@ HttpServer::HttpServer(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {
 HttpServer::~HttpServer() = default;
 
 std::expected<std::unique_ptr<HttpServer>, std::string> HttpServer::listen(std::uint16_t port,
-                                                                           Handler handler) {
-  auto impl = std::make_unique<Impl>(std::move(handler));
+                                                                           Handler handler,
+                                                                           HttpLimits limits) {
+  auto impl = std::make_unique<Impl>(std::move(handler), limits);
   try {
     impl->acceptor = tcp::acceptor(impl->context, {asio::ip::address_v4::loopback(), port});
   } catch (const boost::system::system_error& error) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <expected>
@@ -59,12 +60,22 @@ HttpAnswer refusal(int status, const std::string& why);
 /// The refusal of other methods than these, such as "GET, HEAD".
 HttpAnswer wrongMethod(const std::string& allowed);
 
+struct HttpLimits {
+  /// A connection beyond this number is answered with 503 and closed.
+  std::size_t connections = 64;
+  /// A stream of events lasts as long as a page is open; one beyond this number is answered with
+  /// 503.
+  std::size_t streams = 16;
+  /// How long a request, or a part of an answer, may take. After that the connection is closed.
+  std::chrono::milliseconds wait = std::chrono::seconds(30);
+};
+
 /// An HTTP/1.1 server on 127.0.0.1, on the one thread that calls `serve`.
 ///
 /// A request must name 127.0.0.1 or localhost as its host, because a web page can make a browser
-/// send requests here under a host name of its own; others are answered with 403. A request has at
-/// most 16 KiB of headers and 64 KiB of body. Malformed and longer ones are answered with 400 or
-/// 413. A connection that is silent for 30 seconds is closed.
+/// send requests to this server under another host name; others are answered with 403. A request
+/// has at most 16 KiB of headers and 64 KiB of body. Malformed and longer ones are answered with
+/// 400 or 413.
 class HttpServer {
  public:
   using Reply = std::function<void(HttpAnswer)>;
@@ -73,7 +84,8 @@ class HttpServer {
 
   /// Listens on a port, 0 for any free one; the error says why that fails.
   static std::expected<std::unique_ptr<HttpServer>, std::string> listen(std::uint16_t port,
-                                                                        Handler handler);
+                                                                        Handler handler,
+                                                                        HttpLimits limits = {});
   ~HttpServer();
 
   int port() const;

@@ -47,11 +47,9 @@ bool restrictFiles(const std::vector<std::filesystem::path>& readable,
     rule.allowed_access = rights & rules.handled_access_fs;
     rule.parent_fd = opened.get();
     // There is nothing to allow in a folder that does not exist.
-    return !opened || ::syscall(SYS_landlock_add_rule,
-                                ruleset.get(),
-                                LANDLOCK_RULE_PATH_BENEATH,
-                                &rule,
-                                0) == 0;
+    return !opened ||
+           ::syscall(SYS_landlock_add_rule, ruleset.get(), LANDLOCK_RULE_PATH_BENEATH, &rule, 0) ==
+               0;
   };
   bool allowed = allow(writable, kWriteRights);
   for (const std::filesystem::path& folder : readable) {
@@ -65,25 +63,49 @@ bool restrictSystemCalls() {
                                                                  seccomp_release);
   bool added = filter != nullptr;
   const auto forbid = [&](int call, const auto&... conditions) {
-    added = added && seccomp_rule_add(filter.get(),
-                                      SCMP_ACT_KILL_PROCESS,
-                                      call,
-                                      sizeof...(conditions),
-                                      conditions...) == 0;
+    added =
+        added &&
+        seccomp_rule_add(
+            filter.get(), SCMP_ACT_KILL_PROCESS, call, sizeof...(conditions), conditions...) == 0;
   };
   for (const int call : {
            // Connections.
-           SCMP_SYS(socket), SCMP_SYS(socketpair), SCMP_SYS(connect), SCMP_SYS(bind),
-           SCMP_SYS(listen), SCMP_SYS(accept), SCMP_SYS(accept4), SCMP_SYS(io_uring_setup),
+           SCMP_SYS(socket),
+           SCMP_SYS(socketpair),
+           SCMP_SYS(connect),
+           SCMP_SYS(bind),
+           SCMP_SYS(listen),
+           SCMP_SYS(accept),
+           SCMP_SYS(accept4),
+           SCMP_SYS(io_uring_setup),
            // Processes.
-           SCMP_SYS(fork), SCMP_SYS(vfork), SCMP_SYS(execve), SCMP_SYS(execveat), SCMP_SYS(kill),
-           SCMP_SYS(tkill), SCMP_SYS(pidfd_open), SCMP_SYS(pidfd_getfd),
-           SCMP_SYS(pidfd_send_signal), SCMP_SYS(rt_sigqueueinfo), SCMP_SYS(rt_tgsigqueueinfo),
-           SCMP_SYS(ptrace), SCMP_SYS(process_vm_readv), SCMP_SYS(process_vm_writev),
+           SCMP_SYS(fork),
+           SCMP_SYS(vfork),
+           SCMP_SYS(execve),
+           SCMP_SYS(execveat),
+           SCMP_SYS(kill),
+           SCMP_SYS(tkill),
+           SCMP_SYS(pidfd_open),
+           SCMP_SYS(pidfd_getfd),
+           SCMP_SYS(pidfd_send_signal),
+           SCMP_SYS(rt_sigqueueinfo),
+           SCMP_SYS(rt_tgsigqueueinfo),
+           SCMP_SYS(ptrace),
+           SCMP_SYS(process_vm_readv),
+           SCMP_SYS(process_vm_writev),
            // The system.
-           SCMP_SYS(mount), SCMP_SYS(umount2), SCMP_SYS(unshare), SCMP_SYS(setns), SCMP_SYS(chroot),
-           SCMP_SYS(open_by_handle_at), SCMP_SYS(bpf), SCMP_SYS(perf_event_open),
-           SCMP_SYS(userfaultfd), SCMP_SYS(keyctl), SCMP_SYS(add_key), SCMP_SYS(request_key),
+           SCMP_SYS(mount),
+           SCMP_SYS(umount2),
+           SCMP_SYS(unshare),
+           SCMP_SYS(setns),
+           SCMP_SYS(chroot),
+           SCMP_SYS(open_by_handle_at),
+           SCMP_SYS(bpf),
+           SCMP_SYS(perf_event_open),
+           SCMP_SYS(userfaultfd),
+           SCMP_SYS(keyctl),
+           SCMP_SYS(add_key),
+           SCMP_SYS(request_key),
        }) {
     forbid(call);
   }
