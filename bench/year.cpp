@@ -5,6 +5,7 @@
 #include "bench/demo_phone.h"
 #include "bench/program_run.h"
 #include "bench/spread.h"
+#include "host/home/clock_targets.h"
 #include "host/home/home_phone.h"
 #include "host/phone/host_app.h"
 #include "platform/support/require.h"
@@ -73,12 +74,14 @@ Year live(const DemoPhone& demo) {
       year.node.push_back(runProgram({"node", "-e", "0"}).milliseconds);
       nodeSeconds += year.node.back() / 1000;
     }
-    const Date midnight = phone.nextMidnight();
+    const Date midnight = clockTargets(phone).at("next-midnight").value();
     const Date evening = midnight.addingTimeInterval(-4 * 3600);
     bool recorded = false;
     while (Date::now() < midnight) {
-      Date next = std::min(phone.nextEntry().value_or(midnight), midnight);
-      next = std::min(next, phone.nextReload().value_or(midnight));
+      Date next = midnight;
+      for (const auto& [name, instant] : clockTargets(phone)) {
+        next = std::min(next, instant.value_or(midnight));
+      }
       if (!recorded && next >= evening) {
         next = evening;
       }

@@ -37,9 +37,6 @@ target_link_libraries(glancery_icu INTERFACE
 # The C library's base64, linked statically to load no further library.
 find_library(RESOLV_STATIC libresolv.a REQUIRED)
 
-# The filter of the extension's sandbox; static, as the extension starts faster with fewer libraries.
-find_library(SECCOMP_STATIC libseccomp.a REQUIRED)
-
 # SQLite is linked statically: programs that transfer nothing load nothing for it.
 add_library(glancery_sqlite INTERFACE)
 find_library(SQLITE_STATIC libsqlite3.a REQUIRED)

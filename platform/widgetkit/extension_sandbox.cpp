@@ -1,16 +1,19 @@
 #include "platform/widgetkit/extension_sandbox.h"
 
 #include <fcntl.h>
+#include <linux/audit.h>
+#include <linux/filter.h>
 #include <linux/landlock.h>
+#include <linux/seccomp.h>
 #include <sched.h>
-#include <seccomp.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <system_error>
 
 #include "platform/support/files.h"
@@ -58,63 +61,97 @@ bool restrictFiles(const std::vector<std::filesystem::path>& readable,
   return allowed && ::syscall(SYS_landlock_restrict_self, ruleset.get(), 0) == 0;
 }
 
+// seccomp, by a program in classic BPF. libseccomp takes 0.1 ms longer for the same rules, an
+// eighth of the start of an empty process.
+
+constexpr std::array kForbiddenCalls = {
+    // Connections.
+    SYS_socket,
+    SYS_socketpair,
+    SYS_connect,
+    SYS_bind,
+    SYS_listen,
+    SYS_accept,
+    SYS_accept4,
+    SYS_io_uring_setup,
+    // Processes.
+    SYS_fork,
+    SYS_vfork,
+    SYS_execve,
+    SYS_execveat,
+    SYS_kill,
+    SYS_tkill,
+    SYS_pidfd_open,
+    SYS_pidfd_getfd,
+    SYS_pidfd_send_signal,
+    SYS_rt_sigqueueinfo,
+    SYS_rt_tgsigqueueinfo,
+    SYS_ptrace,
+    SYS_process_vm_readv,
+    SYS_process_vm_writev,
+    // The system.
+    SYS_mount,
+    SYS_umount2,
+    SYS_unshare,
+    SYS_setns,
+    SYS_chroot,
+    SYS_open_by_handle_at,
+    SYS_bpf,
+    SYS_perf_event_open,
+    SYS_userfaultfd,
+    SYS_keyctl,
+    SYS_add_key,
+    SYS_request_key,
+};
+
+constexpr sock_filter kEnd = BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS);
+constexpr sock_filter kAllow = BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW);
+
+constexpr sock_filter loaded(std::size_t offset) {
+  return BPF_STMT(BPF_LD | BPF_W | BPF_ABS, static_cast<std::uint32_t>(offset));
+}
+
+/// Skips `next` instructions unless the loaded value is equal.
+constexpr sock_filter ifEqual(long value, std::uint8_t next) {
+  return BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<std::uint32_t>(value), 0, next);
+}
+
 bool restrictSystemCalls() {
-  const std::unique_ptr<void, decltype(&seccomp_release)> filter(seccomp_init(SCMP_ACT_ALLOW),
-                                                                 seccomp_release);
-  bool added = filter != nullptr;
-  const auto forbid = [&](int call, const auto&... conditions) {
-    added =
-        added &&
-        seccomp_rule_add(
-            filter.get(), SCMP_ACT_KILL_PROCESS, call, sizeof...(conditions), conditions...) == 0;
+  // On a little-endian machine the low half of an argument comes first.
+  constexpr std::size_t kFirstArgument = offsetof(seccomp_data, args);
+  constexpr std::uint32_t kForeignCalls = 0x40000000;  // Those of x32.
+  std::vector<sock_filter> program = {
+      loaded(offsetof(seccomp_data, arch)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, AUDIT_ARCH_X86_64, 1, 0),
+      kEnd,
+      loaded(offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JGE | BPF_K, kForeignCalls, 0, 1),
+      kEnd,
+      // The flags of clone3 can't be read here; without it the C library uses clone.
+      ifEqual(SYS_clone3, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
   };
-  for (const int call : {
-           // Connections.
-           SCMP_SYS(socket),
-           SCMP_SYS(socketpair),
-           SCMP_SYS(connect),
-           SCMP_SYS(bind),
-           SCMP_SYS(listen),
-           SCMP_SYS(accept),
-           SCMP_SYS(accept4),
-           SCMP_SYS(io_uring_setup),
-           // Processes.
-           SCMP_SYS(fork),
-           SCMP_SYS(vfork),
-           SCMP_SYS(execve),
-           SCMP_SYS(execveat),
-           SCMP_SYS(kill),
-           SCMP_SYS(tkill),
-           SCMP_SYS(pidfd_open),
-           SCMP_SYS(pidfd_getfd),
-           SCMP_SYS(pidfd_send_signal),
-           SCMP_SYS(rt_sigqueueinfo),
-           SCMP_SYS(rt_tgsigqueueinfo),
-           SCMP_SYS(ptrace),
-           SCMP_SYS(process_vm_readv),
-           SCMP_SYS(process_vm_writev),
-           // The system.
-           SCMP_SYS(mount),
-           SCMP_SYS(umount2),
-           SCMP_SYS(unshare),
-           SCMP_SYS(setns),
-           SCMP_SYS(chroot),
-           SCMP_SYS(open_by_handle_at),
-           SCMP_SYS(bpf),
-           SCMP_SYS(perf_event_open),
-           SCMP_SYS(userfaultfd),
-           SCMP_SYS(keyctl),
-           SCMP_SYS(add_key),
-           SCMP_SYS(request_key),
-       }) {
-    forbid(call);
+  for (const long call : kForbiddenCalls) {
+    program.insert(program.end(), {ifEqual(call, 1), kEnd});
   }
-  // A new thread is allowed, and a signal to itself, as by `abort`.
-  forbid(SCMP_SYS(clone), SCMP_A0(SCMP_CMP_MASKED_EQ, CLONE_THREAD, 0));
-  forbid(SCMP_SYS(tgkill), SCMP_A0(SCMP_CMP_NE, static_cast<scmp_datum_t>(::getpid())));
-  // The filter can't read the flags of clone3; without it the C library uses clone.
-  added = added && seccomp_rule_add(filter.get(), SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(clone3), 0) == 0;
-  return added && seccomp_load(filter.get()) == 0;
+  program.insert(program.end(),
+                 {
+                     // clone may start a thread only.
+                     ifEqual(SYS_clone, 4),
+                     loaded(kFirstArgument),
+                     BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, CLONE_THREAD, 1, 0),
+                     kEnd,
+                     kAllow,
+                     // A signal to itself is allowed, as by `abort`.
+                     ifEqual(SYS_tgkill, 4),
+                     loaded(kFirstArgument),
+                     ifEqual(::getpid(), 1),
+                     kAllow,
+                     kEnd,
+                     kAllow,
+                 });
+  const sock_fprog filter = {static_cast<std::uint16_t>(program.size()), program.data()};
+  return ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
 }
 
 std::string lacking(const char* what) {

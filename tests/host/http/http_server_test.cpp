@@ -67,14 +67,16 @@ TEST(HttpServer, AnswersEveryRequestWithItsStatus) {
       {"lengthThatIsNoNumber", post + "Content-Length: ten\r\n\r\n", "HTTP/1.1 400 "},
       {"negativeLength", post + "Content-Length: -1\r\n\r\n", "HTTP/1.1 400 "},
       {"twoLengths", post + "Content-Length: 1\r\nContent-Length: 2\r\n\r\n", "HTTP/1.1 400 "},
-      {"longestBody", post + "Content-Length: 65536\r\n\r\n" + std::string(65536, 'x'),
+      {"longestBody",
+       post + "Content-Length: 65536\r\n\r\n" + std::string(65536, 'x'),
        "HTTP/1.1 200 "},
       {"longBody", post + "Content-Length: 65537\r\n\r\n", "HTTP/1.1 413 "},
       {"longChunks",
        post + "Transfer-Encoding: chunked\r\n\r\n10001\r\n" + std::string(65537, 'x'),
        "HTTP/1.1 413 "},
       {"badChunk", post + "Transfer-Encoding: chunked\r\n\r\nxyz\r\n", "HTTP/1.1 400 "},
-      {"otherHost", "GET / HTTP/1.1\r\nHost: evil.example\r\nConnection: close\r\n\r\n",
+      {"otherHost",
+       "GET / HTTP/1.1\r\nHost: evil.example\r\nConnection: close\r\n\r\n",
        "HTTP/1.1 403 "},
   };
   const Server server;

@@ -5,6 +5,7 @@
 #include <sys/mman.h>
 #include <sys/ptrace.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -68,6 +69,7 @@ const Case kCases[] = {
     {"startsAShell",         [](const fs::path&) { return std::system("true"); }, -SIGSYS},
     {"tracesItsHost",        [](const fs::path&) { return static_cast<int>(::ptrace(PTRACE_ATTACH, ::getppid(), 0, 0)); }, -SIGSYS},
     {"signalsItsHost",       [](const fs::path&) { return ::kill(::getppid(), 0); }, -SIGSYS},
+    {"signalsItsHostsThread", [](const fs::path&) { return static_cast<int>(::syscall(SYS_tgkill, ::getppid(), ::getppid(), 0)); }, -SIGSYS},
     {"aborts",               [](const fs::path&) { std::abort(); return 0; }, -SIGABRT},
     {"startsAThread",        [](const fs::path&) { std::thread([] {}).join(); return 0; }, 0},
 };
