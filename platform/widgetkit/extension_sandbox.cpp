@@ -89,6 +89,16 @@ constexpr std::array kForbiddenCalls = {
     SYS_ptrace,
     SYS_process_vm_readv,
     SYS_process_vm_writev,
+    // Modes, owners and attributes of files, which Landlock does not restrict.
+    SYS_chmod,
+    SYS_fchmodat,
+    SYS_chown,
+    SYS_lchown,
+    SYS_fchownat,
+    SYS_setxattr,
+    SYS_lsetxattr,
+    SYS_removexattr,
+    SYS_lremovexattr,
     // The system.
     SYS_mount,
     SYS_umount2,

@@ -5,6 +5,7 @@
 #include <sys/mman.h>
 #include <sys/ptrace.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -62,6 +63,8 @@ const Case kCases[] = {
     {"createsOtherFiles",    [](const fs::path& at) { return opened(at / "other/new", O_WRONLY | O_CREAT); }, EACCES},
     {"removesOtherFiles",    [](const fs::path& at) { return done(::unlink((at / "other/file").c_str())); }, EACCES},
     {"takesFilesOut",        [](const fs::path& at) { return done(::rename((at / "container/file").c_str(), (at / "other/moved").c_str())); }, EACCES},
+    {"changesAMode",         [](const fs::path& at) { return done(::chmod((at / "other/file").c_str(), 0777)); }, -SIGSYS},
+    {"changesAnOwner",       [](const fs::path& at) { return done(::chown((at / "other/file").c_str(), 1, 1)); }, -SIGSYS},
     {"opensAConnection",     [](const fs::path&) { return ::socket(AF_INET, SOCK_STREAM, 0); }, -SIGSYS},
     {"opensALocalSocket",    [](const fs::path&) { return ::socket(AF_UNIX, SOCK_STREAM, 0); }, -SIGSYS},
     {"forks",                [](const fs::path&) { return ::fork() == 0 ? std::exit(0), 0 : 0; }, -SIGSYS},
