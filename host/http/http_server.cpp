@@ -34,6 +34,8 @@ constexpr std::uint32_t kHeadLimit = 16 << 10;
 constexpr std::uint64_t kBodyLimit = 64 << 10;
 /// The delay after a connection could not be accepted.
 constexpr auto kAcceptDelay = std::chrono::milliseconds(100);
+/// How long a connection that will be refused is given for its request.
+constexpr auto kRefusalWait = std::chrono::seconds(1);
 constexpr std::size_t kBlock = 64 << 10;
 
 HttpRequest requestOf(const Parser::value_type& parsed) {
@@ -130,6 +132,12 @@ struct HttpServer::Impl {
   }
 
   asio::awaitable<void> refuse(beast::tcp_stream stream) {
+    // Closed with unread bytes, the connection would be reset, and the client might not see why.
+    std::string request(kHeadLimit, '\0');
+    beast::error_code ignored;
+    stream.expires_after(kRefusalWait);
+    co_await stream.async_read_some(asio::buffer(request),
+                                    asio::redirect_error(asio::use_awaitable, ignored));
     const HttpAnswer answer = refusal(503, "too many connections");
     co_await send(stream, answer, false, false);
   }

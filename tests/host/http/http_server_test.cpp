@@ -92,7 +92,6 @@ TEST(HttpServer, ClosesConnectionsThatTakeTooLong) {
     client.send(begin);
     EXPECT_EQ(client.receive(), "") << begin;
   }
-  EXPECT_THAT(server.exchange(kGood), HasSubstr("/x"));
 }
 
 TEST(HttpServer, RefusesConnectionsBeyondItsLimit) {
@@ -103,7 +102,7 @@ TEST(HttpServer, RefusesConnectionsBeyondItsLimit) {
     open.back().send(kHead + "\r\n");
     EXPECT_THAT(open.back().receive("/x"), StartsWith("HTTP/1.1 200 "));
   }
-  const std::string refused = server.connect().receive();
+  const std::string refused = server.exchange(kGood);
   EXPECT_THAT(refused, StartsWith("HTTP/1.1 503 "));
   EXPECT_THAT(refused, HasSubstr("too many connections"));
   open.front().send(kGood);
