@@ -133,8 +133,8 @@ std::shared_ptr<const PackedBand> keptBand(std::uint64_t key,
 }  // namespace
 
 struct PNGEncoder::Buffers {
-  isal_zstream stream;
   alignas(64) std::array<std::uint8_t, ISAL_DEF_LVL1_DEFAULT> level;
+  isal_zstream stream;
   std::string rows;
   std::string packed;
   std::string data;
