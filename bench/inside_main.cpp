@@ -34,10 +34,10 @@ constexpr std::string_view kDeflate = "yardstick: deflate the streak picture's p
 
 constexpr Goal kGoals[] = {
     {"suite: open, read a key", 4, kRead},
-    {"suite: open, set a key", 3, kCreate},
+    {"suite: open, set a key", 2.5, kCreate},
     {"streak timeline: warm, over the socket", 20, kRoundTrip},
     {"streak picture: layout, drawing at 3x", 0.1, kDeflate},
-    {"streak picture: layout, drawing at 3x, PNG", 0.4, kDeflate},
+    {"streak picture: layout, drawing at 3x, PNG", 0.35, kDeflate},
     {"affirmation: request built and handed over", 20, kRoundTrip},
     {"affirmation: answer to stored record", 5, kCreate},
 };

@@ -92,8 +92,9 @@ std::optional<Date> HomePhone::next() const {
 std::optional<steady_clock::time_point> HomePhone::nextRetry() const {
   std::optional<steady_clock::time_point> next = deliverAt_;
   for (const PlacedWidget& widget : widgets_) {
-    next =
-        next && widget.retryAt ? std::min(*next, *widget.retryAt) : (next ? next : widget.retryAt);
+    if (widget.retryAt && (!next || *widget.retryAt < *next)) {
+      next = widget.retryAt;
+    }
   }
   return next;
 }

@@ -44,6 +44,9 @@ bool restrictFiles(const std::vector<std::filesystem::path>& readable,
   rules.handled_access_fs = restrictableRights();
   const FileDescriptor ruleset(
       static_cast<int>(::syscall(SYS_landlock_create_ruleset, &rules, sizeof rules, 0)));
+  if (!ruleset) {
+    return false;
+  }
   const auto allow = [&](const std::filesystem::path& folder, std::uint64_t rights) {
     const FileDescriptor opened(::open(folder.c_str(), O_PATH | O_CLOEXEC));
     landlock_path_beneath_attr rule = {};

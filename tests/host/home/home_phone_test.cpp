@@ -30,7 +30,7 @@ namespace fs = std::filesystem;
 
 constexpr const char* kNow = "2026-03-05T14:30:00Z";
 
-/// A bundle of its own, whose program can be exchanged, and a container.
+/// A new container, and a new bundle whose program can be exchanged.
 class Home : public testing::Test {
  protected:
   Home() {
