@@ -22,7 +22,7 @@ test: install build
 # What a release has to pass besides: lint, the sanitizers, the package in a clean Debian root, a long
 # run of the kill campaign.
 check: test lint sanitize package-test
-	@GLANCERY=build/glancery node tests/host/transfer/kill_campaign.mjs 2000
+	@build/glancery drill --kills 2000
 
 bench:
 	@tools/install run test bench

@@ -12,20 +12,10 @@ namespace bench {
 using namespace platform;
 
 DemoPhone::DemoPhone() {
-  std::string name = (std::filesystem::temp_directory_path() / "glancery-bench-XXXXXX").string();
-  if (!::mkdtemp(name.data())) {
-    giveUp("no folder for the container in " + std::filesystem::temp_directory_path().string());
-  }
-  container_ = name;
-  setSharedContainer(container_);
+  setSharedContainer(container());
   auto suite = require(NSUserDefaults::initWithSuiteName(glancery::kAppGroupIdentifier));
   suite.setObject(Data{R"({"count":5,"timestamp":1772730000.25})"}, glancery::kStreakDataKey);
   suite.setObject("demo", glancery::kSharedUidKey);
-}
-
-DemoPhone::~DemoPhone() {
-  std::error_code ignored;
-  std::filesystem::remove_all(container_, ignored);
 }
 
 ConfigureRequest DemoPhone::configure() const {
@@ -33,7 +23,7 @@ ConfigureRequest DemoPhone::configure() const {
                      .timeZone = kTimeZone,
                      .locale = "es_MX",
                      .languages = {"es_MX"}},
-          .container = container_.string(),
+          .container = container().string(),
           .infoOverrides = {}};
 }
 

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <string>
 
+#include "platform/support/scratch_folder.h"
 #include "platform/widgetkit/extension_protocol.h"
 
 namespace bench {
@@ -22,17 +23,14 @@ class DemoPhone {
   static constexpr platform::EdgeInsets kContentMargins = {16, 16, 16, 16};
 
   DemoPhone();
-  ~DemoPhone();
-  DemoPhone(const DemoPhone&) = delete;
-  DemoPhone& operator=(const DemoPhone&) = delete;
 
-  const std::filesystem::path& container() const { return container_; }
+  const std::filesystem::path& container() const { return container_.path(); }
 
   platform::ConfigureRequest configure() const;
   static platform::ProvideRequest streakTimeline();
 
  private:
-  std::filesystem::path container_;
+  platform::ScratchFolder container_;
 };
 
 /// Ends the program with a message, so that a failure is never measured.

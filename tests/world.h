@@ -5,7 +5,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -15,30 +14,14 @@
 
 #include "platform/foundation/defaults/user_defaults.h"
 #include "platform/foundation/time/device.h"
-#include "platform/support/require.h"
+#include "platform/support/scratch_folder.h"
 #include "tests/instant.h"
 
 // A test's environment: a new folder, a frozen clock, a captured log.
 
 namespace world {
 
-/// A new folder, which is removed with its contents at the end.
-class Folder {
- public:
-  Folder() {
-    std::string name = (std::filesystem::temp_directory_path() / "glancery-XXXXXX").string();
-    path_ = platform::require(::mkdtemp(name.data()) ? std::optional<std::filesystem::path>(name)
-                                                     : std::nullopt);
-  }
-  ~Folder() { std::filesystem::remove_all(path_); }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
+using Folder = platform::ScratchFolder;
 
 /// An empty container for this process's suites.
 class Container : public Folder {

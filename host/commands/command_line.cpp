@@ -47,7 +47,8 @@ void define(CLI::App& app, const Option& option, const std::string& group) {
       },
       option.target);
   if (!std::holds_alternative<bool*>(option.target)) {
-    added->type_name(option.value())->allow_extra_args(false);
+    const bool isList = std::holds_alternative<Words*>(option.target);
+    added->type_name(option.value())->allow_extra_args(isList && option.isPositional());
   }
   added->group(group)->required(option.isRequired())->check([&option](const std::string& word) {
     check(option, word);

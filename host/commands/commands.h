@@ -20,6 +20,7 @@ Command downloadsCommand();
 Command apiCommand();
 Command homeCommand();
 Command appCommand();
+Command drillCommand();
 /// The shells' completion of the arguments.
 Command completionCommand();
 /// The manual pages of the program's commands.

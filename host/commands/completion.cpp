@@ -91,7 +91,7 @@ Words completions(const Command& program, const Words& words) {
   for (const Option& option : command->options()) {
     if (!option.isPositional()) {
       offer({option.names().substr(option.names().find("--"))});
-    } else if (positionals-- == 0) {
+    } else if (std::holds_alternative<Words*>(option.target) || positionals-- == 0) {
       offer(option.words());
     }
   }

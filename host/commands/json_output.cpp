@@ -161,4 +161,17 @@ std::string downloadsJSON(const TransferListing& listing) {
   return printed({{"downloads", toJson(listing.tasks)}, {"damaged", listing.damaged}});
 }
 
+std::string drillsJSON(const std::vector<Drill>& drills, const std::vector<DrillResult>& results) {
+  Json array = Json::array();
+  for (const Drill& drill : drills) {
+    Json row = {{"name", drill.name}, {"fault", drill.fault}, {"promise", drill.promise}};
+    if (array.size() < results.size()) {
+      const auto& [held, seen] = results[array.size()];
+      row.update({{"held", held}, {"seen", seen}});
+    }
+    array.push_back(std::move(row));
+  }
+  return printed(array);
+}
+
 }  // namespace host

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/drill/drill.h"
 #include "host/phone/widget_host.h"
 #include "host/transfer/transfer_store.h"
 #include "platform/foundation/data/raw_representable.h"
@@ -41,6 +42,9 @@ std::string settledJSON(const std::vector<Answer>& answers, const std::vector<st
 std::string galleryJSON(const std::vector<GalleryItem>& gallery);
 /// {"downloads", "damaged"}
 std::string downloadsJSON(const TransferListing& listing);
+/// [{"name", "fault", "promise", "held", "seen"}]; the last two if there are results.
+std::string drillsJSON(const std::vector<Drill>& drills,
+                       const std::vector<DrillResult>& results = {});
 
 const char* nameOf(TransferState state);
 /// Longer URLs are cut.

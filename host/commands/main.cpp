@@ -21,6 +21,7 @@ int main(int argc, char** argv) {
                       host::downloadsCommand(),
                       host::apiCommand(),
                       host::homeCommand(),
+                      host::drillCommand(),
                       host::completionCommand(),
                       host::manCommand(program, GLANCERY_VERSION)};
   return host::runCommandLine(program, GLANCERY_VERSION, argc, argv);

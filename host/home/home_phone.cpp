@@ -51,7 +51,7 @@ HomePhone::HomePhone(HostSettings settings, RefreshBudget budget, std::stop_toke
 void HomePhone::start() {
   // Loads while the extension starts: typefaces take as long.
   host_.setRenderer(startLoadingRenderer(settings()));
-  hostApp_ = readHostApp();
+  attempt([this] { hostApp_ = readHostApp(); });
   for (const GalleryItem& item : host_.gallery()) {
     place(item);
   }

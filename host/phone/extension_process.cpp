@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -14,6 +13,8 @@
 #include <cstdio>
 #include <cstring>
 #include <utility>
+
+#include "platform/support/child_process.h"
 
 namespace host {
 
@@ -49,15 +50,15 @@ std::size_t defaultMemoryLimit() {
 
 std::expected<std::unique_ptr<ExtensionProcess>, ExtensionFailure> ExtensionProcess::start(
     const std::filesystem::path& folder, ExtensionLimits limits, ExtensionRequests requests) {
-  std::string program = (folder / "Glancery").string();
-  const auto notStarted = [&](int error) {
+  const std::filesystem::path program = folder / "Glancery";
+  const auto notStarted = [&](const std::error_code& error) {
     return std::unexpected(
         ExtensionFailure{ExtensionFailure::Kind::notStarted,
-                         program + " can't be started: " + std::strerror(error)});
+                         program.string() + " can't be started: " + error.message()});
   };
   std::array<int, 2> sockets = {-1, -1};
   if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets.data()) != 0) {
-    return notStarted(errno);
+    return notStarted({errno, std::system_category()});
   }
   std::unique_ptr<ExtensionProcess> process(new ExtensionProcess);
   process->channel_ = std::make_unique<MessageChannel>(sockets[0]);
@@ -65,24 +66,17 @@ std::expected<std::unique_ptr<ExtensionProcess>, ExtensionFailure> ExtensionProc
   Pipe output;
   Pipe errors;
 
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_adddup2(&actions, output.writing.get(), STDOUT_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, errors.writing.get(), STDERR_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, childSocket.get(), kHostSocket);
-  std::array<char*, 2> arguments = {program.data(), nullptr};
-  pid_t pid = -1;
-  const int error =
-      ::posix_spawn(&pid, program.c_str(), &actions, nullptr, arguments.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  if (error != 0) {
-    process->failure_ = notStarted(error).error();
+  const auto pid = startProgram({program.string()},
+                                {{output.writing.get(), STDOUT_FILENO},
+                                 {errors.writing.get(), STDERR_FILENO},
+                                 {childSocket.get(), kHostSocket}});
+  if (!pid) {
+    process->failure_ = notStarted(pid.error()).error();
     return std::unexpected(*process->failure_);
   }
-  process->pid_ = pid;
-  process->exit_ = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
-  process->memory_ = MemoryLimit(pid, limits.memory);
+  process->pid_ = *pid;
+  process->exit_ = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, *pid, 0)));
+  process->memory_ = MemoryLimit(*pid, limits.memory);
   process->limits_ = std::move(limits);
   process->requests_ = std::move(requests);
   process->log_ = LineReader(std::move(output.reading));

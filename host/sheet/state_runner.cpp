@@ -13,23 +13,9 @@ using namespace platform;
 
 namespace fs = std::filesystem;
 
-StateRunner::TemporaryFolder::TemporaryFolder() {
-  std::string name = (fs::temp_directory_path() / "glancery-sheet-XXXXXX").string();
-  if (!::mkdtemp(name.data())) {
-    throw std::runtime_error("can't make a temporary folder in " +
-                             fs::temp_directory_path().string());
-  }
-  path = name;
-}
-
-StateRunner::TemporaryFolder::~TemporaryFolder() {
-  std::error_code ignored;
-  fs::remove_all(path, ignored);
-}
-
 StateRunner::StateRunner(const fs::path& extension) {
   settings_.extension = extension;
-  settings_.container = container_.path;
+  settings_.container = container_.path();
   settings_.device.timeZone = "UTC";
   setCurrentDevice(settings_.device);
   setSharedContainer(settings_.container);

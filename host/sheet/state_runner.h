@@ -4,6 +4,7 @@
 
 #include "host/phone/widget_host.h"
 #include "host/sheet/states/states.h"
+#include "platform/support/scratch_folder.h"
 
 namespace host {
 
@@ -26,13 +27,7 @@ class StateRunner {
   platform::EdgeInsets contentMargins() const { return host_->settings().contentMargins(); }
 
  private:
-  struct TemporaryFolder {
-    TemporaryFolder();
-    ~TemporaryFolder();
-    std::filesystem::path path;
-  };
-
-  TemporaryFolder container_;
+  platform::ScratchFolder container_;
   HostSettings settings_;
   std::unique_ptr<WidgetHost> host_;
 };

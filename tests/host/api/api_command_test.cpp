@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/host/child.h"
 #include "tests/host/command_line.h"
 #include "tests/host/http/client.h"
 
@@ -31,7 +30,7 @@ class Api {
     return client.receive();
   }
   int port() const { return port_; }
-  Child& child() { return child_; }
+  ChildProcess& child() { return child_; }
 
  private:
   static Words words(const Words& options) {
@@ -39,7 +38,7 @@ class Api {
     all.insert(all.end(), options.begin(), options.end());
     return all;
   }
-  Child child_;
+  ChildProcess child_;
   int port_ = 0;
 };
 
@@ -87,7 +86,7 @@ TEST(ApiCommand, KeepsConnectionsAlive) {
   EXPECT_THAT(api.exchange("GET /api/widgets/get_affirmation HTTP/1.1\r\nHost: localhost\r\n"
                            "Connection: close\r\n\r\n"),
               AllOf(StartsWith("HTTP/1.1 405 "), HasSubstr("\r\nAllow: POST\r\n")));
-  EXPECT_EQ(api.child().end(SIGTERM), 0);
+  EXPECT_EQ(api.child().end(SIGTERM).status, 0);
 }
 
 TEST(ApiCommand, SimulatesFaults) {
@@ -118,19 +117,19 @@ TEST(ApiCommand, NamesInvalidOptionsAndAPortInUse) {
     words.insert(words.end(), options.begin(), options.end());
     return run(GLANCERY_BUILD "/glancery", words);
   };
-  const Ran taken = api({"--port", std::to_string(first.port())});
+  const ProgramEnd taken = api({"--port", std::to_string(first.port())});
   EXPECT_EQ(taken.status, 1);
   EXPECT_THAT(taken.err, HasSubstr("port " + std::to_string(first.port()) + " of 127.0.0.1"));
   for (const Words& wrong : {Words{"--status", "99"},
                              Words{"--delay", "-1"},
                              Words{"--port", "70000"},
                              Words{"--huge", "many"}}) {
-    const Ran ran = api(wrong);
+    const ProgramEnd ran = api(wrong);
     EXPECT_EQ(ran.status, 2) << wrong[0];
     EXPECT_THAT(ran.err, HasSubstr(wrong[0]));
     EXPECT_THAT(ran.err, HasSubstr(wrong[1]));
   }
-  EXPECT_EQ(first.child().end(SIGINT), 0);
+  EXPECT_EQ(first.child().end(SIGINT).status, 0);
 }
 
 }  // namespace

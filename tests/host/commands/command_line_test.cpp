@@ -16,7 +16,7 @@ using ::testing::StartsWith;
 using Json = nlohmann::ordered_json;
 using Words = std::vector<std::string>;
 
-Json json(const Ran& ran) {
+Json json(const ProgramEnd& ran) {
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_EQ(ran.err, "");
   return Json::parse(ran.out);
@@ -72,7 +72,7 @@ TEST(CommandLine, AStoredStreakIsInTheTimeline) {
   const Json suite = json(phone.glancery({"store", "dump"}));
   EXPECT_EQ(suite[glancery::kSuccessImageIndexKey], 1);
   EXPECT_EQ(suite[glancery::kSuccessIndexLastUpdateDateKey], "2024-03-05T16:00:00.000Z");
-  const Ran plist = run("/usr/bin/plistutil", {"-i", phone.suiteFile().string()});
+  const ProgramEnd plist = run("/usr/bin/plistutil", {"-i", phone.suiteFile().string()});
   EXPECT_EQ(plist.status, 0);
   EXPECT_THAT(plist.out, HasSubstr("<date>2024-03-05T16:00:00Z</date>"));
 }
@@ -101,7 +101,7 @@ TEST(CommandLine, RendersPicturesAndDisplayLists) {
                    "--time-zone",
                    "UTC"};
     words.insert(words.end(), more.begin(), more.end());
-    const Ran ran = phone.glancery(words);
+    const ProgramEnd ran = phone.glancery(words);
     EXPECT_EQ(ran.status, 0) << ran.err;
     EXPECT_EQ(ran.err, "");
     return readWhole(phone.file(file));
@@ -137,14 +137,14 @@ TEST(CommandLine, AMissingImageIsReportedAndTheRestIsDrawn) {
   const Phone phone;
   phone.glancery({"app", "streak", "3", "--last-active", "2024-03-05T10:00:00Z"});
   phone.glancery({"store", "set", glancery::kSuccessImageIndexKey, "-3", "--type", "integer"});
-  const Ran ran = phone.glancery({"render",
-                                  "StreakWidget",
-                                  "-o",
-                                  phone.file("a.png").string(),
-                                  "--now",
-                                  "2024-03-05T21:00:00Z",
-                                  "--time-zone",
-                                  "UTC"});
+  const ProgramEnd ran = phone.glancery({"render",
+                                         "StreakWidget",
+                                         "-o",
+                                         phone.file("a.png").string(),
+                                         "--now",
+                                         "2024-03-05T21:00:00Z",
+                                         "--time-zone",
+                                         "UTC"});
   EXPECT_EQ(ran.status, 0);
   EXPECT_EQ(ran.err,
             "glancery: the bundle has no image \"streakBg_success-2\"; nothing was drawn there\n");
@@ -208,7 +208,7 @@ TEST(CommandLine, StoresEveryTypeOfValue) {
   }
   EXPECT_EQ(json(phone.glancery({"store", "dump"})).size(), std::size(kValues));
   EXPECT_EQ(phone.glancery({"store", "delete", "real"}).status, 0);
-  const Ran gone = phone.glancery({"store", "get", "real"});
+  const ProgramEnd gone = phone.glancery({"store", "get", "real"});
   EXPECT_EQ(gone.status, 1);
   EXPECT_THAT(gone.err, HasSubstr("\"real\": the suite holds boolean, data, date"));
 }
@@ -321,7 +321,7 @@ class Mistakes : public ::testing::TestWithParam<Mistake> {};
 
 TEST_P(Mistakes, AreNamedInOneLine) {
   const Phone phone;
-  const Ran ran = phone.glancery(GetParam().words);
+  const ProgramEnd ran = phone.glancery(GetParam().words);
   EXPECT_EQ(ran.status, GetParam().status) << ran.err;
   EXPECT_EQ(ran.out, "");
   for (const std::string& said : GetParam().says) {
@@ -338,7 +338,7 @@ INSTANTIATE_TEST_SUITE_P(Words, Mistakes, ::testing::ValuesIn(kMistakes), [](con
 TEST(CommandLine, AContainerThatIsAFileIsNamed) {
   const Phone phone;
   writeWhole(phone.container(), "not a folder");
-  const Ran ran = phone.glancery({"timeline", "StreakWidget"});
+  const ProgramEnd ran = phone.glancery({"timeline", "StreakWidget"});
   EXPECT_EQ(ran.status, 1);
   EXPECT_THAT(ran.err, HasSubstr(phone.container().string()));
 }
@@ -361,7 +361,7 @@ TEST(CommandLine, AnOverflowInTheExtensionIsReported) {
                   "9223372036854775807",
                   "--type",
                   "integer"});
-  const Ran ran = phone.glancery(
+  const ProgramEnd ran = phone.glancery(
       {"timeline", "StreakWidget", "--now", "2024-03-05T21:00:00Z", "--time-zone", "UTC"});
   EXPECT_EQ(ran.status, 1);
   EXPECT_THAT(ran.err,
@@ -369,7 +369,7 @@ TEST(CommandLine, AnOverflowInTheExtensionIsReported) {
 }
 
 TEST(CommandLine, TheExtensionStartedByHandSaysWhatItIs) {
-  const Ran ran = run(std::string(GLANCERY_BUILD) + "/Glancery.appex/Glancery", {});
+  const ProgramEnd ran = run(std::string(GLANCERY_BUILD) + "/Glancery.appex/Glancery", {});
   EXPECT_EQ(ran.status, 2);
   EXPECT_THAT(ran.err, HasSubstr("a widget host starts it"));
 }

@@ -12,7 +12,6 @@
 #include <nlohmann/json.hpp>
 
 #include "host/phone/extension_process.h"
-#include "tests/host/child.h"
 #include "tests/host/command_line.h"
 #include "tests/host/transfer/scripted_server.h"
 
@@ -21,6 +20,7 @@
 namespace {
 
 using namespace world;
+using platform::FileDescriptor;
 using enum Reply::After;
 using ::testing::AllOf;
 using ::testing::Contains;
@@ -69,20 +69,6 @@ std::vector<std::string> logOf(const Json& answer) {
   return answer["log"].get<std::vector<std::string>>();
 }
 
-/// Kills the children of the host, which are extensions, and returns their number.
-int killExtensionOf(pid_t host) {
-  int killed = 0;
-  std::error_code gone;
-  for (const auto& thread :
-       std::filesystem::directory_iterator("/proc/" + std::to_string(host) + "/task", gone)) {
-    std::ifstream in(thread.path() / "children");
-    for (pid_t child = 0; in >> child; ++killed) {
-      ::kill(child, SIGKILL);
-    }
-  }
-  return killed;
-}
-
 /// A phone whose user is signed in and whose extension asks the server at `port`.
 class Downloads : public ::testing::Test {
  protected:
@@ -98,13 +84,14 @@ class Downloads : public ::testing::Test {
     words.insert(words.end(), {"--time-zone", "America/Mexico_City"});
     return words;
   }
-  Ran glancery(const Words& words, int port, const std::string& now = kNoon) const {
-    const Ran ran = phone.glancery(asked(words, port, now));
+  ProgramEnd glancery(const Words& words, int port, const std::string& now = kNoon) const {
+    const ProgramEnd ran = phone.glancery(asked(words, port, now));
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "an extension is left behind";
     return ran;
   }
   Json settle(int port, const std::string& now = kNoon) const {
-    const Ran ran = glancery({"timeline", "AffirmationWidget", "--settle", "--json"}, port, now);
+    const ProgramEnd ran =
+        glancery({"timeline", "AffirmationWidget", "--settle", "--json"}, port, now);
     EXPECT_EQ(ran.status, 0) << ran.err;
     return Json::parse(ran.out);
   }
@@ -185,7 +172,7 @@ TEST_F(Downloads, ADownloadOfOneHostIsDeliveredByTheNext) {
 
 TEST_F(Downloads, AChangedLocaleIsFetchedInItsLanguage) {
   const ScriptedServer server({good()});
-  const Ran ran =
+  const ProgramEnd ran =
       glancery({"app", "locale-change", "--settle", "--locale", "en_US"}, server.port());
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_THAT(ran.out,
@@ -207,46 +194,12 @@ TEST_F(Downloads, TwoAtOnceAreBothDelivered) {
         return good("Número " + std::to_string(count) + ".");
       });
   EXPECT_EQ(glancery({"timeline", "AffirmationWidget"}, server.port()).status, 0);
-  const Ran ran = glancery({"app", "locale-change", "--settle"}, server.port());
+  const ProgramEnd ran = glancery({"app", "locale-change", "--settle"}, server.port());
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_THAT(ran.out, AllOf(HasSubstr("Text='Número 0.'"), HasSubstr("Text='Número 1.'")));
   EXPECT_THAT(pending(), IsEmpty());
   EXPECT_THAT(server.requests(), SizeIs(2));
 }
-
-struct Stage {
-  const char* name;
-  /// What the server has sent when the host is killed.
-  Reply first;
-};
-
-class HostKilled : public Downloads, public ::testing::WithParamInterface<Stage> {};
-
-TEST_P(HostKilled, TheNextHostFinishesAndDelivers) {
-  const ScriptedServer server({GetParam().first, good()});
-  {
-    Child host(settling(server.port()));
-    server.awaitRequests(1);
-    EXPECT_EQ(host.end(SIGKILL), 128 + SIGKILL);
-  }
-  // The extension notices that its host has ended, and ends too.
-  EXPECT_GT(::waitpid(-1, nullptr, 0), 0);
-  ASSERT_THAT(pending(), SizeIs(1));
-
-  const Json later = settle(server.port());
-  EXPECT_THAT(milestones(logOf(later)),
-              ElementsAre(kWoken, kFinished, kSaved, kCompleted, kAllDelivered));
-  EXPECT_EQ(shown(later).back(), "gold: Hoy puedo.");
-  EXPECT_THAT(pending(), IsEmpty());
-}
-
-const Stage kStages[] = {
-    {"asked", {"", hang}},
-    {"inTheMidstOfTheBody", {"HTTP/1.1 200 OK\r\nContent-Length: 50\r\n\r\n{\"text\":", hang}},
-};
-INSTANTIATE_TEST_SUITE_P(When, HostKilled, ::testing::ValuesIn(kStages), [](const auto& row) {
-  return std::string(row.param.name);
-});
 
 /// A fetch time without a download would cost the user that day's affirmation.
 void expectATaskForTheFetchTime(const Phone& phone) {
@@ -284,91 +237,33 @@ TEST_F(Downloads, AHostKilledDuringTheRequestLeavesNoFetchTime) {
   expectATaskForTheFetchTime(phone);
 }
 
-TEST_F(Downloads, AHostKilledAtAnyInstantLeavesNoFetchTimeWithoutATask) {
-  using Clock = std::chrono::steady_clock;
-  constexpr int kKills = 25;
-  const LoopbackSocket closed;
-  Clock::duration whole = {};
-  for (int i = 0; i <= kKills; ++i) {
-    const Phone other;
-    EXPECT_EQ(other.glancery({"app", "sign-in", "u-1"}).status, 0);
-    Words words = asked({GLANCERY_BUILD "/glancery", "timeline", "AffirmationWidget"}, closed.port);
-    words.insert(words.end(), {"--container", other.container().string()});
-    const auto start = Clock::now();
-    Child host(words);
-    if (i == 0) {  // The first host is not killed: it measures the duration.
-      EXPECT_EQ(host.end(0), 0);
-      whole = Clock::now() - start;
-    } else {
-      std::this_thread::sleep_until(start + whole * i / kKills);
-      host.end(SIGKILL);
-    }
-    expectATaskForTheFetchTime(other);
-  }
-}
-
-struct Moment {
-  const char* name;
-  /// The kind of file whose removal is waited for; nothing for: before the server answers.
-  std::string_view removed;
-};
-
-class ExtensionKilled : public Downloads, public ::testing::WithParamInterface<Moment> {
- protected:
+TEST_F(Downloads, AnExtensionKilledAfterItHasReadTheBodyLosesNothing) {
   // A process that is killed during its leak check leaves the checking process behind.
-  ExtensionKilled() { ::setenv("ASAN_OPTIONS", "detect_leaks=0", 1); }
-  ~ExtensionKilled() override { ::unsetenv("ASAN_OPTIONS"); }
-};
-
-TEST_P(ExtensionKilled, AnotherOneIsStartedForItsResult) {
-  const bool duringDownload = GetParam().removed.empty();
-  const int removals = ::inotify_init1(IN_CLOEXEC);
-  std::promise<pid_t> host;
-  const ScriptedServer server(
-      [&, pid = host.get_future().share()](std::size_t, const std::string&) {
-        const auto transfers = phone.container() / "Library" / "Transfers";
-        EXPECT_GE(::inotify_add_watch(removals, transfers.c_str(), IN_DELETE), 0);
-        if (duringDownload) {
-          EXPECT_EQ(killExtensionOf(pid.get()), 1);
-        }
-        return good();
-      });
-  Child child(settling(server.port()));
-  host.set_value(child.pid());
-  if (!duringDownload) {
-    std::string events;
-    while (events.find(GetParam().removed) == std::string::npos) {
-      std::array<char, 4096> event = {};
-      const ssize_t count = ::read(removals, event.data(), event.size());
-      ASSERT_GT(count, 0);
-      events.append(event.data(), static_cast<std::size_t>(count));
-    }
-    // It may have ended its work before the kill.
-    killExtensionOf(child.pid());
+  ::setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
+  const FileDescriptor removals(::inotify_init1(IN_CLOEXEC));
+  const ScriptedServer server([&](std::size_t, const std::string&) {
+    const auto transfers = phone.container() / "Library" / "Transfers";
+    EXPECT_GE(::inotify_add_watch(removals.get(), transfers.c_str(), IN_DELETE), 0);
+    return good();
+  });
+  ChildProcess host(settling(server.port()));
+  // The extension removes the link to the body after it has stored what was in it.
+  for (std::string events; events.find(".tmp") == std::string::npos;) {
+    std::array<char, 4096> event = {};
+    const ssize_t count = ::read(removals.get(), event.data(), event.size());
+    ASSERT_GT(count, 0);
+    events.append(event.data(), static_cast<std::size_t>(count));
   }
-  Words lines;
-  for (std::string line = child.line(); !line.empty(); line = child.line()) {
-    lines.push_back(line);
+  for (const pid_t extension : host.children()) {
+    ::kill(extension, SIGKILL);
   }
-  ::close(removals);
-  EXPECT_EQ(child.end(0), 0);
-  EXPECT_THAT(lines, Contains("  affirmation: Hoy puedo."));
-  if (duringDownload) {
-    EXPECT_THAT(milestones(lines),
-                ElementsAre(kWoken, kFinished, kSaved, kCompleted, kAllDelivered));
-  }
+  ::unsetenv("ASAN_OPTIONS");
+  const ProgramEnd end = *host.wait();
+  EXPECT_EQ(end.status, 0) << end.err;
+  EXPECT_THAT(end.out, HasSubstr("  affirmation: Hoy puedo.\n"));
   EXPECT_THAT(pending(), IsEmpty());
   EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "an extension is left behind";
 }
-
-const Moment kMoments[] = {
-    {"duringTheDownload", ""},
-    // The extension removes it after it has stored what was in it.
-    {"afterItHasReadTheBody", ".tmp"},
-};
-INSTANTIATE_TEST_SUITE_P(When, ExtensionKilled, ::testing::ValuesIn(kMoments), [](const auto& row) {
-  return std::string(row.param.name);
-});
 
 struct Answers {
   const char* name;
@@ -398,23 +293,11 @@ const Answers kAnswers[] = {
      {answer("503 Service Unavailable", "later")},
      "gold: Ayer.",
      "Error response body: later"},
-    {"cutThenWhole",
-     {{"HTTP/1.1 200 OK\r\nContent-Length: 50\r\n\r\n{\"text\":"}, good("Entera.", "sky")},
-     "sky: Entera.",
-     "Text='Entera.'"},
     {"badJSON", {answer("200 OK", "{\"text\":")}, "gold: Ayer.", "Failed to parse JSON correctly."},
     {"huge",
      {answer("200 OK", std::string(std::size_t{1} << 20, ' ') + affirmation("Larga.", "sky"))},
      "sky: Larga.",
      "Text='Larga.'"},
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    // Every launch ends over it, but it must not block the others. Sanitizers need more memory than
-    // the limit allows, so their builds have none.
-    {"largerThanTheExtensionMayBe",
-     {answer("200 OK", std::string(std::size_t{64} << 20, 'x'))},
-     "gold: Ayer.",
-     kAllDelivered},
-#endif
 };
 INSTANTIATE_TEST_SUITE_P(With, Answered, ::testing::ValuesIn(kAnswers), [](const auto& row) {
   return std::string(row.param.name);
@@ -422,7 +305,7 @@ INSTANTIATE_TEST_SUITE_P(With, Answered, ::testing::ValuesIn(kAnswers), [](const
 
 TEST_F(Downloads, AServerThatIsNotThereIsWaitedForUntilTheDownloadIsCancelled) {
   const LoopbackSocket closed;
-  const Ran ran =
+  const ProgramEnd ran =
       glancery({"timeline", "AffirmationWidget", "--settle", "--for", "1"}, closed.port);
   EXPECT_EQ(ran.status, 1);
   EXPECT_EQ(std::ranges::count(ran.err, '\n'), 1) << ran.err;

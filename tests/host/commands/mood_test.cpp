@@ -22,7 +22,7 @@ const Words kMarch = {"--now", "2025-03-05T18:30:00Z", "--time-zone", "America/M
 
 std::string printed(const Phone& phone, Words words, const Words& more = kMarch) {
   words.insert(words.end(), more.begin(), more.end());
-  const Ran ran = phone.glancery(words);
+  const ProgramEnd ran = phone.glancery(words);
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_EQ(ran.err, "");
   return ran.out;
@@ -117,7 +117,7 @@ TEST(Moods, ARecordThatCantBeReadIsLeftAlone) {
                               Words{"{}", "string"}}) {
     phone.glancery({"store", "set", glancery::kMoodsDataKey, stored[0], "--type", stored[1]});
     const std::string before = phone.glancery({"store", "get", glancery::kMoodsDataKey}).out;
-    const Ran ran = phone.glancery({"app", "mood", "well"});
+    const ProgramEnd ran = phone.glancery({"app", "mood", "well"});
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(ran.err,
                 HasSubstr("\"" + std::string(glancery::kMoodsDataKey) +

@@ -34,6 +34,7 @@ const Completion kCompletions[] = {
     {"zones", {"render", "--time-zone", "America/Mexico"}, {"America/Mexico_City"}, {"UTC"}},
     {"locales", {"gallery", "--locale", "es_M"}, {"es_MX"}, {"en_US"}},
     {"screens", {"render", "--device", "375x6"}, {"375x667"}},
+    {"furtherDrills", {"drill", "clock-back", "server-d"}, {"server-down"}},
     {"aValueIsNoCommand", {"store", "set", "--type", "i"}, {"integer"}, {"set"}},
     {"nothingForAFile", {"render", "-o", ""}, {}, {"StreakWidget", "--scheme"}},
 };
@@ -43,7 +44,7 @@ class Completions : public ::testing::TestWithParam<Completion> {};
 TEST_P(Completions, OfferWhatMayStandThere) {
   std::vector<std::string> arguments = {"--complete"};
   arguments.insert(arguments.end(), GetParam().words.begin(), GetParam().words.end());
-  const Ran ran = run(kGlancery, arguments);
+  const ProgramEnd ran = run(kGlancery, arguments);
   ASSERT_EQ(ran.status, 0) << ran.err;
   const std::string offered = "\n" + ran.out;
   for (const std::string& word : GetParam().offered) {
@@ -64,7 +65,7 @@ TEST(Completions, WorkInAShell) {
                              kGlancery.string() +
                              " store get sharedU); COMP_CWORD=3; _glancery; "
                              "printf '%s,' \"${COMPREPLY[@]}\"";
-  const Ran ran = run("/bin/bash", {"-c", script});
+  const ProgramEnd ran = run("/bin/bash", {"-c", script});
   EXPECT_EQ(ran.out, "sharedUid,") << ran.err;
   EXPECT_EQ(run(kGlancery, {"completion", "tcsh"}).status, 2);
 }
@@ -149,9 +150,9 @@ TEST_P(Terminals, ShowColumnsAndColors) {
   const Folder folder;
   const std::string command = std::string("env -u NO_COLOR ") + GetParam().environment + " " +
                               kGlancery.string() + " gallery --container " + folder.path().string();
-  const Ran ran = GetParam().name == std::string("pipe")
-                      ? run("/bin/sh", {"-c", command})
-                      : run("/usr/bin/script", {"-qec", command, "/dev/null"});
+  const ProgramEnd ran = GetParam().name == std::string("pipe")
+                             ? run("/bin/sh", {"-c", command})
+                             : run("/usr/bin/script", {"-qec", command, "/dev/null"});
   EXPECT_THAT(ran.out, ::testing::StartsWith(GetParam().first));
 }
 
@@ -172,13 +173,13 @@ TEST(Manual, HasAPageForEveryCommandWithItsOptions) {
   EXPECT_NE(render.find("\n.SS Device\n"), std::string::npos) << render;
   EXPECT_NE(render.find("\nglancery render StreakWidget \\-o streak.png\n"), std::string::npos)
       << render;
-  const Ran failed = run(kGlancery, {"man", "-o", "/dev/null/pages"});
+  const ProgramEnd failed = run(kGlancery, {"man", "-o", "/dev/null/pages"});
   EXPECT_EQ(failed.status, 1);
   EXPECT_NE(failed.err.find("/dev/null/pages"), std::string::npos) << failed.err;
 }
 
 TEST(Version, NamesTheReleaseAndTheCommit) {
-  const Ran ran = run(kGlancery, {"--version"});
+  const ProgramEnd ran = run(kGlancery, {"--version"});
   EXPECT_EQ(ran.status, 0);
   EXPECT_THAT(ran.out, ::testing::MatchesRegex("1\\.0\\.0 \\([0-9a-z ]+\\)\n"));
 }

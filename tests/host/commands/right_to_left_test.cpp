@@ -46,18 +46,18 @@ class UsedPhone : public Phone {
   /// The widget's display list.
   Json shown(const std::string& kind, const Extension& extension, const std::string& locale) const {
     const fs::path list = file("list.json");
-    const Ran ran = glancery({"render",
-                              kind,
-                              "-o",
-                              list.string(),
-                              "--extension",
-                              extension.path().string(),
-                              "--locale",
-                              locale,
-                              "--now",
-                              kNow,
-                              "--time-zone",
-                              "UTC"});
+    const ProgramEnd ran = glancery({"render",
+                                     kind,
+                                     "-o",
+                                     list.string(),
+                                     "--extension",
+                                     extension.path().string(),
+                                     "--locale",
+                                     locale,
+                                     "--now",
+                                     kNow,
+                                     "--time-zone",
+                                     "UTC"});
     EXPECT_EQ(ran.status, 0) << ran.err;
     Json shown = Json::parse(readWhole(list));
     if (kind == "Checkin") {

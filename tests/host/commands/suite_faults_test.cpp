@@ -20,7 +20,7 @@ const std::string kLong(8000, 'x');
 
 /// Runs the program where no file may grow beyond a block of at most 1024 bytes. Unlike modes and
 /// mounts this limits root too, and needs no rights.
-Ran onAFullDisk(const Phone& phone, const Words& words) {
+ProgramEnd onAFullDisk(const Phone& phone, const Words& words) {
   Words shell = {"-c",
                  "trap '' XFSZ; ulimit -f 1; exec \"$0\" \"$@\"",
                  std::string(GLANCERY_BUILD) + "/glancery"};
@@ -29,15 +29,15 @@ Ran onAFullDisk(const Phone& phone, const Words& words) {
   return run("/bin/sh", shell);
 }
 
-Ran beforeAFolder(const Phone& phone, const Words& words) {
+ProgramEnd beforeAFolder(const Phone& phone, const Words& words) {
   const auto next = phone.suiteFile().string() + ".new";
   std::filesystem::create_directories(next);
-  const Ran ran = phone.glancery(words);
+  const ProgramEnd ran = phone.glancery(words);
   std::filesystem::remove(next);
   return ran;
 }
 
-void expectOneLine(const Ran& ran, const std::string& says) {
+void expectOneLine(const ProgramEnd& ran, const std::string& says) {
   EXPECT_EQ(ran.status, 1) << ran.err;
   EXPECT_EQ(ran.out, "");
   EXPECT_THAT(ran.err, AllOf(HasSubstr(says), EndsWith("\n")));
@@ -80,7 +80,7 @@ TEST(SuiteFaults, ADamagedSuiteIsReportedAndLeftAlone) {
     writeWhole(phone.suiteFile(), bytes);
     for (const Words& words :
          {Words{"store", "dump"}, Words{"store", "get", "a"}, Words{"store", "delete", "a"}}) {
-      const Ran ran = phone.glancery(words);
+      const ProgramEnd ran = phone.glancery(words);
       expectOneLine(ran, phone.suiteFile().string() + " is damaged: ");
       EXPECT_THAT(ran.err, HasSubstr(says));
       EXPECT_EQ(readWhole(phone.suiteFile()), bytes);

@@ -23,7 +23,7 @@ using Json = nlohmann::ordered_json;
 using Words = std::vector<std::string>;
 
 /// Runs the command for one widget on the default device, which writes every kind of file.
-Ran sheet(Words more) {
+ProgramEnd sheet(Words more) {
   Words words = {"sheet",
                  "--quick",
                  "--only",
@@ -53,7 +53,7 @@ TEST(Sheet, IsTheSameTwice) {
   const Folder folder;
   const fs::path first = folder.path() / "first";
   const fs::path second = folder.path() / "second";
-  const Ran ran = sheet({"-o", first.string()});
+  const ProgramEnd ran = sheet({"-o", first.string()});
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_EQ(ran.err, "") << "no progress bar without a terminal";
   EXPECT_THAT(ran.out, MatchesRegex("5 pictures, [0-9]+ findings, [0-9.]+ s, [0-9]+ pictures/s\n"));
@@ -140,18 +140,18 @@ class Goldens : public ::testing::TestWithParam<Change> {
   void SetUp() override {
     // The sheet is the same every time, so it is made once.
     static const Folder made;
-    static const Ran ran = sheet({"-o", made.path().string()});
+    static const ProgramEnd ran = sheet({"-o", made.path().string()});
     ASSERT_EQ(ran.status, 0) << ran.err;
     fs::copy(made.path(), goldens_, fs::copy_options::recursive);
   }
 
-  Ran verify(Words more = {}) const {
+  ProgramEnd verify(Words more = {}) const {
     Words words = {"--verify", goldens_.string()};
     words.insert(words.end(), more.begin(), more.end());
     return sheet(words);
   }
   /// Without --accepted-findings.
-  Ran verifyByOwnFindings() const {
+  ProgramEnd verifyByOwnFindings() const {
     return run(GLANCERY_BUILD "/glancery",
                {"sheet", "--quick", "--only", "Checkin", "--verify", goldens_.string()});
   }
@@ -166,7 +166,7 @@ class Goldens : public ::testing::TestWithParam<Change> {
 TEST_P(Goldens, DifferInWhatIsSeen) {
   GetParam().make(goldens_ / kSignedIn);
   const auto before = contents(goldens_);
-  const Ran ran = verify();
+  const ProgramEnd ran = verify();
   EXPECT_EQ(contents(goldens_), before) << "--verify changes nothing there";
   const Json differences = report()["differences"];
   const auto shown = contents(folder_.path() / "goldens-report");
@@ -196,7 +196,7 @@ TEST_P(Goldens, DifferInWhatIsSeen) {
   EXPECT_EQ(has("expected"), kind == "pixels" || kind == "size");
   EXPECT_EQ(has("difference"), kind == "pixels");
 
-  const Ran accepted = verify({"--accept"});
+  const ProgramEnd accepted = verify({"--accept"});
   EXPECT_EQ(accepted.status, 0) << accepted.err;
   EXPECT_THAT(accepted.out, HasSubstr("1 accepted"));
   EXPECT_EQ(verify().status, 0) << "the accepted image is the golden one now";
@@ -227,14 +227,14 @@ TEST_F(Goldens, FailOnAFindingThatIsNotAccepted) {
   EXPECT_EQ(report()["findings"][0]["findings"][0]["accepted"], Json::parse(all)[0]["reason"]);
 
   writeWhole(accepted, Json::array({Json::parse(all)[0]}).dump());
-  const Ran fresh = verifyByOwnFindings();
+  const ProgramEnd fresh = verifyByOwnFindings();
   EXPECT_EQ(fresh.status, 3);
   EXPECT_THAT(fresh.err, HasSubstr("new findings: fix the cause, or accept it"));
 
   for (const char* reason : {"", R"(, "reason": "")"}) {
     writeWhole(accepted,
                R"([{"widget": "Checkin", "check": "low-contrast")" + std::string(reason) + "}]");
-    const Ran noReason = verifyByOwnFindings();
+    const ProgramEnd noReason = verifyByOwnFindings();
     EXPECT_EQ(noReason.status, 1);
     EXPECT_THAT(noReason.err, HasSubstr("entry 1 is not a valid accepted finding"));
   }
@@ -242,7 +242,7 @@ TEST_F(Goldens, FailOnAFindingThatIsNotAccepted) {
 
 TEST_F(Goldens, AreMadeByAcceptingThem) {
   fs::remove_all(goldens_);
-  const Ran none = verify();
+  const ProgramEnd none = verify();
   EXPECT_EQ(none.status, 1);
   EXPECT_THAT(none.err, HasSubstr("no goldens at " + goldens_.string()));
   EXPECT_EQ(verify({"--accept"}).status, 0);
@@ -265,11 +265,11 @@ TEST(Sheet, NamesBadInput) {
        "/nonexistent.appex"},
   };
   for (const auto& [words, status, says] : kMistakes) {
-    const Ran ran = sheet(words);
+    const ProgramEnd ran = sheet(words);
     EXPECT_EQ(ran.status, status);
     EXPECT_THAT(ran.err, HasSubstr(says));
   }
-  const Ran ran =
+  const ProgramEnd ran =
       run(std::string(GLANCERY_BUILD) + "/glancery", {"sheet", "-o", "a", "--only", "Clock"});
   EXPECT_EQ(ran.status, 2);
   EXPECT_THAT(ran.err, HasSubstr("\"Clock\": give one of Checkin, StreakWidget"));

@@ -37,7 +37,7 @@ TEST(States, WriteKnownKeysOnly) {
 
 TEST(States, WithDifferentNamesShowDifferentThings) {
   const Folder folder;
-  const Ran ran = run(GLANCERY_BUILD "/glancery", {"sheet", "--quick", "-o", folder.path()});
+  const ProgramEnd ran = run(GLANCERY_BUILD "/glancery", {"sheet", "--quick", "-o", folder.path()});
   ASSERT_EQ(ran.status, 0) << ran.err;
 
   std::map<std::pair<std::string_view, std::string>, Names> shown;
@@ -77,12 +77,12 @@ TEST(States, WithDifferentNamesShowDifferentThings) {
 
 TEST(States, HaveNoFindingsWithoutAReason) {
   const Folder folder;
-  const Ran ran = run(GLANCERY_BUILD "/glancery",
-                      {"sheet",
-                       "-o",
-                       folder.path(),
-                       "--accepted-findings",
-                       GLANCERY_TEST_DATA "/accepted_findings.json"});
+  const ProgramEnd ran = run(GLANCERY_BUILD "/glancery",
+                             {"sheet",
+                              "-o",
+                              folder.path(),
+                              "--accepted-findings",
+                              GLANCERY_TEST_DATA "/accepted_findings.json"});
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_THAT(ran.out, ::testing::HasSubstr(" pictures, 0 findings, "));
 }

@@ -7,7 +7,6 @@
 
 #include "host/transfer/transfer_store.h"
 #include "platform/foundation/network/url_error.h"
-#include "tests/host/child.h"
 #include "tests/host/command_line.h"
 #include "tests/host/transfer/scripted_server.h"
 
@@ -76,7 +75,7 @@ TEST(DownloadsCommand, ListsWhatIsPendingDoneAndFailedAndWhy) {
   ASSERT_EQ(list["damaged"].size(), 1u);
   EXPECT_THAT(list["damaged"][0].get<std::string>(), HasSubstr("transfers.db.damaged"));
 
-  const Ran ran = left.phone.glancery({"downloads"});
+  const ProgramEnd ran = left.phone.glancery({"downloads"});
   EXPECT_THAT(ran.out, StartsWith("1  pending  s\n  POST http://x/"));
   EXPECT_THAT(ran.out,
               HasSubstr("2 attempts failed, last error: Could not connect to the server. (-1004) "
@@ -105,7 +104,7 @@ TEST(DownloadsCommand, CancelsWhatIsPendingAndClearsWhatCannotBeDelivered) {
                {"3", 1, "no download 3: there are 2, 1"},
                {"../../etc", 2, "../../etc"}};
   for (const auto& row : kRows) {
-    const Ran ran = left.phone.glancery({"downloads", "cancel", row.id});
+    const ProgramEnd ran = left.phone.glancery({"downloads", "cancel", row.id});
     EXPECT_EQ(ran.status, row.status) << ran.err;
     EXPECT_THAT(ran.err, HasSubstr(row.says));
   }
@@ -114,11 +113,11 @@ TEST(DownloadsCommand, CancelsWhatIsPendingAndClearsWhatCannotBeDelivered) {
 TEST(DownloadsCommand, CancelsWhatAnotherHostIsRunning) {
   ScriptedServer server(std::vector{Reply{"", Reply::After::hang}});
   Folder container;
-  Child worker({GLANCERY_TRANSFER_WORKER, container.path(), server.url(), "1"});
+  ChildProcess worker({GLANCERY_TRANSFER_WORKER, container.path(), server.url(), "1"});
   const std::string id = worker.line().substr(std::string("added ").size());
   server.awaitRequests(1);
-  const Ran ran = run(GLANCERY_BUILD "/glancery",
-                      {"downloads", "cancel", id, "--container", container.path().string()});
+  const ProgramEnd ran = run(GLANCERY_BUILD "/glancery",
+                             {"downloads", "cancel", id, "--container", container.path().string()});
   EXPECT_EQ(ran.err, "");
   EXPECT_EQ(ran.status, 0);
   EXPECT_EQ(worker.line(), "finished " + id);
@@ -129,7 +128,7 @@ TEST(DownloadsCommand, SaysWhichDownloadsWaitInAQueue) {
   ScriptedServer server(std::vector{Reply{"", Reply::After::hang}});
   const Phone phone;
   std::filesystem::create_directories(phone.container());
-  Child worker({GLANCERY_TRANSFER_WORKER, phone.container(), server.url(), "9"});
+  ChildProcess worker({GLANCERY_TRANSFER_WORKER, phone.container(), server.url(), "9"});
   const auto lines = [&] { return phone.glancery({"downloads"}).out; };
   server.awaitRequests(8);
   const std::string out = lines();
@@ -151,15 +150,15 @@ TEST(DownloadsCommand, AResolverThatHangsBlocksNothing) {
   ::setenv("LD_PRELOAD", GLANCERY_HANGING_RESOLVER, 1);
   // A sanitizer's library must otherwise be the first one.
   ::setenv("ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0", 1);
-  const Ran ran = phone.glancery({"timeline",
-                                  "AffirmationWidget",
-                                  "--settle",
-                                  "--for",
-                                  "1",
-                                  "--info",
-                                  "ApiBaseUrl=http://name.invalid",
-                                  "--info",
-                                  "ApiKey=k"});
+  const ProgramEnd ran = phone.glancery({"timeline",
+                                         "AffirmationWidget",
+                                         "--settle",
+                                         "--for",
+                                         "1",
+                                         "--info",
+                                         "ApiBaseUrl=http://name.invalid",
+                                         "--info",
+                                         "ApiKey=k"});
   ::unsetenv("LD_PRELOAD");
   ::unsetenv("ASAN_OPTIONS");
   EXPECT_EQ(ran.status, 1) << ran.err;

@@ -5,7 +5,7 @@
 #include <set>
 
 #include "host/transfer/transfer_store.h"
-#include "tests/host/child.h"
+#include "platform/support/child_process.h"
 #include "tests/host/transfer/scripted_server.h"
 #include "tests/world.h"
 
@@ -36,7 +36,7 @@ class Worker {
   void kill() { child_.end(SIGKILL); }
 
  private:
-  Child child_;
+  platform::ChildProcess child_;
 };
 
 struct Stage {

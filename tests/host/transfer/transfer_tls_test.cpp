@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 
-#include "tests/host/child.h"
 #include "tests/host/command_line.h"
 #include "tests/host/transfer/transfer_world.h"
 
@@ -16,24 +15,24 @@ constexpr const char* kOpenssl = "/usr/bin/openssl";
 /// A self-signed certificate for localhost.
 struct Certificate {
   Certificate() {
-    const Ran made = run(kOpenssl,
-                         {"req",
-                          "-x509",
-                          "-newkey",
-                          "ec",
-                          "-pkeyopt",
-                          "ec_paramgen_curve:P-256",
-                          "-nodes",
-                          "-days",
-                          "2",
-                          "-subj",
-                          "/CN=localhost",
-                          "-addext",
-                          "subjectAltName=DNS:localhost",
-                          "-keyout",
-                          key,
-                          "-out",
-                          file});
+    const ProgramEnd made = run(kOpenssl,
+                                {"req",
+                                 "-x509",
+                                 "-newkey",
+                                 "ec",
+                                 "-pkeyopt",
+                                 "ec_paramgen_curve:P-256",
+                                 "-nodes",
+                                 "-days",
+                                 "2",
+                                 "-subj",
+                                 "/CN=localhost",
+                                 "-addext",
+                                 "subjectAltName=DNS:localhost",
+                                 "-keyout",
+                                 key,
+                                 "-out",
+                                 file});
     EXPECT_EQ(made.status, 0) << made.err;
   }
   ~Certificate() { ::unsetenv("SSL_CERT_FILE"); }
@@ -52,15 +51,15 @@ struct Certificate {
 
 TEST(TransferTLS, RefusesCertificatesOfNoTrustedAuthority) {
   const Certificate certificate;
-  Child server({kOpenssl,
-                "s_server",
-                "-accept",
-                "127.0.0.1:0",
-                "-www",
-                "-cert",
-                certificate.file,
-                "-key",
-                certificate.key});
+  ChildProcess server({kOpenssl,
+                       "s_server",
+                       "-accept",
+                       "127.0.0.1:0",
+                       "-www",
+                       "-cert",
+                       certificate.file,
+                       "-key",
+                       certificate.key});
   std::string line;
   while (!line.starts_with("ACCEPT 127.0.0.1:")) {
     ASSERT_NE(line = server.line(), "");
@@ -117,7 +116,8 @@ constexpr const char* kHTTP2Server = R"(
 TEST(TransferTLS, OverHTTP2AnAnswerIsTheSame) {
   const Certificate certificate;
   certificate.trust(true);
-  Child server({"/usr/bin/env", "node", "-e", kHTTP2Server, certificate.key, certificate.file});
+  ChildProcess server(
+      {"/usr/bin/env", "node", "-e", kHTTP2Server, certificate.key, certificate.file});
   const std::string base = "https://localhost:" + server.line();
   Transfers transfers;
   const struct {

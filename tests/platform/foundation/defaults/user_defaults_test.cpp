@@ -18,6 +18,7 @@
 
 #include "platform/foundation/data/property_list.h"
 #include "tests/vectors.h"
+#include "tests/world.h"
 
 namespace platform {
 
@@ -48,17 +49,10 @@ NSUserDefaults suite() {
 /// Gives each test its own container, which is the current one while the test runs.
 class UserDefaults : public ::testing::Test {
  protected:
-  UserDefaults() {
-    std::string name = (fs::temp_directory_path() / "glancery-defaults-XXXXXX").string();
-    container_ = ::mkdtemp(name.data());
-    setSharedContainer(container_);
-  }
-  ~UserDefaults() override {
-    setSharedContainer({});
-    fs::remove_all(container_);
-  }
+  UserDefaults() { setSharedContainer(container_.path()); }
+  ~UserDefaults() override { setSharedContainer({}); }
 
-  fs::path folder() const { return container_ / "Library/Preferences"; }
+  fs::path folder() const { return container_.path() / "Library/Preferences"; }
   fs::path file() const { return folder() / (std::string(kSuite) + ".plist"); }
 
   std::vector<std::string> filesSetAside() const {
@@ -73,7 +67,7 @@ class UserDefaults : public ::testing::Test {
     return names;
   }
 
-  fs::path container_;
+  const world::Folder container_;
 };
 
 Value storedValue(const std::string& type, const std::string& text) {
@@ -132,7 +126,7 @@ TEST_F(UserDefaults, IntegersStayInTheirRange) {
 TEST_F(UserDefaults, EachWriteChangesOneKey) {
   auto defaults = suite();
   EXPECT_TRUE(defaults.dictionaryRepresentation().empty());
-  EXPECT_TRUE(fs::is_empty(container_)) << "opening and reading must not write";
+  EXPECT_TRUE(fs::is_empty(container_.path())) << "opening and reading must not write";
   defaults.removeObjectForKey("absent");
   EXPECT_FALSE(fs::exists(file()));
 
@@ -196,9 +190,11 @@ TEST_F(UserDefaults, SuitesThatCannotBeOpened) {
   fs::create_symlink("loop.plist", folder() / "loop.plist");
   EXPECT_FALSE(open("loop"));
 
-  put(container_ / "plain", "");
-  for (const fs::path& container :
-       {fs::path(), container_ / "absent", container_ / "plain", fs::path("/dev/null")}) {
+  put(container_.path() / "plain", "");
+  for (const fs::path& container : {fs::path(),
+                                    container_.path() / "absent",
+                                    container_.path() / "plain",
+                                    fs::path("/dev/null")}) {
     setSharedContainer(container);
     EXPECT_FALSE(open(kSuite)) << container;
   }
@@ -226,7 +222,7 @@ TEST_F(UserDefaults, RefusedWritesAreReported) {
   EXPECT_TRUE(fs::is_directory(file()));
   EXPECT_EQ(defaults.integerForKey("kept"), 0);
 
-  fs::remove_all(container_);
+  fs::remove_all(container_.path());
   ::testing::internal::CaptureStderr();
   defaults.setInteger(8, "kept");
   EXPECT_THAT(::testing::internal::GetCapturedStderr(), HasSubstr("can't create"));

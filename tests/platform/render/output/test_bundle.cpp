@@ -1,9 +1,7 @@
 #include "tests/platform/render/output/test_bundle.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <fstream>
 
 #include "platform/render/output/png_encoder.h"
@@ -13,8 +11,6 @@ namespace platform {
 namespace fs = std::filesystem;
 
 TestBundle::TestBundle() {
-  std::string name = fs::temp_directory_path() / "render-test-XXXXXX";
-  folder_ = mkdtemp(name.data());
   write("Info.plist", R"(<?xml version="1.0" encoding="UTF-8"?>
 <plist version="1.0"><dict>
   <key>UIAppFonts</key>
@@ -24,16 +20,12 @@ TestBundle::TestBundle() {
 </dict></plist>
 )");
   for (const char* font : {"Literata-latin.ttf", "Literata-latin-ext.ttf"}) {
-    fs::create_symlink(fs::path(GLANCERY_TEST_FONTS) / font, folder_ / font);
+    fs::create_symlink(fs::path(GLANCERY_TEST_FONTS) / font, folder() / font);
   }
 }
 
-TestBundle::~TestBundle() {
-  fs::remove_all(folder_);
-}
-
 fs::path TestBundle::write(const fs::path& file, std::string_view bytes) {
-  const fs::path path = folder_ / file;
+  const fs::path path = folder() / file;
   fs::create_directories(path.parent_path());
   std::ofstream out(path, std::ios::binary);
   out << bytes;
@@ -50,7 +42,7 @@ fs::path TestBundle::writeImageSet(const std::string& name,
   for (const auto& [file, bytes] : files) {
     write(set / file, bytes);
   }
-  return folder_ / set;
+  return folder() / set;
 }
 
 fs::path TestBundle::writeDrawing(const std::string& name, const std::string& svg) {
@@ -59,7 +51,7 @@ fs::path TestBundle::writeDrawing(const std::string& name, const std::string& sv
 }
 
 std::unique_ptr<Typefaces> TestBundle::typefaces() const {
-  auto opened = Typefaces::open(folder_, kSystemFonts);
+  auto opened = Typefaces::open(folder(), kSystemFonts);
   EXPECT_TRUE(opened) << opened.error();
   return opened ? std::move(*opened) : nullptr;
 }

@@ -10,6 +10,7 @@
 
 #include "platform/render/pixels/bitmap.h"
 #include "platform/render/text/typefaces.h"
+#include "platform/support/scratch_folder.h"
 
 namespace platform {
 
@@ -20,12 +21,9 @@ inline const std::filesystem::path kSVGModule = GLANCERY_BUILD "/libglancery_svg
 class TestBundle {
  public:
   TestBundle();
-  ~TestBundle();
-  TestBundle(const TestBundle&) = delete;
-  TestBundle& operator=(const TestBundle&) = delete;
 
-  const std::filesystem::path& folder() const { return folder_; }
-  std::filesystem::path assets() const { return folder_ / "Assets.xcassets"; }
+  const std::filesystem::path& folder() const { return folder_.path(); }
+  std::filesystem::path assets() const { return folder() / "Assets.xcassets"; }
 
   /// Writes a file below the bundle's folder, with the folders it lies in.
   std::filesystem::path write(const std::filesystem::path& file, std::string_view bytes);
@@ -41,7 +39,7 @@ class TestBundle {
   std::unique_ptr<Typefaces> typefaces() const;
 
  private:
-  std::filesystem::path folder_;
+  ScratchFolder folder_;
 };
 
 /// Puts pre-rendered pixels beside the drawings of a bundle's catalogue, as the build does.

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <system_error>
+
+namespace platform {
+
+/// A new folder for temporary files, which is removed with its contents at the end unless it
+/// is kept. Throws a `std::system_error` if it can't be made.
+class ScratchFolder {
+ public:
+  ScratchFolder() {
+    const char* const parent = std::getenv("TMPDIR");
+    std::string name = std::string(parent ? parent : "/tmp") + "/glancery-XXXXXX";
+    if (!::mkdtemp(name.data())) {
+      throw std::system_error(errno, std::system_category(), name + " can't be made");
+    }
+    path_ = name;
+  }
+  ~ScratchFolder() {
+    std::error_code ignored;
+    if (!kept_) {
+      std::filesystem::remove_all(path_, ignored);
+    }
+  }
+  ScratchFolder(const ScratchFolder&) = delete;
+  ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+  /// Leaves the folder where it is, and returns its path.
+  const std::filesystem::path& keep() {
+    kept_ = true;
+    return path_;
+  }
+
+ private:
+  std::filesystem::path path_;
+  bool kept_ = false;
+};
+
+}  // namespace platform
