@@ -85,7 +85,11 @@ void run(const DrillOptions& options) {
   std::vector<DrillResult> results;
   playAll(played, [&](const Drill& drill, DrillResult result) {
     if (!options.json) {
-      print({{{std::string(drill.name) + ":", result.held ? "held." : "BROKEN.", std::string(drill.promise), "Seen:", result.seen},
+      print({{{std::string(drill.name) + ":",
+               result.held ? "held." : "BROKEN.",
+               std::string(drill.promise),
+               "Seen:",
+               result.seen},
               result.held ? kGood : kBad}});
       std::cout.flush();
     }
@@ -99,15 +103,17 @@ void run(const DrillOptions& options) {
     std::vector<Line> table = {{{}}};
     for (std::size_t index = 0; index < played.size(); ++index) {
       const bool held = results[index].held;
-      table.push_back({{held ? "held" : "BROKEN", std::string(played[index].name), std::string(played[index].fault)},
+      table.push_back({{held ? "held" : "BROKEN",
+                        std::string(played[index].name),
+                        std::string(played[index].fault)},
                        held ? kGood : kBad});
     }
     print(table);
   }
   if (broken > 0) {
-    throw CommandError(std::to_string(broken) + " of " + std::to_string(played.size()) +
-                           " promises did not hold",
-                       kDiffers);
+    throw CommandError(
+        std::to_string(broken) + " of " + std::to_string(played.size()) + " promises did not hold",
+        kDiffers);
   }
 }
 

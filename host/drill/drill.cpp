@@ -18,7 +18,8 @@ namespace host {
 const std::vector<Drill>& drills() {
   static const std::vector<Drill> all = [] {
     std::vector<Drill> joined;
-    for (const auto& table : {extensionDrills, hostDrills, suiteDrills, clockDrills, serverDrills}) {
+    for (const auto& table :
+         {extensionDrills, hostDrills, suiteDrills, clockDrills, serverDrills}) {
       std::ranges::copy(table(), std::back_inserter(joined));
     }
     return joined;

@@ -91,11 +91,11 @@ std::string DrillPhone::affirmation(const std::string& now) const {
 }
 
 DrillServer::DrillServer(Answer answer, int port) {
-  auto server = HttpServer::listen(
-      static_cast<std::uint16_t>(port),
-      [this, answer = std::move(answer)](const HttpRequest& request, const HttpServer::Reply& reply) {
-        reply(answer(++requests_, request));
-      });
+  auto server = HttpServer::listen(static_cast<std::uint16_t>(port),
+                                   [this, answer = std::move(answer)](
+                                       const HttpRequest& request, const HttpServer::Reply& reply) {
+                                     reply(answer(++requests_, request));
+                                   });
   expect(server.has_value(), server ? "" : server.error());
   server_ = *std::move(server);
   thread_ = std::jthread([this] { server_->serve(); });

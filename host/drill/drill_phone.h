@@ -45,7 +45,9 @@ class DrillPhone {
   std::filesystem::path container() const { return scratch_.path() / "container"; }
   std::filesystem::path suiteFile() const;
   /// A file that no widget sees.
-  std::filesystem::path scratchFile(const std::string& name) const { return scratch_.path() / name; }
+  std::filesystem::path scratchFile(const std::string& name) const {
+    return scratch_.path() / name;
+  }
 
   /// The command line of `glancery` with these words, on this phone.
   Words command(Words words) const;

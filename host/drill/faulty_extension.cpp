@@ -66,7 +66,8 @@ struct FaultyProvider {
   using Entry = FaultyEntry;
 
   FaultyEntry placeholder(const TimelineProviderContext&) const { return {}; }
-  void getSnapshot(const TimelineProviderContext&, const Completion<FaultyEntry>& completion) const {
+  void getSnapshot(const TimelineProviderContext&,
+                   const Completion<FaultyEntry>& completion) const {
     completion({});
   }
   void getTimeline(const TimelineProviderContext&,
@@ -80,9 +81,10 @@ struct FaultyProvider {
 
 struct FaultyWidget {
   WidgetConfiguration body() const {
-    return StaticConfiguration("Faulty",
-                               FaultyProvider(),
-                               [](const FaultyEntry& entry) -> View { return Text::verbatim(entry.text); })
+    return StaticConfiguration(
+               "Faulty",
+               FaultyProvider(),
+               [](const FaultyEntry& entry) -> View { return Text::verbatim(entry.text); })
         .configurationDisplayName("Faulty")
         .description("Misbehaves on purpose")
         .supportedFamilies({WidgetFamily::systemSmall});

@@ -43,7 +43,8 @@ class Campaign {
 
   KillFigures run(int kills) {
     try {
-      // The times of the kills follow how long an undisturbed host takes, which depends on the load.
+      // The times of the kills follow how long an undisturbed host takes, which depends on the
+      // load.
       for (double span = 300; figures_.kills() < kills; progress_(figures_)) {
         span = 0.8 * span + 0.2 * 1.3 * std::min(round(span), 5000.0);
       }
@@ -147,7 +148,8 @@ class Campaign {
   static Dictionary record(const Dictionary& suite, std::string_view key) {
     const Value* stored = suite.find(key);
     const Data* json = stored ? stored->as<Data>() : nullptr;
-    const auto object = json ? NSJSONSerialization::JSONObjectWithData(*json).value_or(Value()) : Value();
+    const auto object =
+        json ? NSJSONSerialization::JSONObjectWithData(*json).value_or(Value()) : Value();
     return object.dictionary() ? *object.dictionary() : Dictionary();
   }
   bool arrived(const std::string& uid) const {
@@ -209,7 +211,8 @@ class Campaign {
     return took.count();
   }
 
-  /// Checks that the last host has completed the downloads, and has asked for no more than it had to.
+  /// Checks that the last host has completed the downloads, and has asked for no more than it had
+  /// to.
   void checkAfter(const std::string& uid,
                   const std::string& now,
                   const Tasks& left,

@@ -52,8 +52,9 @@ std::string unresolved(DrillPhone& phone) {
 /// A server whose second answer is faulty. The fault ends that download, or the third request gets
 /// a good answer.
 std::string secondAnswer(DrillPhone& phone, const HttpAnswer& fault, bool triedAgain) {
-  const DrillServer server(
-      [&](int number, const HttpRequest&) { return number == 2 ? fault : DrillServer::good(number); });
+  const DrillServer server([&](int number, const HttpRequest&) {
+    return number == 2 ? fault : DrillServer::good(number);
+  });
   phone.api = server.url();
   expectShown(phone.affirmation(kFirstDay), "Respuesta 1.");
   const std::string shown = phone.affirmation(kSecondDay);

@@ -38,8 +38,7 @@ std::expected<pid_t, std::error_code> startProgram(std::vector<std::string> word
   }
   arguments.push_back(nullptr);
   pid_t pid = -1;
-  const int error =
-      ::posix_spawn(&pid, arguments[0], &actions, nullptr, arguments.data(), environ);
+  const int error = ::posix_spawn(&pid, arguments[0], &actions, nullptr, arguments.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) {
     return std::unexpected(std::error_code(error, std::system_category()));
