@@ -8,8 +8,8 @@ using namespace host;
 // extension can't be started.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const fuzz::Phone device;
-  static HomePhone phone(
-      {.extension = "/nonexistent", .container = fuzz::Phone::container()}, RefreshBudget());
+  static HomePhone phone({.extension = "/nonexistent", .container = fuzz::Phone::container()},
+                         RefreshBudget());
   try {
     performAction(phone, std::string(fuzz::bytes(data, size)));
   } catch (const BadRequest& refused) {

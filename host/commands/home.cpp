@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <atomic>
 #include <charconv>
 #include <iostream>
 #include <memory>
@@ -8,8 +10,11 @@
 #include "host/api/affirmation_api.h"
 #include "host/commands/commands.h"
 #include "host/commands/device_options.h"
+#include "host/commands/json_output.h"
+#include "host/drill/drill.h"
 #include "host/home/home_loop.h"
 #include "host/home/home_page.h"
+#include "host/http/json_members.h"
 #include "platform/foundation/bundle/bundle.h"
 #include "platform/support/files.h"
 
@@ -79,6 +84,34 @@ platform::FileDescriptor lockTimelines(const HostSettings& settings) {
   return *std::move(lock);
 }
 
+/// Plays the drill that the page names, one at a time. The destructor waits for its end.
+class DrillPlayer {
+ public:
+  void play(const std::string& request, const HttpServer::Reply& reply) {
+    try {
+      const std::string name = JsonMembers(request).text("name");
+      const auto drill = std::ranges::find(drills(), name, &Drill::name);
+      if (drill == drills().end()) {
+        throw BadRequest("unknown drill \"" + name + "\"");
+      }
+      if (plays_.exchange(true)) {
+        reply(refusal(409, "another drill is being played"));
+        return;
+      }
+      thread_ = std::jthread([this, drill, reply] {
+        reply(jsonAnswer(drillsJSON({*drill}, {host::play(*drill)})));
+        plays_ = false;
+      });
+    } catch (const BadRequest& error) {
+      reply(refusal(400, error.what()));
+    }
+  }
+
+ private:
+  std::atomic<bool> plays_ = false;
+  std::jthread thread_;
+};
+
 /// `reloads` is the budget of a widget for 24 hours; 0 means no limit.
 void home(std::optional<std::uint16_t> port, int reloads) {
   const HostSettings& settings = phone();
@@ -103,9 +136,15 @@ void home(std::optional<std::uint16_t> port, int reloads) {
       server->wake();
     });
   });
-  page = std::make_unique<HomePage>([&](std::string action, HttpServer::Reply reply) {
-    loop.act(std::move(action), std::move(reply));
-  });
+  DrillPlayer player;
+  page = std::make_unique<HomePage>(
+      [&](std::string action, HttpServer::Reply reply) {
+        loop.act(std::move(action), std::move(reply));
+      },
+      [&](const std::string& request, const HttpServer::Reply& reply) {
+        player.play(request, reply);
+      },
+      drillsJSON(drills()));
   loop.start();
   server->serve();
   leaving.request_stop();

@@ -47,16 +47,24 @@ std::string event(const char* name, const std::string& data) {
 
 }  // namespace
 
-HomePage::HomePage(Act act) : act_(std::move(act)), token_(UUID().uuidString()) {
+HomePage::HomePage(Act act, Act drill, std::string drills)
+    : act_(std::move(act)),
+      drill_(std::move(drill)),
+      drills_(std::move(drills)),
+      token_(UUID().uuidString()) {
 }
 
 void HomePage::answer(const HttpRequest& request, const HttpServer::Reply& reply) {
   const auto send = [reply](HttpAnswer answer) { reply(secured(std::move(answer))); };
   const std::string_view path = request.path();
   if (path == "/actions") {
-    act(request, send);
+    act(request, send, act_);
+  } else if (path == "/drills" && request.method == "POST") {
+    act(request, send, drill_);
   } else if (request.method != "GET" && request.method != "HEAD") {
     send(wrongMethod("GET, HEAD"));
+  } else if (path == "/drills") {
+    send(jsonAnswer(drills_));
   } else if (path == "/events") {
     send(events());
   } else if (path.starts_with("/widgets/")) {
@@ -125,7 +133,9 @@ HttpAnswer HomePage::events() const {
   return stream;
 }
 
-void HomePage::act(const HttpRequest& request, const HttpServer::Reply& reply) {
+void HomePage::act(const HttpRequest& request,
+                   const HttpServer::Reply& reply,
+                   const Act& perform) const {
   const auto origin = request.header("Origin");
   if (request.method != "POST") {
     reply(wrongMethod("POST"));
@@ -136,7 +146,7 @@ void HomePage::act(const HttpRequest& request, const HttpServer::Reply& reply) {
   } else if (!request.hasJSON()) {
     reply(refusal(415, "the Content-Type header must be application/json"));
   } else {
-    act_(request.body, reply);
+    perform(request.body, reply);
   }
 }
 

@@ -23,16 +23,17 @@ struct HomeView {
   std::vector<LogLine> log;
 };
 
-/// The page on 127.0.0.1: its files, the pictures, the stream of events, and the actions.
+/// The page on 127.0.0.1: its files, the pictures, the stream of events, the actions, the drills.
 ///
-/// An action needs the token of this run, and this page as its origin. Used by the server's thread
-/// alone, `show` included.
+/// An action or a drill needs the token of this run, and this page as its origin. Used by the
+/// server's thread alone, `show` included.
 class HomePage {
  public:
   /// Performs an action; `reply` is called once, on any thread.
   using Act = std::function<void(std::string action, HttpServer::Reply reply)>;
 
-  explicit HomePage(Act act);
+  /// `drills` is what the page lists of drills, as JSON; `drill` plays one.
+  HomePage(Act act, Act drill, std::string drills);
 
   void answer(const HttpRequest& request, const HttpServer::Reply& reply);
   void show(HomeView view);
@@ -42,9 +43,12 @@ class HomePage {
   HttpAnswer picture(const HttpRequest& request) const;
   HttpAnswer events() const;
   std::string stateNow() const;
-  void act(const HttpRequest& request, const HttpServer::Reply& reply);
+  /// Passes the request on if it comes from this page.
+  void act(const HttpRequest& request, const HttpServer::Reply& reply, const Act& perform) const;
 
   Act act_;
+  Act drill_;
+  std::string drills_;
   std::string token_;
   HomeView view_;
   /// How many views and lines of the log there were.

@@ -187,6 +187,14 @@ onPhone('an extension that was killed leaves its pictures, and comes back when i
   await page.shows('StreakWidget', /— 4$/);
 });
 
+onPhone('a fault is played beside the phone', async (page) => {
+  await page.tab.getByText('Play a fault').click();
+  await page.button('The clock is set back by a day').click();
+  await page.says('.result', /^Held: Tu semana/);
+  await page.says('#announcements', 'Held');
+  await page.shows('StreakWidget', /— 0,/);
+});
+
 onPhone('two tabs are one phone, and a host that restarts finds both again', async (first, phone) => {
   const second = await Page.open(phone.url);
   await first.recordStreak(9);
@@ -276,6 +284,8 @@ test('requests that no page of this host makes are refused', async () => {
       ['a GET', 405, '/actions', {headers: fine}],
       ['a DELETE', 405, '/', {method: 'DELETE'}],
       ['an unknown action', 400, ...post(fine, {body: '{"action": "explode"}'}), /explode/],
+      ['a drill without a token', 403, '/drills', {method: 'POST', headers: {'Content-Type': 'application/json'}, body: '{}'}],
+      ['an unknown drill', 400, '/drills', {method: 'POST', headers: fine, body: '{"name": "flood"}'}, /flood/],
       ['no JSON', 400, ...post(fine, {body: '{'}), /JSON/],
       ['an unknown path', 404, '/../home.cpp'],
     ];

@@ -75,6 +75,8 @@ function connect() {
   events.addEventListener('log', (event) => addLog(JSON.parse(event.data).lines ?? [], state));
 }
 
+byId('faults').addEventListener('toggle', () => import('/faults.js'), {once: true});
+
 // The pictures are shown first: texts and panels take longer.
 callEach([showPhone], state);
 await Promise.race([picturesDecoded(), new Promise((resolve) => setTimeout(resolve, 300))]);

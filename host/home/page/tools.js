@@ -96,8 +96,8 @@ export function clearErrors() {
 const tokenIn = (page) => page.querySelector('meta[name=home-token]').content;
 let token = tokenIn(document);
 
-async function post(action) {
-  return fetch('/actions', {
+async function post(path, action) {
+  return fetch(path, {
     method: 'POST',
     headers: {'Content-Type': 'application/json', 'X-Home-Token': token},
     body: JSON.stringify(action),
@@ -110,21 +110,22 @@ async function renewToken() {
   token = tokenIn(new DOMParser().parseFromString(page, 'text/html'));
 }
 
-/** Requests an action of the host. If that fails, shows the error beside the control and returns false. */
-export async function act(control, action) {
+/** Requests an action of the host and returns its answer. If that fails, shows the error beside the control instead. */
+export async function act(control, action, path = '/actions') {
   const group = control.closest('[data-group]');
   const slot = group.querySelector('.error') ?? group.appendChild(make('p', '', {class: 'error', role: 'alert'}));
   try {
-    let response = await post(action);
+    let response = await post(path, action);
     if (response.status === 403) {
       await renewToken();
-      response = await post(action);
+      response = await post(path, action);
     }
-    setText(slot, (await response.json()).error ?? '');
-    return response.ok;
+    const answer = await response.json();
+    setText(slot, answer.error ?? '');
+    return response.ok ? answer : null;
   } catch (error) {
     console.warn(error);
     setText(slot, 'The host does not answer. Is glancery home still running?');
-    return false;
+    return null;
   }
 }
