@@ -115,7 +115,7 @@ std::expected<void, std::string> storeWidget(const fs::path& file, const StoredW
   }
   std::error_code error;
   fs::create_directories(file.parent_path(), error);
-  if ((error = replaceFile(file, *bytes))) {
+  if ((error = replaceFile(file, *bytes, 0600))) {
     return std::unexpected(file.string() + " can't be written: " + error.message());
   }
   return {};
