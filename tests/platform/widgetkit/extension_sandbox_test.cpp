@@ -2,7 +2,10 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -108,6 +111,67 @@ INSTANTIATE_TEST_SUITE_P(Actions,
                          ExtensionSandbox,
                          ::testing::ValuesIn(kCases),
                          [](const auto& row) { return std::string(row.param.name); });
+
+/// Makes a system call fail, as on a kernel without it, if the low half of its first argument is at
+/// least `least`.
+void failCall(std::uint32_t call, std::uint32_t least, int error) {
+  sock_filter program[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 3),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args)),
+      BPF_JUMP(BPF_JMP | BPF_JGE | BPF_K, least, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(error)),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  const sock_fprog filter = {std::size(program), program};
+  ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+  ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter);
+}
+
+struct Lacking {
+  const char* part;
+  /// Makes the kernel lack it.
+  void (*lack)();
+  std::string sentence;
+  /// What the other part still prevents, as in `Case`.
+  int (*act)(const fs::path& folder);
+  int end;
+  friend void PrintTo(const Lacking& row, std::ostream* out) { *out << row.part; }
+};
+
+const Lacking kLacking[] = {
+    {"Landlock",
+     [] { failCall(SYS_landlock_create_ruleset, 0, ENOSYS); },
+     "the sandbox is incomplete: the kernel offers no Landlock (Function not implemented)",
+     [](const fs::path&) { return ::socket(AF_INET, SOCK_STREAM, 0); },
+     -SIGSYS},
+    {"seccomp",
+     [] { failCall(SYS_prctl, PR_SET_SECCOMP, EINVAL); },
+     "the sandbox is incomplete: the kernel offers no seccomp (Invalid argument)",
+     [](const fs::path& at) { return opened(at / "etc/passwd", O_RDONLY); },
+     EACCES},
+};
+
+class IncompleteSandbox : public ::testing::TestWithParam<Lacking> {};
+
+TEST_P(IncompleteSandbox, SaysWhatIsLackingAndKeepsTheRest) {
+  const world::Folder folder;
+  const pid_t child = ::fork();
+  if (child == 0) {
+    GetParam().lack();
+    const std::vector<std::string> missing = {GetParam().sentence};
+    const bool said = enterSandbox({}, folder.path()) == missing;
+    std::_Exit(said ? GetParam().act("/") : kIncomplete);
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_EQ(WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status), GetParam().end);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kernels,
+                         IncompleteSandbox,
+                         ::testing::ValuesIn(kLacking),
+                         [](const auto& row) { return std::string(row.param.part); });
 
 }  // namespace
 }  // namespace platform
