@@ -12,6 +12,9 @@ install(DIRECTORY ${CMAKE_BINARY_DIR}/Glancery.appex DESTINATION ${GLANCERY_FOLD
   PATTERN "*@2x.pixels" EXCLUDE
   REGEX "/Glancery$" EXCLUDE)
 install(TARGETS glancery_extension RUNTIME DESTINATION ${GLANCERY_FOLDER}/Glancery.appex)
+install(TARGETS glancery_faulty_extension RUNTIME DESTINATION ${GLANCERY_FOLDER}/Faulty.appex)
+install(FILES ${CMAKE_BINARY_DIR}/Faulty.appex/Info.plist
+  DESTINATION ${GLANCERY_FOLDER}/Faulty.appex)
 install(DIRECTORY ${CMAKE_BINARY_DIR}/system DESTINATION ${GLANCERY_FOLDER})
 file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/install)
 file(CREATE_LINK ../${GLANCERY_FOLDER}/glancery ${CMAKE_BINARY_DIR}/install/glancery SYMBOLIC)
