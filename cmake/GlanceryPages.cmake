@@ -34,5 +34,7 @@ function(glancery_page_files target name folder)
     DEPENDS ${files} ${GLANCERY_PAGES_SCRIPT}
     VERBATIM)
   target_sources(${target} PRIVATE ${output})
-  target_link_libraries(${target} PRIVATE host_pages)
+  if(NOT target STREQUAL host_pages)
+    target_link_libraries(${target} PRIVATE host_pages)
+  endif()
 endfunction()

@@ -21,6 +21,7 @@ Command apiCommand();
 Command homeCommand();
 Command appCommand();
 Command drillCommand();
+Command simulateCommand();
 /// The shells' completion of the arguments.
 Command completionCommand();
 /// The manual pages of the program's commands.

@@ -37,7 +37,8 @@ fs::path containerOf(const std::string& folder) {
                        " can't be used: " + (error ? error.message() : "it is not a folder"));
   }
   if (::access(container.c_str(), R_OK | W_OK | X_OK) != 0) {
-    throw CommandError("the container " + container.string() + " can't be read and written");
+    throw CommandError("the container " + container.string() +
+                       " can't be read and written: " + std::system_category().message(errno));
   }
   // Valid even if the working directory is removed later.
   return fs::canonical(container);

@@ -21,6 +21,7 @@ int main(int argc, char** argv) {
                       host::downloadsCommand(),
                       host::apiCommand(),
                       host::homeCommand(),
+                      host::simulateCommand(),
                       host::drillCommand(),
                       host::completionCommand(),
                       host::manCommand(program, GLANCERY_VERSION)};

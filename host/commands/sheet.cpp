@@ -34,36 +34,6 @@ double secondsSince(Clock::time_point start) {
   return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-/// A progress bar on standard error with the number of images and the remaining time, if that is a
-/// terminal. The destructor clears its line.
-class ProgressBar {
- public:
-  ~ProgressBar() {
-    if (onTerminal_) {
-      std::fputs("\r\x1B[K", stderr);
-    }
-  }
-
-  void show(std::size_t done, std::size_t total) {
-    if (!onTerminal_ || Clock::now() < next_) {
-      return;
-    }
-    next_ = Clock::now() + std::chrono::milliseconds(100);
-    std::string bar(32, '.');
-    bar.replace(0, done * bar.size() / total, done * bar.size() / total, '#');
-    std::fprintf(stderr, "\r\x1B[K[%s] %zu of %zu", bar.c_str(), done, total);
-    if (done > 0) {
-      const auto left = static_cast<double>(total - done) / static_cast<double>(done);
-      std::fprintf(stderr, ", %.0f s left", std::ceil(secondsSince(start_) * left));
-    }
-  }
-
- private:
-  bool onTerminal_ = hasEscapes(STDERR_FILENO);
-  Clock::time_point start_ = Clock::now();
-  Clock::time_point next_ = start_;
-};
-
 void checkOptions(const SheetOptions& options) {
   if (options.output.empty() && options.goldens.empty()) {
     throw CommandError("give -o DIR, or --verify GOLDENS", kWrongUsage);
@@ -93,7 +63,7 @@ SheetResult run(const SheetOptions& options) {
   const auto start = Clock::now();
   SheetResult result;
   {
-    ProgressBar bar;
+    ProgressBar bar("pictures");
     SheetSettings settings = options.settings;
     settings.extension = extensionFolder(options.extension);
     settings.systemFonts = platform::programFolder() / "system" / "Fonts";

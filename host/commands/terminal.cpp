@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <map>
@@ -41,6 +43,28 @@ void print(const std::vector<Line>& lines) {
       }
     }
     std::cout << line << '\n';
+  }
+}
+
+ProgressBar::~ProgressBar() {
+  if (onTerminal_) {
+    std::fputs("\r\x1B[K", stderr);
+  }
+}
+
+void ProgressBar::show(std::size_t done, std::size_t total) {
+  if (!onTerminal_ || Clock::now() < next_) {
+    return;
+  }
+  next_ = Clock::now() + std::chrono::milliseconds(100);
+  std::string bar(32, '.');
+  const std::size_t filled = std::min(done, total) * bar.size() / total;
+  bar.replace(0, filled, filled, '#');
+  std::fprintf(stderr, "\r\x1B[K[%s] %zu of %zu %s", bar.c_str(), done, total, things_);
+  if (done > 0) {
+    const std::chrono::duration<double> so = Clock::now() - start_;
+    const auto left = static_cast<double>(total - done) / static_cast<double>(done);
+    std::fprintf(stderr, ", %.0f s left", std::ceil(so.count() * left));
   }
 }
 

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <unistd.h>
+
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -23,5 +26,26 @@ struct Line {
 /// Prints lines on standard output. On a terminal, the cells of all lines are aligned in columns,
 /// and colours are used unless `NO_COLOR` is set.
 void print(const std::vector<Line>& lines);
+
+/// A progress bar on standard error with the remaining time, if that is a terminal. The destructor
+/// clears its line.
+class ProgressBar {
+ public:
+  /// `things` are counted, such as "pictures".
+  explicit ProgressBar(const char* things) : things_(things) {}
+  ~ProgressBar();
+  ProgressBar(const ProgressBar&) = delete;
+  ProgressBar& operator=(const ProgressBar&) = delete;
+
+  void show(std::size_t done, std::size_t total);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  const char* things_;
+  bool onTerminal_ = hasEscapes(STDERR_FILENO);
+  Clock::time_point start_ = Clock::now();
+  Clock::time_point next_ = start_;
+};
 
 }  // namespace host

@@ -1,5 +1,6 @@
 #include "host/drill/drill_phone.h"
 #include "host/drill/drill_tables.h"
+#include "host/http/reserved_port.h"
 #include "store/shared_store.h"
 
 namespace host {
@@ -27,16 +28,15 @@ std::string keptPending(const DrillPhone& phone) {
 }
 
 std::string down(DrillPhone& phone) {
-  std::string seen;
-  int port = 0;
+  const ReservedPort port;
   {
-    const DrillServer server;
-    port = server.port();
+    const DrillServer server(DrillServer::good, port.number());
     phone.api = server.url();
     expectShown(phone.affirmation(kFirstDay), "Respuesta 1.");
   }
-  seen = keptPending(phone);
-  const DrillServer again([](int, const HttpRequest&) { return DrillServer::good(2); }, port);
+  const std::string seen = keptPending(phone);
+  const DrillServer again([](int, const HttpRequest&) { return DrillServer::good(2); },
+                          port.number());
   expectShown(phone.affirmation(kSecondDay), "Respuesta 2.");
   return seen + "; then the new one";
 }

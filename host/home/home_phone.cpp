@@ -17,6 +17,7 @@ using std::chrono::steady_clock;
 namespace {
 
 constexpr std::size_t kTapsKept = 50;
+constexpr std::size_t kEventsKept = 10'000;
 /// The pause after the extension has ended, before the next widget's request.
 constexpr auto kRestartDelay = std::chrono::milliseconds(100);
 
@@ -149,6 +150,7 @@ bool HomePhone::fetch(Id id, const ReloadRequest& request) {
     widget.failures = 0;
     collectLog();
     note(kind + ": new timeline (" + request.why + ")");
+    remember({.at = Date::now(), .widget = id, .reloaded = request});
     store(id);
     draw(id);
   } catch (const HostError& error) {
@@ -177,10 +179,14 @@ void HomePhone::draw(Id id) {
     if (!png) {
       throw HostError(png.error());
     }
-    widget.entry = entry;
     widget.list = std::move(list);
-    widget.picture = {"/widgets/" + widget.item.kind + ".png?v=" + fingerprint(*png),
-                      std::make_shared<const std::string>(*std::move(png))};
+    const std::string path = "/widgets/" + widget.item.kind + ".png?v=" + fingerprint(*png);
+    if (path != widget.picture.path || entry != widget.entry) {
+      const Date date = widget.stored.timeline.entries[*entry].date;
+      remember({.at = Date::now(), .widget = id, .shown = date});
+    }
+    widget.entry = entry;
+    widget.picture = {path, std::make_shared<const std::string>(*std::move(png))};
     if (widget.failures == 0) {
       widget.problem.reset();
     }
@@ -351,6 +357,13 @@ void HomePhone::attempt(const std::function<void()>& work) {
     work();
   } catch (const HostError& error) {
     note(error.what());
+  }
+}
+
+void HomePhone::remember(WidgetEvent event) {
+  events_.push_back(std::move(event));
+  if (events_.size() > kEventsKept) {
+    events_.pop_front();
   }
 }
 

@@ -50,6 +50,16 @@ struct LogLine {
   bool fromExtension = false;
 };
 
+/// Something that happened to a widget.
+struct WidgetEvent {
+  platform::Date at;
+  std::size_t widget;
+  /// The date of the entry that it shows from now on, if it shows another one or another picture.
+  std::optional<platform::Date> shown = {};
+  /// Why it has a new timeline, if it has one.
+  std::optional<ReloadRequest> reloaded = {};
+};
+
 struct Tap {
   platform::Date at;
   std::string kind;
@@ -122,6 +132,8 @@ class HomePhone {
   bool clockRuns() const { return settings().device.clock.kind != platform::Clock::Kind::frozen; }
   /// The lines since the last call.
   std::vector<LogLine> takeLog();
+  /// What has happened since the last call; of more than 10,000 events, the last ones.
+  std::deque<WidgetEvent> takeEvents() { return std::exchange(events_, {}); }
 
  private:
   using Id = TimelineScheduler::Id;
@@ -134,6 +146,7 @@ class HomePhone {
   void draw(Id id);
   void store(Id id);
   void passReloadsOn();
+  void remember(WidgetEvent event);
   /// Notes the error if `work` fails.
   void attempt(const std::function<void()>& work);
   void note(std::string text);
@@ -141,6 +154,7 @@ class HomePhone {
   Id named(const std::string& kind) const;
 
   std::vector<LogLine> log_;
+  std::deque<WidgetEvent> events_;
   WidgetHost host_;
   TimelineScheduler scheduler_;
   std::vector<PlacedWidget> widgets_;

@@ -21,7 +21,11 @@ constexpr auto kLongestStep = std::chrono::milliseconds(250);
 
 TransferService& DownloadDelivery::transfers() {
   if (!transfers_) {
-    transfers_ = std::make_unique<TransferService>(host_.settings().container);
+    TransferSettings settings;
+    if (host_.settings().simulatesDownloads) {
+      settings.clock = [] { return Date::now().timeIntervalSince1970(); };
+    }
+    transfers_ = std::make_unique<TransferService>(host_.settings().container, settings);
   }
   return *transfers_;
 }
@@ -94,6 +98,19 @@ void DownloadDelivery::deliver() {
     host_.ensureExtension();
     deliverFinished();
   }
+}
+
+void DownloadDelivery::complete() {
+  step();
+  while (transfers().running() > 0 || !transfers().finished().empty()) {
+    step(kLongestStep);
+    deliver();
+  }
+}
+
+std::optional<Date> DownloadDelivery::nextAttempt() {
+  const double next = transfers().next();
+  return pending() > 0 ? std::optional(Date::since1970(next)) : std::nullopt;
 }
 
 void DownloadDelivery::deliverFinished() {

@@ -45,6 +45,10 @@ class DownloadDelivery {
   /// Delivers every result. One that no widget takes is set aside with the reason, and reported.
   void deliver();
   std::size_t pending() { return transfers().pending(); }
+  /// Waits until no attempt runs, and delivers every result.
+  void complete();
+  /// When a pending download is tried again, if there is one.
+  std::optional<platform::Date> nextAttempt();
   /// Why the pending ones have not ended yet: the error of the last attempt.
   std::string waitingFor() const;
   /// Whether an extension has ended that may have stored a result, but not asked for its reload.

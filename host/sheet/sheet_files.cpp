@@ -1,7 +1,5 @@
 #include "host/sheet/sheet_files.h"
 
-#include <absl/strings/str_replace.h>
-
 #include <cmath>
 #include <stdexcept>
 
@@ -52,18 +50,12 @@ Json jsonOf(const Difference& difference) {
   return json;
 }
 
-std::string pageText(std::string_view name) {
-  return std::string(platform::require(pageFile(kSheetPages, name)));
-}
-
 Document documentOf(const Json& json, std::string_view page) {
   const auto text = [&](int indent) {
     return json.dump(indent, ' ', false, Json::error_handler_t::replace);
   };
   return {.json = text(2) + "\n",
-          .page = absl::StrReplaceAll(
-              pageText("/page.html"),
-              {{"{{page}}", pageText(page)}, {"{{data}}", escapedHTML(text(-1))}})};
+          .page = documentPage(platform::require(pageFile(kSheetPages, page)), text(-1))};
 }
 
 /// An entry of the file of accepted findings; an empty `state` or `says` fits all.

@@ -260,8 +260,8 @@ void TransferService::end(TransferTask& task, TransferOutcome outcome, double no
   task = std::move(ended);
 }
 
-/// Sets the timer for the next attempt, resource limit or retry of the disk.
-void TransferService::armTimer(double now) {
+/// The next attempt, resource limit or retry of the disk.
+double TransferService::next() const {
   double next = refreshAt_;
   for (const auto& [id, task] : tasks_) {
     if (task.ended == 0) {
@@ -270,9 +270,13 @@ void TransferService::armTimer(double now) {
       next = waits ? std::min(next, task.next) : next;
     }
   }
+  return next;
+}
+
+void TransferService::armTimer(double now) {
   itimerspec when = {};
-  if (next != kNever) {
-    const double left = std::clamp(next - now, 1e-6, kLongestSleep);
+  if (const double due = next(); due != kNever) {
+    const double left = std::clamp(due - now, 1e-6, kLongestSleep);
     when.it_value = {.tv_sec = static_cast<time_t>(left),
                      .tv_nsec = static_cast<long>((left - std::floor(left)) * 1e9)};
   }

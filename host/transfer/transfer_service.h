@@ -65,6 +65,10 @@ class TransferService {
   std::vector<TransferTask> finished() const;
   /// How many tasks have not ended yet.
   std::size_t pending() const;
+  /// How many attempts run, or have ended since the last `step`.
+  std::size_t running() const { return running_.size(); }
+  /// When `step` has something to do next, in seconds since 1970; infinity for never.
+  double next() const;
   /// The task of this id, or null; valid until the next call that is not const.
   const TransferTask* find(std::int64_t id) const;
 

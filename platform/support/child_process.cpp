@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <fstream>
@@ -29,9 +30,13 @@ std::expected<pid_t, std::error_code> startProgram(std::vector<std::string> word
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  int last = STDERR_FILENO;
   for (const auto& [own, number] : passed) {
     posix_spawn_file_actions_adddup2(&actions, own, number);
+    last = std::max(last, number);
   }
+  // Libraries open sockets that are not closed on exec.
+  posix_spawn_file_actions_addclosefrom_np(&actions, last + 1);
   std::vector<char*> arguments;
   for (std::string& word : words) {
     arguments.push_back(word.data());

@@ -19,8 +19,8 @@ namespace platform {
 /// A descriptor of this process and its number in a program that is started.
 using PassedDescriptor = std::pair<int, int>;
 
-/// Starts the program at `words[0]`. It inherits the environment, the descriptors that are not
-/// closed on exec, and `passed`; its standard input is empty.
+/// Starts the program at `words[0]`. It inherits the environment, `passed` and, below the highest
+/// of those, what is not closed on exec; its standard input is empty.
 std::expected<pid_t, std::error_code> startProgram(std::vector<std::string> words,
                                                    std::initializer_list<PassedDescriptor> passed);
 

@@ -304,9 +304,9 @@ INSTANTIATE_TEST_SUITE_P(With, Answered, ::testing::ValuesIn(kAnswers), [](const
 });
 
 TEST_F(Downloads, AServerThatIsNotThereIsWaitedForUntilTheDownloadIsCancelled) {
-  const LoopbackSocket closed;
+  const host::ReservedPort closed;
   const ProgramEnd ran =
-      glancery({"timeline", "AffirmationWidget", "--settle", "--for", "1"}, closed.port);
+      glancery({"timeline", "AffirmationWidget", "--settle", "--for", "1"}, closed.number());
   EXPECT_EQ(ran.status, 1);
   EXPECT_EQ(std::ranges::count(ran.err, '\n'), 1) << ran.err;
   EXPECT_THAT(ran.err, HasSubstr("Could not connect to the server."));
@@ -316,7 +316,7 @@ TEST_F(Downloads, AServerThatIsNotThereIsWaitedForUntilTheDownloadIsCancelled) {
 
   const std::string id = pending()[0]["id"].dump();
   EXPECT_EQ(phone.glancery({"downloads", "cancel", id}).status, 0);
-  const Json settled = settle(closed.port);
+  const Json settled = settle(closed.number());
   EXPECT_THAT(milestones(logOf(settled)), ElementsAre(kWoken, kCompleted, kAllDelivered));
   EXPECT_THAT(logOf(settled), Contains("[NetworkManager BG] Task completed with error: cancelled"));
   EXPECT_THAT(pending(), IsEmpty());

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 
 #include <csignal>
+#include <set>
 #include <thread>
 
 #include "host/phone/memory_limit.h"
@@ -16,6 +17,7 @@ namespace {
 
 using namespace platform;
 using namespace std::chrono_literals;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using Kind = ExtensionFailure::Kind;
 
@@ -102,6 +104,19 @@ TEST(ExtensionProcess, TheProductRunsInTheSandbox) {
   EXPECT_THAT(status.value(), HasSubstr("Seccomp:\t2"));
 }
 #endif
+
+TEST(ExtensionProcess, InheritsNoDescriptorOfItsHost) {
+  const FileDescriptor kept(::dup(STDERR_FILENO));  // Not closed on exec.
+  const world::Folder folder;
+  const auto extension = startThatDoes(folder, "nothing");
+  EXPECT_TRUE(extension->ask(DescribeRequest()));
+  std::set<std::string> descriptors;
+  for (const auto& entry :
+       std::filesystem::directory_iterator("/proc/" + std::to_string(extension->pid()) + "/fd")) {
+    descriptors.insert(entry.path().filename());
+  }
+  EXPECT_THAT(descriptors, ElementsAre("0", "1", "2", "3"));
+}
 
 TEST(DirtyMemory, CountsAnonymousPagesInMemoryAndSwappedOut) {
   EXPECT_EQ(dirtyMemoryIn("Name:\tGlancery\nVmHWM:\t   9000 kB\nRssAnon:\t    1300 kB\n"

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -12,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "host/http/reserved_port.h"
 #include "platform/support/require.h"
 
 namespace world {
@@ -31,38 +30,13 @@ inline Reply answer(const std::string& head,
       after};
 }
 
-/// A reserved port on loopback; connections are refused until a server listens on it.
-struct LoopbackSocket {
-  explicit LoopbackSocket(int wanted = 0)
-      : number(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    const int yes = 1;
-    ::setsockopt(number, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<std::uint16_t>(wanted));
-    socklen_t size = sizeof address;
-    auto* name = reinterpret_cast<sockaddr*>(&address);
-    if (::bind(number, name, size) != 0 || ::getsockname(number, name, &size) != 0) {
-      platform::fatalError("a port on loopback");
-    }
-    port = ntohs(address.sin_port);
-  }
-  ~LoopbackSocket() { ::close(number); }
-  LoopbackSocket(const LoopbackSocket&) = delete;
-  LoopbackSocket& operator=(const LoopbackSocket&) = delete;
-
-  int number;
-  int port = 0;
-};
-
 /// A server on loopback that answers by a script, with a thread for each connection.
 class ScriptedServer {
  public:
   using Script = std::function<Reply(std::size_t count, const std::string& request)>;
 
   explicit ScriptedServer(Script script, int port = 0) : script_(std::move(script)), socket_(port) {
-    if (::listen(socket_.number, 64) != 0) {
+    if (::listen(socket_.descriptor(), 64) != 0) {
       platform::fatalError("a server on loopback");
     }
     acceptor_ = std::thread([this] { accept(); });
@@ -78,7 +52,7 @@ class ScriptedServer {
     {
       const std::lock_guard lock(mutex_);
       over_ = true;
-      ::shutdown(socket_.number, SHUT_RDWR);
+      ::shutdown(socket_.descriptor(), SHUT_RDWR);
       for (const int connection : connections_) {
         ::shutdown(connection, SHUT_RDWR);
       }
@@ -90,7 +64,7 @@ class ScriptedServer {
     }
   }
 
-  int port() const { return socket_.port; }
+  int port() const { return socket_.number(); }
   std::string url(const std::string& path = "/") const {
     return "http://127.0.0.1:" + std::to_string(port()) + path;
   }
@@ -107,7 +81,7 @@ class ScriptedServer {
  private:
   void accept() {
     for (;;) {
-      const int connection = ::accept4(socket_.number, nullptr, nullptr, SOCK_CLOEXEC);
+      const int connection = ::accept4(socket_.descriptor(), nullptr, nullptr, SOCK_CLOEXEC);
       const std::lock_guard lock(mutex_);
       if (connection < 0 || over_) {
         ::close(connection);
@@ -173,7 +147,7 @@ class ScriptedServer {
   }
 
   Script script_;
-  LoopbackSocket socket_;
+  host::ReservedPort socket_;
   mutable std::mutex mutex_;
   mutable std::condition_variable changed_;
   bool over_ = false;

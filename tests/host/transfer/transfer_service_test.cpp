@@ -20,12 +20,12 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-std::string urlOf(const LoopbackSocket& socket) {
-  return "http://127.0.0.1:" + std::to_string(socket.port) + "/";
+std::string urlOf(const host::ReservedPort& socket) {
+  return "http://127.0.0.1:" + std::to_string(socket.number()) + "/";
 }
 
 TEST(TransferService, WaitsForAServerWithGrowingPausesThatOutliveTheHost) {
-  const LoopbackSocket closed;
+  const host::ReservedPort closed;
   Transfers transfers;
   const auto id = transfers.add({.url = urlOf(closed)});
   std::vector<double> pauses;
@@ -41,7 +41,7 @@ TEST(TransferService, WaitsForAServerWithGrowingPausesThatOutliveTheHost) {
     transfers.now = transfers.task(id).next;
   }
   EXPECT_THAT(pauses, ElementsAre(1, 2, 4, 8, 16, 32, 64, 128, 256, 512, 900, 900));
-  ScriptedServer server(std::vector{answer("200 OK", "hello")}, closed.port);
+  ScriptedServer server(std::vector{answer("200 OK", "hello")}, closed.number());
   transfers.settle();
   EXPECT_EQ(endOf(transfers.task(id)), "200");
 }
@@ -109,7 +109,7 @@ TEST(TransferService, SendsAPostThreeTimesAtMost) {
 }
 
 TEST(TransferService, APostThatNeverLeftWaitsForTheNetwork) {
-  const LoopbackSocket unreachable;
+  const host::ReservedPort unreachable;
   Transfers transfers;
   const auto id = transfers.add({.url = urlOf(unreachable), .method = "POST", .body = "{}"});
   for (int attempt = 1; attempt <= 6; ++attempt) {
@@ -139,7 +139,7 @@ TEST(TransferService, AnAttemptThatAKillInterruptedCountsAsSent) {
 TEST(TransferService, TheResourceLimitEndsATask) {
   ScriptedServer server({Reply{"", hang}});
   Transfers transfers;
-  const LoopbackSocket closed;
+  const host::ReservedPort closed;
   const auto refused = transfers.add({.url = urlOf(closed)});
   const auto silent = transfers.add({.url = server.url(), .timeout = 1e9});
   transfers.stepUntilWaiting(refused);

@@ -1,0 +1,351 @@
+#include "host/simulate/simulation.h"
+
+#include <absl/strings/str_replace.h>
+
+#include <algorithm>
+#include <cmath>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <set>
+#include <thread>
+#include <tuple>
+#include <utility>
+
+#include "host/api/affirmation_api.h"
+#include "host/home/clock_targets.h"
+#include "host/home/home_phone.h"
+#include "host/http/reserved_port.h"
+#include "host/phone/host_app.h"
+#include "platform/foundation/time/calendar.h"
+#include "store/shared_store.h"
+
+namespace host {
+
+using namespace platform;
+
+namespace {
+
+constexpr double kDay = 86400;
+/// What the extension logs when an affirmation has arrived.
+constexpr std::string_view kSaved = "Saved serialized affirmation data";
+
+const char* nameOf(ReloadCause cause) {
+  constexpr std::array kNames = {"first", "policy", "extension", "host app", "device", "clock"};
+  return kNames.at(static_cast<std::size_t>(cause));
+}
+
+/// "[StreakProvider]", or what the line begins with.
+std::string_view tagOf(const LogLine& line) {
+  const std::string_view text = line.text;
+  return line.fromExtension ? text.substr(0, text.find_first_of("]:")) : "";
+}
+
+/// "2026-03-05T20:15:00" by the phone's clock.
+std::string wall(Date date) {
+  const double offset = TimeZone::current().secondsFromGMT(date);
+  return date.addingTimeInterval(offset).iso8601().substr(0, 19);
+}
+
+/// The development API on a thread of its own, with the faults of the script.
+class Server {
+ public:
+  /// `fault` is empty, "error", "cut" or "nonsense".
+  Server(int port, std::string fault) : fault_(std::move(fault)) {
+    auto opened = HttpServer::listen(
+        static_cast<std::uint16_t>(port), [this](const HttpRequest& request, const HttpServer::Reply& reply) {
+          reply(answer(request));
+        });
+    if (!opened) {
+      throw HostError(opened.error());
+    }
+    server_ = *std::move(opened);
+    thread_ = std::jthread([this] { server_->serve(); });
+  }
+  ~Server() { server_->stop(); }
+  Server(const Server&) = delete;
+  Server& operator=(const Server&) = delete;
+
+ private:
+  HttpAnswer answer(const HttpRequest& request) const {
+    HttpAnswer answer = answerOf(request, std::nullopt, Date::now()).http;
+    if (fault_ == "error") {
+      return refusal(500, "the simulated server fails");
+    }
+    answer.cut = fault_ == "cut";
+    if (fault_ == "nonsense") {
+      answer.body = "nonsense";
+    }
+    return answer;
+  }
+
+  const std::string fault_;
+  std::unique_ptr<HttpServer> server_;
+  std::jthread thread_;
+};
+
+class Run {
+ public:
+  explicit Run(const SimulationSettings& settings)
+      : settings_(settings), begin_(settings.phone.device.clock.now()) {
+    serve("");
+    HostSettings phone = settings.phone;
+    phone.simulatesDownloads = true;
+    phone.infoOverrides.set("ApiBaseUrl", "http://127.0.0.1:" + std::to_string(port_.number()));
+    phone.infoOverrides.set("ApiKey", "simulation");
+    makeCurrent(phone);
+    firstDay_ = dayNumber();
+    phone_.emplace(std::move(phone), RefreshBudget());
+  }
+
+  Simulation live() {
+    const Date end = begin_.addingTimeInterval(settings_.days * kDay);
+    startDay();
+    phone_->start();
+    follow();
+    for (;;) {
+      const Date now = Date::now();
+      const Date next = std::min({end, nextDue(), nextScripted()});
+      if (next >= end) {
+        break;
+      }
+      // What stays due, such as a failed request, is looked at once a second.
+      phone_->setClock(next > now ? next : now.addingTimeInterval(1), false);
+      follow();
+      perform();
+      follow();
+      ++result_.moments;
+    }
+    endDay();
+    return std::move(result_);
+  }
+
+ private:
+  /// Days since 1970 by the phone's calendar.
+  static int dayNumber() {
+    const Date start = Calendar::current().startOfDay(Date::now());
+    const double local =
+        start.timeIntervalSince1970() + TimeZone::current().secondsFromGMT(start);
+    return static_cast<int>(std::floor(local / kDay));
+  }
+
+  Date nextDue() {
+    Date next = restoreAt_.value_or(Date::distantFuture());
+    for (const auto& [name, instant] : clockTargets(*phone_)) {
+      next = std::min(next, instant.value_or(next));
+    }
+    return std::min(next, phone_->downloads().nextAttempt().value_or(next));
+  }
+
+  /// The time of the next event of this day, or the distant future.
+  Date nextScripted() const {
+    const int today = dayNumber() - firstDay_;
+    Date next = Date::distantFuture();
+    for (std::size_t index = 0; index < settings_.script.size(); ++index) {
+      if (settings_.script[index].happensOn(today) && !done_.contains({index, today})) {
+        next = std::min(next, timeOf(settings_.script[index]));
+      }
+    }
+    return next;
+  }
+  static Date timeOf(const ScriptEvent& event) {
+    return Calendar::current().startOfDay(Date::now()).addingTimeInterval(event.minute * 60.0);
+  }
+
+  /// Does what the script has for now, and ends faults that are over.
+  void perform() {
+    if (restoreAt_ && *restoreAt_ <= Date::now()) {
+      restoreAt_.reset();
+      serve("");
+    }
+    const int today = dayNumber() - firstDay_;
+    for (std::size_t index = 0; index < settings_.script.size(); ++index) {
+      const ScriptEvent& event = settings_.script[index];
+      if (event.happensOn(today) && timeOf(event) <= Date::now() &&
+          done_.insert({index, today}).second) {
+        perform(event);
+        phone_->suiteChanged();
+      }
+    }
+  }
+
+  void perform(const ScriptEvent& event) {
+    using enum ScriptEvent::Kind;
+    switch (event.kind) {
+      case signIn:
+        host::signIn(event.value);
+        break;
+      case signOut:
+        host::signOut();
+        break;
+      case streak: {
+        const int day = dayNumber();
+        streak_ = day == lastActive_ + 1 ? streak_ + 1 : day == lastActive_ ? streak_ : 1;
+        lastActive_ = day;
+        recordStreak(streak_, Date::now());
+        break;
+      }
+      case mood:
+        recordNamedMood(event.value, {});
+        break;
+      case travel: {
+        HostSettings changed = phone_->settings();
+        change(changed, "timeZone", event.value, "timeZone");
+        phone_->setDevice(std::move(changed));
+        break;
+      }
+      case offline:
+        server_.reset();
+        fail(event);
+        break;
+      case server:
+        serve(event.value);
+        fail(event);
+        break;
+    }
+  }
+  void serve(const std::string& fault) {
+    server_.reset();
+    server_ = std::make_unique<Server>(port_.number(), fault);
+  }
+  void fail(const ScriptEvent& event) {
+    restoreAt_ = Date::now().addingTimeInterval(event.hours * 3600);
+    healthy_ = false;
+  }
+
+  /// Lets the phone do what is due, and writes down what happened.
+  void follow() {
+    if (result_.days.back().date != wall(Date::now()).substr(0, 10)) {
+      endDay();
+      startDay();
+    }
+    phone_->advance();
+    try {
+      phone_->downloads().complete();
+    } catch (const HostError& error) {
+      violate("downloads", error.what());
+    }
+    phone_->stepDownloads();
+    phone_->advance();
+    observe();
+  }
+
+  void startDay() {
+    const Date now = Date::now();
+    settings_.progress(static_cast<int>(result_.days.size()));
+    result_.days.push_back({.date = wall(now).substr(0, 10),
+                            .timeZone = TimeZone::current().identifier()});
+    dayBegan_ = now;
+    healthy_ = !restoreAt_;
+    said_.clear();
+  }
+
+  void endDay() {
+    // A day of less than 23 hours is one that the user has cut short by travelling.
+    const bool whole = Date::now().timeIntervalSince1970() - dayBegan_.timeIntervalSince1970() >= 23 * 3600;
+    if (healthy_ && whole && phone_->downloads().pending() > 0) {
+      violate("download", "a download is still pending at the end of a day with a network");
+    }
+  }
+
+  void observe() {
+    SimulatedDay& day = result_.days.back();
+    std::vector<LogLine> lines = phone_->takeLog();
+    // Queues of the extension run side by side. Lines of one time are ordered by their tags, so that
+    // two runs are equal.
+    std::ranges::stable_sort(lines, {}, [](const LogLine& line) {
+      return std::tuple(line.at.timeIntervalSince1970(), tagOf(line));
+    });
+    for (const LogLine& line : lines) {
+      std::string text = line.text;
+      absl::StrReplaceAll({{phone_->settings().container.string(), "CONTAINER"},
+                           {"127.0.0.1:" + std::to_string(port_.number()), "SERVER"}},
+                          &text);
+      day.downloads += line.fromExtension && text.find(kSaved) != std::string::npos;
+      day.log.push_back(wall(line.at).substr(11) + (line.fromExtension ? " " : " host: ") + text);
+    }
+    const RefreshBudget& budget = phone_->scheduler().budget();
+    day.widgets.resize(phone_->widgets().size());
+    for (const WidgetEvent& event : phone_->takeEvents()) {
+      WidgetDay& widget = day.widgets[event.widget].second;
+      widget.shown += event.shown.has_value();
+      if (event.reloaded) {
+        ++widget.reloads[nameOf(event.reloaded->cause)];
+        count(event.widget, *event.reloaded, event.at, budget);
+      }
+    }
+    for (std::size_t id = 0; id < day.widgets.size(); ++id) {
+      const PlacedWidget& placed = phone_->widgets()[id];
+      const WidgetSchedule& schedule = phone_->scheduler().at(id);
+      auto& [kind, widget] = day.widgets[id];
+      const int left = schedule.budgetLeft(Date::now(), budget);
+      widget.budgetLeft = kind.empty() ? left : std::min(widget.budgetLeft, left);
+      kind = placed.item.kind;
+      check(placed, schedule);
+    }
+  }
+
+  void check(const PlacedWidget& placed, const WidgetSchedule& schedule) {
+    const std::string& kind = placed.item.kind;
+    if (!placed.entry || placed.list.items.empty() || !placed.picture.png) {
+      violate(kind + " blank", kind + " shows nothing: " + placed.problem.value_or("no entry"));
+      return;
+    }
+    const auto& [entries, policy] = placed.stored.timeline;
+    const Date today = Calendar::current().startOfDay(Date::now());
+    const Date shown = entries.at(*placed.entry).date;
+    if (policy.date && shown < today && schedule.record().fetched.value_or(shown) < today) {
+      violate(kind + " stale", kind + " shows its entry of " + wall(shown));
+    }
+  }
+
+  void count(std::size_t id, const ReloadRequest& request, Date at, const RefreshBudget& budget) {
+    if (!isCounted(request.cause)) {
+      return;
+    }
+    std::deque<Date>& times = counted_[id];
+    times.push_back(at);
+    while (times.front() <= at.addingTimeInterval(-kDay)) {
+      times.pop_front();
+    }
+    if (times.size() > static_cast<std::size_t>(budget.perDay)) {
+      violate(std::to_string(id) + " budget", "more reloads in 24 hours than the budget allows");
+    }
+  }
+
+  /// Says each thing once a day.
+  void violate(const std::string& what, const std::string& says) {
+    if (said_.insert(what).second) {
+      result_.violations.push_back({wall(Date::now()), says});
+    }
+  }
+
+  const SimulationSettings& settings_;
+  const Date begin_;
+  int firstDay_ = 0;
+  const ReservedPort port_;
+  std::unique_ptr<Server> server_;
+  std::optional<HomePhone> phone_;
+  Simulation result_;
+
+  /// The events that have been performed, with their days.
+  std::set<std::pair<std::size_t, int>> done_;
+  std::int64_t streak_ = 0;
+  int lastActive_ = 0;
+  /// When the network or the server is back.
+  std::optional<Date> restoreAt_;
+
+  Date dayBegan_ = Date::distantPast();
+  /// Whether network and server work on this day.
+  bool healthy_ = true;
+  std::set<std::string> said_;
+  std::map<std::size_t, std::deque<Date>> counted_;
+};
+
+}  // namespace
+
+Simulation simulate(const SimulationSettings& settings) {
+  return Run(settings).live();
+}
+
+}  // namespace host

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <array>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "host/phone/host_settings.h"
+#include "host/schedule/widget_schedule.h"
+#include "host/simulate/script.h"
+
+namespace host {
+
+struct SimulationSettings {
+  /// The clock is where the simulation begins.
+  HostSettings phone;
+  int days = 1;
+  Script script;
+  std::function<void(int day)> progress = [](int) {};
+};
+
+/// What a widget did on a day.
+struct WidgetDay {
+  /// How many entries or pictures it has shown.
+  int shown = 0;
+  /// Its new timelines, by their cause's name.
+  std::map<std::string, int> reloads = {};
+  /// The least budget that was left.
+  int budgetLeft = 0;
+};
+
+struct SimulatedDay {
+  /// "2026-03-05", and the zone in which it is that day.
+  std::string date;
+  std::string timeZone;
+  /// By kind, in the gallery's order.
+  std::vector<std::pair<std::string, WidgetDay>> widgets = {};
+  int downloads = 0;
+  /// "20:15:00 text", those of the host behind "host: ".
+  std::vector<std::string> log = {};
+};
+
+/// Something that must never happen.
+struct Violation {
+  std::string at;
+  std::string says;
+};
+
+struct Simulation {
+  std::vector<SimulatedDay> days = {};
+  std::vector<Violation> violations = {};
+  /// The times at which something was due.
+  int moments = 0;
+};
+
+/// Lives the days of a phone in as little time as they take: the clock jumps from one due time to
+/// the next, the real extension answers, every picture is drawn, and downloads come from a server of
+/// this process. Everything follows the phone's clock, so two runs with equal settings have equal
+/// results.
+///
+/// Checks what must never happen: a widget without a picture, one that shows a day that is over
+/// although it reloads by date, one with more reloads than its budget, a download that is lost.
+/// Throws a `HostError` if the phone can't be played. Changes the device and the container of this
+/// process.
+Simulation simulate(const SimulationSettings& settings);
+
+}  // namespace host
