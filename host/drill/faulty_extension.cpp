@@ -72,9 +72,17 @@ struct FaultyProvider {
   }
   void getTimeline(const TimelineProviderContext&,
                    const Completion<Timeline<FaultyEntry>>& completion) const {
-    const auto suite = require(NSUserDefaults::initWithSuiteName(glancery::kAppGroupIdentifier));
+    auto suite = require(NSUserDefaults::initWithSuiteName(glancery::kAppGroupIdentifier));
+    if (suite.integerForKey("faults") > 0) {
+      fatalError("another timeline");
+    }
     const std::string user =
         suite.dictionaryRepresentation().string(glancery::kSharedUidKey).value_or("");
+    if (user == "stale") {  // Promises another timeline, and fails at it.
+      suite.setInteger(1, "faults");
+      completion({{{}}, TimelineReloadPolicy::after(Date::now().addingTimeInterval(3600))});
+      return;
+    }
     completion({{{.text = misbehave(user)}}, TimelineReloadPolicy::never});
   }
 };

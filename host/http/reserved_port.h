@@ -24,8 +24,7 @@ class ReservedPort {
     address.sin_port = htons(static_cast<std::uint16_t>(wanted));
     socklen_t size = sizeof address;
     auto* name = reinterpret_cast<sockaddr*>(&address);
-    if (::bind(socket_.get(), name, size) != 0 ||
-        ::getsockname(socket_.get(), name, &size) != 0) {
+    if (::bind(socket_.get(), name, size) != 0 || ::getsockname(socket_.get(), name, &size) != 0) {
       platform::fatalError("a port on loopback");
     }
     number_ = ntohs(address.sin_port);

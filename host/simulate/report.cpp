@@ -16,9 +16,8 @@ using Json = nlohmann::ordered_json;
 Json jsonOf(const SimulatedDay& day) {
   Json widgets = Json::object();
   for (const auto& [kind, widget] : day.widgets) {
-    widgets[kind] = {{"shown", widget.shown},
-                     {"reloads", widget.reloads},
-                     {"budgetLeft", widget.budgetLeft}};
+    widgets[kind] = {
+        {"shown", widget.shown}, {"reloads", widget.reloads}, {"budgetLeft", widget.budgetLeft}};
   }
   return {{"date", day.date},
           {"timeZone", day.timeZone},

@@ -176,14 +176,14 @@ std::expected<Script, std::string> readScript(std::string_view json) {
       }
       return true;
     };
-    [[maybe_unused]] const Json whole = Json::parse(CountingIterator{json.data(), &taken},
-                      CountingIterator{json.data() + json.size(), &taken},
-                      read);
+    [[maybe_unused]] const Json whole =
+        Json::parse(CountingIterator{json.data(), &taken},
+                    CountingIterator{json.data() + json.size(), &taken},
+                    read);
     require(hasEvents, "\"events\" is missing");
     return script;
   } catch (const Json::parse_error& error) {
-    return std::unexpected(placeOf(json, error.byte == 0 ? 0 : error.byte - 1) +
-                           "not valid JSON");
+    return std::unexpected(placeOf(json, error.byte == 0 ? 0 : error.byte - 1) + "not valid JSON");
   } catch (const HostError& error) {
     return std::unexpected(placeOf(json, start) + error.what());
   }

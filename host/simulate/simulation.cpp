@@ -9,7 +9,6 @@
 #include <optional>
 #include <set>
 #include <thread>
-#include <tuple>
 #include <utility>
 
 #include "host/api/affirmation_api.h"
@@ -52,10 +51,11 @@ class Server {
  public:
   /// `fault` is empty, "error", "cut" or "nonsense".
   Server(int port, std::string fault) : fault_(std::move(fault)) {
-    auto opened = HttpServer::listen(
-        static_cast<std::uint16_t>(port), [this](const HttpRequest& request, const HttpServer::Reply& reply) {
-          reply(answer(request));
-        });
+    auto opened =
+        HttpServer::listen(static_cast<std::uint16_t>(port),
+                           [this](const HttpRequest& request, const HttpServer::Reply& reply) {
+                             reply(answer(request));
+                           });
     if (!opened) {
       throw HostError(opened.error());
     }
@@ -124,8 +124,7 @@ class Run {
   /// Days since 1970 by the phone's calendar.
   static int dayNumber() {
     const Date start = Calendar::current().startOfDay(Date::now());
-    const double local =
-        start.timeIntervalSince1970() + TimeZone::current().secondsFromGMT(start);
+    const double local = start.timeIntervalSince1970() + TimeZone::current().secondsFromGMT(start);
     return static_cast<int>(std::floor(local / kDay));
   }
 
@@ -220,11 +219,13 @@ class Run {
       startDay();
     }
     phone_->advance();
+    observe();
     try {
       phone_->downloads().complete();
     } catch (const HostError& error) {
       violate("downloads", error.what());
     }
+    observe(true);
     phone_->stepDownloads();
     phone_->advance();
     observe();
@@ -233,8 +234,8 @@ class Run {
   void startDay() {
     const Date now = Date::now();
     settings_.progress(static_cast<int>(result_.days.size()));
-    result_.days.push_back({.date = wall(now).substr(0, 10),
-                            .timeZone = TimeZone::current().identifier()});
+    result_.days.push_back(
+        {.date = wall(now).substr(0, 10), .timeZone = TimeZone::current().identifier()});
     dayBegan_ = now;
     healthy_ = !restoreAt_;
     said_.clear();
@@ -242,20 +243,21 @@ class Run {
 
   void endDay() {
     // A day of less than 23 hours is one that the user has cut short by travelling.
-    const bool whole = Date::now().timeIntervalSince1970() - dayBegan_.timeIntervalSince1970() >= 23 * 3600;
+    const bool whole =
+        Date::now().timeIntervalSince1970() - dayBegan_.timeIntervalSince1970() >= 23 * 3600;
     if (healthy_ && whole && phone_->downloads().pending() > 0) {
       violate("download", "a download is still pending at the end of a day with a network");
     }
   }
 
-  void observe() {
+  /// During a delivery the extension's queues run side by side. Those lines are ordered by their
+  /// tags, so that two runs are equal.
+  void observe(bool delivery = false) {
     SimulatedDay& day = result_.days.back();
     std::vector<LogLine> lines = phone_->takeLog();
-    // Queues of the extension run side by side. Lines of one time are ordered by their tags, so that
-    // two runs are equal.
-    std::ranges::stable_sort(lines, {}, [](const LogLine& line) {
-      return std::tuple(line.at.timeIntervalSince1970(), tagOf(line));
-    });
+    if (delivery) {
+      std::ranges::stable_sort(lines, {}, tagOf);
+    }
     for (const LogLine& line : lines) {
       std::string text = line.text;
       absl::StrReplaceAll({{phone_->settings().container.string(), "CONTAINER"},

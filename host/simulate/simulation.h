@@ -55,9 +55,9 @@ struct Simulation {
 };
 
 /// Lives the days of a phone in as little time as they take: the clock jumps from one due time to
-/// the next, the real extension answers, every picture is drawn, and downloads come from a server of
-/// this process. Everything follows the phone's clock, so two runs with equal settings have equal
-/// results.
+/// the next, the real extension answers, every picture is drawn, and downloads come from a server
+/// of this process. Everything follows the phone's clock, so two runs with equal settings have
+/// equal results.
 ///
 /// Checks what must never happen: a widget without a picture, one that shows a day that is over
 /// although it reloads by date, one with more reloads than its budget, a download that is lost.
