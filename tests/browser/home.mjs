@@ -26,6 +26,8 @@ export async function openBrowser() {
   });
 }
 export const closeBrowser = () => browser.close();
+/** A tab of a window of its own. */
+export const newTab = async (options) => (await browser.newContext(options)).newPage();
 
 /** `glancery home` with a container of its own. */
 export class Home {
