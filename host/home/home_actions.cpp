@@ -72,9 +72,13 @@ constexpr std::array kActions = {
 
 }  // namespace
 
-void performAction(HomePhone& phone, std::string request) {
+HttpAnswer performAction(HomePhone& phone, std::string request) {
   const JsonMembers action(std::move(request));
   const std::string name = action.text("action");
+  if (name == "picture") {
+    const auto entry = static_cast<std::size_t>(action.integer("entry"));
+    return contentAnswer("image/png", phone.drawEntry(action.text("kind"), entry));
+  }
   const auto* known = std::ranges::find(kActions, name, &Action::name);
   if (known == kActions.end()) {
     throw BadRequest("unknown action \"" + name + "\"");
@@ -83,6 +87,7 @@ void performAction(HomePhone& phone, std::string request) {
   if (known->writes) {
     phone.suiteChanged();
   }
+  return jsonAnswer("{}");
 }
 
 }  // namespace host

@@ -141,8 +141,9 @@ struct HomeLoop::Impl {
     HomeView view = {.state = stateJSON(phone),
                      .clock = phone.settings().device.clock,
                      .pictures = {},
-                     .log = phone.takeLog()};
-    if (view.state != shown || !view.log.empty()) {
+                     .log = phone.takeLog(),
+                     .events = takeEventsJSON(phone)};
+    if (view.state != shown || !view.log.empty() || !view.events.empty()) {
       shown = view.state;
       for (const PlacedWidget& widget : phone.widgets()) {
         if (widget.picture.png) {
@@ -246,8 +247,7 @@ void HomeLoop::act(std::string action, HttpServer::Reply reply) {
              [impl = impl_.get(), action = std::move(action), reply = std::move(reply)] {
                HttpAnswer answer;
                try {
-                 performAction(impl->phone, action);
-                 answer = jsonAnswer("{}");
+                 answer = performAction(impl->phone, action);
                } catch (const BadRequest& error) {
                  answer = refusal(400, error.what());
                } catch (const InvalidValue& error) {

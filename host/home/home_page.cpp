@@ -1,12 +1,17 @@
 #include "host/home/home_page.h"
 
+#include <absl/strings/numbers.h>
+#include <absl/strings/str_join.h>
 #include <absl/strings/str_replace.h>
+#include <absl/strings/str_split.h>
+#include <absl/strings/strip.h>
 
 #include <algorithm>
 #include <utility>
 
 #include "host/home/home_state.h"
 #include "host/pages/page_files.h"
+#include "platform/foundation/data/json_serialization.h"
 #include "platform/foundation/text/uuid.h"
 #include "platform/support/files.h"
 
@@ -20,6 +25,25 @@ extern const std::span<const PageFile> kHomePage;
 namespace {
 
 constexpr std::size_t kLinesKept = 500;
+constexpr std::size_t kHappeningsKept = 10'000;
+/// Of some 40 KiB each.
+constexpr std::size_t kPicturesKept = 300;
+
+/// Adds to the end, and drops from the front what is too much.
+template <class T>
+void keep(std::deque<T>& kept, T item, std::size_t most) {
+  kept.push_back(std::move(item));
+  if (kept.size() > most) {
+    kept.pop_front();
+  }
+}
+
+/// The last `count` items, or all.
+template <class T>
+std::vector<T> lastOf(const std::deque<T>& kept, std::uint64_t count) {
+  return {kept.end() - static_cast<std::ptrdiff_t>(std::min<std::uint64_t>(count, kept.size())),
+          kept.end()};
+}
 
 std::string_view typeOf(std::string_view path) {
   return path.ends_with(".css")   ? "text/css; charset=utf-8"
@@ -67,6 +91,8 @@ void HomePage::answer(const HttpRequest& request, const HttpServer::Reply& reply
     send(jsonAnswer(drills_));
   } else if (path == "/events") {
     send(events());
+  } else if (path.starts_with("/entries/")) {
+    entry(path, send);
   } else if (path.starts_with("/widgets/")) {
     send(picture(request));
   } else {
@@ -103,30 +129,48 @@ std::string HomePage::stateNow() const {
 }
 
 HttpAnswer HomePage::picture(const HttpRequest& request) const {
-  const std::string named = std::string(request.path()) + '?';
-  const auto found = std::ranges::find_if(
-      view_.pictures, [&](const ServedPicture& each) { return each.path.starts_with(named); });
-  if (found == view_.pictures.end()) {
-    return refusal(404, "no picture of such a widget");
+  const auto exact = std::ranges::find(pictures_, request.target, &ServedPicture::path);
+  if (exact != pictures_.end()) {
+    return contentAnswer("image/png", *exact->png, "private, max-age=3600");
   }
-  // The path changes with the picture. A request for an earlier picture gets the current one, which
-  // must not be cached under the earlier path.
-  const bool own = request.target == found->path;
-  return contentAnswer("image/png", *found->png, own ? "private, max-age=3600" : "no-store");
+  // A request for a picture that is not kept gets the current one, which must not be cached under
+  // that path.
+  const std::string named = std::string(request.path()) + '?';
+  const auto current = std::ranges::find_if(
+      view_.pictures, [&](const ServedPicture& each) { return each.path.starts_with(named); });
+  return current == view_.pictures.end() ? refusal(404, "no picture of such a widget")
+                                         : contentAnswer("image/png", *current->png);
+}
+
+void HomePage::entry(std::string_view path, const HttpServer::Reply& reply) const {
+  const std::vector<std::string> parts = absl::StrSplit(std::string(path), '/');
+  std::int64_t entry = 0;
+  if (parts.size() != 4 || !absl::SimpleAtoi(absl::StripSuffix(parts[3], ".png"), &entry)) {
+    reply(refusal(404, "no such entry"));
+    return;
+  }
+  const auto action = NSJSONSerialization::dataWithJSONObject(
+      Dictionary{{"action", "picture"}, {"kind", parts[2]}, {"entry", entry}});
+  act_(action ? action->bytes : "", reply);
 }
 
 HttpAnswer HomePage::events() const {
   HttpAnswer stream = contentAnswer("text/event-stream", "");
-  stream.events = [this, sentViews = std::uint64_t{0}, sentLines = std::uint64_t{0}]() mutable {
+  stream.events = [this,
+                   sentViews = std::uint64_t{0},
+                   sentLines = std::uint64_t{0},
+                   sentEvents = std::uint64_t{0}]() mutable {
     std::string text;
     if (sentViews != views_) {
       sentViews = views_;
       text += event("state", stateNow());
     }
     if (sentLines != lines_) {
-      const auto count = std::min<std::uint64_t>(lines_ - sentLines, log_.size());
-      text += event("log", logJSON({log_.end() - static_cast<std::ptrdiff_t>(count), log_.end()}));
-      sentLines = lines_;
+      text += event("log", logJSON(lastOf(log_, lines_ - std::exchange(sentLines, lines_))));
+    }
+    if (sentEvents != happened_) {
+      const auto fresh = lastOf(happenings_, happened_ - std::exchange(sentEvents, happened_));
+      text += event("events", "[" + absl::StrJoin(fresh, ",") + "]");
     }
     return text;
   };
@@ -151,13 +195,18 @@ void HomePage::act(const HttpRequest& request,
 }
 
 void HomePage::show(HomeView view) {
+  lines_ += view.log.size();
   for (LogLine& line : view.log) {
-    log_.push_back(std::move(line));
-    ++lines_;
+    keep(log_, std::move(line), kLinesKept);
   }
-  view.log.clear();
-  while (log_.size() > kLinesKept) {
-    log_.pop_front();
+  happened_ += view.events.size();
+  for (std::string& event : view.events) {
+    keep(happenings_, std::move(event), kHappeningsKept);
+  }
+  for (const ServedPicture& picture : view.pictures) {
+    if (std::ranges::count(pictures_, picture.path, &ServedPicture::path) == 0) {
+      keep(pictures_, picture, kPicturesKept);
+    }
   }
   view_ = std::move(view);
   ++views_;

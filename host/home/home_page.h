@@ -19,8 +19,9 @@ struct HomeView {
   std::string state = R"({"widgets":[]})";
   platform::Clock clock;
   std::vector<ServedPicture> pictures;
-  /// The lines since the last view.
+  /// The lines since the last view, and the events, as `takeEventsJSON` gives them.
   std::vector<LogLine> log;
+  std::vector<std::string> events;
 };
 
 /// The page on 127.0.0.1: its files, the pictures, the stream of events, the actions, the drills.
@@ -41,6 +42,8 @@ class HomePage {
  private:
   HttpAnswer file(std::string_view path) const;
   HttpAnswer picture(const HttpRequest& request) const;
+  /// Draws a planned entry: "/entries/KIND/N.png".
+  void entry(std::string_view path, const HttpServer::Reply& reply) const;
   HttpAnswer events() const;
   std::string stateNow() const;
   /// Passes the request on if it comes from this page.
@@ -54,7 +57,11 @@ class HomePage {
   /// How many views and lines of the log there were.
   std::uint64_t views_ = 0;
   std::uint64_t lines_ = 0;
+  std::uint64_t happened_ = 0;
   std::deque<LogLine> log_;
+  std::deque<std::string> happenings_;
+  /// The last pictures, the newest last.
+  std::deque<ServedPicture> pictures_;
 };
 
 }  // namespace host

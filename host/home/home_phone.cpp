@@ -122,6 +122,7 @@ void HomePhone::advance() {
       postpone(due.widget, *due.reload, kRestartDelay);
     }
   }
+  rememberDownloads();
 }
 
 void HomePhone::postpone(Id id, const ReloadRequest& request, std::chrono::milliseconds delay) {
@@ -150,7 +151,10 @@ bool HomePhone::fetch(Id id, const ReloadRequest& request) {
     widget.failures = 0;
     collectLog();
     note(kind + ": new timeline (" + request.why + ")");
-    remember({.at = Date::now(), .widget = id, .reloaded = request});
+    remember({.at = Date::now(),
+              .widget = id,
+              .reloaded = request,
+              .budgetLeft = scheduler_.at(id).budgetLeft(Date::now(), scheduler_.budget())});
     store(id);
     draw(id);
   } catch (const HostError& error) {
@@ -172,21 +176,15 @@ void HomePhone::draw(Id id) {
   }
   try {
     DisplayList list = host_.display(widget.stored.timeline.entries.at(*entry), widget.family);
-    auto png = host_.renderer().png(list,
-                                    {.scale = settings().screen.scale,
-                                     .scheme = settings().scheme,
-                                     .cornerRadius = kWidgetCornerRadius});
-    if (!png) {
-      throw HostError(png.error());
-    }
+    std::string png = pngOf(list);
     widget.list = std::move(list);
-    const std::string path = "/widgets/" + widget.item.kind + ".png?v=" + fingerprint(*png);
+    const std::string path = "/widgets/" + widget.item.kind + ".png?v=" + fingerprint(png);
     if (path != widget.picture.path || entry != widget.entry) {
       const Date date = widget.stored.timeline.entries[*entry].date;
-      remember({.at = Date::now(), .widget = id, .shown = date});
+      remember({.at = Date::now(), .widget = id, .shown = date, .picture = path});
     }
     widget.entry = entry;
-    widget.picture = {path, std::make_shared<const std::string>(*std::move(png))};
+    widget.picture = {path, std::make_shared<const std::string>(std::move(png))};
     if (widget.failures == 0) {
       widget.problem.reset();
     }
@@ -194,6 +192,26 @@ void HomePhone::draw(Id id) {
     widget.problem = error.what();
     note(widget.item.kind + ": " + error.what());
   }
+}
+
+std::string HomePhone::pngOf(const DisplayList& list) {
+  auto png = host_.renderer().png(list,
+                                  {.scale = settings().screen.scale,
+                                   .scheme = settings().scheme,
+                                   .cornerRadius = kWidgetCornerRadius});
+  if (!png) {
+    throw HostError(png.error());
+  }
+  return *std::move(png);
+}
+
+std::string HomePhone::drawEntry(const std::string& kind, std::size_t entry) {
+  const PlacedWidget& widget = widgets_[named(kind)];
+  const auto& entries = widget.stored.timeline.entries;
+  if (entry >= entries.size()) {
+    throw InvalidValue("entry", std::to_string(entry), "the timeline has no such entry");
+  }
+  return pngOf(host_.display(entries[entry], widget.family));
 }
 
 void HomePhone::store(Id id) {
@@ -243,6 +261,7 @@ void HomePhone::stepDownloads() {
   }
   collectLog();
   passReloadsOn();
+  rememberDownloads();
 }
 
 void HomePhone::rest() {
@@ -360,7 +379,14 @@ void HomePhone::attempt(const std::function<void()>& work) {
   }
 }
 
-void HomePhone::remember(WidgetEvent event) {
+void HomePhone::rememberDownloads() {
+  const std::size_t pending = downloads().pending();
+  if (std::exchange(pendingDownloads_, pending) != pending) {
+    remember({.at = Date::now(), .downloads = pending});
+  }
+}
+
+void HomePhone::remember(PhoneEvent event) {
   events_.push_back(std::move(event));
   if (events_.size() > kEventsKept) {
     events_.pop_front();

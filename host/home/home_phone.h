@@ -50,14 +50,19 @@ struct LogLine {
   bool fromExtension = false;
 };
 
-/// Something that happened to a widget.
-struct WidgetEvent {
+/// Something that happened, for those who look back.
+struct PhoneEvent {
   platform::Date at;
-  std::size_t widget;
-  /// The date of the entry that it shows from now on, if it shows another one or another picture.
+  /// The widget's index; nothing if it concerns the phone.
+  std::optional<std::size_t> widget = {};
+  /// The date of the entry that the widget shows from now on, and its picture's path.
   std::optional<platform::Date> shown = {};
-  /// Why it has a new timeline, if it has one.
+  std::string picture = {};
+  /// Why the widget has a new timeline, and the budget that is left.
   std::optional<ReloadRequest> reloaded = {};
+  int budgetLeft = 0;
+  /// How many downloads are pending from now on.
+  std::optional<std::size_t> downloads = {};
 };
 
 struct Tap {
@@ -116,6 +121,8 @@ class HomePhone {
   void setBudgetEnforced(bool enforced);
   /// Requests a timeline as the host app does from the foreground.
   void reload(const std::string& kind);
+  /// Draws an entry of the widget's timeline, as a PNG.
+  std::string drawEntry(const std::string& kind, std::size_t entry);
   /// Records a tap on a part of the widget that opens `link`, or on one without a link.
   void tap(const std::string& kind, const std::optional<std::string>& link);
 
@@ -133,7 +140,7 @@ class HomePhone {
   /// The lines since the last call.
   std::vector<LogLine> takeLog();
   /// What has happened since the last call; of more than 10,000 events, the last ones.
-  std::deque<WidgetEvent> takeEvents() { return std::exchange(events_, {}); }
+  std::deque<PhoneEvent> takeEvents() { return std::exchange(events_, {}); }
 
  private:
   using Id = TimelineScheduler::Id;
@@ -144,9 +151,11 @@ class HomePhone {
   void requestNow(Id id, const ReloadRequest& request);
   void postpone(Id id, const ReloadRequest& request, std::chrono::milliseconds delay);
   void draw(Id id);
+  std::string pngOf(const platform::DisplayList& list);
   void store(Id id);
   void passReloadsOn();
-  void remember(WidgetEvent event);
+  void remember(PhoneEvent event);
+  void rememberDownloads();
   /// Notes the error if `work` fails.
   void attempt(const std::function<void()>& work);
   void note(std::string text);
@@ -154,12 +163,13 @@ class HomePhone {
   Id named(const std::string& kind) const;
 
   std::vector<LogLine> log_;
-  std::deque<WidgetEvent> events_;
+  std::deque<PhoneEvent> events_;
   WidgetHost host_;
   TimelineScheduler scheduler_;
   std::vector<PlacedWidget> widgets_;
   platform::Dictionary hostApp_;
   std::deque<Tap> taps_;
+  std::size_t pendingDownloads_ = 0;
   /// When results that could not be delivered are tried again.
   std::optional<std::chrono::steady_clock::time_point> deliverAt_;
   int failedDeliveries_ = 0;

@@ -102,25 +102,27 @@ Json widgetOf(const HomePhone& phone, TimelineScheduler::Id id, const NSBundle& 
   const auto& entries = widget.stored.timeline.entries;
   const auto reload = schedule.nextReload(now, budget);
   const auto& record = schedule.record();
-  return {{"kind", widget.item.kind},
-          {"name", widget.item.displayName},
-          {"family", nameOf(widget.family)},
-          {"width", size.width},
-          {"height", size.height},
-          {"picture", widget.picture.png ? Json(widget.picture.path) : Json()},
-          {"alt", widget.item.displayName + " — " + spokenText(widget.list, bundle)},
-          {"link", orNull(widget.list.widgetURL)},
-          {"areas", areasOf(widget, bundle)},
-          {"entry", widget.entry ? toJSON(entries.at(*widget.entry).date) : Json()},
-          {"entryIndex", orNull(widget.entry)},
-          {"entryCount", entries.size()},
-          {"nextEntry", orNull(schedule.nextEntry(now, budget))},
-          {"fetched", orNull(record.fetched)},
-          {"fetchReason", record.fetchedFor.why},
-          {"nextReload", reload ? toJSON(std::max(reload->at, now)) : Json()},
-          {"nextReloadReason", reload ? Json(reload->request.why) : Json()},
-          {"budgetLeft", budget.enforced ? Json(schedule.budgetLeft(now, budget)) : Json()},
-          {"problem", orNull(widget.problem)}};
+  return {
+      {"kind", widget.item.kind},
+      {"name", widget.item.displayName},
+      {"family", nameOf(widget.family)},
+      {"width", size.width},
+      {"height", size.height},
+      {"picture", widget.picture.png ? Json(widget.picture.path) : Json()},
+      {"alt", widget.item.displayName + " — " + spokenText(widget.list, bundle)},
+      {"link", orNull(widget.list.widgetURL)},
+      {"areas", areasOf(widget, bundle)},
+      {"entry", widget.entry ? toJSON(entries.at(*widget.entry).date) : Json()},
+      {"entryIndex", orNull(widget.entry)},
+      {"entryCount", entries.size()},
+      {"entries", arrayOf(entries, [](const ArchivedEntry& each) { return toJSON(each.date); })},
+      {"nextEntry", orNull(schedule.nextEntry(now, budget))},
+      {"fetched", orNull(record.fetched)},
+      {"fetchReason", record.fetchedFor.why},
+      {"nextReload", reload ? toJSON(std::max(reload->at, now)) : Json()},
+      {"nextReloadReason", reload ? Json(reload->request.why) : Json()},
+      {"budgetLeft", budget.enforced ? Json(schedule.budgetLeft(now, budget)) : Json()},
+      {"problem", orNull(widget.problem)}};
 }
 
 Json widgetsOf(const HomePhone& phone) {
@@ -177,6 +179,30 @@ std::string stateJSON(HomePhone& phone) {
                     {"problem", failure ? Json(failure->reason) : Json()}}},
                   {"widgets", widgetsOf(phone)},
                   {"taps", tapsOf(phone)}});
+}
+
+std::vector<std::string> takeEventsJSON(HomePhone& phone) {
+  std::vector<std::string> events;
+  for (const PhoneEvent& event : phone.takeEvents()) {
+    Json json = {{"at", event.at.iso8601()}};
+    if (event.widget) {
+      json["kind"] = phone.widgets()[*event.widget].item.kind;
+    }
+    if (event.shown) {
+      json["shown"] = event.shown->iso8601();
+      json["picture"] = event.picture;
+    }
+    if (event.reloaded) {
+      json["cause"] = nameOf(event.reloaded->cause);
+      json["why"] = event.reloaded->why;
+      json["budgetLeft"] = event.budgetLeft;
+    }
+    if (event.downloads) {
+      json["downloads"] = *event.downloads;
+    }
+    events.push_back(printed(json));
+  }
+  return events;
 }
 
 std::string logJSON(const std::vector<LogLine>& lines) {

@@ -14,6 +14,12 @@ namespace host {
 /// shows an earlier time than that of the last timeline.
 enum class ReloadCause { first, policy, extension, hostApp, device, clock };
 
+/// "policy", "host app".
+constexpr const char* nameOf(ReloadCause cause) {
+  constexpr const char* kNames[] = {"first", "policy", "extension", "host app", "device", "clock"};
+  return kNames[static_cast<std::size_t>(cause)];
+}
+
 /// Whether the reload counts against the widget's budget. Reloads after an action of the user
 /// don't.
 constexpr bool isCounted(ReloadCause cause) {

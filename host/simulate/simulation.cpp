@@ -29,11 +29,6 @@ constexpr double kDay = 86400;
 /// What the extension logs when an affirmation has arrived.
 constexpr std::string_view kSaved = "Saved serialized affirmation data";
 
-const char* nameOf(ReloadCause cause) {
-  constexpr std::array kNames = {"first", "policy", "extension", "host app", "device", "clock"};
-  return kNames.at(static_cast<std::size_t>(cause));
-}
-
 /// "[StreakProvider]", or what the line begins with.
 std::string_view tagOf(const LogLine& line) {
   const std::string_view text = line.text;
@@ -268,12 +263,15 @@ class Run {
     }
     const RefreshBudget& budget = phone_->scheduler().budget();
     day.widgets.resize(phone_->widgets().size());
-    for (const WidgetEvent& event : phone_->takeEvents()) {
-      WidgetDay& widget = day.widgets[event.widget].second;
+    for (const PhoneEvent& event : phone_->takeEvents()) {
+      if (!event.widget) {
+        continue;
+      }
+      WidgetDay& widget = day.widgets[*event.widget].second;
       widget.shown += event.shown.has_value();
       if (event.reloaded) {
         ++widget.reloads[nameOf(event.reloaded->cause)];
-        count(event.widget, *event.reloaded, event.at, budget);
+        count(*event.widget, *event.reloaded, event.at, budget);
       }
     }
     for (std::size_t id = 0; id < day.widgets.size(); ++id) {

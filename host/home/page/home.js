@@ -2,6 +2,7 @@
 import {picturesDecoded, showPhone, tickPhone} from '/phone.js';
 import {showPanels, tickPanels} from '/panels.js';
 import {addLog, clearLog, showReport, tickReport} from '/report.js';
+import {addEvents, clearEvents, showStrip, tickStrip} from '/strip.js';
 import {announce, byId, clearErrors, moment, setText} from '/tools.js';
 
 // The page contains the state at the time of its request.
@@ -27,7 +28,7 @@ function callEach(parts, ...values) {
 }
 
 function tick() {
-  callEach([tickPhone, tickPanels, tickReport], state, now());
+  callEach([tickPhone, tickPanels, tickReport, tickStrip], state, now());
 }
 
 /** Adds the sections that the state lacks, empty. */
@@ -41,7 +42,7 @@ function receive(given) {
   const expected = now();
   state = complete(given);
   receivedAt = performance.now();
-  callEach([showPhone, showPanels, showReport], state, now());
+  callEach([showPhone, showPanels, showReport, showStrip], state, now());
   tick();
   if (Math.abs(now() - expected) > 5_000) {
     announce(`The device’s clock is at ${moment(state.instant, 0, state.device.timeZone)}`);
@@ -64,6 +65,7 @@ function connect() {
   const events = new EventSource('/events');
   events.onopen = () => {
     clearLog();
+    clearEvents();
     setConnected(true);
   };
   events.onerror = () => {
@@ -72,6 +74,7 @@ function connect() {
     if (events.readyState === EventSource.CLOSED) setTimeout(connect, 2_000);
   };
   events.addEventListener('state', (event) => receive(JSON.parse(event.data)));
+  events.addEventListener('events', (event) => addEvents(JSON.parse(event.data)));
   events.addEventListener('log', (event) => addLog(JSON.parse(event.data).lines ?? [], state));
 }
 

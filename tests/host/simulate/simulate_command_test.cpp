@@ -34,8 +34,12 @@ TEST(Simulate, DaysWithEveryFaultAreFineAndTwoRunsAreEqual) {
     {"do": "server", "at": "23:00", "day": 7, "fault": "cut", "hours": 2},
     {"do": "sign-out", "at": "12:00", "day": 9}
   ]})");
-  const Words words = {
-      "--days", "11", "--from", "2026-03-02T00:00:00-06:00", "--script", folder.path() / "script.json"};
+  const Words words = {"--days",
+                       "11",
+                       "--from",
+                       "2026-03-02T00:00:00-06:00",
+                       "--script",
+                       folder.path() / "script.json"};
   const ProgramEnd first = simulate(folder.path() / "one", words);
   const ProgramEnd second = simulate(folder.path() / "two", words);
   EXPECT_EQ(first.status, 0) << first.err;
