@@ -3,6 +3,8 @@
 #include <string>
 
 #include "host/commands/command_line.h"
+#include "host/phone/host_settings.h"
+#include "platform/support/file_descriptor.h"
 
 // The commands of the program. One command runs in a process, so each keeps its options in a static
 // variable.
@@ -20,12 +22,16 @@ Command downloadsCommand();
 Command apiCommand();
 Command homeCommand();
 Command appCommand();
+Command watchCommand();
 Command drillCommand();
 Command simulateCommand();
 /// The shells' completion of the arguments.
 Command completionCommand();
 /// The manual pages of the program's commands.
 Command manCommand(const Command& program, const std::string& version);
+
+/// Locks the folder of the phone's timelines: two home screens would overwrite each other's.
+platform::FileDescriptor lockTimelines(const HostSettings& settings);
 
 /// The kinds of the widgets in gallery order, for completion.
 Words kinds();

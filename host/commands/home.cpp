@@ -68,22 +68,6 @@ std::unique_ptr<HttpServer> listen(std::optional<std::uint16_t> port,
   return *std::move(server);
 }
 
-/// Locks the folder of the timelines: two home screens would overwrite each other's.
-platform::FileDescriptor lockTimelines(const HostSettings& settings) {
-  const auto folder = timelineFolder(settings.container);
-  std::error_code error;
-  std::filesystem::create_directories(folder, error);
-  auto lock = platform::lockFolder(folder);
-  if (!lock) {
-    const bool held = lock.error() == std::errc::operation_would_block;
-    throw CommandError(folder.string() +
-                       (held ? " is used by another home screen: end that, or give "
-                               "another --container"
-                             : " can't be used: " + lock.error().message()));
-  }
-  return *std::move(lock);
-}
-
 /// Plays the drill that the page names, one at a time. The destructor waits for its end.
 class DrillPlayer {
  public:
@@ -151,6 +135,21 @@ void home(std::optional<std::uint16_t> port, int reloads) {
 }
 
 }  // namespace
+
+platform::FileDescriptor lockTimelines(const HostSettings& settings) {
+  const auto folder = timelineFolder(settings.container);
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  auto lock = platform::lockFolder(folder);
+  if (!lock) {
+    const bool held = lock.error() == std::errc::operation_would_block;
+    throw CommandError(folder.string() +
+                       (held ? " is used by another home screen: end that, or give "
+                               "another --container"
+                             : " can't be used: " + lock.error().message()));
+  }
+  return *std::move(lock);
+}
 
 // clang-format off
 Command homeCommand() {

@@ -21,6 +21,7 @@ int main(int argc, char** argv) {
                       host::downloadsCommand(),
                       host::apiCommand(),
                       host::homeCommand(),
+                      host::watchCommand(),
                       host::simulateCommand(),
                       host::drillCommand(),
                       host::completionCommand(),

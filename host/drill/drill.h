@@ -9,7 +9,7 @@ namespace host {
 
 class DrillPhone;
 
-/// A fault that is played against the real programs on a phone of its own, and what the user is
+/// A fault that is played against the real programs, on a separate phone, and what the user is
 /// promised.
 struct Drill {
   std::string_view name;

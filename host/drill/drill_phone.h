@@ -118,7 +118,7 @@ class DrillHome {
   std::string token_;
 };
 
-/// The server of affirmations, on a thread of its own. Its first answer is "Respuesta 1.".
+/// The server of affirmations, on its own thread. Its first answer is "Respuesta 1.".
 class DrillServer {
  public:
   /// Makes the answer to the request of that number, on the server's thread.

@@ -42,7 +42,7 @@ std::string refused(DrillPhone& phone, Words limit) {
     limit.push_back(word);
   }
   const ProgramEnd end = DrillPhone::run(limit);
-  expect(end.status == 1, "the app was told that its streak is stored");
+  expect(end.status == 1, "the command reported that the streak is stored");
   expect(readFile(phone.suiteFile()) == before, "the suite has changed");
   const ProgramEnd shown = DrillPhone::run(phone.deviceCommand({"timeline", kStreakKind}));
   expect(shown.out.find("displayStreakCount: 7\n") != shown.out.npos,
@@ -70,7 +70,7 @@ std::string diskFull(DrillPhone& phone) {
 }
 
 constexpr std::string_view kSaysSo =
-    "The app is told, in one line, and the widgets show what is stored.";
+    "The command reports it in one line, and the widgets show what is stored.";
 
 }  // namespace
 

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cmath>
+#include <set>
 #include <thread>
 #include <utility>
 
@@ -35,6 +36,9 @@ using Error = boost::system::error_code;
 /// The delay after a change of the suite before its folder, which may be gone, is watched again.
 constexpr auto kFolderDelay = std::chrono::seconds(2);
 
+/// The delay after a change of the bundle: files are saved in several steps.
+constexpr auto kBundleDelay = std::chrono::milliseconds(150);
+
 /// The delay after the last change before the phone frees memory.
 constexpr auto kIdleDelay = std::chrono::seconds(10);
 
@@ -61,6 +65,8 @@ struct HomeLoop::Impl {
     phone.suiteChanged();
     // The machine's time zone. If this fails, its changes go unnoticed.
     watch("/etc");
+    bundle.assign(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    watchBundle();
     clock.assign(::timerfd_create(CLOCK_REALTIME, TFD_NONBLOCK | TFD_CLOEXEC));
     downloads.assign(::dup(phone.downloadsDescriptor()));
   }
@@ -70,6 +76,33 @@ struct HomeLoop::Impl {
     // A writer replaces the file.
     constexpr std::uint32_t kEvents = IN_MOVED_TO | IN_CREATE | IN_DELETE | IN_CLOSE_WRITE;
     return ::inotify_add_watch(files.native_handle(), folder.c_str(), kEvents) >= 0;
+  }
+
+  /// Watches every folder of the bundle, new ones too.
+  void watchBundle() {
+    constexpr std::uint32_t kEvents = IN_MOVED_TO | IN_CREATE | IN_DELETE | IN_CLOSE_WRITE;
+    const std::filesystem::path& root = phone.settings().extension;
+    ::inotify_add_watch(bundle.native_handle(), root.c_str(), kEvents);
+    std::error_code gone;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root, gone)) {
+      if (entry.is_directory(gone)) {
+        ::inotify_add_watch(bundle.native_handle(), entry.path().c_str(), kEvents);
+      }
+    }
+  }
+
+  /// Reads the names of the files that have changed.
+  void noteBundleChanges() {
+    alignas(inotify_event) std::array<char, 4096> bytes;
+    for (ssize_t count; (count = ::read(bundle.native_handle(), bytes.data(), bytes.size())) > 0;) {
+      for (ssize_t at = 0; at < count;) {
+        const auto* event = reinterpret_cast<const inotify_event*>(bytes.data() + at);
+        if (event->len > 0) {
+          changedFiles.insert(event->name);
+        }
+        at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
+      }
+    }
   }
 
   static std::filesystem::path suiteFolder() {
@@ -112,6 +145,15 @@ struct HomeLoop::Impl {
       phone.suiteChanged();
       phone.systemZoneChanged();
       lookAgain();
+    });
+    follow(bundle, [this] {
+      noteBundleChanges();
+      bundleDelay.expires_after(kBundleDelay);
+      after(bundleDelay, [this] {
+        watchBundle();
+        phone.bundleChanged(listOf(std::exchange(changedFiles, {})));
+        settle();
+      });
     });
     follow(downloads, [this] { phone.stepDownloads(); });
     settle();
@@ -222,6 +264,9 @@ struct HomeLoop::Impl {
   stream_descriptor extension{context};
   asio::steady_timer retryDelay{context};
   asio::steady_timer folderDelay{context};
+  stream_descriptor bundle{context};
+  asio::steady_timer bundleDelay{context};
+  std::set<std::string> changedFiles;
   asio::steady_timer idle{context};
   int launches = 0;
   std::string shown;

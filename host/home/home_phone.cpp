@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/home/bundle_faults.h"
 #include "host/home/timeline_inputs.h"
 #include "host/phone/host_app.h"
 #include "platform/support/fingerprint.h"
@@ -286,6 +287,26 @@ void HomePhone::suiteChanged() {
       }
     }
   });
+}
+
+void HomePhone::bundleChanged(const std::string& files) {
+  bundleChange_ = files;
+  note("the bundle changed: " + files);
+  bundleProblem_ = bundleFault(settings().extension);
+  if (!bundleProblem_.empty()) {
+    note(bundleProblem_);
+    return;
+  }
+  host_.releaseRenderer();
+  attempt([this] {
+    host_.startExtension();
+    for (const GalleryItem& item : host_.gallery()) {
+      widgets_[named(item.kind)].item = item;
+    }
+  });
+  for (Id id = 0; id < widgets_.size(); ++id) {
+    requestNow(id, {ReloadCause::device, "the bundle changed"});
+  }
 }
 
 void HomePhone::systemZoneChanged() {

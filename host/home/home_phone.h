@@ -110,6 +110,8 @@ class HomePhone {
   /// Compares what the host app has stored in the suite, and requests a timeline of every widget
   /// that shows a changed value, without waiting for its next retry.
   void suiteChanged();
+  /// Reads the bundle again, and requests all timelines. If it is damaged, the last pictures stay.
+  void bundleChanged(const std::string& files);
   /// Follows the machine's time zone, if it has changed and no other was chosen.
   void systemZoneChanged();
 
@@ -134,6 +136,11 @@ class HomePhone {
   const platform::Dictionary& hostApp() const { return hostApp_; }
   const WidgetHost& host() const { return host_; }
   DownloadDelivery& downloads() { return host_.downloads(); }
+  /// Files of the bundle that have changed, and what is wrong with it; empty for none.
+  const std::string& bundleChange() const { return bundleChange_; }
+  const std::string& bundleProblem() const { return bundleProblem_; }
+  /// Throws an `InvalidValue` if no widget has this kind.
+  void requireWidget(const std::string& kind) const { named(kind); }
   /// The latest first.
   const std::deque<Tap>& taps() const { return taps_; }
   bool clockRuns() const { return settings().device.clock.kind != platform::Clock::Kind::frozen; }
@@ -170,6 +177,8 @@ class HomePhone {
   platform::Dictionary hostApp_;
   std::deque<Tap> taps_;
   std::size_t pendingDownloads_ = 0;
+  std::string bundleChange_;
+  std::string bundleProblem_;
   /// When results that could not be delivered are tried again.
   std::optional<std::chrono::steady_clock::time_point> deliverAt_;
   int failedDeliveries_ = 0;

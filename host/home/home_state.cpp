@@ -165,20 +165,22 @@ std::string stateJSON(HomePhone& phone) {
   const auto& failure = phone.host().extension().failure();
   const RefreshBudget& budget = phone.scheduler().budget();
   const bool running = phone.clockRuns();
-  return printed({{"running", running},
-                  {"clock", running ? Json(clock.shift) : Json(clock.instant.iso8601())},
-                  {"device", deviceOf(phone.settings())},
-                  {"screens", arrayOf(screenClasses(), std::mem_fn(&ScreenClass::name))},
-                  {"app", appOf(phone)},
-                  {"budget", {{"on", budget.enforced}, {"perDay", budget.perDay}}},
-                  {"travel", travelOf(phone)},
-                  {"downloads", downloadsOf(phone.downloads())},
-                  {"extension",
-                   {{"running", !failure},
-                    {"launches", phone.host().launches()},
-                    {"problem", failure ? Json(failure->reason) : Json()}}},
-                  {"widgets", widgetsOf(phone)},
-                  {"taps", tapsOf(phone)}});
+  return printed(
+      {{"running", running},
+       {"clock", running ? Json(clock.shift) : Json(clock.instant.iso8601())},
+       {"device", deviceOf(phone.settings())},
+       {"screens", arrayOf(screenClasses(), std::mem_fn(&ScreenClass::name))},
+       {"app", appOf(phone)},
+       {"budget", {{"on", budget.enforced}, {"perDay", budget.perDay}}},
+       {"travel", travelOf(phone)},
+       {"downloads", downloadsOf(phone.downloads())},
+       {"extension",
+        {{"running", !failure},
+         {"launches", phone.host().launches()},
+         {"problem", failure ? Json(failure->reason) : Json()}}},
+       {"bundle", {{"changed", phone.bundleChange()}, {"problem", phone.bundleProblem()}}},
+       {"widgets", widgetsOf(phone)},
+       {"taps", tapsOf(phone)}});
 }
 
 std::vector<std::string> takeEventsJSON(HomePhone& phone) {

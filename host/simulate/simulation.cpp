@@ -41,7 +41,7 @@ std::string wall(Date date) {
   return date.addingTimeInterval(offset).iso8601().substr(0, 19);
 }
 
-/// The development API on a thread of its own, with the faults of the script.
+/// The development API on its own thread, with the faults of the script.
 class Server {
  public:
   /// `fault` is empty, "error", "cut" or "nonsense".

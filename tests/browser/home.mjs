@@ -26,7 +26,7 @@ export async function openBrowser() {
   });
 }
 export const closeBrowser = () => browser.close();
-/** A tab of a window of its own. */
+/** A tab in a new window. */
 export const newTab = async (options) => (await browser.newContext(options)).newPage();
 
 /** `glancery home` with a container of its own. */

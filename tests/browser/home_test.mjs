@@ -1,5 +1,7 @@
 import assert from 'node:assert/strict';
-import {rm} from 'node:fs/promises';
+import {cp, mkdtemp, readFile, rm, writeFile} from 'node:fs/promises';
+import {tmpdir} from 'node:os';
+import path from 'node:path';
 import {after, before, test} from 'node:test';
 import {Home, Page, closeBrowser, openBrowser} from './home.mjs';
 
@@ -219,6 +221,39 @@ onPhone('a fault is played beside the phone', async (page) => {
   await page.says('.result', /^Held: Tu semana/);
   await page.says('#announcements', 'Held');
   await page.shows('StreakWidget', /— 0,/);
+});
+
+test('an edited bundle shows at once, a broken one its error beside the last picture', async () => {
+  const folder = await mkdtemp(path.join(tmpdir(), 'bundle-'));
+  const bundle = path.join(folder, 'Glancery.appex');
+  await cp(path.join(path.dirname(process.env.GLANCERY), 'Glancery.appex'), bundle, {recursive: true});
+  const phone = await Home.start({words: ['--extension', bundle]});
+  const page = await Page.open(phone.url);
+  try {
+    const first = await page.shows('StreakWidget', /^Tu racha/);
+    const texts = path.join(bundle, 'Localizable.xcstrings');
+    const good = await readFile(texts, 'utf8');
+    await writeFile(texts, '{"strings":\n}');
+    await page.says('#bundle-problem', /Localizable.xcstrings: .*line 2, column 1/);
+    assert.equal(await page.shows('StreakWidget', /^Tu racha/), first);
+    await writeFile(texts, good.replace('Tu racha', 'Mi racha'));
+    await page.says('#bundle', 'Changed in the bundle: Localizable.xcstrings');
+    await page.shows('StreakWidget', /^Mi racha/);
+    await page.says('#bundle-problem', /^$/);
+
+    const drawing = path.join(bundle, 'Assets.xcassets/flame.imageset/flame.svg');
+    const flame = await readFile(drawing, 'utf8');
+    await writeFile(drawing, '<svg>\n<g');
+    await page.says('.card[data-kind=StreakWidget] .problem', /flame.svg: .* line 2 column/);
+    assert.ok(await page.brightness('StreakWidget') > 0);
+    await writeFile(drawing, flame.replace('<svg ', '<svg opacity="0.2" '));
+    await page.until((src) => ![...document.querySelectorAll('img')].some((image) => image.src === src), first);
+    await page.says('.card[data-kind=StreakWidget] .problem', /^$/);
+  } finally {
+    await page.close();
+    await phone.remove();
+    await rm(folder, {recursive: true});
+  }
 });
 
 onPhone('two tabs are one phone, and a host that restarts finds both again', async (first, phone) => {

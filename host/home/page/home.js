@@ -34,7 +34,7 @@ function tick() {
 /** Adds the sections that the state lacks, empty. */
 function complete(given) {
   const lists = {screens: [], widgets: [], taps: []};
-  const sections = {device: {}, app: {}, budget: {}, travel: {}, downloads: {}, extension: {}};
+  const sections = {device: {}, app: {}, budget: {}, travel: {}, downloads: {}, extension: {}, bundle: {}};
   return {...lists, ...sections, instant: new Date().toISOString(), ...given};
 }
 

@@ -53,7 +53,9 @@ function tickCard(widget, {device}, now) {
   setText(card.querySelector('[data-part=budget]'), Number.isFinite(widget.budgetLeft) ? `${widget.budgetLeft} left` : '');
 }
 
-function showExtension({extension, downloads, budget}) {
+function showExtension({extension, downloads, budget, bundle}) {
+  setText(byId('bundle'), bundle.changed ? `Changed in the bundle: ${bundle.changed}` : '');
+  setText(byId('bundle-problem'), bundle.problem ?? '');
   const launches = extension.launches ?? 0;
   const times = launches === 1 ? 'once' : `${launches} times`;
   setText(byId('extension'), `The extension ${extension.running ? 'runs' : 'does not run'}, started ${times}.`);

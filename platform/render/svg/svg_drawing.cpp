@@ -35,7 +35,11 @@ std::expected<Picture, std::string> drawSVG(std::string_view svg, double scale) 
       g_object_unref);
   const auto failure = [&raw] {
     const std::unique_ptr<GError, decltype(&g_error_free)> error(raw, g_error_free);
-    return std::unexpected("not an SVG that can be drawn: " + std::string(error->message));
+    std::string_view why = error->message;
+    while (why.ends_with('\n')) {
+      why.remove_suffix(1);
+    }
+    return std::unexpected("not an SVG that can be drawn: " + std::string(why));
   };
   if (!handle) {
     return failure();
