@@ -15,7 +15,8 @@ namespace {
 /// Writes the widget's picture whenever it is another one, and prints the file's name then.
 class PictureFile {
  public:
-  PictureFile(std::string kind, std::string file) : kind_(std::move(kind)), file_(std::move(file)) {}
+  PictureFile(std::string kind, std::string file)
+      : kind_(std::move(kind)), file_(std::move(file)) {}
 
   void show(const HomeView& view) {
     for (const LogLine& line : view.log) {

@@ -66,6 +66,7 @@ constexpr std::array kActions = {
     Action{"clock",    false, [](HomePhone& phone, const JsonMembers& action) { setRunning(phone, action.boolean("running")); }},
     Action{"budget",   false, [](HomePhone& phone, const JsonMembers& action) { phone.setBudgetEnforced(action.boolean("on")); }},
     Action{"tap",      false, [](HomePhone& phone, const JsonMembers& action) { phone.tap(action.text("kind"), action.optionalText("link")); }},
+    Action{"place",    false, [](HomePhone& phone, const JsonMembers& action) { phone.setCount(action.text("kind"), action.integer("count")); }},
     Action{"reload",   false, [](HomePhone& phone, const JsonMembers& action) { phone.reload(action.text("kind")); }},
 };
 // clang-format on
@@ -76,8 +77,7 @@ HttpAnswer performAction(HomePhone& phone, std::string request) {
   const JsonMembers action(std::move(request));
   const std::string name = action.text("action");
   if (name == "picture") {
-    const auto entry = static_cast<std::size_t>(action.integer("entry"));
-    return contentAnswer("image/png", phone.drawEntry(action.text("kind"), entry));
+    return contentAnswer("image/png", phone.drawPicture(action.text("kind"), action.text("of")));
   }
   const auto* known = std::ranges::find(kActions, name, &Action::name);
   if (known == kActions.end()) {

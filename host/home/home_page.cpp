@@ -1,10 +1,8 @@
 #include "host/home/home_page.h"
 
-#include <absl/strings/numbers.h>
 #include <absl/strings/str_join.h>
 #include <absl/strings/str_replace.h>
 #include <absl/strings/str_split.h>
-#include <absl/strings/strip.h>
 
 #include <algorithm>
 #include <utility>
@@ -91,8 +89,8 @@ void HomePage::answer(const HttpRequest& request, const HttpServer::Reply& reply
     send(jsonAnswer(drills_));
   } else if (path == "/events") {
     send(events());
-  } else if (path.starts_with("/entries/")) {
-    entry(path, send);
+  } else if (path.starts_with("/pictures/")) {
+    drawn(path, send);
   } else if (path.starts_with("/widgets/")) {
     send(picture(request));
   } else {
@@ -142,15 +140,14 @@ HttpAnswer HomePage::picture(const HttpRequest& request) const {
                                          : contentAnswer("image/png", *current->png);
 }
 
-void HomePage::entry(std::string_view path, const HttpServer::Reply& reply) const {
+void HomePage::drawn(std::string_view path, const HttpServer::Reply& reply) const {
   const std::vector<std::string> parts = absl::StrSplit(std::string(path), '/');
-  std::int64_t entry = 0;
-  if (parts.size() != 4 || !absl::SimpleAtoi(absl::StripSuffix(parts[3], ".png"), &entry)) {
-    reply(refusal(404, "no such entry"));
+  if (parts.size() != 4 || !parts[3].ends_with(".png")) {
+    reply(refusal(404, "no such picture"));
     return;
   }
-  const auto action = NSJSONSerialization::dataWithJSONObject(
-      Dictionary{{"action", "picture"}, {"kind", parts[2]}, {"entry", entry}});
+  const auto action = NSJSONSerialization::dataWithJSONObject(Dictionary{
+      {"action", "picture"}, {"kind", parts[2]}, {"of", parts[3].substr(0, parts[3].size() - 4)}});
   act_(action ? action->bytes : "", reply);
 }
 

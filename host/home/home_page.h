@@ -42,8 +42,8 @@ class HomePage {
  private:
   HttpAnswer file(std::string_view path) const;
   HttpAnswer picture(const HttpRequest& request) const;
-  /// Draws a planned entry: "/entries/KIND/N.png".
-  void entry(std::string_view path, const HttpServer::Reply& reply) const;
+  /// Draws what is not on the phone: "/pictures/KIND/WHAT.png", as `HomePhone::drawPicture` says.
+  void drawn(std::string_view path, const HttpServer::Reply& reply) const;
   HttpAnswer events() const;
   std::string stateNow() const;
   /// Passes the request on if it comes from this page.

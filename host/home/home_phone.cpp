@@ -8,6 +8,8 @@
 #include "host/home/bundle_faults.h"
 #include "host/home/timeline_inputs.h"
 #include "host/phone/host_app.h"
+#include "platform/foundation/data/json_serialization.h"
+#include "platform/support/files.h"
 #include "platform/support/fingerprint.h"
 
 namespace host {
@@ -18,6 +20,7 @@ using std::chrono::steady_clock;
 namespace {
 
 constexpr std::size_t kTapsKept = 50;
+constexpr std::int64_t kMostPlaced = 9;
 constexpr std::size_t kEventsKept = 10'000;
 /// The pause after the extension has ended, before the next widget's request.
 constexpr auto kRestartDelay = std::chrono::milliseconds(100);
@@ -54,8 +57,11 @@ void HomePhone::start() {
   // Loads while the extension starts: typefaces take as long.
   host_.setRenderer(startLoadingRenderer(settings()));
   attempt([this] { hostApp_ = readHostApp(); });
+  const Dictionary counts = placedCounts();
   for (const GalleryItem& item : host_.gallery()) {
-    place(item);
+    place(item,
+          static_cast<int>(
+              std::clamp<std::int64_t>(counts.integer(item.kind).value_or(1), 0, kMostPlaced)));
   }
   downloads().adopt();
   // Results that an earlier host has left make no descriptor readable.
@@ -63,8 +69,8 @@ void HomePhone::start() {
   advance();
 }
 
-void HomePhone::place(const GalleryItem& item) {
-  PlacedWidget widget = {.item = item, .family = item.families.at(0)};
+void HomePhone::place(const GalleryItem& item, int count) {
+  PlacedWidget widget = {.item = item, .family = item.families.at(0), .count = count};
   auto stored = loadWidget(timelineFile(settings().container, item.kind));
   if (!stored) {
     note(stored.error());
@@ -83,7 +89,45 @@ void HomePhone::place(const GalleryItem& item) {
     schedule.clockSetBack(Date::now());
   }
   widgets_.push_back(std::move(widget));
-  scheduler_.place(std::move(schedule));
+  const Id id = scheduler_.place(std::move(schedule));
+  if (count == 0) {
+    scheduler_.reset(id, false);
+  }
+}
+
+std::filesystem::path HomePhone::placedFile() const {
+  return timelineFolder(settings().container) / "placed.json";
+}
+
+Dictionary HomePhone::placedCounts() const {
+  const auto bytes = readFile(placedFile());
+  const auto counts =
+      bytes ? NSJSONSerialization::JSONObjectWithData({*bytes}) : std::unexpected(NSError());
+  return counts && counts->dictionary() ? *counts->dictionary() : Dictionary();
+}
+
+void HomePhone::setCount(const std::string& kind, std::int64_t count) {
+  if (count < 0 || count > kMostPlaced) {
+    throw InvalidValue("count", std::to_string(count), "give 0 to " + std::to_string(kMostPlaced));
+  }
+  const Id id = named(kind);
+  PlacedWidget& widget = widgets_[id];
+  const int before = std::exchange(widget.count, static_cast<int>(count));
+  if ((before == 0) != (count == 0)) {
+    widget = {.item = widget.item, .family = widget.family, .count = widget.count};
+    scheduler_.reset(id, count > 0);
+    std::error_code ignored;
+    std::filesystem::remove(timelineFile(settings().container, kind), ignored);
+  }
+  Dictionary counts;
+  for (const PlacedWidget& each : widgets_) {
+    counts.set(each.item.kind, each.count);
+  }
+  const auto bytes = NSJSONSerialization::dataWithJSONObject(counts);
+  if (const auto error = replaceFile(placedFile(), bytes->bytes, 0600)) {
+    throw HostError(placedFile().string() + " can't be written: " + error.message());
+  }
+  note(kind + (count < before ? ": removed" : ": placed"));
 }
 
 std::optional<Date> HomePhone::next() const {
@@ -206,13 +250,21 @@ std::string HomePhone::pngOf(const DisplayList& list) {
   return *std::move(png);
 }
 
-std::string HomePhone::drawEntry(const std::string& kind, std::size_t entry) {
+std::string HomePhone::drawPicture(const std::string& kind, const std::string& what) {
   const PlacedWidget& widget = widgets_[named(kind)];
-  const auto& entries = widget.stored.timeline.entries;
-  if (entry >= entries.size()) {
-    throw InvalidValue("entry", std::to_string(entry), "the timeline has no such entry");
+  if (what == "placeholder" || what == "snapshot") {
+    using enum ProvideRequest::What;
+    host_.ensureExtension();
+    const auto answer = host_.provide(what == "snapshot" ? snapshot : placeholder, kind);
+    collectLog();
+    return pngOf(host_.display(answer.entries.at(0), widget.family));
   }
-  return pngOf(host_.display(entries[entry], widget.family));
+  for (std::size_t index = 0; const ArchivedEntry& entry : widget.stored.timeline.entries) {
+    if (std::to_string(index++) == what) {
+      return pngOf(host_.display(entry, widget.family));
+    }
+  }
+  throw InvalidValue("picture", what, "give placeholder, snapshot or the number of an entry");
 }
 
 void HomePhone::store(Id id) {

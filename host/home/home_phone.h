@@ -29,6 +29,8 @@ struct ServedPicture {
 struct PlacedWidget {
   GalleryItem item;
   platform::WidgetFamily family = platform::WidgetFamily::systemSmall;
+  /// How often it is on the home screen.
+  int count = 1;
   StoredWidget stored = {};
 
   /// The index of the shown entry.
@@ -123,8 +125,11 @@ class HomePhone {
   void setBudgetEnforced(bool enforced);
   /// Requests a timeline as the host app does from the foreground.
   void reload(const std::string& kind);
-  /// Draws an entry of the widget's timeline, as a PNG.
-  std::string drawEntry(const std::string& kind, std::size_t entry);
+  /// Draws the placeholder, the snapshot, or the entry of that number of the widget's timeline, as
+  /// a PNG.
+  std::string drawPicture(const std::string& kind, const std::string& what);
+  /// Places a widget, once more, or removes it. The placed widgets are the same after a restart.
+  void setCount(const std::string& kind, std::int64_t count);
   /// Records a tap on a part of the widget that opens `link`, or on one without a link.
   void tap(const std::string& kind, const std::optional<std::string>& link);
 
@@ -152,7 +157,10 @@ class HomePhone {
  private:
   using Id = TimelineScheduler::Id;
 
-  void place(const GalleryItem& item);
+  void place(const GalleryItem& item, int count);
+  std::filesystem::path placedFile() const;
+  /// How often each kind is placed, if that was ever changed.
+  platform::Dictionary placedCounts() const;
   /// False if the extension has ended.
   bool fetch(Id id, const ReloadRequest& request);
   void requestNow(Id id, const ReloadRequest& request);

@@ -105,6 +105,8 @@ Json widgetOf(const HomePhone& phone, TimelineScheduler::Id id, const NSBundle& 
   return {
       {"kind", widget.item.kind},
       {"name", widget.item.displayName},
+      {"description", widget.item.description},
+      {"count", widget.count},
       {"family", nameOf(widget.family)},
       {"width", size.width},
       {"height", size.height},

@@ -14,6 +14,13 @@ TimelineScheduler::Id TimelineScheduler::place(WidgetSchedule schedule) {
   return widget;
 }
 
+void TimelineScheduler::reset(Id widget, bool placed) {
+  widgets_[widget].schedule = WidgetSchedule();
+  widgets_[widget].shown.reset();
+  widgets_[widget].asked = !placed;
+  arm(widget);
+}
+
 void TimelineScheduler::request(Id widget, const ReloadRequest& request) {
   widgets_[widget].schedule.request(request);
   arm(widget);

@@ -32,6 +32,9 @@ class TimelineScheduler {
 
   Id place(WidgetSchedule schedule = WidgetSchedule());
 
+  /// Forgets the widget's timeline. Unless it is `placed`, nothing is due for it any more.
+  void reset(Id widget, bool placed);
+
   void request(Id widget, const ReloadRequest& request);
   /// What is due at `now`, the earliest first. Of several due entries only the last one is shown,
   /// and one reload requested.
@@ -57,7 +60,7 @@ class TimelineScheduler {
   struct Placed {
     WidgetSchedule schedule;
     std::optional<std::size_t> shown = {};
-    /// Its timeline was requested and has not arrived.
+    /// Its timeline was requested and has not arrived, or it is not placed.
     bool asked = false;
     /// The key of its element in `due_`.
     std::optional<platform::Date> due = {};

@@ -161,7 +161,10 @@ export class Page {
 
   async signIn(uid = 'u-1') {
     await this.tab.getByLabel('User').fill(uid);
+    // The new state may be there before the answer.
+    const answered = this.tab.waitForResponse('**/actions').then((response) => response.finished());
     await this.button('Sign in').click();
+    await answered;
     await this.says('#signed-in', uid);
   }
 

@@ -152,7 +152,7 @@ onPhone('the strip shows what was and what is planned, and its cursor is the pho
   const box = await cursor.boundingBox();
   await page.tab.mouse.move(box.x + box.width / 2, box.y + 40);
   await page.tab.mouse.down();
-  await page.tab.mouse.move(box.x - 50, box.y + 40, {steps: 4});
+  await page.tab.mouse.move(box.x + box.width / 2 - 30, box.y + 40, {steps: 4});
   await page.tab.mouse.up();
   await page.says('#clock', /^15:/);
   await page.tab.locator('#strip-zoom').selectOption('month');
@@ -214,6 +214,34 @@ onPhone('an extension that was killed leaves its pictures, and comes back when i
   await page.recordStreak(4);
   await page.shows('StreakWidget', /— 4$/);
 });
+
+onPhone('widgets of the gallery are removed and placed again, also twice', async (page, phone) => {
+  await page.tab.getByText('Place widgets on the phone').click();
+  await page.until(() => document.querySelectorAll('#gallery img').length === 8);
+  await page.tab.locator('#gallery li').nth(3).scrollIntoViewIfNeeded();
+  await page.until(() => [...document.querySelectorAll('#gallery img')].every((image) => image.naturalWidth > 0));
+  await page.button('Remove Tu racha').click();
+  await page.until(() => !document.querySelector('.widget[data-kind=StreakWidget]'));
+  await page.says('#gallery', 'not on the phone');
+  for (const times of [1, 2]) {
+    await page.button('Add Tu racha').click();
+    await page.until((count) => document.querySelectorAll('.widget[data-kind=StreakWidget] img').length === count, times);
+  }
+  await page.recordStreak(4);
+  await page.until(() => [...document.querySelectorAll('.widget[data-kind=StreakWidget] img')].every((image) => /— 4$/.test(image.alt)));
+  await page.button('Remove Tu semana').click();
+  await page.says('#gallery', 'not on the phone');
+
+  await phone.end();
+  const again = await Home.start({port: phone.port, container: phone.container});
+  try {
+    await page.tab.reload();
+    await page.until(() => document.querySelectorAll('.widget[data-kind=StreakWidget]').length === 2);
+    assert.equal(await page.widget('Binnacle').count(), 0);
+  } finally {
+    await again.end();
+  }
+}, {complains: true});
 
 onPhone('a fault is played beside the phone', async (page) => {
   await page.tab.getByText('Play a fault').click();

@@ -2,6 +2,7 @@
 import {picturesDecoded, showPhone, tickPhone} from '/phone.js';
 import {showPanels, tickPanels} from '/panels.js';
 import {addLog, clearLog, showReport, tickReport} from '/report.js';
+import {showGallery} from '/gallery.js';
 import {addEvents, clearEvents, showStrip, tickStrip} from '/strip.js';
 import {announce, byId, clearErrors, moment, setText} from '/tools.js';
 
@@ -42,7 +43,7 @@ function receive(given) {
   const expected = now();
   state = complete(given);
   receivedAt = performance.now();
-  callEach([showPhone, showPanels, showReport, showStrip], state, now());
+  callEach([showPhone, showPanels, showReport, showStrip, showGallery], state, now());
   tick();
   if (Math.abs(now() - expected) > 5_000) {
     announce(`The device’s clock is at ${moment(state.instant, 0, state.device.timeZone)}`);

@@ -78,8 +78,10 @@ function showAreas(tile, widget) {
   });
 }
 
-function tileOf(kind) {
-  if (!tiles.has(kind)) {
+/** A widget may be on the phone more than once. */
+function tileOf(kind, copy) {
+  const key = `${kind} ${copy}`;
+  if (!tiles.has(key)) {
     // Pictures can be decoded only in the page's own document.
     const root = document.importNode(byId('widget-template').content.firstElementChild, true);
     const tile = {
@@ -91,13 +93,13 @@ function tileOf(kind) {
     };
     tile.whole.onclick = () => tap(tile.whole, kind, tile.widget.link);
     root.dataset.kind = kind;
-    tiles.set(kind, tile);
+    tiles.set(key, tile);
   }
-  return tiles.get(kind);
+  return tiles.get(key);
 }
 
-function showWidget(widget, lang) {
-  const tile = tileOf(widget.kind);
+function showWidget(widget, lang, copy) {
+  const tile = tileOf(widget.kind, copy);
   Object.assign(tile, {widget, lang, alt: widget.alt ?? widget.name ?? widget.kind});
   tile.root.classList.toggle('is-medium', widget.family !== 'systemSmall');
   tile.box.style.width = `${widget.width}px`;
@@ -121,8 +123,8 @@ function place(roots) {
   const small = roots.findIndex((root) => !root.classList.contains('is-medium'));
   roots.splice(small + 1 || roots.length, 0, byId('apps'));
   if (roots.some((root, index) => home.children[index] !== root)) home.replaceChildren(...roots);
-  for (const [kind, {root}] of tiles) {
-    if (!root.isConnected) tiles.delete(kind);
+  for (const [key, {root}] of tiles) {
+    if (!root.isConnected) tiles.delete(key);
   }
 }
 
@@ -158,8 +160,9 @@ export const picturesDecoded = () => Promise.all([...tiles.values()].map(({decod
 
 export function showPhone(state) {
   const lang = webLocale(state.device.locale);
-  const before = new Map([...tiles].map(([kind, {alt}]) => [kind, alt]));
-  place(state.widgets.map((widget) => showWidget(widget, lang)));
+  const before = new Map([...tiles.values()].map(({widget, alt}) => [widget.kind, alt]));
+  place(state.widgets.flatMap((widget) =>
+    Array.from({length: widget.count ?? 1}, (_, copy) => showWidget(widget, lang, copy))));
   showScreen(state);
   announceChanges(before, state.widgets, lang);
   const names = appNames[lang.split('-')[0]] ?? appNames.en;

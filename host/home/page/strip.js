@@ -67,7 +67,7 @@ function bandsOf(widget, now) {
 }
 
 function showPreview(band, widget) {
-  const source = band.picture ?? `/entries/${widget.kind}/${band.index}.png`;
+  const source = band.picture ?? `/pictures/${widget.kind}/${band.index}.png`;
   const what = band.planned ? 'planned from' : 'shown from';
   preview.replaceChildren(
     make('img', '', {src: source, alt: '', width: widget.width / 2, height: widget.height / 2}),
@@ -150,10 +150,11 @@ function fillTable(now) {
 }
 
 function draw(now) {
-  const height = 20 + state.widgets.length * rowHeight + 12;
+  const widgets = state.widgets.filter(({count}) => count !== 0);
+  const height = 20 + widgets.length * rowHeight + 12;
   svg.setAttribute('viewBox', `0 0 ${width()} ${height}`);
   svg.style.height = `${height}px`;
-  svg.replaceChildren(drawDays(height), drawDownloads(now, height - 8), ...state.widgets.map((widget, index) => drawRow(widget, index, now)));
+  svg.replaceChildren(drawDays(height), drawDownloads(now, height - 8), ...widgets.map((widget, index) => drawRow(widget, index, now)));
   if (byId('strip-table').open) fillTable(now);
 }
 

@@ -250,6 +250,20 @@ TEST(Scheduler, MergesReloadsWithoutLosingOne) {
   EXPECT_THAT(reloadsOf(), ElementsAre(std::pair(first, ReloadCause::hostApp)));
 }
 
+TEST(Scheduler, ARemovedWidgetIsNeverDueUntilItIsPlacedAgain) {
+  const Date now = Date::since1970(1'772'730'000);
+  TimelineScheduler scheduler;
+  const auto widget = scheduler.place();
+  scheduler.reset(widget, false);
+  scheduler.request(widget, {ReloadCause::hostApp, ""});
+  EXPECT_THAT(scheduler.advance(now), IsEmpty());
+  EXPECT_EQ(scheduler.next(), std::nullopt);
+  scheduler.reset(widget, true);
+  const auto due = scheduler.advance(now);
+  ASSERT_EQ(due.size(), 1U);
+  EXPECT_EQ(due[0].reload->cause, ReloadCause::first);
+}
+
 TEST(Scheduler, FindsTheDueWidgetAmongMany) {
   std::mt19937 random(11);
   const Date start = instant("2026-03-05T00:00:00Z");
