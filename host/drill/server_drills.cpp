@@ -73,7 +73,9 @@ std::string slow(DrillPhone& phone) {
   phone.api = server.url();
   expectShown(phone.affirmation(kFirstDay), "Respuesta 1.");
   const std::string meanwhile = keptPending(phone);
-  return meanwhile + "; then " + phone.affirmation(kSecondDay);
+  const std::string shown = phone.affirmation(kSecondDay);
+  expect(shown != "Respuesta 1.", "the download was never completed");
+  return meanwhile + "; then " + shown;
 }
 
 constexpr std::string_view kWaits =
