@@ -24,8 +24,8 @@ namespace {
 
 constexpr std::size_t kLinesKept = 500;
 constexpr std::size_t kHappeningsKept = 10'000;
-/// Of some 40 KiB each.
-constexpr std::size_t kPicturesKept = 300;
+/// Of some 50 KiB each.
+constexpr std::size_t kPicturesKept = 24;
 
 /// Adds to the end, and drops from the front what is too much.
 template <class T>
@@ -127,17 +127,9 @@ std::string HomePage::stateNow() const {
 }
 
 HttpAnswer HomePage::picture(const HttpRequest& request) const {
-  const auto exact = std::ranges::find(pictures_, request.target, &ServedPicture::path);
-  if (exact != pictures_.end()) {
-    return contentAnswer("image/png", *exact->png, "private, max-age=3600");
-  }
-  // A request for a picture that is not kept gets the current one, which must not be cached under
-  // that path.
-  const std::string named = std::string(request.path()) + '?';
-  const auto current = std::ranges::find_if(
-      view_.pictures, [&](const ServedPicture& each) { return each.path.starts_with(named); });
-  return current == view_.pictures.end() ? refusal(404, "no picture of such a widget")
-                                         : contentAnswer("image/png", *current->png);
+  const auto kept = std::ranges::find(pictures_, request.target, &ServedPicture::path);
+  return kept == pictures_.end() ? refusal(404, "no such picture is kept")
+                                 : contentAnswer("image/png", *kept->png, "private, max-age=3600");
 }
 
 void HomePage::drawn(std::string_view path, const HttpServer::Reply& reply) const {

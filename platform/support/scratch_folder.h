@@ -12,9 +12,9 @@ namespace platform {
 /// is kept. Throws a `std::system_error` if it can't be made.
 class ScratchFolder {
  public:
-  ScratchFolder() {
-    const char* const parent = std::getenv("TMPDIR");
-    std::string name = std::string(parent ? parent : "/tmp") + "/glancery-XXXXXX";
+  ScratchFolder() : ScratchFolder(std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "/tmp") {}
+  explicit ScratchFolder(const std::string& parent) {
+    std::string name = parent + "/glancery-XXXXXX";
     if (!::mkdtemp(name.data())) {
       throw std::system_error(errno, std::system_category(), name + " can't be made");
     }

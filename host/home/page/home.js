@@ -2,8 +2,6 @@
 import {picturesDecoded, showPhone, tickPhone} from '/phone.js';
 import {showPanels, tickPanels} from '/panels.js';
 import {addLog, clearLog, showReport, tickReport} from '/report.js';
-import {showGallery} from '/gallery.js';
-import {addEvents, clearEvents, showStrip, tickStrip} from '/strip.js';
 import {announce, byId, clearErrors, moment, setText} from '/tools.js';
 
 // The page contains the state at the time of its request.
@@ -29,7 +27,7 @@ function callEach(parts, ...values) {
 }
 
 function tick() {
-  callEach([tickPhone, tickPanels, tickReport, tickStrip], state, now());
+  callEach([tickPhone, tickPanels, tickReport, strip.tickStrip], state, now());
 }
 
 /** Adds the sections that the state lacks, empty. */
@@ -43,7 +41,7 @@ function receive(given) {
   const expected = now();
   state = complete(given);
   receivedAt = performance.now();
-  callEach([showPhone, showPanels, showReport, showStrip, showGallery], state, now());
+  callEach([showPhone, showPanels, showReport, strip.showStrip, gallery.showGallery], state, now());
   tick();
   if (Math.abs(now() - expected) > 5_000) {
     announce(`The device’s clock is at ${moment(state.instant, 0, state.device.timeZone)}`);
@@ -66,7 +64,7 @@ function connect() {
   const events = new EventSource('/events');
   events.onopen = () => {
     clearLog();
-    clearEvents();
+    strip.clearEvents();
     setConnected(true);
   };
   events.onerror = () => {
@@ -75,7 +73,7 @@ function connect() {
     if (events.readyState === EventSource.CLOSED) setTimeout(connect, 2_000);
   };
   events.addEventListener('state', (event) => receive(JSON.parse(event.data)));
-  events.addEventListener('events', (event) => addEvents(JSON.parse(event.data)));
+  events.addEventListener('events', (event) => strip.addEvents(JSON.parse(event.data)));
   events.addEventListener('log', (event) => addLog(JSON.parse(event.data).lines ?? [], state));
 }
 
@@ -84,6 +82,7 @@ byId('faults').addEventListener('toggle', () => import('/faults.js'), {once: tru
 // The pictures are shown first: texts and panels take longer.
 callEach([showPhone], state);
 await Promise.race([picturesDecoded(), new Promise((resolve) => setTimeout(resolve, 300))]);
+const [strip, gallery] = await Promise.all([import('/strip.js'), import('/gallery.js')]);
 receive(state);
 connect();
 setInterval(tick, 500);

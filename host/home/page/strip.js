@@ -69,8 +69,10 @@ function bandsOf(widget, now) {
 function showPreview(band, widget) {
   const source = band.picture ?? `/pictures/${widget.kind}/${band.index}.png`;
   const what = band.planned ? 'planned from' : 'shown from';
+  const image = make('img', '', {src: source, alt: '', width: widget.width / 2, height: widget.height / 2});
+  image.onerror = () => image.remove();  // The host keeps the last pictures only.
   preview.replaceChildren(
-    make('img', '', {src: source, alt: '', width: widget.width / 2, height: widget.height / 2}),
+    image,
     make('p', `${widget.name}: ${what} ${label(band.at)}`));
 }
 
