@@ -42,17 +42,11 @@ std::optional<std::uint16_t> localApiPort(const HostSettings& settings) {
 
 /// Serves the API for development, for affirmations without a network, if the bundle expects it on
 /// this machine and no other process serves it there.
-std::jthread serveLocalApi(const HostSettings& settings) {
+std::unique_ptr<HttpThread> serveLocalApi(const HostSettings& settings) {
   const auto port = localApiPort(settings);
   auto api =
       port ? openApi({.port = *port}, [](const std::string&) {}) : std::unexpected(std::string());
-  if (!api) {
-    return {};
-  }
-  return std::jthread([server = *std::move(api)](const std::stop_token& ending) {
-    const std::stop_callback stop(ending, [&] { server->stop(); });
-    server->serve();
-  });
+  return api ? std::make_unique<HttpThread>(*std::move(api)) : nullptr;
 }
 
 /// Listens on `port`; if none is given, on the default port, or on any if that is in use.
@@ -108,7 +102,7 @@ void home(std::optional<std::uint16_t> port, int reloads) {
   RefreshBudget budget;
   budget.enforced = reloads > 0;
   budget.perDay = reloads > 0 ? reloads : budget.perDay;
-  const std::jthread api = serveLocalApi(settings);
+  const auto api = serveLocalApi(settings);
   // Printed before the phone starts: requests wait until it has its first pictures.
   std::cout << "http://127.0.0.1:" << server->port() << '/' << std::endl;
   std::stop_source leaving;

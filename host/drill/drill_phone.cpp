@@ -97,12 +97,7 @@ DrillServer::DrillServer(Answer answer, int port) {
                                      reply(answer(++requests_, request));
                                    });
   expect(server.has_value(), server ? "" : server.error());
-  server_ = *std::move(server);
-  thread_ = std::jthread([this] { server_->serve(); });
-}
-
-DrillServer::~DrillServer() {
-  server_->stop();
+  server_ = std::make_unique<HttpThread>(*std::move(server));
 }
 
 HttpAnswer DrillServer::good(int number, const HttpRequest&) {

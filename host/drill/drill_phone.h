@@ -125,7 +125,6 @@ class DrillServer {
   using Answer = std::function<HttpAnswer(int number, const HttpRequest& request)>;
 
   explicit DrillServer(Answer answer = good, int port = 0);
-  ~DrillServer();
 
   static HttpAnswer good(int number, const HttpRequest& request = {});
   int port() const { return server_->port(); }
@@ -134,8 +133,7 @@ class DrillServer {
 
  private:
   std::atomic<int> requests_ = 0;
-  std::unique_ptr<HttpServer> server_;
-  std::jthread thread_;
+  std::unique_ptr<HttpThread> server_;
 };
 
 }  // namespace host

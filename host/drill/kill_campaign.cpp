@@ -25,7 +25,6 @@ namespace host {
 
 using namespace platform;
 using namespace glancery;
-using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 namespace {
@@ -114,7 +113,7 @@ class Campaign {
       return;
     }
     count(&KillFigures::extensions);
-    if (words.at(1) == "home") {  // It would not end by itself.
+    if (words.at(1) == "home") {  // Runs until it is ended.
       sleep(longest);
       host.end(SIGKILL);
     }

@@ -66,7 +66,6 @@ struct HomeLoop::Impl {
     // The machine's time zone. If this fails, its changes go unnoticed.
     watch("/etc");
     bundle.assign(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-    watchBundle();
     clock.assign(::timerfd_create(CLOCK_REALTIME, TFD_NONBLOCK | TFD_CLOEXEC));
     downloads.assign(::dup(phone.downloadsDescriptor()));
   }
@@ -139,6 +138,7 @@ struct HomeLoop::Impl {
   }
 
   void run() {
+    watchBundle();  // Not before the first pictures are published: it has many folders.
     follow(clock, [this] { drain(clock.native_handle()); });
     follow(files, [this] {
       drain(files.native_handle());

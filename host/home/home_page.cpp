@@ -90,7 +90,13 @@ void HomePage::answer(const HttpRequest& request, const HttpServer::Reply& reply
   } else if (path == "/events") {
     send(events());
   } else if (path.starts_with("/pictures/")) {
-    drawn(path, send);
+    // Drawing a snapshot runs the extension, which may write: not for other pages.
+    const auto site = request.header("Sec-Fetch-Site");
+    if (site && *site != "same-origin" && *site != "none") {
+      send(refusal(403, "another page requests this picture"));
+    } else {
+      drawn(path, send);
+    }
   } else if (path.starts_with("/widgets/")) {
     send(picture(request));
   } else {

@@ -6,10 +6,9 @@
 #include <utility>
 
 #include "host/home/bundle_faults.h"
+#include "host/home/placed_counts.h"
 #include "host/home/timeline_inputs.h"
 #include "host/phone/host_app.h"
-#include "platform/foundation/data/json_serialization.h"
-#include "platform/support/files.h"
 #include "platform/support/fingerprint.h"
 
 namespace host {
@@ -19,8 +18,6 @@ using std::chrono::steady_clock;
 
 namespace {
 
-constexpr std::size_t kTapsKept = 50;
-constexpr std::int64_t kMostPlaced = 9;
 constexpr std::size_t kEventsKept = 10'000;
 /// The pause after the extension has ended, before the next widget's request.
 constexpr auto kRestartDelay = std::chrono::milliseconds(100);
@@ -57,11 +54,12 @@ void HomePhone::start() {
   // Loads while the extension starts: typefaces take as long.
   host_.setRenderer(startLoadingRenderer(settings()));
   attempt([this] { hostApp_ = readHostApp(); });
-  const Dictionary counts = placedCounts();
+  const auto counts = loadPlacedCounts(settings().container);
+  if (!counts) {
+    note(counts.error());
+  }
   for (const GalleryItem& item : host_.gallery()) {
-    place(item,
-          static_cast<int>(
-              std::clamp<std::int64_t>(counts.integer(item.kind).value_or(1), 0, kMostPlaced)));
+    place(item, counts ? counts->integer(item.kind).value_or(1) : 1);
   }
   downloads().adopt();
   // Results that an earlier host has left make no descriptor readable.
@@ -69,7 +67,7 @@ void HomePhone::start() {
   advance();
 }
 
-void HomePhone::place(const GalleryItem& item, int count) {
+void HomePhone::place(const GalleryItem& item, std::int64_t count) {
   PlacedWidget widget = {.item = item, .family = item.families.at(0), .count = count};
   auto stored = loadWidget(timelineFile(settings().container, item.kind));
   if (!stored) {
@@ -93,41 +91,6 @@ void HomePhone::place(const GalleryItem& item, int count) {
   if (count == 0) {
     scheduler_.reset(id, false);
   }
-}
-
-std::filesystem::path HomePhone::placedFile() const {
-  return timelineFolder(settings().container) / "placed.json";
-}
-
-Dictionary HomePhone::placedCounts() const {
-  const auto bytes = readFile(placedFile());
-  const auto counts =
-      bytes ? NSJSONSerialization::JSONObjectWithData({*bytes}) : std::unexpected(NSError());
-  return counts && counts->dictionary() ? *counts->dictionary() : Dictionary();
-}
-
-void HomePhone::setCount(const std::string& kind, std::int64_t count) {
-  if (count < 0 || count > kMostPlaced) {
-    throw InvalidValue("count", std::to_string(count), "give 0 to " + std::to_string(kMostPlaced));
-  }
-  const Id id = named(kind);
-  PlacedWidget& widget = widgets_[id];
-  const int before = std::exchange(widget.count, static_cast<int>(count));
-  if ((before == 0) != (count == 0)) {
-    widget = {.item = widget.item, .family = widget.family, .count = widget.count};
-    scheduler_.reset(id, count > 0);
-    std::error_code ignored;
-    std::filesystem::remove(timelineFile(settings().container, kind), ignored);
-  }
-  Dictionary counts;
-  for (const PlacedWidget& each : widgets_) {
-    counts.set(each.item.kind, each.count);
-  }
-  const auto bytes = NSJSONSerialization::dataWithJSONObject(counts);
-  if (const auto error = replaceFile(placedFile(), bytes->bytes, 0600)) {
-    throw HostError(placedFile().string() + " can't be written: " + error.message());
-  }
-  note(kind + (count < before ? ": removed" : ": placed"));
 }
 
 std::optional<Date> HomePhone::next() const {
@@ -250,23 +213,6 @@ std::string HomePhone::pngOf(const DisplayList& list) {
   return *std::move(png);
 }
 
-std::string HomePhone::drawPicture(const std::string& kind, const std::string& what) {
-  const PlacedWidget& widget = widgets_[named(kind)];
-  if (what == "placeholder" || what == "snapshot") {
-    using enum ProvideRequest::What;
-    host_.ensureExtension();
-    const auto answer = host_.provide(what == "snapshot" ? snapshot : placeholder, kind);
-    collectLog();
-    return pngOf(host_.display(answer.entries.at(0), widget.family));
-  }
-  for (std::size_t index = 0; const ArchivedEntry& entry : widget.stored.timeline.entries) {
-    if (std::to_string(index++) == what) {
-      return pngOf(host_.display(entry, widget.family));
-    }
-  }
-  throw InvalidValue("picture", what, "give placeholder, snapshot or the number of an entry");
-}
-
 void HomePhone::store(Id id) {
   StoredWidget stored = widgets_[id].stored;
   stored.schedule = scheduler_.at(id).record();
@@ -281,7 +227,7 @@ void HomePhone::passReloadsOn() {
   const bool lost = downloads().takeReloadsLost();
   for (Id id = 0; id < widgets_.size(); ++id) {
     const bool requested = kinds.contains(widgets_[id].item.kind);
-    if (requested || lost) {
+    if ((requested || lost) && widgets_[id].count > 0) {
       scheduler_.request(id,
                          {ReloadCause::extension,
                           requested ? "requested by the extension"
@@ -367,72 +313,6 @@ void HomePhone::systemZoneChanged() {
   if (changed.followsMachineZone && changed.device != settings().device) {
     setDevice(std::move(changed));
   }
-}
-
-void HomePhone::setDevice(HostSettings changed) {
-  const std::string before = deviceText(settings());
-  const std::string locale = settings().device.locale;
-  attempt([&] { host_.configure(std::move(changed)); });
-  if (settings().device.locale != locale) {
-    attempt([this] {
-      host_.ensureExtension();
-      host_.tell(LocaleChanged());
-    });
-    collectLog();
-    for (const GalleryItem& item : host_.gallery()) {
-      widgets_[named(item.kind)].item = item;
-    }
-  }
-  const bool concernsTimelines = deviceText(settings()) != before;
-  for (Id id = 0; id < widgets_.size(); ++id) {
-    if (concernsTimelines) {
-      scheduler_.request(id, {ReloadCause::device, "the device's settings changed"});
-    }
-    draw(id);
-  }
-}
-
-void HomePhone::setClock(Clock clock) {
-  HostSettings changed = settings();
-  changed.device.clock = clock;
-  // An extension that ends here is configured when it is started again.
-  attempt([&] { host_.configure(std::move(changed)); });
-}
-
-void HomePhone::setClock(Date instant, bool runs) {
-  const double shift = instant.timeIntervalSince1970() - Clock().now().timeIntervalSince1970();
-  setClock(runs ? Clock::shiftedBy(shift) : Clock::frozenAt(instant));
-}
-
-void HomePhone::setBudgetEnforced(bool enforced) {
-  RefreshBudget budget = scheduler_.budget();
-  budget.enforced = enforced;
-  scheduler_.setBudget(budget);
-}
-
-void HomePhone::reload(const std::string& kind) {
-  requestNow(named(kind), {ReloadCause::hostApp, "requested on the page"});
-}
-
-void HomePhone::requestNow(Id id, const ReloadRequest& request) {
-  scheduler_.request(id, request);
-  // Ends the delay after a failure: its cause may be gone.
-  if (auto& retryAt = widgets_[id].retryAt) {
-    retryAt = steady_clock::now();
-  }
-}
-
-void HomePhone::tap(const std::string& kind, const std::optional<std::string>& link) {
-  const DisplayList& list = widgets_[named(kind)].list;
-  if (link != list.widgetURL &&
-      (!link || std::ranges::find(list.items, link, &DisplayItem::link) == list.items.end())) {
-    throw InvalidValue("link", link.value_or(""), "the widget has no such link");
-  }
-  taps_.push_front({Date::now(), kind, link});
-  if (taps_.size() > kTapsKept) {
-    taps_.pop_back();
-  }
-  note(kind + ": tapped, " + link.value_or("no link"));
 }
 
 HomePhone::Id HomePhone::named(const std::string& kind) const {

@@ -30,7 +30,7 @@ struct PlacedWidget {
   GalleryItem item;
   platform::WidgetFamily family = platform::WidgetFamily::systemSmall;
   /// How often it is on the home screen.
-  int count = 1;
+  std::int64_t count = 1;
   StoredWidget stored = {};
 
   /// The index of the shown entry.
@@ -157,10 +157,7 @@ class HomePhone {
  private:
   using Id = TimelineScheduler::Id;
 
-  void place(const GalleryItem& item, int count);
-  std::filesystem::path placedFile() const;
-  /// How often each kind is placed, if that was ever changed.
-  platform::Dictionary placedCounts() const;
+  void place(const GalleryItem& item, std::int64_t count);
   /// False if the extension has ended.
   bool fetch(Id id, const ReloadRequest& request);
   void requestNow(Id id, const ReloadRequest& request);

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -105,6 +106,22 @@ class HttpServer {
   struct Impl;
   explicit HttpServer(std::unique_ptr<Impl> impl);
   std::unique_ptr<Impl> impl_;
+};
+
+/// Serves on its own thread while it lives.
+class HttpThread {
+ public:
+  explicit HttpThread(std::unique_ptr<HttpServer> server)
+      : server_(std::move(server)), thread_([this] { server_->serve(); }) {}
+  ~HttpThread() { server_->stop(); }
+  HttpThread(const HttpThread&) = delete;
+  HttpThread& operator=(const HttpThread&) = delete;
+
+  int port() const { return server_->port(); }
+
+ private:
+  std::unique_ptr<HttpServer> server_;
+  std::jthread thread_;
 };
 
 }  // namespace host

@@ -8,7 +8,6 @@
 #include <memory>
 #include <optional>
 #include <set>
-#include <thread>
 #include <utility>
 
 #include "host/api/affirmation_api.h"
@@ -41,43 +40,23 @@ std::string wall(Date date) {
   return date.addingTimeInterval(offset).iso8601().substr(0, 19);
 }
 
-/// The development API on its own thread, with the faults of the script.
-class Server {
- public:
-  /// `fault` is empty, "error", "cut" or "nonsense".
-  Server(int port, std::string fault) : fault_(std::move(fault)) {
-    auto opened =
-        HttpServer::listen(static_cast<std::uint16_t>(port),
-                           [this](const HttpRequest& request, const HttpServer::Reply& reply) {
-                             reply(answer(request));
-                           });
-    if (!opened) {
-      throw HostError(opened.error());
-    }
-    server_ = *std::move(opened);
-    thread_ = std::jthread([this] { server_->serve(); });
+/// The development API with a fault of the script: "error", "cut", "nonsense", or none.
+std::unique_ptr<HttpThread> serveApi(int port, const std::string& fault) {
+  auto server = HttpServer::listen(
+      static_cast<std::uint16_t>(port),
+      [fault](const HttpRequest& request, const HttpServer::Reply& reply) {
+        HttpAnswer answer = answerOf(request, std::nullopt, Date::now()).http;
+        answer.cut = fault == "cut";
+        if (fault == "nonsense") {
+          answer.body = "nonsense";
+        }
+        reply(fault == "error" ? refusal(500, "the simulated server fails") : std::move(answer));
+      });
+  if (!server) {
+    throw HostError(server.error());
   }
-  ~Server() { server_->stop(); }
-  Server(const Server&) = delete;
-  Server& operator=(const Server&) = delete;
-
- private:
-  HttpAnswer answer(const HttpRequest& request) const {
-    HttpAnswer answer = answerOf(request, std::nullopt, Date::now()).http;
-    if (fault_ == "error") {
-      return refusal(500, "the simulated server fails");
-    }
-    answer.cut = fault_ == "cut";
-    if (fault_ == "nonsense") {
-      answer.body = "nonsense";
-    }
-    return answer;
-  }
-
-  const std::string fault_;
-  std::unique_ptr<HttpServer> server_;
-  std::jthread thread_;
-};
+  return std::make_unique<HttpThread>(*std::move(server));
+}
 
 class Run {
  public:
@@ -143,7 +122,8 @@ class Run {
     return next;
   }
   static Date timeOf(const ScriptEvent& event) {
-    return Calendar::current().startOfDay(Date::now()).addingTimeInterval(event.minute * 60.0);
+    const auto hour = Calendar::current().dateBySettingHour(event.minute / 60, Date::now());
+    return hour.value().addingTimeInterval(event.minute % 60 * 60.0);
   }
 
   /// Does what the script has for now, and ends faults that are over.
@@ -171,6 +151,7 @@ class Run {
         break;
       case signOut:
         host::signOut();
+        signedInAllDay_ = false;
         break;
       case streak: {
         const int day = dayNumber();
@@ -200,7 +181,7 @@ class Run {
   }
   void serve(const std::string& fault) {
     server_.reset();
-    server_ = std::make_unique<Server>(port_.number(), fault);
+    server_ = serveApi(port_.number(), fault);
   }
   void fail(const ScriptEvent& event) {
     restoreAt_ = Date::now().addingTimeInterval(event.hours * 3600);
@@ -233,15 +214,26 @@ class Run {
         {.date = wall(now).substr(0, 10), .timeZone = TimeZone::current().identifier()});
     dayBegan_ = now;
     healthy_ = !restoreAt_;
+    signedInAllDay_ = phone_ && phone_->hostApp().find(glancery::kSharedUidKey);
     said_.clear();
   }
 
   void endDay() {
-    // A day of less than 23 hours is one that the user has cut short by travelling.
+    // Travelling east, and a simulation that begins within a day, make shorter ones.
     const bool whole =
         Date::now().timeIntervalSince1970() - dayBegan_.timeIntervalSince1970() >= 23 * 3600;
-    if (healthy_ && whole && phone_->downloads().pending() > 0) {
+    if (!healthy_ || !whole) {
+      return;
+    }
+    if (phone_->downloads().pending() > 0) {
       violate("download", "a download is still pending at the end of a day with a network");
+    }
+    const auto& widgets = phone_->widgets();
+    const bool fetches = std::ranges::any_of(widgets, [](const PlacedWidget& widget) {
+      return widget.item.kind == glancery::kAffirmationKind;
+    });
+    if (fetches && signedInAllDay_ && result_.days.back().downloads == 0) {
+      violate("download", "no affirmation arrived on a day with a user and a network");
     }
   }
 
@@ -324,7 +316,7 @@ class Run {
   const Date begin_;
   int firstDay_ = 0;
   const ReservedPort port_;
-  std::unique_ptr<Server> server_;
+  std::unique_ptr<HttpThread> server_;
   std::optional<HomePhone> phone_;
   Simulation result_;
 
@@ -336,8 +328,9 @@ class Run {
   std::optional<Date> restoreAt_;
 
   Date dayBegan_ = Date::distantPast();
-  /// Whether network and server work on this day.
+  /// Whether network and server work on this day, and whether a user is signed in on all of it.
   bool healthy_ = true;
+  bool signedInAllDay_ = false;
   std::set<std::string> said_;
   std::map<std::size_t, std::deque<Date>> counted_;
 };

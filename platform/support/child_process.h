@@ -55,7 +55,7 @@ class ChildProcess {
   std::string line();
 
  private:
-  // Files in memory: a program that nobody reads from never blocks.
+  // Files in memory: unlike a full pipe they never block the program.
   FileDescriptor out_;
   FileDescriptor err_;
   pid_t pid_ = -1;

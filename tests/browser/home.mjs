@@ -29,7 +29,7 @@ export const closeBrowser = () => browser.close();
 /** A tab in a new window. */
 export const newTab = async (options) => (await browser.newContext(options)).newPage();
 
-/** `glancery home` with a container of its own. */
+/** `glancery home` with a new container. */
 export class Home {
   static async start({port = 0, container = null, words = []} = {}) {
     const home = new Home();

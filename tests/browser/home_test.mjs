@@ -373,6 +373,7 @@ test('requests that no page of this host makes are refused', async () => {
       ['a GET', 405, '/actions', {headers: fine}],
       ['a DELETE', 405, '/', {method: 'DELETE'}],
       ['an unknown action', 400, ...post(fine, {body: '{"action": "explode"}'}), /explode/],
+      ['a snapshot for another page', 403, '/pictures/StreakWidget/snapshot.png', {headers: {'Sec-Fetch-Site': 'cross-site'}}],
       ['a drill without a token', 403, '/drills', {method: 'POST', headers: {'Content-Type': 'application/json'}, body: '{}'}],
       ['an unknown drill', 400, '/drills', {method: 'POST', headers: fine, body: '{"name": "flood"}'}, /flood/],
       ['no JSON', 400, ...post(fine, {body: '{'}), /JSON/],

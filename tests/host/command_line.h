@@ -19,7 +19,7 @@ inline ProgramEnd run(const std::filesystem::path& program, std::vector<std::str
   return *ChildProcess(words).wait();
 }
 
-/// A phone for one test: the built program with a container of its own.
+/// A phone for one test: the built program with a new container.
 class Phone {
  public:
   ProgramEnd glancery(std::vector<std::string> words) const {

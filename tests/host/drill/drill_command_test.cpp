@@ -29,7 +29,7 @@ TEST(DrillCommand, ListsEachDrillOnce) {
 }
 
 TEST(DrillCommand, APromiseThatDoesNotHoldIsStatus3) {
-  ::setenv("TMPDIR", "/nonexistent", 1);  // There is no place for the scratch container.
+  ::setenv("TMPDIR", "/nonexistent", 1);  // The scratch container can't be made.
   const ProgramEnd broken = drill({"clock-back"});
   const ProgramEnd json = drill({"clock-back", "clock-forward", "--json"});
   ::unsetenv("TMPDIR");

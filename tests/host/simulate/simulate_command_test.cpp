@@ -10,13 +10,16 @@ using namespace world;
 using Json = nlohmann::json;
 using Words = std::vector<std::string>;
 using ::testing::AllOf;
+using ::testing::Contains;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::Ge;
 using ::testing::HasSubstr;
 
-ProgramEnd simulate(const std::filesystem::path& output, Words more) {
-  Words words = {"simulate", "-o", output, "--time-zone", "America/Mexico_City"};
+ProgramEnd simulate(const std::filesystem::path& output,
+                    Words more,
+                    const std::string& zone = "America/Mexico_City") {
+  Words words = {"simulate", "-o", output, "--time-zone", zone};
   words.insert(words.end(), more.begin(), more.end());
   return run(GLANCERY_BUILD "/glancery", words);
 }
@@ -58,6 +61,22 @@ TEST(Simulate, DaysWithEveryFaultAreFineAndTwoRunsAreEqual) {
   // another midnight, and a request that is sent once the phone is online again arrives late.
   EXPECT_THAT(downloads, ElementsAre(1, 1, 1, 1, 1, 0, 2, 1, 0, 1, 0));
   EXPECT_THAT(shown, Each(Ge(7)));
+}
+
+TEST(Simulate, TheScriptHasLocalTimesAlsoWhenTheClocksChange) {
+  const Folder folder;
+  writeWhole(folder.path() / "script.json",
+             R"({"events": [{"do": "streak", "at": "20:15", "every": 1}]})");
+  for (const char* from : {"2026-03-08T00:00:00-05:00", "2026-11-01T00:00:00-04:00"}) {
+    const ProgramEnd end =
+        simulate(folder.path() / "out",
+                 {"--days", "1", "--from", from, "--script", folder.path() / "script.json"},
+                 "America/New_York");
+    EXPECT_EQ(end.status, 0) << end.err;
+    const Json report = Json::parse(readWhole(folder.path() / "out" / "report.json"));
+    EXPECT_THAT(report["days"][0]["log"].get<Words>(),
+                Contains("20:15:00 host: the host app changed streakData"));
+  }
 }
 
 TEST(Simulate, AStaleDayIsStatus3) {

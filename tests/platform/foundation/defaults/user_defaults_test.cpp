@@ -355,7 +355,7 @@ struct Counter {
       }
     });
     ::close(ends[1]);
-    EXPECT_EQ(::read(acknowledged, &told, sizeof told), sizeof told)
+    EXPECT_EQ(::read(acknowledged, &reported, sizeof reported), sizeof reported)
         << "the process has written a number";
   }
 
@@ -363,14 +363,14 @@ struct Counter {
   std::int64_t kill() {
     ::kill(process, SIGKILL);
     EXPECT_TRUE(WIFSIGNALED(statusOf(process)));
-    while (::read(acknowledged, &told, sizeof told) == sizeof told) {
+    while (::read(acknowledged, &reported, sizeof reported) == sizeof reported) {
     }
     ::close(acknowledged);
-    return told;
+    return reported;
   }
 
   std::string key;
-  std::int64_t told = 0;
+  std::int64_t reported = 0;
   int acknowledged = -1;
   pid_t process = -1;
 };
