@@ -6,7 +6,8 @@
 
 #include "platform/foundation/data/value.h"
 
-// How often each kind of widget is on the home screen, in `<container>/Library/Widgets/placed.json`.
+// How often each kind of widget is on the home screen, in
+// `<container>/Library/Widgets/placed.json`.
 
 namespace host {
 
