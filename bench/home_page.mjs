@@ -99,6 +99,35 @@ async function changeSeen(page) {
   return median(times);
 }
 
+const frames = (page, count) => page.evaluate((count) => new Promise(resolve => {
+  const times = [];
+  const next = time => (times.push(time) > count ? resolve(times.slice(1).map((each, at) => each - times[at]))
+                                                 : requestAnimationFrame(next));
+  requestAnimationFrame(next);
+}), count);
+
+// The longest frames while the cursor is dragged over a month of events, and a frame at rest, in ms.
+async function framesWithMonth(page) {
+  await page.locator('#strip-zoom').selectOption('month');
+  const cursor = page.locator('#strip-cursor');
+  for (let step = 0; step < 96; ++step) {
+    await cursor.press('ArrowRight');
+  }
+  const rest = median(await frames(page, 60));
+  const {x, y, width} = await cursor.boundingBox();
+  await page.mouse.move(x + width / 2, y + 30);
+  await page.mouse.down();
+  const dragged = frames(page, 240);
+  for (let step = 0; step < 80; ++step) {
+    await page.mouse.move(x + width / 2 - 4 * step, y + 30);
+    await sleep(30);
+  }
+  const times = (await dragged).sort((one, other) => one - other);
+  await page.mouse.up();
+  const drawn = await page.locator('#strip *').count();
+  return {slow: times[Math.floor(0.95 * times.length)], rest, drawn};
+}
+
 function processesOf(child) {
   const children = readdirSync('/proc').filter(name => /^\d+$/.test(name)).filter(pid => {
     try {
@@ -141,13 +170,15 @@ try {
            '--disable-background-networking', '--disable-component-update', '--disable-sync'],
   });
   console.log('The home screen in a browser that runs already');
-  report('start of home to four pictures on the page, median', await pageReady(browser), 'ms', nodeTime(), 4.2);
+  report('start of home to four pictures on the page, median', await pageReady(browser), 'ms', nodeTime(), 3.5);
   const home = startHome();
   const page = await browser.newPage();
   await page.addInitScript(watchPictures);
   await page.goto(await home.address, {waitUntil: 'commit'});
   await page.waitForFunction(ready);
   report('`app streak N` to the new picture, median', await changeSeen(page), 'ms', nodeTime(), 2.5);
+  const {slow, rest, drawn} = await framesWithMonth(page);
+  report(`dragging over a month (${drawn} shapes), a frame of the slowest 5 %`, slow, 'ms', {name: 'a frame at rest', value: rest}, 2);
   await browser.close();
 
   // Seconds. The first ones let the browser's connections time out.

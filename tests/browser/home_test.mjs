@@ -134,7 +134,7 @@ onPhone('a clock that runs, stands, and goes to any instant of the device’s zo
   await page.says('#clock-date', String(year));
 });
 
-onPhone('the strip shows what was and what is planned, and its cursor is the phone’s time', async (page) => {
+onPhone('the strip shows what was and what is planned, and its cursor is the phone’s time', async (page, home) => {
   const bands = (planned) => page.tab.locator(`[transform]:nth-of-type(4) .band${planned ? '.planned' : ':not(.planned)'}`);
   await page.recordStreak(7);
   await page.shows('StreakWidget', /— 7$/);
@@ -155,6 +155,18 @@ onPhone('the strip shows what was and what is planned, and its cursor is the pho
   await page.tab.mouse.move(box.x + box.width / 2 - 30, box.y + 40, {steps: 4});
   await page.tab.mouse.up();
   await page.says('#clock', /^15:/);
+
+  const entries = page.tab.getByRole('listbox', {name: 'Entries of Tu racha'});
+  await page.tab.locator('#strip-zoom').focus();
+  for (let stop = 0; stop < 8 && !(await entries.locator(':focus').count()); ++stop) await page.tab.keyboard.press('Tab');
+  await page.says('#strip-preview', /Tu racha: planned from/);
+  await page.tab.keyboard.press('ArrowLeft');
+  await page.says('#strip-preview', /Tu racha: shown from/);
+  await home.app('streak', '8');
+  await page.shows('StreakWidget', /— 8$/);  // The strip is drawn again, and keeps the focus.
+  await page.tab.keyboard.press('End');
+  await page.says('#strip-preview', /Tu racha: planned from/);
+
   await page.tab.locator('#strip-zoom').selectOption('month');
   await page.tab.getByText('As a table').click();
   await page.says('#strip-rows', 'reloaded: the host app changed streakData');

@@ -16,6 +16,7 @@ let state = null;
 let from = 0;
 let drawnFor = '';
 let placedAt = 0;
+let focused = null;
 let dragged = null;
 let travelling = false;
 
@@ -58,7 +59,7 @@ export function clearEvents() {
 function bandsOf(widget, now) {
   const shown = events.filter(({kind, shown: date, at}) => kind === widget.kind && date && at <= now);
   const past = shown.map(({at, picture, shown: date}) => ({at, picture, date: Date.parse(date)}));
-  const planned = (widget.entries ?? []).map((date, index) => ({at: Date.parse(date), index, planned: true}));
+  const planned = (widget.entries ?? []).map((date, index) => ({at: Date.parse(date), date: Date.parse(date), index, planned: true}));
   const coming = planned.filter(({at}) => at > now);
   // What is shown now stays until the next entry.
   const staying = past.length > 0 ? [{...past.at(-1), at: now, planned: true}] : [];
@@ -81,11 +82,35 @@ function drawBand(row, band, widget) {
   const end = Math.min(width(), xOf(band.until));
   if (end <= start) return;
   const rect = shape('rect', {
-    x: start, y: 14, width: Math.max(1, end - start - 1), height: 18, rx: 3, tabindex: -1,
-    class: band.planned ? 'band planned' : 'band',
+    x: start, y: 14, width: Math.max(1, end - start - 1), height: 18, rx: 3,
+    class: band.planned ? 'band planned' : 'band', role: 'option', tabindex: -1,
   }, `${label(band.at)}${band.planned ? ' (planned)' : ''}`);
-  rect.onpointerenter = rect.onfocus = () => showPreview(band, widget);
+  rect.dataset.key = `${widget.kind} ${band.date} ${band.planned ? 'planned' : 'shown'}`;
+  rect.onpointerenter = () => showPreview(band, widget);
+  rect.onfocus = () => {
+    focused = rect.dataset.key;
+    row.querySelector('[tabindex="0"]')?.setAttribute('tabindex', -1);
+    rect.setAttribute('tabindex', 0);
+    showPreview(band, widget);
+  };
   row.append(rect);
+}
+
+/** The bands of a row are one stop of the Tab key, at first the entry shown now; arrows go to the others. */
+function drawBands(widget, now) {
+  const group = shape('g', {role: 'listbox', 'aria-orientation': 'horizontal', 'aria-label': `Entries of ${widget.name}`});
+  for (const band of bandsOf(widget, now)) drawBand(group, band, widget);
+  const stop = group.querySelector('.planned') ?? group.lastElementChild;
+  stop?.setAttribute('tabindex', 0);
+  group.onkeydown = (event) => {
+    const {previousElementSibling, nextElementSibling} = event.target;
+    const {firstElementChild, lastElementChild} = group;
+    const keys = {ArrowLeft: previousElementSibling, ArrowRight: nextElementSibling, Home: firstElementChild, End: lastElementChild};
+    if (!(event.key in keys)) return;
+    event.preventDefault();
+    keys[event.key]?.focus();
+  };
+  return group;
 }
 
 function drawRow(widget, index, now) {
@@ -93,7 +118,7 @@ function drawRow(widget, index, now) {
   const name = shape('text', {x: 4, y: 10, class: 'row-name'});
   name.textContent = widget.name;
   row.append(name);
-  for (const band of bandsOf(widget, now)) drawBand(row, band, widget);
+  row.append(drawBands(widget, now));
   const reloads = events.filter(({kind, cause, at}) => kind === widget.kind && cause && at <= now);
   const line = reloads.map(({at, budgetLeft}) => `${xOf(at)},${32 - (18 * budgetLeft) / (state.budget.perDay || 50)}`);
   if (state.budget.on && line.length > 1) row.append(shape('polyline', {points: line.join(' '), class: 'budget'}));
@@ -156,7 +181,9 @@ function draw(now) {
   const height = 20 + widgets.length * rowHeight + 12;
   svg.setAttribute('viewBox', `0 0 ${width()} ${height}`);
   svg.style.height = `${height}px`;
+  const hadFocus = svg.contains(document.activeElement);
   svg.replaceChildren(drawDays(height), drawDownloads(now, height - 8), ...widgets.map((widget, index) => drawRow(widget, index, now)));
+  if (hadFocus) svg.querySelector(`[data-key="${focused}"]`)?.focus({preventScroll: true});
   if (byId('strip-table').open) fillTable(now);
 }
 
