@@ -184,15 +184,19 @@ void HomePhone::draw(Id id) {
   }
   try {
     DisplayList list = host_.display(widget.stored.timeline.entries.at(*entry), widget.family);
-    std::string png = pngOf(list);
-    widget.list = std::move(list);
-    const std::string path = "/widgets/" + widget.item.kind + ".png?v=" + fingerprint(png);
-    if (path != widget.picture.path || entry != widget.entry) {
+    const bool changed = widget.outdated || list != widget.list;
+    if (changed) {
+      std::string png = pngOf(list);
+      widget.picture = {"/widgets/" + widget.item.kind + ".png?v=" + fingerprint(png),
+                        std::make_shared<const std::string>(std::move(png))};
+      widget.list = std::move(list);
+      widget.outdated = false;
+    }
+    if (changed || entry != widget.entry) {
       const Date date = widget.stored.timeline.entries[*entry].date;
-      remember({.at = Date::now(), .widget = id, .shown = date, .picture = path});
+      remember({.at = Date::now(), .widget = id, .shown = date, .picture = widget.picture.path});
     }
     widget.entry = entry;
-    widget.picture = {path, std::make_shared<const std::string>(std::move(png))};
     if (widget.failures == 0) {
       widget.problem.reset();
     }
@@ -203,14 +207,15 @@ void HomePhone::draw(Id id) {
 }
 
 std::string HomePhone::pngOf(const DisplayList& list) {
-  auto png = host_.renderer().png(list,
-                                  {.scale = settings().screen.scale,
-                                   .scheme = settings().scheme,
-                                   .cornerRadius = kWidgetCornerRadius});
-  if (!png) {
-    throw HostError(png.error());
+  const PictureOptions options = {.scale = settings().screen.scale,
+                                  .scheme = settings().scheme,
+                                  .cornerRadius = kWidgetCornerRadius};
+  if (settings().simulated) {
+    const auto bitmap = host_.renderer().rasterize(list, options);
+    return bitmap ? "" : throw HostError(bitmap.error());
   }
-  return *std::move(png);
+  auto png = host_.renderer().png(list, options);
+  return png ? *std::move(png) : throw HostError(png.error());
 }
 
 void HomePhone::store(Id id) {
@@ -303,6 +308,7 @@ void HomePhone::bundleChanged(const std::string& files) {
     }
   });
   for (Id id = 0; id < widgets_.size(); ++id) {
+    widgets_[id].outdated = true;
     requestNow(id, {ReloadCause::device, "the bundle changed"});
   }
 }

@@ -36,8 +36,9 @@ struct PlacedWidget {
   /// The index of the shown entry.
   std::optional<std::size_t> entry = {};
   platform::DisplayList list = {};
-  /// The last picture that could be drawn.
+  /// The last picture that could be drawn, and whether the same list would now look different.
   ServedPicture picture = {};
+  bool outdated = true;
 
   /// Why the picture may be out of date.
   std::optional<std::string> problem = {};

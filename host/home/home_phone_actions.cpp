@@ -37,6 +37,7 @@ void HomePhone::setDevice(HostSettings changed) {
     if (concernsTimelines) {
       scheduler_.request(id, {ReloadCause::device, "the device's settings changed"});
     }
+    widgets_[id].outdated = true;
     draw(id);
   }
 }

@@ -22,7 +22,7 @@ constexpr auto kLongestStep = std::chrono::milliseconds(250);
 TransferService& DownloadDelivery::transfers() {
   if (!transfers_) {
     TransferSettings settings;
-    if (host_.settings().simulatesDownloads) {
+    if (host_.settings().simulated) {
       settings.clock = [] { return Date::now().timeIntervalSince1970(); };
     }
     transfers_ = std::make_unique<TransferService>(host_.settings().container, settings);

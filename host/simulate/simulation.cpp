@@ -64,7 +64,7 @@ class Run {
       : settings_(settings), begin_(settings.phone.device.clock.now()) {
     serve("");
     HostSettings phone = settings.phone;
-    phone.simulatesDownloads = true;
+    phone.simulated = true;
     phone.infoOverrides.set("ApiBaseUrl", "http://127.0.0.1:" + std::to_string(port_.number()));
     phone.infoOverrides.set("ApiKey", "simulation");
     makeCurrent(phone);
