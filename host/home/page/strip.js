@@ -135,18 +135,23 @@ function drawRow(widget, index, now) {
   return row;
 }
 
-/** Midnights, and days on which the clock changes. */
+/** Midnights, and days on which the clock changes; a date where there is room for it. */
 function drawDays(height) {
   const group = shape('g', {});
+  const options = zoom.value === 'month' ? {day: 'numeric'} : {weekday: 'short', day: 'numeric', month: 'short'};
+  let free = Number.NEGATIVE_INFINITY;
   for (let day = dayOf(from); midnightOf(day) <= from + length();) {
     const start = midnightOf(day);
     const next = dayOf(start + 36 * hour);
     const changes = midnightOf(next) - start !== 24 * hour;
-    group.append(shape('line', {x1: xOf(start), x2: xOf(start), y1: 0, y2: height, class: changes ? 'midnight changes' : 'midnight'}));
-    const text = shape('text', {x: xOf(start) + 4, y: 12, class: 'day'});
-    const options = zoom.value === 'month' ? {day: 'numeric'} : {weekday: 'short', day: 'numeric', month: 'short'};
-    text.textContent = format('en-GB', state.device.timeZone, options).format(start) + (changes ? ' · clocks change' : '');
-    group.append(text);
+    const x = xOf(start);
+    group.append(shape('line', {x1: x, x2: x, y1: 0, y2: height, class: changes ? 'midnight changes' : 'midnight'}));
+    if (x >= free || changes) {
+      const text = shape('text', {x: x + 4, y: 12, class: 'day'});
+      text.textContent = format('en-GB', state.device.timeZone, options).format(start) + (changes ? ' · clocks change' : '');
+      group.append(text);
+      free = x + 10 + 6 * text.textContent.length;
+    }
     day = next;
   }
   return group;
