@@ -1,5 +1,3 @@
-#include <unistd.h>
-
 #include <iostream>
 
 #include "host/commands/commands.h"
@@ -48,9 +46,7 @@ void write(const std::filesystem::path& file, const std::string& text) {
 
 void run(const SimulateOptions& options) {
   const Script script = scriptOf(options.script);
-  // In memory if possible: a year waits for the disk some thousand times.
-  const bool hasMemory = ::access("/dev/shm", W_OK | X_OK) == 0;
-  const ScratchFolder container = hasMemory ? ScratchFolder("/dev/shm") : ScratchFolder();
+  const auto container = ScratchFolder::inMemory();
   SimulationSettings settings = {.phone = phone(), .days = options.days, .script = script};
   settings.phone.container = container.path();
   settings.phone.device.clock = platform::Clock::frozenAt(instantOf(options.from, "--from"));

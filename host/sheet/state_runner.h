@@ -27,7 +27,7 @@ class StateRunner {
   platform::EdgeInsets contentMargins() const { return host_->settings().contentMargins(); }
 
  private:
-  platform::ScratchFolder container_;
+  platform::ScratchFolder container_ = platform::ScratchFolder::inMemory();
   HostSettings settings_;
   std::unique_ptr<WidgetHost> host_;
 };

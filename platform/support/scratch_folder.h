@@ -1,5 +1,7 @@
 #pragma once
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
@@ -25,6 +27,10 @@ class ScratchFolder {
     if (!kept_) {
       std::filesystem::remove_all(path_, ignored);
     }
+  }
+  /// In memory where the machine has a file system for that: for many small files.
+  static ScratchFolder inMemory() {
+    return ::access("/dev/shm", W_OK | X_OK) == 0 ? ScratchFolder("/dev/shm") : ScratchFolder();
   }
   ScratchFolder(const ScratchFolder&) = delete;
   ScratchFolder& operator=(const ScratchFolder&) = delete;
