@@ -14,7 +14,7 @@ pkg_check_modules(RSVG REQUIRED IMPORTED_TARGET librsvg-2.0)
 # Abseil for time zones and strings, linked statically: a shared library in C++ would load the shared standard library,
 # which takes a fifth of the extension's start.
 add_library(glancery_abseil INTERFACE)
-foreach(part time time_zone civil_time int128 strings strings_internal
+foreach(part time time_zone civil_time hash city low_level_hash int128 strings strings_internal
              raw_logging_internal base throw_delegate spinlock_wait)
   find_library(ABSL_${part}_STATIC libabsl_${part}.a REQUIRED)
   target_link_libraries(glancery_abseil INTERFACE ${ABSL_${part}_STATIC})

@@ -55,7 +55,7 @@ Json toJson(const Value& value) {
 Json fieldsOf(const ArchivedEntry& entry) {
   constexpr int kMaxDepth = 64;
   bool tooDeep = false;
-  const Json fields = Json::parse(
+  Json fields = Json::parse(
       entry.fields,
       [&](int depth, Json::parse_event_t, const Json&) {
         tooDeep |= depth > kMaxDepth;

@@ -39,7 +39,8 @@ Script scriptOf(const std::string& file) {
 void write(const std::filesystem::path& file, const std::string& text) {
   std::error_code error;
   std::filesystem::create_directories(file.parent_path(), error);
-  if ((error = replaceFile(file, text))) {
+  error = replaceFile(file, text);
+  if (error) {
     throw CommandError(file.string() + " can't be written: " + error.message());
   }
 }

@@ -45,7 +45,7 @@ std::string killedMidDownload(DrillPhone& phone) {
   phone.api = server.url();
   const DrillHome home(phone);
   extension = home.extension();
-  const std::string shown = home.awaitText(kAffirmationKind, "Respuesta 1.");
+  std::string shown = home.awaitText(kAffirmationKind, "Respuesta 1.");
   expect(server.requests() == 1, "the server was asked again");
   return shown;
 }

@@ -43,7 +43,7 @@ std::string killedInHandOver(DrillPhone& phone) {
 
 /// Checks that the next host shows the answer without asking again, and leaves nothing behind.
 std::string afterDelivery(const DrillPhone& phone, const DrillServer& server) {
-  const std::string shown = phone.affirmation(DrillPhone::kNoon);
+  std::string shown = phone.affirmation(DrillPhone::kNoon);
   expect(shown == "Respuesta 1.", "the affirmation is " + shown);
   expect(server.requests() == 1, "the server was asked again");
   expect(phone.downloads() == "no downloads\n", "downloads are left: " + phone.downloads());

@@ -55,7 +55,7 @@ std::string readOnly(DrillPhone& phone) {
   fs::permissions(phone.suiteFile(), fs::perms::owner_read);
   fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec);
   // Modes do not stop root, unless it gives up that right.
-  const std::string seen =
+  std::string seen =
       refused(phone,
               ::geteuid() == 0 ? Words{"/usr/bin/setpriv", "--bounding-set=-dac_override", "--"}
                                : Words{"/usr/bin/env"});
@@ -66,7 +66,7 @@ std::string readOnly(DrillPhone& phone) {
 /// No file may grow beyond 1 KiB, which limits root too. The suite is longer.
 std::string diskFull(DrillPhone& phone) {
   phone.glancery({"store", "set", "note", std::string(8000, 'x')});
-  return refused(phone, {"/bin/sh", "-c", "trap '' XFSZ; ulimit -f 1; exec \"$0\" \"$@\""});
+  return refused(phone, {"/bin/sh", "-c", R"(trap '' XFSZ; ulimit -f 1; exec "$0" "$@")"});
 }
 
 constexpr std::string_view kSaysSo =

@@ -119,7 +119,7 @@ class HomePhone {
   void systemZoneChanged();
 
   // Actions of the user.
-  void setDevice(HostSettings settings);
+  void setDevice(HostSettings changed);
   void setClock(platform::Clock clock);
   /// Sets the clock to `instant`, from where it runs or is frozen.
   void setClock(platform::Date instant, bool runs);

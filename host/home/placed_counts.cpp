@@ -18,7 +18,7 @@ std::filesystem::path fileOf(const std::filesystem::path& container) {
 }  // namespace
 
 std::expected<Dictionary, std::string> loadPlacedCounts(const std::filesystem::path& container) {
-  const std::string file = fileOf(container);
+  std::string file = fileOf(container);
   const auto bytes = readFile(file);
   if (!bytes && bytes.error() == std::errc::no_such_file_or_directory) {
     return Dictionary();
@@ -33,8 +33,9 @@ std::expected<Dictionary, std::string> loadPlacedCounts(const std::filesystem::p
   for (const auto& [kind, value] : *counts->dictionary()) {
     const auto count = value.integer();
     if (!count || *count < 0 || *count > kMostPlaced) {
-      return std::unexpected(file + ": the count of " + kind +
-                             " is not valid: every widget is placed once");
+      return std::unexpected(file.append(": the count of ")
+                                 .append(kind)
+                                 .append(" is not valid: every widget is placed once"));
     }
   }
   return *counts->dictionary();

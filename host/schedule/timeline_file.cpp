@@ -79,7 +79,7 @@ std::expected<StoredWidget, std::string> decode(std::string_view bytes) {
     return std::unexpected("it holds another message than a timeline");
   }
   StoredWidget widget;
-  widget.timeline = *std::move(timeline);
+  widget.timeline = std::move(*timeline);
   WireCopier<true> copier(bytes.size());
   members(copier, copy, widget);
   if (!copier.fault().empty()) {
@@ -115,7 +115,8 @@ std::expected<void, std::string> storeWidget(const fs::path& file, const StoredW
   }
   std::error_code error;
   fs::create_directories(file.parent_path(), error);
-  if ((error = replaceFile(file, *bytes, 0600))) {
+  error = replaceFile(file, *bytes, 0600);
+  if (error) {
     return std::unexpected(file.string() + " can't be written: " + error.message());
   }
   return {};

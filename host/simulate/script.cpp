@@ -50,12 +50,13 @@ void checkValue(const ScriptEvent& event, const std::string& member) {
   require(event.kind != signIn || !value.empty(), "\"" + member + "\" is empty");
   if (event.kind == mood) {
     require(std::ranges::count(glancery::kMoodNames, value) == 1,
-            "\"mood\" must be one of " + listOf(glancery::kMoodNames));
+            R"("mood" must be one of )" + listOf(glancery::kMoodNames));
   } else if (event.kind == travel) {
     require(platform::TimeZone::withIdentifier(value).has_value(),
             "\"timeZone\": the tz database has no \"" + value + "\"");
   } else if (event.kind == server) {
-    require(std::ranges::count(kFaults, value) == 1, "\"fault\" must be one of " + listOf(kFaults));
+    require(std::ranges::count(kFaults, value) == 1,
+            R"("fault" must be one of )" + listOf(kFaults));
   }
 }
 
@@ -67,7 +68,7 @@ class EventReader {
   ScriptEvent read() {
     const std::string name = text("do");
     const auto* form = std::ranges::find(kForms, name, &EventForm::name);
-    require(form != kForms.end(), "\"do\" must be one of " + listOf(kForms, &EventForm::name));
+    require(form != kForms.end(), R"("do" must be one of )" + listOf(kForms, &EventForm::name));
     ScriptEvent event = {.kind = form->kind};
     if (!form->member.empty()) {
       event.value = text(std::string(form->member));
@@ -116,7 +117,7 @@ class EventReader {
     char rest = 0;
     require(at.size() == 5 && std::sscanf(at.c_str(), "%2d:%2d%c", &hour, &minute, &rest) == 2 &&
                 hour >= 0 && hour < 24 && minute >= 0 && minute < 60,
-            "\"at\" must be a time such as \"20:15\"");
+            R"("at" must be a time such as "20:15")");
     return hour * 60 + minute;
   }
 
@@ -160,6 +161,11 @@ std::expected<Script, std::string> readScript(std::string_view json) {
   std::size_t start = 0;
   Script script;
   try {
+    // The parser takes a NUL for the end of the text, and would ignore what follows it.
+    if (const auto nul = json.find('\0'); nul != json.npos) {
+      start = nul;
+      throw HostError("not valid JSON");
+    }
     bool hasEvents = false;
     const Json::parser_callback_t read = [&](int depth, Json::parse_event_t event, Json& parsed) {
       if (event == Json::parse_event_t::object_start) {
@@ -184,6 +190,8 @@ std::expected<Script, std::string> readScript(std::string_view json) {
     return script;
   } catch (const Json::parse_error& error) {
     return std::unexpected(placeOf(json, error.byte == 0 ? 0 : error.byte - 1) + "not valid JSON");
+  } catch (const Json::out_of_range&) {
+    return std::unexpected(placeOf(json, taken) + "the number before this is too large");
   } catch (const HostError& error) {
     return std::unexpected(placeOf(json, start) + error.what());
   }

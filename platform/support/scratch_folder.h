@@ -14,9 +14,9 @@ namespace platform {
 /// is kept. Throws a `std::system_error` if it can't be made.
 class ScratchFolder {
  public:
-  ScratchFolder() : ScratchFolder(std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "/tmp") {}
-  explicit ScratchFolder(const std::string& parent) {
-    std::string name = parent + "/glancery-XXXXXX";
+  ScratchFolder() : ScratchFolder(std::filesystem::temp_directory_path()) {}
+  explicit ScratchFolder(const std::filesystem::path& parent) {
+    std::string name = parent / "glancery-XXXXXX";
     if (!::mkdtemp(name.data())) {
       throw std::system_error(errno, std::system_category(), name + " can't be made");
     }

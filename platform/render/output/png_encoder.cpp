@@ -1,5 +1,6 @@
 #include "platform/render/output/png_encoder.h"
 
+#include <absl/hash/hash.h>
 #include <isa-l/crc.h>
 #include <isa-l/igzip_lib.h>
 #include <zlib.h>
@@ -96,22 +97,20 @@ struct PackedBand {
   std::uint32_t adler = 1;
 };
 
-/// Two checksums by different polynomials: of all bands of a sheet, two have the same key by chance
-/// less than once in a thousand million sheets.
-std::uint64_t keyOf(Pixels band, std::uint32_t layout) {
-  auto* bytes = reinterpret_cast<unsigned char*>(const_cast<std::uint32_t*>(band.data()));
-  const auto size = static_cast<int>(band.size_bytes());
-  return std::uint64_t{crc32_gzip_refl(layout, bytes, band.size_bytes())} << 32 |
-         crc32_iscsi(bytes, size, layout);
+/// A hash of 64 bits: of all bands of a sheet, two have the same key by chance less than once in a
+/// thousand million sheets.
+std::size_t keyOf(Pixels band, std::size_t width, std::size_t channels) {
+  const absl::string_view bytes(reinterpret_cast<const char*>(band.data()), band.size_bytes());
+  return absl::HashOf(bytes, width, channels);
 }
 
 /// The band with that key: one of the latest bands of all encoders, or else what `pack` returns.
 /// Safe from any thread.
-std::shared_ptr<const PackedBand> keptBand(std::uint64_t key,
+std::shared_ptr<const PackedBand> keptBand(std::size_t key,
                                            const std::function<PackedBand()>& pack) {
   constexpr std::size_t kMaxSize = 8 << 20;
   static std::mutex mutex;
-  static std::unordered_map<std::uint64_t, std::shared_ptr<const PackedBand>> bands;
+  static std::unordered_map<std::size_t, std::shared_ptr<const PackedBand>> bands;
   static std::size_t size = 0;
   {
     const std::scoped_lock lock(mutex);
@@ -202,8 +201,8 @@ std::string PNGEncoder::encode(const Bitmap& bitmap) {
   for (Pixels rest = bitmap.pixels; !rest.empty();) {
     const Pixels band = rest.first(std::min(rest.size(), kBandRows * width));
     rest = rest.subspan(band.size());
-    const std::uint64_t key = keyOf(band, static_cast<std::uint32_t>(width * 8 + channels));
-    const auto packed = keptBand(key, [&] { return buffers_->pack(band, width, channels); });
+    const auto packed = keptBand(keyOf(band, width, channels),
+                                 [&] { return buffers_->pack(band, width, channels); });
     data += packed->bytes;
     adler = static_cast<std::uint32_t>(
         adler32_combine(adler, packed->adler, static_cast<z_off_t>(packed->size)));

@@ -34,6 +34,9 @@ TEST(Script, SaysWhatHappensWhen) {
   EXPECT_THAT(daysOf(script->at(2)), ElementsAre(0, 4, 8));
   EXPECT_THAT(*readScript(R"({"events": []})"), IsEmpty());
   EXPECT_TRUE(readScript(defaultScript()));
+
+  using namespace std::string_view_literals;
+  EXPECT_EQ(readScript("{\"events\": []}\0{"sv).error(), "line 1, column 15: not valid JSON");
 }
 
 struct Mistake {
@@ -47,6 +50,8 @@ struct Mistake {
 const Mistake kMistakes[] = {
     {"notJSON", "{\"events\": [\n  {\"do\": }]}", "line 2, column 10: not valid JSON"},
     {"nothing", "", "line 1, column 1: not valid JSON"},
+    {"hugeNumber", "{\"events\": [{\"do\": \"streak\", \"every\": 1e999}]}",
+     "line 1, column 45: the number before this is too large"},
     {"noEvents", "{}", "line 1, column 1: \"events\" is missing"},
     {"otherMember", "{\"days\": 3}", "line 1, column 7: the only member is \"events\""},
     {"notAnObject", "{\"events\": [\n3]}", "line 2, column 2: an object was expected"},
