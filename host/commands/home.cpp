@@ -77,8 +77,9 @@ class DrillPlayer {
         return;
       }
       thread_ = std::jthread([this, drill, reply] {
-        reply(jsonAnswer(drillsJSON({*drill}, {host::play(*drill)})));
+        HttpAnswer answer = jsonAnswer(drillsJSON({*drill}, {host::play(*drill)}));
         plays_ = false;
+        reply(std::move(answer));
       });
     } catch (const BadRequest& error) {
       reply(refusal(400, error.what()));

@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 
 #include "host/commands/commands.h"
+#include "platform/support/files.h"
 
 namespace host {
 
@@ -23,10 +23,15 @@ std::string roff(const std::string& text) {
   return escaped;
 }
 
-/// The page of a command; `name` is the page's, such as "glancery-app-streak".
-std::string manPage(const Command& command, const std::string& name, const std::string& version) {
-  std::string words = name;
-  std::ranges::replace(words, '-', ' ');
+/// The name of the page: "glancery-app-sign-in".
+std::string nameOf(std::string words) {
+  std::ranges::replace(words, ' ', '-');
+  return words;
+}
+
+/// The page of a command; `words` are what is typed, such as "glancery app sign-in".
+std::string manPage(const Command& command, const std::string& words, const std::string& version) {
+  const std::string name = nameOf(words);
   std::string synopsis;
   std::string options;
   for (const OptionGroup& group : command.groups) {
@@ -53,17 +58,15 @@ std::string manPage(const Command& command, const std::string& name, const std::
 }
 
 void write(const Command& command,
-           const std::string& name,
+           const std::string& words,
            const std::string& version,
            const fs::path& folder) {
-  const fs::path path = folder / (name + ".1");
-  std::ofstream file(path);
-  file << manPage(command, name, version) << std::flush;
-  if (!file) {
-    throw CommandError("can't write " + path.string());
+  const fs::path path = folder / (nameOf(words) + ".1");
+  if (const auto error = writeFile(path, manPage(command, words, version))) {
+    throw CommandError(path.string() + " can't be written: " + error.message());
   }
   for (const Command& sub : command.commands) {
-    write(sub, name + "-" + sub.name, version, folder);
+    write(sub, words + " " + sub.name, version, folder);
   }
 }
 

@@ -40,9 +40,7 @@ std::string encoded(WidgetHost& host, const DisplayList& list, const std::string
   if (ending == ".json") {
     return displayListJSON(list) + "\n";
   }
-  const PictureOptions options = {.scale = host.settings().screen.scale,
-                                  .scheme = host.settings().scheme,
-                                  .cornerRadius = kWidgetCornerRadius};
+  const PictureOptions options = host.settings().pictureOptions();
   auto bytes =
       ending == ".svg" ? host.renderer().svg(list, options) : host.renderer().png(list, options);
   if (!bytes) {
@@ -66,7 +64,7 @@ void render(const RenderOptions& options) {
   const DisplayList list = host.display(entry, host.familyOf(options.kind));
   const std::string bytes = encoded(host, list, ending);
   if (const auto error = writeFile(options.output, bytes)) {
-    throw CommandError("can't write " + options.output + ": " + error.message());
+    throw CommandError(options.output + " can't be written: " + error.message());
   }
   for (const std::string& name : host.renderer().missingImages()) {
     std::cerr << "glancery: the bundle has no image \"" << name << "\"; nothing was drawn there\n";

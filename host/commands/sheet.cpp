@@ -66,7 +66,7 @@ SheetResult run(const SheetOptions& options) {
     ProgressBar bar("pictures");
     SheetSettings settings = options.settings;
     settings.extension = extensionFolder(options.extension);
-    settings.systemFonts = platform::programFolder() / "system" / "Fonts";
+    settings.systemFonts = systemFonts();
     settings.progress = [&bar](std::size_t done, std::size_t total) { bar.show(done, total); };
     const GoldensUse use = options.accept ? GoldensUse::accept : GoldensUse::compare;
     result = options.goldens.empty()

@@ -54,16 +54,15 @@ void run(const SimulateOptions& options) {
   Simulation simulation;
   {
     ProgressBar bar("days");
-    settings.progress = [&](int day) {
-      bar.show(static_cast<std::size_t>(day), static_cast<std::size_t>(options.days));
-    };
+    const auto days = static_cast<std::size_t>(options.days);
+    settings.progress = [&](std::size_t day) { bar.show(std::min(day, days), days); };
     simulation = simulate(settings);
   }
   const std::filesystem::path folder = options.output;
   write(folder / "report.json", simulationJSON(simulation));
   write(folder / "report.html", simulationPage(simulation));
-  std::cout << simulation.days.size() << " days, " << simulation.moments << " moments, "
-            << simulation.violations.size() << " violations; see "
+  std::cout << "Days: " << simulation.days.size() << ", moments: " << simulation.moments
+            << ", violations: " << simulation.violations.size() << "; see "
             << (folder / "report.html").string() << '\n';
   if (!simulation.violations.empty()) {
     const auto& [at, says] = simulation.violations.front();

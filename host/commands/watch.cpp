@@ -26,10 +26,10 @@ class PictureFile {
     }
     for (const ServedPicture& picture : view.pictures) {
       if (picture.path.starts_with("/widgets/" + kind_ + ".png") && picture.path != path_) {
-        path_ = picture.path;
         if (const auto error = replaceFile(file_, *picture.png)) {
           complain(file_ + " can't be written: " + error.message());
         } else {
+          path_ = picture.path;
           std::cout << file_ << std::endl;
         }
       }

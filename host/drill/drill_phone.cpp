@@ -4,6 +4,7 @@
 
 #include <chrono>
 
+#include "platform/foundation/defaults/suite_file.h"
 #include "platform/support/files.h"
 #include "store/shared_store.h"
 
@@ -14,7 +15,6 @@ using std::chrono::steady_clock;
 
 namespace {
 
-constexpr auto kLongest = std::chrono::minutes(1);
 constexpr auto kPollInterval = std::chrono::milliseconds(20);
 
 void append(Words& words, const Words& more) {
@@ -44,8 +44,7 @@ DrillPhone::DrillPhone() : extension(programFolder() / "Glancery.appex") {
 }
 
 std::filesystem::path DrillPhone::suiteFile() const {
-  return container() / "Library" / "Preferences" /
-         (std::string(glancery::kAppGroupIdentifier) + ".plist");
+  return SuiteFile::pathOf(container(), glancery::kAppGroupIdentifier);
 }
 
 Words DrillPhone::command(Words words) const {
@@ -90,8 +89,8 @@ std::string DrillPhone::affirmation(const std::string& now) const {
   return end.out.substr(start, end.out.find('\n', start) - start);
 }
 
-DrillServer::DrillServer(Answer answer, int port) {
-  auto server = HttpServer::listen(static_cast<std::uint16_t>(port),
+DrillServer::DrillServer(Answer answer, std::uint16_t port) {
+  auto server = HttpServer::listen(port,
                                    [this, answer = std::move(answer)](
                                        const HttpRequest& request, const HttpServer::Reply& reply) {
                                      reply(answer(++requests_, request));

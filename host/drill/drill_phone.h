@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -26,6 +27,9 @@ class BrokenPromise : public HostError {
  public:
   using HostError::HostError;
 };
+
+/// How long anything may take, on a busy machine too.
+inline constexpr std::chrono::minutes kLongest{1};
 
 void expect(bool holds, const std::string& seenOtherwise);
 /// Waits up to a minute for something that has to become true.
@@ -124,7 +128,7 @@ class DrillServer {
   /// Makes the answer to the request of that number, on the server's thread.
   using Answer = std::function<HttpAnswer(int number, const HttpRequest& request)>;
 
-  explicit DrillServer(Answer answer = good, int port = 0);
+  explicit DrillServer(Answer answer = good, std::uint16_t port = 0);
 
   static HttpAnswer good(int number, const HttpRequest& request = {});
   int port() const { return server_->port(); }

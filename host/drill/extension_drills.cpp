@@ -1,4 +1,5 @@
 #include <csignal>
+#include <future>
 
 #include "host/drill/drill_phone.h"
 #include "host/drill/drill_tables.h"
@@ -34,17 +35,18 @@ std::string hung(DrillPhone& phone) {
 }
 
 std::string killedMidDownload(DrillPhone& phone) {
-  std::atomic<pid_t> extension = 0;
-  DrillServer server([&](int number, const HttpRequest&) {
-    while (extension == 0) {
-      std::this_thread::yield();
+  std::promise<pid_t> started;
+  const auto extension = started.get_future().share();
+  const DrillServer server([extension](int number, const HttpRequest&) {
+    // Not for ever: the home screen may not have started.
+    if (number == 1 && extension.wait_for(kLongest) == std::future_status::ready) {
+      ::kill(extension.get(), SIGKILL);
     }
-    ::kill(extension, SIGKILL);
     return DrillServer::good(number);
   });
   phone.api = server.url();
   const DrillHome home(phone);
-  extension = home.extension();
+  started.set_value(home.extension());
   std::string shown = home.awaitText(kAffirmationKind, "Respuesta 1.");
   expect(server.requests() == 1, "the server was asked again");
   return shown;

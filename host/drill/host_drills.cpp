@@ -52,8 +52,9 @@ std::string afterDelivery(const DrillPhone& phone, const DrillServer& server) {
 
 std::string killedBeforeDelivery(DrillPhone& phone) {
   std::promise<void> stopped;
-  DrillServer server([&](int number, const HttpRequest&) {
-    stopped.get_future().wait();
+  const auto release = stopped.get_future().share();
+  const DrillServer server([release](int number, const HttpRequest&) {
+    release.wait_for(kLongest);
     return DrillServer::good(number);
   });
   phone.api = server.url();
@@ -74,7 +75,7 @@ std::string killedAfterDelivery(DrillPhone& phone) {
   const DrillServer server;
   phone.api = server.url();
   DrillHome home(phone);
-  const auto deadline = steady_clock::now() + std::chrono::minutes(1);
+  const auto deadline = steady_clock::now() + kLongest;
   while (readFile(phone.suiteFile()).value_or("").find("Respuesta 1.") == std::string::npos) {
     expect(steady_clock::now() < deadline, "nothing is stored");
   }

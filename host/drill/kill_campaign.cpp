@@ -11,11 +11,12 @@
 #include <map>
 #include <mutex>
 #include <random>
+#include <ranges>
 
 #include "host/drill/drill_phone.h"
 #include "host/http/json_members.h"
+#include "host/phone/host_app.h"
 #include "host/transfer/transfer_store.h"
-#include "platform/foundation/data/json_serialization.h"
 #include "platform/foundation/data/property_list.h"
 #include "platform/foundation/time/date.h"
 #include "platform/support/files.h"
@@ -44,10 +45,10 @@ class Campaign {
     try {
       // The times of the kills follow how long an undisturbed host takes, which depends on the
       // load.
-      for (double span = 300; figures_.kills() < kills; progress_(figures_)) {
+      for (double span = 300; figures().kills() < kills; progress_(figures())) {
         span = 0.8 * span + 0.2 * 1.3 * std::min(round(span), 5000.0);
       }
-      return figures_;
+      return figures();
     } catch (const HostError& broken) {
       throw BrokenPromise(std::string(broken.what()) + " (round " +
                           std::to_string(figures_.rounds) + " in " + phone_.keep().string() + ")");
@@ -64,6 +65,10 @@ class Campaign {
   bool coin() { return random(1) < 0.5; }
   void sleep(double longest) {
     std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(random(longest)));
+  }
+  KillFigures figures() {
+    const std::lock_guard lock(mutex_);
+    return figures_;
   }
   void count(int KillFigures::*figure) {
     const std::lock_guard lock(mutex_);
@@ -117,7 +122,7 @@ class Campaign {
       sleep(longest);
       host.end(SIGKILL);
     }
-    expect(host.wait(std::chrono::minutes(1)).has_value(), "a host does not end");
+    expect(host.wait(kLongest).has_value(), "a host does not end");
   }
 
   /// Records streaks as the host app, and kills some of its processes.
@@ -128,7 +133,7 @@ class Campaign {
         sleep(10);
         app.signal(SIGKILL);
       }
-      const auto end = app.wait(std::chrono::minutes(1));
+      const auto end = app.wait(kLongest);
       expect(end.has_value(), "the host app does not end");
       if (end->status == 0) {
         acknowledged_ = streak_;
@@ -144,22 +149,16 @@ class Campaign {
     expect(value && value->dictionary(), "the suite is damaged");
     return *value->dictionary();
   }
-  static Dictionary record(const Dictionary& suite, std::string_view key) {
-    const Value* stored = suite.find(key);
-    const Data* json = stored ? stored->as<Data>() : nullptr;
-    const auto object =
-        json ? NSJSONSerialization::JSONObjectWithData(*json).value_or(Value()) : Value();
-    return object.dictionary() ? *object.dictionary() : Dictionary();
-  }
   bool arrived(const std::string& uid) const {
-    return record(suite(), kAffirmationDataKey).string("text") == uid;
+    return recordIn(suite(), kAffirmationDataKey).value_or(Dictionary()).string("text") == uid;
   }
 
   /// Waits for all processes to end, checks what they have left, and returns the downloads.
   Tasks atRest(const std::string& uid, const std::string& now, const Tasks& earlier) {
     await([] { return ::waitpid(-1, nullptr, WNOHANG) < 0; }, "processes do not end");
     const Dictionary values = suite();
-    const auto count = record(values, kStreakDataKey).integer("count").value_or(0);
+    const auto streak = recordIn(values, kStreakDataKey).value_or(Dictionary());
+    const auto count = streak.integer("count").value_or(0);
     expect(count >= acknowledged_ && count <= streak_, "a streak that was acknowledged is lost");
     expect(values.string(kSharedUidKey) == uid, "the signed-in user is lost");
     const TransferListing listing = listTransfers(phone_.container());
@@ -220,12 +219,9 @@ class Campaign {
     expect(atRest(uid, now, {}).empty(), "downloads are never forgotten");
     expect(arrived(uid), "a day is without its affirmation");
     const int own = asked(uid, 2);
-    std::size_t saved = 0;
     constexpr std::string_view kSaved = "Saved serialized affirmation data";
-    for (std::size_t at = log.find(kSaved); at != log.npos; at = log.find(kSaved, at + 1)) {
-      ++saved;
-    }
-    expect(saved == left.size() + static_cast<std::size_t>(own), "a download is delivered twice");
+    const auto saved = std::ranges::distance(std::views::split(log, kSaved)) - 1;
+    expect(saved == std::ssize(left) + own, "a download is delivered twice");
     const auto pending = std::ranges::count(left, 0, &TransferTask::ended);
     expect(asked(uid, 0) + asked(uid, 1) == before + pending && own <= 1,
            "the last host repeats a request, or sends none");

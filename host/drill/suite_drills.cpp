@@ -1,3 +1,4 @@
+#include <absl/cleanup/cleanup.h>
 #include <unistd.h>
 
 #include <optional>
@@ -38,9 +39,8 @@ std::string damaged(DrillPhone& phone, const std::string& bytes, bool runs) {
 /// Runs `app streak 8` where it can't be stored, by a program that adds that limit.
 std::string refused(DrillPhone& phone, Words limit) {
   const std::string before = readFile(phone.suiteFile()).value_or("");
-  for (const std::string& word : phone.command({"app", "streak", "8"})) {
-    limit.push_back(word);
-  }
+  const Words command = phone.command({"app", "streak", "8"});
+  limit.insert(limit.end(), command.begin(), command.end());
   const ProgramEnd end = DrillPhone::run(limit);
   expect(end.status == 1, "the command reported that the streak is stored");
   expect(readFile(phone.suiteFile()) == before, "the suite has changed");
@@ -54,13 +54,11 @@ std::string readOnly(DrillPhone& phone) {
   const fs::path folder = phone.suiteFile().parent_path();
   fs::permissions(phone.suiteFile(), fs::perms::owner_read);
   fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec);
+  const absl::Cleanup restore = [&] { fs::permissions(folder, fs::perms::owner_all); };
   // Modes do not stop root, unless it gives up that right.
-  std::string seen =
-      refused(phone,
-              ::geteuid() == 0 ? Words{"/usr/bin/setpriv", "--bounding-set=-dac_override", "--"}
-                               : Words{"/usr/bin/env"});
-  fs::permissions(folder, fs::perms::owner_all);
-  return seen;
+  return refused(phone,
+                 ::geteuid() == 0 ? Words{"/usr/bin/setpriv", "--bounding-set=-dac_override", "--"}
+                                  : Words{"/usr/bin/env"});
 }
 
 /// No file may grow beyond 1 KiB, which limits root too. The suite is longer.

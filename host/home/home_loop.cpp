@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cmath>
 #include <set>
 #include <thread>
 #include <utility>
@@ -21,6 +20,7 @@
 #include "host/http/json_members.h"
 #include "platform/foundation/defaults/suite_file.h"
 #include "platform/foundation/defaults/user_defaults.h"
+#include "platform/support/timespec_of.h"
 #include "store/shared_store.h"
 
 namespace host {
@@ -64,28 +64,27 @@ struct HomeLoop::Impl {
     // The suite may have changed before it was watched.
     phone.suiteChanged();
     // The machine's time zone. If this fails, its changes go unnoticed.
-    watch("/etc");
+    watch(files, "/etc");
     bundle.assign(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
     clock.assign(::timerfd_create(CLOCK_REALTIME, TFD_NONBLOCK | TFD_CLOEXEC));
     downloads.assign(::dup(phone.downloadsDescriptor()));
   }
 
   /// Has no effect on a folder that is watched already.
-  bool watch(const std::filesystem::path& folder) {
+  static bool watch(stream_descriptor& changes, const std::filesystem::path& folder) {
     // A writer replaces the file.
     constexpr std::uint32_t kEvents = IN_MOVED_TO | IN_CREATE | IN_DELETE | IN_CLOSE_WRITE;
-    return ::inotify_add_watch(files.native_handle(), folder.c_str(), kEvents) >= 0;
+    return ::inotify_add_watch(changes.native_handle(), folder.c_str(), kEvents) >= 0;
   }
 
   /// Watches every folder of the bundle, new ones too.
   void watchBundle() {
-    constexpr std::uint32_t kEvents = IN_MOVED_TO | IN_CREATE | IN_DELETE | IN_CLOSE_WRITE;
     const std::filesystem::path& root = phone.settings().extension;
-    ::inotify_add_watch(bundle.native_handle(), root.c_str(), kEvents);
+    watch(bundle, root);
     std::error_code gone;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(root, gone)) {
       if (entry.is_directory(gone)) {
-        ::inotify_add_watch(bundle.native_handle(), entry.path().c_str(), kEvents);
+        watch(bundle, entry.path());
       }
     }
   }
@@ -113,7 +112,7 @@ struct HomeLoop::Impl {
   bool watchSuite() {
     std::error_code ignored;
     std::filesystem::create_directories(suiteFolder(), ignored);
-    return watch(suiteFolder());
+    return watch(files, suiteFolder());
   }
 
   /// Calls `handle` whenever the descriptor is readable.
@@ -223,9 +222,7 @@ struct HomeLoop::Impl {
                                  (device.kind == Clock::Kind::shifted ? device.shift : 0)
                            : kFarAway;
     if (phone.clockRuns()) {
-      const double safe = std::clamp(at, 1.0, kFarAway);
-      when.it_value = {.tv_sec = static_cast<time_t>(safe),
-                       .tv_nsec = static_cast<long>((safe - std::floor(safe)) * 1e9)};
+      when.it_value = timespecOf(std::clamp(at, 1.0, kFarAway));
     }
     ::timerfd_settime(
         clock.native_handle(), TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &when, nullptr);

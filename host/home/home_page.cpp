@@ -106,7 +106,7 @@ void HomePage::answer(const HttpRequest& request, const HttpServer::Reply& reply
 
 HttpAnswer HomePage::file(std::string_view path) const {
   if (path == "/Inter.ttf") {
-    auto bytes = readFile(programFolder() / "system" / "Fonts" / "Inter-roman.var.ttf");
+    auto bytes = readFile(systemFonts() / "Inter-roman.var.ttf");
     return bytes ? contentAnswer("font/ttf", *std::move(bytes), "max-age=86400")
                  : refusal(404, "the typeface can't be read: " + bytes.error().message());
   }

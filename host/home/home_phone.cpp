@@ -18,7 +18,6 @@ using std::chrono::steady_clock;
 
 namespace {
 
-constexpr std::size_t kEventsKept = 10'000;
 /// The pause after the extension has ended, before the next widget's request.
 constexpr auto kRestartDelay = std::chrono::milliseconds(100);
 
@@ -68,7 +67,7 @@ void HomePhone::start() {
 }
 
 void HomePhone::place(const GalleryItem& item, std::int64_t count) {
-  PlacedWidget widget = {.item = item, .family = item.families.at(0), .count = count};
+  PlacedWidget widget = {.item = item, .family = host_.familyOf(item.kind), .count = count};
   auto stored = loadWidget(timelineFile(settings().container, item.kind));
   if (!stored) {
     note(stored.error());
@@ -146,9 +145,6 @@ bool HomePhone::fetch(Id id, const ReloadRequest& request) {
     std::string suite = suiteText(kind);
     host_.ensureExtension();
     ArchivedTimeline timeline = host_.provide(ProvideRequest::What::timeline, kind);
-    if (timeline.entries.empty()) {
-      throw HostError("the timeline of \"" + kind + "\" has no entries");
-    }
     scheduler_.fetched(id, planOf(timeline), request, Date::now());
     widget.stored = {.device = deviceText(settings()),
                      .hostApp = std::move(suite),
@@ -207,9 +203,7 @@ void HomePhone::draw(Id id) {
 }
 
 std::string HomePhone::pngOf(const DisplayList& list) {
-  const PictureOptions options = {.scale = settings().screen.scale,
-                                  .scheme = settings().scheme,
-                                  .cornerRadius = kWidgetCornerRadius};
+  const PictureOptions options = settings().pictureOptions();
   if (settings().simulated) {
     const auto bitmap = host_.renderer().rasterize(list, options);
     return bitmap ? "" : throw HostError(bitmap.error());
@@ -303,9 +297,7 @@ void HomePhone::bundleChanged(const std::string& files) {
   host_.releaseRenderer();
   attempt([this] {
     host_.startExtension();
-    for (const GalleryItem& item : host_.gallery()) {
-      widgets_[named(item.kind)].item = item;
-    }
+    describeAgain();
   });
   for (Id id = 0; id < widgets_.size(); ++id) {
     widgets_[id].outdated = true;
@@ -318,6 +310,12 @@ void HomePhone::systemZoneChanged() {
   changed.device.timeZone = machineTimeZone();
   if (changed.followsMachineZone && changed.device != settings().device) {
     setDevice(std::move(changed));
+  }
+}
+
+void HomePhone::describeAgain() {
+  for (const GalleryItem& item : host_.gallery()) {
+    widgets_[named(item.kind)].item = item;
   }
 }
 
@@ -347,9 +345,6 @@ void HomePhone::rememberDownloads() {
 
 void HomePhone::remember(PhoneEvent event) {
   events_.push_back(std::move(event));
-  if (events_.size() > kEventsKept) {
-    events_.pop_front();
-  }
 }
 
 void HomePhone::note(std::string text) {

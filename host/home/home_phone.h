@@ -152,13 +152,15 @@ class HomePhone {
   bool clockRuns() const { return settings().device.clock.kind != platform::Clock::Kind::frozen; }
   /// The lines since the last call.
   std::vector<LogLine> takeLog();
-  /// What has happened since the last call; of more than 10,000 events, the last ones.
-  std::deque<PhoneEvent> takeEvents() { return std::exchange(events_, {}); }
+  /// What has happened since the last call.
+  std::vector<PhoneEvent> takeEvents() { return std::exchange(events_, {}); }
 
  private:
   using Id = TimelineScheduler::Id;
 
   void place(const GalleryItem& item, std::int64_t count);
+  /// After a change of the language or the bundle.
+  void describeAgain();
   /// False if the extension has ended.
   bool fetch(Id id, const ReloadRequest& request);
   void requestNow(Id id, const ReloadRequest& request);
@@ -176,7 +178,7 @@ class HomePhone {
   Id named(const std::string& kind) const;
 
   std::vector<LogLine> log_;
-  std::deque<PhoneEvent> events_;
+  std::vector<PhoneEvent> events_;
   WidgetHost host_;
   TimelineScheduler scheduler_;
   std::vector<PlacedWidget> widgets_;

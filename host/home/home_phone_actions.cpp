@@ -28,9 +28,7 @@ void HomePhone::setDevice(HostSettings changed) {
       host_.tell(LocaleChanged());
     });
     collectLog();
-    for (const GalleryItem& item : host_.gallery()) {
-      widgets_[named(item.kind)].item = item;
-    }
+    describeAgain();
   }
   const bool concernsTimelines = deviceText(settings()) != before;
   for (Id id = 0; id < widgets_.size(); ++id) {

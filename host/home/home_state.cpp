@@ -52,25 +52,15 @@ Json deviceOf(const HostSettings& settings) {
           {"os", textOf(settings.device.systemVersion)}};
 }
 
-std::optional<Dictionary> recordOf(const Dictionary& hostApp, const char* key) {
-  const Value* stored = hostApp.find(key);
-  const Data* data = stored ? stored->as<Data>() : nullptr;
-  if (!data) {
-    return std::nullopt;
-  }
-  auto object = NSJSONSerialization::JSONObjectWithData(*data);
-  return object && object->dictionary() ? std::optional(*object->dictionary()) : std::nullopt;
-}
-
 Json appOf(const HomePhone& phone) {
   const Dictionary& hostApp = phone.hostApp();
   Json streak;
-  if (const auto record = recordOf(hostApp, glancery::kStreakDataKey)) {
+  if (const auto record = recordIn(hostApp, glancery::kStreakDataKey)) {
     const auto last = record->number("timestamp").transform(Date::since1970);
     streak = {{"count", orNull(record->integer("count"))}, {"lastActive", orNull(last)}};
   }
   Json moods = Json::object();
-  if (const auto record = recordOf(hostApp, glancery::kMoodsDataKey)) {
+  if (const auto record = recordIn(hostApp, glancery::kMoodsDataKey)) {
     for (const auto& [day, mood] : *record) {
       if (const auto* name = mood.as<std::string>()) {
         moods[day] = *name;

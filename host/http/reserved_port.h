@@ -14,14 +14,14 @@ namespace host {
 class ReservedPort {
  public:
   /// Any free port for 0.
-  explicit ReservedPort(int wanted = 0)
+  explicit ReservedPort(std::uint16_t wanted = 0)
       : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     const int yes = 1;
     ::setsockopt(socket_.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
     sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<std::uint16_t>(wanted));
+    address.sin_port = htons(wanted);
     socklen_t size = sizeof address;
     auto* name = reinterpret_cast<sockaddr*>(&address);
     if (::bind(socket_.get(), name, size) != 0 || ::getsockname(socket_.get(), name, &size) != 0) {
@@ -30,13 +30,13 @@ class ReservedPort {
     number_ = ntohs(address.sin_port);
   }
 
-  int number() const { return number_; }
+  std::uint16_t number() const { return number_; }
   /// The bound socket.
   int descriptor() const { return socket_.get(); }
 
  private:
   platform::FileDescriptor socket_;
-  int number_ = 0;
+  std::uint16_t number_ = 0;
 };
 
 }  // namespace host

@@ -83,6 +83,14 @@ void save(std::string_view key, const Value& value) {
 
 }  // namespace
 
+std::optional<Dictionary> recordIn(const Dictionary& suite, std::string_view key) {
+  const Value* stored = suite.find(key);
+  const Data* json = stored ? stored->as<Data>() : nullptr;
+  const auto object =
+      json ? NSJSONSerialization::JSONObjectWithData(*json).value_or(Value()) : Value();
+  return object.dictionary() ? std::optional(*object.dictionary()) : std::nullopt;
+}
+
 Dictionary readSharedSuite() {
   const SuiteContents contents = openSharedSuite().read();
   if (!contents.reason.empty()) {

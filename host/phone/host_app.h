@@ -38,6 +38,10 @@ void recordNamedMood(const std::string& mood, const std::optional<std::string>& 
 /// The instant of an ISO 8601 text, now for an empty one; `name` names it in an `InvalidValue`.
 platform::Date instantOf(const std::string& text, const std::string& name);
 
+/// The JSON object that is stored as data under the key; nothing if there is none that can be read.
+std::optional<platform::Dictionary> recordIn(const platform::Dictionary& suite,
+                                             std::string_view key);
+
 /// The whole shared suite, empty if it does not exist. A `HostError` says why it can't be read, or
 /// what is damaged.
 platform::Dictionary readSharedSuite();

@@ -9,6 +9,7 @@
 #include "platform/foundation/defaults/user_defaults.h"
 #include "platform/foundation/locale/locale.h"
 #include "platform/foundation/time/time_zone.h"
+#include "platform/support/files.h"
 
 namespace host {
 
@@ -70,6 +71,14 @@ EdgeInsets HostSettings::contentMargins() const {
   return device.systemVersion >= OperatingSystemVersion{17, 0}
              ? EdgeInsets{kMargin, kMargin, kMargin, kMargin}
              : EdgeInsets{};
+}
+
+PictureOptions HostSettings::pictureOptions() const {
+  return {.scale = screen.scale, .scheme = scheme, .cornerRadius = kWidgetCornerRadius};
+}
+
+fs::path systemFonts() {
+  return programFolder() / "system" / "Fonts";
 }
 
 void change(HostSettings& settings,

@@ -9,6 +9,7 @@
 #include "platform/foundation/data/raw_representable.h"
 #include "platform/foundation/data/value.h"
 #include "platform/foundation/time/device.h"
+#include "platform/render/images/picture_options.h"
 #include "platform/swiftui/color_scheme.h"
 #include "platform/swiftui/geometry.h"
 
@@ -39,7 +40,12 @@ struct HostSettings {
 
   /// The system's margins around a widget's content: 16 points on every edge from iOS 17 on.
   platform::EdgeInsets contentMargins() const;
+  /// How a widget is drawn on this phone.
+  platform::PictureOptions pictureOptions() const;
 };
+
+/// The folder of the system's typefaces.
+std::filesystem::path systemFonts();
 
 /// The settings that are chosen by a text.
 inline constexpr std::array<std::string_view, 5> kTextSettings = {

@@ -22,9 +22,8 @@ ConfigureRequest configuration(const HostSettings& settings) {
 }  // namespace
 
 LoadingRenderer startLoadingRenderer(const HostSettings& settings) {
-  return std::async(std::launch::async, [bundle = settings.extension] {
-    return loadRenderer(bundle, programFolder() / "system" / "Fonts");
-  });
+  return std::async(std::launch::async,
+                    [bundle = settings.extension] { return loadRenderer(bundle, systemFonts()); });
 }
 
 WidgetHost::WidgetHost(HostSettings settings, Report report, ExtensionLimits limits)
@@ -53,6 +52,7 @@ void WidgetHost::ensureExtension() {
 
 void WidgetHost::startExtension() {
   earlierLog_ = log();
+  widgets_.reset();
   downloads_.forgetSessions();
   auto started = ExtensionProcess::start(
       settings_.extension,
@@ -119,7 +119,11 @@ ArchivedTimeline WidgetHost::provide(ProvideRequest::What what, const std::strin
   const EdgeInsets margins = settings_.contentMargins();
   const Size content = {size.width - margins.leading - margins.trailing,
                         size.height - margins.top - margins.bottom};
-  return ask<ArchivedTimeline>(ProvideRequest{what, kind, {family, content, false}});
+  auto timeline = ask<ArchivedTimeline>(ProvideRequest{what, kind, {family, content, false}});
+  if (timeline.entries.empty()) {
+    throw HostError("the extension sent no entry of \"" + kind + "\"");
+  }
+  return timeline;
 }
 
 DisplayList WidgetHost::display(const ArchivedEntry& entry, WidgetFamily family) {

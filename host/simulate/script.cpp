@@ -168,17 +168,17 @@ std::expected<Script, std::string> readScript(std::string_view json) {
     }
     bool hasEvents = false;
     const Json::parser_callback_t read = [&](int depth, Json::parse_event_t event, Json& parsed) {
-      if (event == Json::parse_event_t::object_start) {
+      using enum Json::parse_event_t;
+      if (event == object_start || event == array_start || (event == value && depth < 3)) {
         start = taken - 1;
-      } else if (event == Json::parse_event_t::key && depth == 1) {
+        require(depth > 2 || event == (depth == 1 ? array_start : object_start),
+                depth == 1 ? "an array was expected" : "an object was expected");
+      } else if (event == key && depth == 1) {
         start = taken - 1;
         require(parsed == "events", "the only member is \"events\"");
         hasEvents = true;
-      } else if (event == Json::parse_event_t::object_end && depth == 2) {
+      } else if (event == object_end && depth == 2) {
         script.push_back(EventReader(parsed).read());
-      } else if (event == Json::parse_event_t::value && depth < 3) {
-        start = taken - 1;
-        require(false, "an object was expected");
       }
       return true;
     };

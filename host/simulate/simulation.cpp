@@ -41,10 +41,9 @@ std::string wall(Date date) {
 }
 
 /// The development API with a fault of the script: "error", "cut", "nonsense", or none.
-std::unique_ptr<HttpThread> serveApi(int port, const std::string& fault) {
-  auto server = HttpServer::listen(
-      static_cast<std::uint16_t>(port),
-      [fault](const HttpRequest& request, const HttpServer::Reply& reply) {
+std::unique_ptr<HttpThread> serveApi(std::uint16_t port, const std::string& fault) {
+  auto server =
+      HttpServer::listen(port, [fault](const HttpRequest& request, const HttpServer::Reply& reply) {
         HttpAnswer answer = answerOf(request, std::nullopt, Date::now()).http;
         answer.cut = fault == "cut";
         if (fault == "nonsense") {
@@ -62,7 +61,7 @@ class Run {
  public:
   explicit Run(const SimulationSettings& settings)
       : settings_(settings), begin_(settings.phone.device.clock.now()) {
-    serve("");
+    serve();
     HostSettings phone = settings.phone;
     phone.simulated = true;
     phone.infoOverrides.set("ApiBaseUrl", "http://127.0.0.1:" + std::to_string(port_.number()));
@@ -73,18 +72,19 @@ class Run {
   }
 
   Simulation live() {
-    const Date end = begin_.addingTimeInterval(settings_.days * kDay);
+    // Later than the last day can end, also after travel.
+    const Date latest = begin_.addingTimeInterval((settings_.days + 2) * kDay);
     startDay();
     phone_->start();
     follow();
     for (;;) {
       const Date now = Date::now();
-      const Date next = std::min({end, nextDue(), nextScripted()});
-      if (next >= end) {
-        break;
-      }
+      const Date next = std::min({latest, nextDue(), nextScripted()});
       // What stays due, such as a failed request, is looked at once a second.
       phone_->setClock(next > now ? next : now.addingTimeInterval(1), false);
+      if (dayNumber() - firstDay_ >= settings_.days) {
+        break;
+      }
       follow();
       perform();
       follow();
@@ -103,7 +103,7 @@ class Run {
   }
 
   Date nextDue() {
-    Date next = restoreAt_.value_or(Date::distantFuture());
+    Date next = std::min(offlineUntil_, faultUntil_);
     for (const auto& [name, instant] : clockTargets(*phone_)) {
       next = std::min(next, instant.value_or(next));
     }
@@ -128,9 +128,11 @@ class Run {
 
   /// Does what the script has for now, and ends faults that are over.
   void perform() {
-    if (restoreAt_ && *restoreAt_ <= Date::now()) {
-      restoreAt_.reset();
-      serve("");
+    for (Date* const until : {&offlineUntil_, &faultUntil_}) {
+      if (*until <= Date::now()) {
+        *until = Date::distantFuture();
+        serve();
+      }
     }
     const int today = dayNumber() - firstDay_;
     for (std::size_t index = 0; index < settings_.script.size(); ++index) {
@@ -170,22 +172,27 @@ class Run {
         break;
       }
       case offline:
-        server_.reset();
-        fail(event);
+        fail(offlineUntil_, event);
         break;
       case server:
-        serve(event.value);
-        fail(event);
+        fault_ = event.value;
+        fail(faultUntil_, event);
         break;
     }
   }
-  void serve(const std::string& fault) {
-    server_.reset();
-    server_ = serveApi(port_.number(), fault);
-  }
-  void fail(const ScriptEvent& event) {
-    restoreAt_ = Date::now().addingTimeInterval(event.hours * 3600);
+  void fail(Date& until, const ScriptEvent& event) {
+    const Date end = Date::now().addingTimeInterval(event.hours * 3600);
+    until = until == Date::distantFuture() ? end : std::max(until, end);
     healthy_ = false;
+    serve();
+  }
+  bool isOffline() const { return offlineUntil_ != Date::distantFuture(); }
+  bool isFaulty() const { return faultUntil_ != Date::distantFuture(); }
+  void serve() {
+    server_.reset();
+    if (!isOffline()) {
+      server_ = serveApi(port_.number(), isFaulty() ? fault_ : "");
+    }
   }
 
   /// Lets the phone do what is due, and writes down what happened.
@@ -209,11 +216,11 @@ class Run {
 
   void startDay() {
     const Date now = Date::now();
-    settings_.progress(static_cast<int>(result_.days.size()));
+    settings_.progress(result_.days.size());
     result_.days.push_back(
         {.date = wall(now).substr(0, 10), .timeZone = TimeZone::current().identifier()});
     dayBegan_ = now;
-    healthy_ = !restoreAt_;
+    healthy_ = !isOffline() && !isFaulty();
     signedInAllDay_ = phone_ && phone_->hostApp().find(glancery::kSharedUidKey);
     said_.clear();
   }
@@ -324,8 +331,11 @@ class Run {
   std::set<std::pair<std::size_t, int>> done_;
   std::int64_t streak_ = 0;
   int lastActive_ = 0;
-  /// When the network or the server is back.
-  std::optional<Date> restoreAt_;
+  /// When the network is back, and when the server has no fault any more; the distant future if
+  /// nothing is wrong.
+  Date offlineUntil_ = Date::distantFuture();
+  Date faultUntil_ = Date::distantFuture();
+  std::string fault_;
 
   Date dayBegan_ = Date::distantPast();
   /// Whether network and server work on this day, and whether a user is signed in on all of it.

@@ -17,7 +17,7 @@ struct SimulationSettings {
   HostSettings phone;
   int days = 1;
   Script script;
-  std::function<void(int day)> progress = [](int) {};
+  std::function<void(std::size_t day)> progress = [](auto) {};
 };
 
 /// What a widget did on a day.

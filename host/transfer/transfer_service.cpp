@@ -9,13 +9,13 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <system_error>
 #include <utility>
 
 #include "platform/foundation/network/url_error.h"
 #include "platform/support/files.h"
 #include "platform/support/module_library.h"
+#include "platform/support/timespec_of.h"
 
 namespace host {
 
@@ -276,9 +276,7 @@ double TransferService::next() const {
 void TransferService::armTimer(double now) {
   itimerspec when = {};
   if (const double due = next(); due != kNever) {
-    const double left = std::clamp(due - now, 1e-6, kLongestSleep);
-    when.it_value = {.tv_sec = static_cast<time_t>(left),
-                     .tv_nsec = static_cast<long>((left - std::floor(left)) * 1e9)};
+    when.it_value = platform::timespecOf(std::clamp(due - now, 1e-6, kLongestSleep));
   }
   ::timerfd_settime(timer_.get(), 0, &when, nullptr);
 }

@@ -167,6 +167,8 @@ TEST(Manual, HasAPageForEveryCommandWithItsOptions) {
     const std::string page = readWhole(folder.path() / (name + ".1"));
     EXPECT_TRUE(page.starts_with(".TH " + name + " 1 ")) << page;
   }
+  const std::string signIn = readWhole(folder.path() / "glancery-app-sign-in.1");
+  EXPECT_NE(signIn.find("\n.B glancery app sign\\-in\n"), std::string::npos) << signIn;
   const std::string render = readWhole(folder.path() / "glancery-render.1");
   EXPECT_NE(render.find("\n.I KIND\n"), std::string::npos) << render;
   EXPECT_NE(render.find("\\-\\-time\\-zone"), std::string::npos) << render;

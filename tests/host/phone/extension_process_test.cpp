@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "host/phone/memory_limit.h"
+#include "host/phone/widget_host.h"
 #include "platform/support/files.h"
 #include "tests/world.h"
 
@@ -30,15 +31,19 @@ constexpr std::size_t kMemory = std::size_t{30} << 20;
 const ExtensionLimits kLimits = {.answer = 1000ms, .memory = kMemory};
 const ExtensionLimits kGenerous = {.answer = 10s, .memory = kMemory};
 
-/// Starts the misbehaving extension in a folder of that name.
+/// A bundle whose extension misbehaves as its name says.
+std::filesystem::path bundleThatDoes(const world::Folder& folder, const std::string& how) {
+  auto bundle = folder.path() / how;
+  std::filesystem::create_directories(bundle);
+  std::filesystem::create_symlink(GLANCERY_MISBEHAVING_EXTENSION, bundle / "Glancery");
+  return bundle;
+}
+
 std::unique_ptr<ExtensionProcess> startThatDoes(const world::Folder& folder,
                                                 const std::string& how,
                                                 ExtensionLimits limits = kLimits,
                                                 ExtensionRequests requests = {}) {
-  const auto home = folder.path() / how;
-  std::filesystem::create_directories(home);
-  std::filesystem::create_symlink(GLANCERY_MISBEHAVING_EXTENSION, home / "Glancery");
-  auto started = ExtensionProcess::start(home, limits, std::move(requests));
+  auto started = ExtensionProcess::start(bundleThatDoes(folder, how), limits, std::move(requests));
   EXPECT_TRUE(started) << started.error().reason;
   return *std::move(started);
 }
@@ -86,6 +91,17 @@ INSTANTIATE_TEST_SUITE_P(
                       Case{"devour", Kind::memory, "of dirty memory, the limit is 30.0 MiB"}),
     [](const auto& row) { return std::string(row.param.how); });
 #endif
+
+TEST(WidgetHost, RefusesAnAnswerWithoutAnEntry) {
+  const world::Folder folder;
+  const auto home = bundleThatDoes(folder, "disappoint");
+  WidgetHost host({.extension = home, .container = folder.path()});
+  using enum ProvideRequest::What;
+  for (const auto what : {placeholder, snapshot, timeline}) {
+    EXPECT_THAT([&] { host.provide(what, "Empty"); },
+                ::testing::ThrowsMessage<HostError>("the extension sent no entry of \"Empty\""));
+  }
+}
 
 TEST(ExtensionProcess, MayMapFilesOfAnySize) {
   const world::Folder folder;

@@ -95,6 +95,16 @@ void misbehave(const std::string& how, MessageChannel& channel, std::int64_t id)
   }
 }
 
+/// Describes a widget, and sends timelines without entries.
+ExtensionMessage::Content answerWithNothing(const HostMessage::Content& request) {
+  if (std::holds_alternative<DescribeRequest>(request)) {
+    return WidgetDescriptions{{{"Empty", "", "", {WidgetFamily::systemSmall}}}};
+  }
+  return std::holds_alternative<ProvideRequest>(request)
+             ? ExtensionMessage::Content(ArchivedTimeline())
+             : Done();
+}
+
 }  // namespace
 
 int main(int, char** arguments) {
@@ -113,6 +123,7 @@ int main(int, char** arguments) {
       return 1;
     }
     misbehave(how, channel, message->id);
-    (void)channel.send(encode(ExtensionMessage{message->id, Done()}));
+    (void)channel.send(encode(ExtensionMessage{
+        message->id, how == "disappoint" ? answerWithNothing(message->content) : Done()}));
   }
 }

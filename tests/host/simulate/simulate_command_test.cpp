@@ -79,6 +79,28 @@ TEST(Simulate, TheScriptHasLocalTimesAlsoWhenTheClocksChange) {
   }
 }
 
+TEST(Simulate, AFaultOfTheServerDoesNotEndAnOfflineTime) {
+  const Folder folder;
+  writeWhole(folder.path() / "script.json", R"({"events": [
+    {"do": "sign-in", "at": "08:00", "user": "u-1"},
+    {"do": "offline", "at": "09:00", "day": 1, "hours": 40},
+    {"do": "server", "at": "10:00", "day": 1, "fault": "cut", "hours": 1}]})");
+  const ProgramEnd end = simulate(folder.path() / "out",
+                                  {"--days",
+                                   "3",
+                                   "--from",
+                                   "2026-03-02T07:00:00-06:00",
+                                   "--script",
+                                   folder.path() / "script.json"});
+  EXPECT_EQ(end.status, 0) << end.err;
+  const Json report = Json::parse(readWhole(folder.path() / "out" / "report.json"));
+  std::vector<int> downloads;
+  for (const Json& day : report["days"]) {
+    downloads.push_back(day["downloads"]);
+  }
+  EXPECT_THAT(downloads, ElementsAre(1, 1, 0)) << "three days, the first from 7 o'clock on";
+}
+
 TEST(Simulate, AStaleDayIsStatus3) {
   const Folder folder;
   writeWhole(folder.path() / "script.json",

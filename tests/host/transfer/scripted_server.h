@@ -35,14 +35,15 @@ class ScriptedServer {
  public:
   using Script = std::function<Reply(std::size_t count, const std::string& request)>;
 
-  explicit ScriptedServer(Script script, int port = 0) : script_(std::move(script)), socket_(port) {
+  explicit ScriptedServer(Script script, std::uint16_t port = 0)
+      : script_(std::move(script)), socket_(port) {
     if (::listen(socket_.descriptor(), 64) != 0) {
       platform::fatalError("a server on loopback");
     }
     acceptor_ = std::thread([this] { accept(); });
   }
   /// Sends the replies in order, and the last one to all later requests.
-  explicit ScriptedServer(std::vector<Reply> replies, int port = 0)
+  explicit ScriptedServer(std::vector<Reply> replies, std::uint16_t port = 0)
       : ScriptedServer(
             [replies = std::move(replies)](std::size_t count, const std::string&) {
               return replies[std::min(count, replies.size() - 1)];
@@ -64,7 +65,7 @@ class ScriptedServer {
     }
   }
 
-  int port() const { return socket_.number(); }
+  std::uint16_t port() const { return socket_.number(); }
   std::string url(const std::string& path = "/") const {
     return "http://127.0.0.1:" + std::to_string(port()) + path;
   }
