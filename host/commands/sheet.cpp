@@ -1,10 +1,6 @@
 #include "host/sheet/sheet.h"
 
-#include <unistd.h>
-
 #include <chrono>
-#include <cmath>
-#include <cstdio>
 #include <filesystem>
 #include <iomanip>
 #include <iostream>

@@ -1,8 +1,8 @@
 #include "host/drill/drill_phone.h"
 
-#include <poll.h>
-
 #include <chrono>
+#include <cstdint>
+#include <thread>
 
 #include "platform/foundation/defaults/suite_file.h"
 #include "platform/support/files.h"

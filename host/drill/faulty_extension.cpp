@@ -2,7 +2,6 @@
 // has to prevent changes the widget's text if it succeeds.
 
 #include <dirent.h>
-#include <spawn.h>
 #include <sys/socket.h>
 #include <unistd.h>
 

@@ -1,6 +1,7 @@
 #include <chrono>
 #include <csignal>
 #include <future>
+#include <thread>
 
 #include "host/drill/drill_phone.h"
 #include "host/drill/drill_tables.h"

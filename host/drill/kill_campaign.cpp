@@ -7,11 +7,13 @@
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <future>
 #include <map>
 #include <mutex>
 #include <random>
 #include <ranges>
+#include <thread>
 
 #include "host/drill/drill_phone.h"
 #include "host/http/json_members.h"

@@ -1,6 +1,5 @@
 #include "host/sheet/state_runner.h"
 
-#include <cstdlib>
 #include <stdexcept>
 
 #include "host/phone/host_app.h"

@@ -15,6 +15,7 @@
 #include "host/home/home_phone.h"
 #include "host/http/reserved_port.h"
 #include "host/phone/host_app.h"
+#include "host/schedule/widget_schedule.h"
 #include "platform/foundation/time/calendar.h"
 #include "store/shared_store.h"
 

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <array>
 #include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "host/phone/host_settings.h"
-#include "host/schedule/widget_schedule.h"
 #include "host/simulate/script.h"
 
 namespace host {

@@ -2,7 +2,6 @@
 
 #include <absl/strings/str_join.h>
 #include <absl/strings/str_split.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

@@ -1,5 +1,4 @@
 #include <curl/curl.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
