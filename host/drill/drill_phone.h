@@ -47,10 +47,6 @@ class DrillPhone {
 
   std::filesystem::path container() const { return scratch_.path() / "container"; }
   std::filesystem::path suiteFile() const;
-  /// A file that no widget sees.
-  std::filesystem::path scratchFile(const std::string& name) const {
-    return scratch_.path() / name;
-  }
 
   /// The command line of `glancery` with these words, on this phone.
   Words command(Words words) const;
@@ -130,8 +126,7 @@ class DrillServer {
   explicit DrillServer(Answer answer = good, std::uint16_t port = 0);
 
   static HttpAnswer good(int number, const HttpRequest& request = {});
-  int port() const { return server_->port(); }
-  std::string url() const { return "http://127.0.0.1:" + std::to_string(port()); }
+  std::string url() const { return "http://127.0.0.1:" + std::to_string(server_->port()); }
   int requests() const { return requests_; }
 
  private:
