@@ -3,7 +3,6 @@ import {act, byId, format, instantOf, make, setText, span, wall} from '/tools.js
 
 const hour = 3_600_000;
 const spans = {hour, day: 24 * hour, week: 7 * 24 * hour, month: 30 * 24 * hour};
-const causes = {policy: 'policy', 'host app': 'host app', extension: 'extension', device: 'device', clock: 'clock', first: 'first request'};
 const rowHeight = 46;
 const namespace = 'http://www.w3.org/2000/svg';
 
@@ -113,6 +112,9 @@ function drawBands(widget, now) {
   return group;
 }
 
+/** A triangle below the bands, for a reload. */
+const mark = (x, classes, title) => shape('path', {d: `M${x} 33l4 7h-8z`, class: classes}, title);
+
 function drawRow(widget, index, now) {
   const row = shape('g', {transform: `translate(0 ${20 + index * rowHeight})`});
   const name = shape('text', {x: 4, y: 10, class: 'row-name'});
@@ -125,12 +127,12 @@ function drawRow(widget, index, now) {
   for (const {at, cause, why} of reloads) {
     const x = xOf(at);
     if (x < 0 || x > width()) continue;
-    row.append(shape('path', {
-      d: `M${x} 33l4 7h-8z`, class: `mark cause-${cause.replace(' ', '-')}`}, `${label(at)}: ${causes[cause] ?? cause}, ${why}`));
+    const what = cause === 'first' ? 'first request' : cause;
+    row.append(mark(x, `mark cause-${cause.replace(' ', '-')}`, `${label(at)}: ${what}, ${why}`));
   }
   if (widget.nextReload) {
     const x = xOf(Math.max(now, Date.parse(widget.nextReload)));
-    row.append(shape('path', {d: `M${x} 33l4 7h-8z`, class: 'mark planned'}, `${label(Date.parse(widget.nextReload))}: planned, ${widget.nextReloadReason}`));
+    row.append(mark(x, 'mark planned', `${label(Date.parse(widget.nextReload))}: planned, ${widget.nextReloadReason}`));
   }
   return row;
 }
