@@ -97,7 +97,7 @@ void wholePaths(const Work& work) {
 }
 
 /// libcurl alone. It opens a connection for each request, as the service does: libcurl repeats a
-/// POST whose kept connection ends, and the server would see it twice.
+/// POST whose reused connection ends, and the server would see it twice.
 class Bare {
  public:
   explicit Bare(const Work& work) : work_(work) {

@@ -199,7 +199,7 @@ class Attempt {
     const std::string& method = request_.method;
     const bool sendsBody = method == "POST" || !request_.body.empty();
     headEnded_ = false;
-    // When a kept connection ends without an answer, libcurl repeats the request on a new one,
+    // When a reused connection ends without an answer, libcurl repeats the request on a new one,
     // although the server may have received it. Only an idempotent request may be repeated.
     set(CURLOPT_FRESH_CONNECT, isIdempotent(request_.method) ? 0L : 1L);
     set(CURLOPT_URL, request_.url.c_str());

@@ -444,9 +444,9 @@ TEST(TransferService, AnAttemptWhoseThreadCannotStartIsRepeatedLater) {
   EXPECT_EQ(endOf(transfers.task(id)), "200");
 }
 
-/// libcurl repeats a request if a kept connection ends without an answer, unless that is switched
+/// libcurl repeats a request if a reused connection ends without an answer, unless that is switched
 /// off.
-TEST(TransferService, APostOnAKeptConnectionIsNotRepeatedByTheLibrary) {
+TEST(TransferService, APostOnAReusedConnectionIsNotRepeatedByTheLibrary) {
   for (const auto& [method, attempts] : {std::pair("POST", 1), std::pair("GET", 0)}) {
     ScriptedServer server({answer("200 OK", "", keep), Reply{""}, answer("200 OK", "hello")});
     Transfers transfers;
