@@ -7,7 +7,8 @@ int main(int argc, char** argv) {
       .examples = {"home  # the widgets on a live home screen, as a web page",
                    "render StreakWidget -o streak.png"},
       .notes =
-          "Exit status: 0 success, 1 failure, 2 wrong usage, 3 a comparison differs.\n"
+          "Exit status: 0 success, 1 failure, 2 wrong usage, 3 a check failed (pictures differ, a\n"
+          "promise did not hold, something happened that must not).\n"
           "Every command has --help and a manual page, such as glancery-render(1)."};
   program.commands = {host::galleryCommand(),
                       host::providerCommand("placeholder"),
