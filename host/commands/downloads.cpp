@@ -24,13 +24,15 @@ std::string reason(const platform::NSError& error) {
 std::string pendingSentence(const TransferTask& task) {
   if (task.outcome.error) {
     return std::to_string(task.attempts) +
-           " attempts failed, last error: " + reason(*task.outcome.error) + " Next attempt at " +
+           (task.attempts == 1 ? " attempt failed" : " attempts failed") +
+           ", last error: " + reason(*task.outcome.error) + "; next attempt at " +
            platform::Date::since1970(task.next).iso8601();
   }
   if (!task.hosted) {
     return "the next host that runs will send it";
   }
-  return task.sends == 0 ? "waits for a running host to send it" : "may be sent, no answer yet";
+  return task.sends == 0 ? "waits for a running host to send it"
+                         : "may have been sent, no answer yet";
 }
 
 std::string sentence(const TransferTask& task) {

@@ -78,8 +78,8 @@ TEST(DownloadsCommand, ListsWhatIsPendingDoneAndFailedAndWhy) {
   const ProgramEnd ran = left.phone.glancery({"downloads"});
   EXPECT_THAT(ran.out, StartsWith("1  pending  s\n  POST http://x/"));
   EXPECT_THAT(ran.out,
-              HasSubstr("2 attempts failed, last error: Could not connect to the server. (-1004) "
-                        "Next attempt at 2023-11-14T22:14:20.000Z\n"));
+              HasSubstr("2 attempts failed, last error: Could not connect to the server. (-1004); "
+                        "next attempt at 2023-11-14T22:14:20.000Z\n"));
   EXPECT_THAT(
       ran.out,
       HasSubstr("  The request timed out. (-1001), can't be delivered: no widget takes it\n"));
@@ -139,7 +139,7 @@ TEST(DownloadsCommand, SaysWhichDownloadsWaitInAQueue) {
     }
     return found;
   };
-  EXPECT_EQ(count("may be sent, no answer yet\n"), 8u) << out;
+  EXPECT_EQ(count("may have been sent, no answer yet\n"), 8u) << out;
   EXPECT_EQ(count("waits for a running host to send it\n"), 1u) << out;
 }
 
