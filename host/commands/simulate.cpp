@@ -77,7 +77,7 @@ Command simulateCommand() {
   static SimulateOptions options;
   return withDevice(DeviceUse::all, {
       .name = "simulate",
-      .description = "Lives days of a phone in seconds, and checks what must never happen",
+      .description = "Simulates days of a phone in seconds, and checks what must never happen",
       .groups = {
           {"Simulation", {
               {"--days N", &options.days, "How many days (default: 7)", Range(1, 3660)},

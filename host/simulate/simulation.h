@@ -52,13 +52,13 @@ struct Simulation {
   int moments = 0;
 };
 
-/// Lives the days of a phone in as little time as they take: the clock jumps from one due time to
-/// the next, the real extension answers, every picture is drawn, and downloads come from a server
-/// of this process. Everything follows the phone's clock, so two runs with equal settings have
-/// equal results.
+/// Simulates days of a phone in seconds: the clock jumps from one due time to the next, the real
+/// extension answers, every picture is drawn, and downloads come from a server of this process.
+/// Everything follows the phone's clock, so two runs with equal settings have equal results.
 ///
-/// Checks what must never happen: a widget without a picture, one that shows a day that is over
-/// although it reloads by date, one with more reloads than its budget, a download that is lost.
+/// Checks what must never happen: a widget without a picture, one that still shows an earlier day
+/// although its timeline was to be reloaded at a date, one with more reloads than its budget, a
+/// download that is lost.
 /// Throws a `HostError` if the phone can't be played. Changes the device and the container of this
 /// process.
 Simulation simulate(const SimulationSettings& settings);
