@@ -116,9 +116,9 @@ constexpr std::string_view kOnce =
 // clang-format off
 std::vector<Drill> hostDrills() {
   return {
-      {"host-killed-in-hand-over", "The host is killed at any time while it takes over a download",
+      {"host-killed-in-hand-over", "The host is killed at 20 different moments while it takes over a download",
        "No day is without its affirmation.", killedInHandOver},
-      {"host-killed-before-delivery", "The host is killed when it has the answer, but not the extension",
+      {"host-killed-before-delivery", "The host is killed after it has received the answer, and before the extension has",
        kOnce, killedBeforeDelivery},
       {"host-killed-after-delivery", "The host is killed as soon as the extension has stored the answer",
        kOnce, killedAfterDelivery},

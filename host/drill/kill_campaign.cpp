@@ -169,7 +169,8 @@ class Campaign {
     const Value* fetchTime = values.find(kAffirmationLastFetchKey);
     const Date* fetched = fetchTime ? fetchTime->as<Date>() : nullptr;
     const bool today = fetched && fetched->iso8601().substr(0, 10) == now.substr(0, 10);
-    expect(!today || arrived(uid) || !listing.tasks.empty(), "a fetch time has no download");
+    expect(!today || arrived(uid) || !listing.tasks.empty(),
+           "a fetch time is stored, but its download is missing");
     for (const TransferTask& task : earlier) {
       expect(arrived(uid) || std::ranges::count(listing.tasks, task.id, &TransferTask::id) == 1,
              "a download is lost");
@@ -218,7 +219,7 @@ class Campaign {
                   const Tasks& left,
                   int before,
                   const std::string& log) {
-    expect(atRest(uid, now, {}).empty(), "downloads are never forgotten");
+    expect(atRest(uid, now, {}).empty(), "downloads are left after all were delivered");
     expect(arrived(uid), "a day is without its affirmation");
     const int own = asked(uid, 2);
     constexpr std::string_view kSaved = "Saved serialized affirmation data";

@@ -1,10 +1,10 @@
-// The faults: a button for each drill, and what came of it. Loaded when the list is opened.
+// The faults: a button for each drill, and its result. Loaded when the list is opened.
 import {act, announce, byId, make, setText} from '/tools.js';
 
 async function play(button, result, name) {
   const buttons = byId('drills').querySelectorAll('button');
   for (const each of buttons) each.disabled = true;
-  setText(result, 'Being played…');
+  setText(result, 'Playing…');
   const answer = await act(button, {name}, '/drills');
   for (const each of buttons) each.disabled = false;
   button.focus();
