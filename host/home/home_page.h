@@ -33,7 +33,7 @@ class HomePage {
   /// Performs an action; `reply` is called once, on any thread.
   using Act = std::function<void(std::string action, HttpServer::Reply reply)>;
 
-  /// `drills` is what the page lists of drills, as JSON; `drill` plays one.
+  /// `drills` are the drills that the page lists, as JSON; `drill` plays one.
   HomePage(Act act, Act drill, std::string drills);
 
   void answer(const HttpRequest& request, const HttpServer::Reply& reply);
@@ -54,7 +54,7 @@ class HomePage {
   std::string drills_;
   std::string token_;
   HomeView view_;
-  /// How many views and lines of the log there were.
+  /// How many views, lines of the log and events there were.
   std::uint64_t views_ = 0;
   std::uint64_t lines_ = 0;
   std::uint64_t happened_ = 0;

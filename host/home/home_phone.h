@@ -18,8 +18,8 @@
 
 namespace host {
 
-/// A drawn widget, as the page requests it. The path differs for every other picture; it is empty
-/// until there is one.
+/// A drawn widget, as the page requests it. Two different pictures have different paths; the path
+/// is empty until there is a picture.
 struct ServedPicture {
   std::string path = {};
   std::shared_ptr<const std::string> png = {};
@@ -53,7 +53,7 @@ struct LogLine {
   bool fromExtension = false;
 };
 
-/// Something that happened, for those who look back.
+/// An event for the page's strip and the simulation's report.
 struct PhoneEvent {
   platform::Date at;
   /// The widget's index; nothing if it concerns the phone.
@@ -129,7 +129,8 @@ class HomePhone {
   /// Draws the placeholder, the snapshot, or the entry of that number of the widget's timeline, as
   /// a PNG.
   std::string drawPicture(const std::string& kind, const std::string& what);
-  /// Places a widget, once more, or removes it. The placed widgets are the same after a restart.
+  /// Sets how often the widget is on the home screen; 0 removes it. The placed widgets are the same
+  /// after a restart.
   void setCount(const std::string& kind, std::int64_t count);
   /// Records a tap on a part of the widget that opens `link`, or on one without a link.
   void tap(const std::string& kind, const std::optional<std::string>& link);

@@ -13,7 +13,7 @@ struct ScriptEvent {
   Kind kind = Kind::streak;
   /// The user, the mood, the time zone, or the server's fault, by its name; empty for others.
   std::string value = {};
-  /// The first day and the last one, counted from 0, and the days from one to the next.
+  /// The first and the last day, counted from 0, and how many days lie between two occurrences.
   int day = 0;
   int until = 0;
   int every = 1;

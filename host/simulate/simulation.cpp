@@ -313,7 +313,7 @@ class Run {
     }
   }
 
-  /// Says each thing once a day.
+  /// Reports each kind of violation at most once a day.
   void violate(const std::string& what, const std::string& says) {
     if (said_.insert(what).second) {
       result_.violations.push_back({wall(Date::now()), says});

@@ -11,7 +11,7 @@
 namespace host {
 
 struct SimulationSettings {
-  /// The clock is where the simulation begins.
+  /// Its clock shows when the simulation begins.
   HostSettings phone;
   int days = 1;
   Script script;
@@ -35,7 +35,7 @@ struct SimulatedDay {
   /// By kind, in the gallery's order.
   std::vector<std::pair<std::string, WidgetDay>> widgets = {};
   int downloads = 0;
-  /// "20:15:00 text", those of the host behind "host: ".
+  /// "20:15:00 text" from the extension, "20:15:00 host: text" from the host.
   std::vector<std::string> log = {};
 };
 
