@@ -67,7 +67,7 @@ Command appCommand() {
               .run = [] { recordNamedMood(mood, day); }}),
           withDevice(DeviceUse::all, {
               .name = "locale-change",
-              .description = "Notifies a running extension that the device's locale is now --locale",
+              .description = "Tells the extension that the device's locale has changed to --locale",
               .groups = {{"Downloads", {
                   {"--settle", &settle, "Wait until all downloads are delivered"}}}},
               .examples = {"app locale-change --locale en_US --settle"},

@@ -155,7 +155,7 @@ Command homeCommand() {
       .name = "home",
       .description = "Serves the live home screen on this machine, as a web page, until interrupted",
       .groups = {{"Home screen", {
-          {"--port N", &port, "Port of 127.0.0.1; 0 for any (default: " + usual + ", or any)"},
+          {"--port N", &port, "Port of 127.0.0.1; 0 for any (default: " + usual + ", or any free port if that is in use)"},
           {"--budget N", &reloads, "Reloads per widget in 24 hours; 0 for no limit (default: 50)", Range(0, 1000)}}}},
       .examples = {"home", "home --container /tmp/second-phone --budget 0"},
       .run = [] { home(port, reloads); }});
