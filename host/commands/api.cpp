@@ -23,12 +23,13 @@ void serve(const ApiSettings& settings) {
 // clang-format off
 Command apiCommand() {
   static ApiSettings settings;
+  const std::string usual = std::to_string(ApiSettings().port);
   return {
       .name = "api",
       .description = "Serves the affirmation web API on this machine, for development, until interrupted",
       .groups = {
           {"Server", {
-              {"--port N", &settings.port, "Port of 127.0.0.1; 0 for any (default: 8788)"},
+              {"--port N", &settings.port, "Port of 127.0.0.1; 0 for any (default: " + usual + ")"},
               {"--key KEY", &settings.key, "The only valid X-API-KEY (default: any)"}}},
           {"Faults", {
               {"--status N", &settings.status, "Status for valid requests instead of 200", Range(100, 999)},

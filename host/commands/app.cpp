@@ -16,7 +16,7 @@ void changeLocale(bool settle) {
   WidgetHost host(phone());
   host.tell(LocaleChanged());
   if (settle) {
-    host.downloads().settle({}, std::chrono::seconds(90), [] {});
+    host.downloads().settle({}, std::chrono::seconds(kLongestSettling), [] {});
   }
   for (const std::string& line : host.log()) {
     std::cout << line << '\n';

@@ -30,6 +30,9 @@ Command completionCommand();
 /// The manual pages of the program's commands.
 Command manCommand(const Command& program, const std::string& version);
 
+/// The longest wait of `--settle` in seconds, unless another one is given.
+inline constexpr int kLongestSettling = 90;
+
 /// Locks the folder of the phone's timelines: two home screens would overwrite each other's.
 platform::FileDescriptor lockTimelines(const HostSettings& settings);
 

@@ -151,12 +151,13 @@ Command homeCommand() {
   static std::optional<std::uint16_t> port;
   static int reloads = RefreshBudget().perDay;
   const std::string usual = std::to_string(kDefaultPort);
+  const std::string budget = std::to_string(RefreshBudget().perDay);
   return withDevice(DeviceUse::all, {
       .name = "home",
       .description = "Serves the live home screen on this machine, as a web page, until interrupted",
       .groups = {{"Home screen", {
           {"--port N", &port, "Port of 127.0.0.1; 0 for any (default: " + usual + ", or any free port if that is in use)"},
-          {"--budget N", &reloads, "Reloads per widget in 24 hours; 0 for no limit (default: 50)", Range(0, 1000)}}}},
+          {"--budget N", &reloads, "Reloads per widget in 24 hours; 0 for no limit (default: " + budget + ")", Range(0, 1000)}}}},
       .examples = {"home", "home --container /tmp/second-phone --budget 0"},
       .run = [] { home(port, reloads); }});
 }

@@ -19,7 +19,7 @@ struct ProviderOptions {
   std::string kind = {};
   bool json = false;
   bool settle = false;
-  int longest = 90;
+  int longest = kLongestSettling;
 };
 
 std::vector<Line> linesOf(const Answer& answer) {
@@ -96,7 +96,8 @@ Command providerCommand(const std::string& request) {
   if (what == ProvideRequest::What::timeline) {
     command.groups.push_back({"Downloads", {
         {"--settle", &options.settle, "Wait until all downloads are delivered, and ask again for each reload"},
-        {"--for SECONDS", &options.longest, "The longest wait of --settle (default: 90)", Range(1, 86400)}}});
+        {"--for SECONDS", &options.longest,
+         "The longest wait of --settle (default: " + std::to_string(kLongestSettling) + ")", Range(1, 86400)}}});
     command.examples.emplace_back("timeline AffirmationWidget --settle --json");
   }
   return withDevice(DeviceUse::all, std::move(command));

@@ -75,12 +75,13 @@ void run(const SimulateOptions& options) {
 // clang-format off
 Command simulateCommand() {
   static SimulateOptions options;
+  const std::string usual = std::to_string(SimulateOptions().days);
   return withDevice(DeviceUse::all, {
       .name = "simulate",
       .description = "Simulates days of a phone in seconds, and checks what must never happen",
       .groups = {
           {"Simulation", {
-              {"--days N", &options.days, "How many days (default: 7)", Range(1, 3660)},
+              {"--days N", &options.days, "How many days (default: " + usual + ")", Range(1, 3660)},
               {"--from INSTANT", &options.from, "When it begins, ISO 8601 (default: now)"},
               {"--script FILE", &options.script, "What the user does, as JSON (default: an active user with a few mishaps)"}}},
           {"Output", {{"-o,--output DIR", &options.output, "Folder of report.html and report.json", Required()}}}},
