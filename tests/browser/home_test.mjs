@@ -117,7 +117,7 @@ onPhone('the device’s settings change the phone, not the page', async (page) =
   }
 });
 
-onPhone('a clock that runs, stands, and goes to any instant of the device’s zone', async (page) => {
+onPhone('the clock runs, stops, and jumps to any instant of the device’s zone', async (page) => {
   await page.button('Run').click();
   await page.says('#clock', /14:(30:0[1-9]|30:[1-5]|31)/);
   await page.button('Pause').click();
@@ -181,7 +181,7 @@ onPhone('a refused action says why beside its control', async (page) => {
   await page.until(() => document.querySelectorAll('.error:not(:empty)').length === 0);
 }, {complains: true});
 
-onPhone('everything without a mouse', async (page) => {
+onPhone('everything can be done without a mouse', async (page) => {
   const press = (key) => page.tab.keyboard.press(key);
   await page.tabTo('Skip the phone');
   await press('Enter');
@@ -357,7 +357,7 @@ const strangeStates = {
 for (const [name, state] of Object.entries(strangeStates)) {
   const body = `event: state\ndata: ${JSON.stringify(state)}\n\nevent: log\ndata: {}\n\n`;
   const prepare = (tab) => tab.route('**/events', (route) => route.fulfill({contentType: 'text/event-stream', body}));
-  onPhone(`a state that is ${name} leaves the page whole`, async (page) => {
+  onPhone(`a state that is ${name} does not break the page`, async (page) => {
     assert.match(await page.tab.locator('#clock').textContent(), /^\d\d:\d\d:\d\d$/);
     await page.says('#mood-of', 'Today');
     assert.equal(await page.tab.locator('.card').count(), state.widgets?.length ?? 0);

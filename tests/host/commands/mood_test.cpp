@@ -38,7 +38,7 @@ Words moods(const Phone& phone, const Words& more = kMarch) {
   return names;
 }
 
-TEST(Moods, GoInDayByDayAndKeepTheOtherDays) {
+TEST(Moods, AreRecordedByDayAndTheOtherDaysStay) {
   const Phone phone;
   printed(phone, {"app", "mood", "well"});
   printed(phone, {"app", "mood", "bad", "--day", "2025-03-03"});
@@ -82,7 +82,7 @@ TEST(Moods, PrintTheirMembersInTheRecordsOrder) {
   }
 }
 
-TEST(Moods, WrittenAtOnceAreAllThere) {
+TEST(Moods, WrittenAtTheSameTimeAreAllStored) {
   const Phone phone;
   {
     std::vector<std::jthread> writers;
@@ -97,7 +97,7 @@ TEST(Moods, WrittenAtOnceAreAllThere) {
 }
 
 // A device with another calendar or other digits finds the days that it wrote.
-TEST(Moods, GoInUnderTheDevicesOwnDays) {
+TEST(Moods, AreStoredUnderTheDevicesOwnDays) {
   for (const char* locale : {"ar_EG", "th_TH", "fa_IR", "ja_JP"}) {
     const Phone phone;
     const Words there = {

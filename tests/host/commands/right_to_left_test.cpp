@@ -103,7 +103,7 @@ struct Case {
   bool mirrored;
 };
 
-TEST(RightToLeft, MirrorsWidgetsInALocalisationThatIsReadSo) {
+TEST(RightToLeft, MirrorsWidgetsInARightToLeftLocalisation) {
   const UsedPhone phone;
   for (const Case& row : {Case{"ar", "ar_EG", true},
                           Case{"he", "he_IL", true},

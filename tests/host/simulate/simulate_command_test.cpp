@@ -63,7 +63,7 @@ TEST(Simulate, DaysWithEveryFaultAreFineAndTwoRunsAreEqual) {
   EXPECT_THAT(shown, Each(Ge(7)));
 }
 
-TEST(Simulate, TheScriptHasLocalTimesAlsoWhenTheClocksChange) {
+TEST(Simulate, TimesOfTheScriptAreLocalEvenWhenTheClocksChange) {
   const Folder folder;
   writeWhole(folder.path() / "script.json",
              R"({"events": [{"do": "streak", "at": "20:15", "every": 1}]})");

@@ -152,7 +152,7 @@ TEST(TransferRedirect, KeepsMethodAndBodyWhereThePlatformDoes) {
   }
 }
 
-TEST(TransferRedirect, TakesTheApplicationsHeadersToNoOtherHost) {
+TEST(TransferRedirect, DoesNotSendTheApplicationsHeadersToAnotherHost) {
   ScriptedServer second({answer("200 OK", "hello")});
   const std::string elsewhere = "http://localhost:" + std::to_string(second.port()) + "/new";
   ScriptedServer first({answer("307 Moved\r\nLocation: " + elsewhere)});

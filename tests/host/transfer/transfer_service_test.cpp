@@ -315,7 +315,7 @@ TEST(TransferService, ResultsComeInTheOrderOfTheirEndsAlsoAfterARestart) {
   EXPECT_EQ(order().back(), last) << "a clock that was set back changes no order";
 }
 
-TEST(TransferService, ABodyGoesThroughWithoutBeingHeld) {
+TEST(TransferService, ABodyIsNeverHeldInMemory) {
   constexpr std::size_t kSize = 128 << 20;
   ScriptedServer server([](std::size_t, const std::string&) {
     static const std::string reply = answer("200 OK", std::string(kSize, 'x')).bytes;
