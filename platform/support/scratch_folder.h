@@ -14,7 +14,7 @@ namespace platform {
 /// is kept. Throws a `std::system_error` if it can't be made.
 class ScratchFolder {
  public:
-  ScratchFolder() : ScratchFolder(std::filesystem::temp_directory_path()) {}
+  ScratchFolder() : ScratchFolder(temporary()) {}
   explicit ScratchFolder(const std::filesystem::path& parent) {
     std::string name = parent / "glancery-XXXXXX";
     if (!::mkdtemp(name.data())) {
@@ -43,6 +43,11 @@ class ScratchFolder {
   }
 
  private:
+  static std::filesystem::path temporary() {
+    const char* const chosen = std::getenv("TMPDIR");
+    return chosen ? chosen : "/tmp";
+  }
+
   std::filesystem::path path_;
   bool kept_ = false;
 };

@@ -56,7 +56,7 @@ const Mistake kMistakes[] = {
     {"otherMember", "{\"days\": 3}", "line 1, column 7: the only member is \"events\""},
     {"notAnObject", "{\"events\": [\n3]}", "line 2, column 2: an object was expected"},
     {"notAnArray", "{\"events\": {\"do\": 1}}", "line 1, column 12: an array was expected"},
-    {"number", "{\"events\": 3}", "line 1, column 12: an array was expected"},
+    {"number", "{\"events\": 3}", "line 1, column 13: an array was expected"},
     {"arrayOfArrays", "{\"events\": [[]]}", "line 1, column 13: an object was expected"},
     {"array", "[]", "line 1, column 1: an object was expected"},
     {"unknownEvent", "{\"events\": [\n {\"do\": \"sleep\", \"at\": \"08:00\"}]}",
