@@ -56,7 +56,9 @@ void define(CLI::App& app, const Option& option, const std::string& group) {
   });
 }
 
-void define(CLI::App& app, const Command& command) {
+/// Commands that are not among the words have a name and a description only, as defining all
+/// options of all commands takes longer than most commands.
+void define(CLI::App& app, const Command& command, const Words& words) {
   for (const OptionGroup& group : command.groups) {
     for (const Option& option : group.options) {
       define(app, option, group.name);
@@ -68,7 +70,10 @@ void define(CLI::App& app, const Command& command) {
   }
   app.footer(footer + (footer.empty() || command.notes.empty() ? "" : "\n") + command.notes);
   for (const Command& sub : command.commands) {
-    define(*app.add_subcommand(sub.name, sub.description), sub);
+    CLI::App& added = *app.add_subcommand(sub.name, sub.description);
+    if (std::ranges::find(words, sub.name) != words.end()) {
+      define(added, sub, words);
+    }
   }
   if (command.run) {
     app.callback([&app, &command] {
@@ -130,7 +135,7 @@ int runCommandLine(const Command& program, const char* version, int argc, char**
   CLI::App app(program.description, program.name);
   app.get_formatter()->label("REQUIRED", "(required)");
   app.set_version_flag("--version", version);
-  define(app, program);
+  define(app, program, Words(argv + 1, argv + argc));
   try {
     checkCommandName(program, argc, argv);
     app.parse(argc, argv);
