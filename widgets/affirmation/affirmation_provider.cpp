@@ -79,6 +79,8 @@ bool AffirmationProvider::shouldFetch(Date now) const {
   return false;
 }
 
+// The time is stored before the answer comes, so an answer of no use leaves the last affirmation
+// until the next day.
 void AffirmationProvider::fetch(Date now) const {
   log("[AffirmationProvider] ---> Initiating NetworkManager.shared.fetchAffirmation()");
   NetworkManager::shared().fetchAffirmation();
