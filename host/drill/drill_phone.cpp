@@ -89,6 +89,17 @@ std::string DrillPhone::affirmation(const std::string& now) const {
   return end.out.substr(start, end.out.find('\n', start) - start);
 }
 
+std::string DrillPhone::expectAffirmation(const std::string& now, const std::string& wanted) const {
+  std::string shown = affirmation(now);
+  expect(shown == wanted, "the widget shows \"" + shown + "\" instead of \"" + wanted + "\"");
+  return shown;
+}
+
+void DrillPhone::expectNoDownloads() const {
+  const std::string left = downloads();
+  expect(left == "no downloads\n", "downloads are left: " + left);
+}
+
 DrillServer::DrillServer(Answer answer, std::uint16_t port) {
   auto server = HttpServer::listen(port,
                                    [this, answer = std::move(answer)](

@@ -62,6 +62,10 @@ class DrillPhone {
   std::string affirmation(const std::string& now) const;
   /// Requests the affirmation's timeline and waits for its downloads for some seconds.
   platform::ProgramEnd settle(const std::string& now, int seconds = 60) const;
+  /// Checks what the widget shows on that day, once all downloads are delivered, and returns it.
+  std::string expectAffirmation(const std::string& now, const std::string& wanted) const;
+  /// Checks that no download is left.
+  void expectNoDownloads() const;
   /// What `downloads` prints.
   std::string downloads() const { return glancery({"downloads"}).out; }
 

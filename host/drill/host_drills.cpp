@@ -44,10 +44,9 @@ std::string killedInHandOver(DrillPhone& phone) {
 
 /// Checks that the next host shows the answer without asking again, and leaves nothing behind.
 std::string afterDelivery(const DrillPhone& phone, const DrillServer& server) {
-  std::string shown = phone.affirmation(DrillPhone::kNoon);
-  expect(shown == "Respuesta 1.", "the affirmation is " + shown);
+  std::string shown = phone.expectAffirmation(DrillPhone::kNoon, "Respuesta 1.");
   expect(server.requests() == 1, "the server was asked again");
-  expect(phone.downloads() == "no downloads\n", "downloads are left: " + phone.downloads());
+  phone.expectNoDownloads();
   return shown;
 }
 

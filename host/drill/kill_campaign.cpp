@@ -18,7 +18,7 @@
 #include "host/drill/drill_phone.h"
 #include "host/http/json_members.h"
 #include "host/phone/host_app.h"
-#include "host/transfer/transfer_store.h"
+#include "host/transfer/transfer_service.h"
 #include "platform/foundation/data/property_list.h"
 #include "platform/foundation/time/date.h"
 #include "platform/support/files.h"
@@ -34,7 +34,6 @@ namespace {
 
 /// Each host has its own language, which identifies its task in the request.
 constexpr std::array kLocales = {"es_MX", "en_US", "fr_FR"};
-constexpr int kMostSends = 3;
 
 class Campaign {
  public:

@@ -11,10 +11,6 @@ constexpr const char* kFirstDay = DrillPhone::kNoon;
 constexpr const char* kSecondDay = DrillPhone::kNextDay;
 constexpr const char* kThirdDay = "2026-03-07T12:00:00-06:00";
 
-void expectShown(const std::string& shown, const std::string& wanted) {
-  expect(shown == wanted, "the widget shows \"" + shown + "\" instead of \"" + wanted + "\"");
-}
-
 /// Checks a second day on which the download can't end: it is kept, with the reason.
 std::string keptPending(const DrillPhone& phone) {
   const platform::ProgramEnd end = phone.settle(kSecondDay, 1);
@@ -32,19 +28,19 @@ std::string down(DrillPhone& phone) {
   {
     const DrillServer server(DrillServer::good, port.number());
     phone.api = server.url();
-    expectShown(phone.affirmation(kFirstDay), "Respuesta 1.");
+    phone.expectAffirmation(kFirstDay, "Respuesta 1.");
   }
   const std::string seen = keptPending(phone);
   const DrillServer again([](int, const HttpRequest&) { return DrillServer::good(2); },
                           port.number());
-  expectShown(phone.affirmation(kSecondDay), "Respuesta 2.");
+  phone.expectAffirmation(kSecondDay, "Respuesta 2.");
   return seen + "; then the new one";
 }
 
 std::string unresolved(DrillPhone& phone) {
   const DrillServer server;
   phone.api = server.url();
-  expectShown(phone.affirmation(kFirstDay), "Respuesta 1.");
+  phone.expectAffirmation(kFirstDay, "Respuesta 1.");
   phone.api = "http://no-such-server.invalid";
   return keptPending(phone);
 }
@@ -56,11 +52,11 @@ std::string secondAnswer(DrillPhone& phone, const HttpAnswer& fault, bool triedA
     return number == 2 ? fault : DrillServer::good(number);
   });
   phone.api = server.url();
-  expectShown(phone.affirmation(kFirstDay), "Respuesta 1.");
-  const std::string shown = phone.affirmation(kSecondDay);
-  expectShown(shown, triedAgain ? "Respuesta 3." : "Respuesta 1.");
-  expectShown(phone.affirmation(kThirdDay), triedAgain ? "Respuesta 4." : "Respuesta 3.");
-  expect(phone.downloads() == "no downloads\n", "downloads are left: " + phone.downloads());
+  phone.expectAffirmation(kFirstDay, "Respuesta 1.");
+  const std::string shown =
+      phone.expectAffirmation(kSecondDay, triedAgain ? "Respuesta 3." : "Respuesta 1.");
+  phone.expectAffirmation(kThirdDay, triedAgain ? "Respuesta 4." : "Respuesta 3.");
+  phone.expectNoDownloads();
   return shown + ", and a new one on the next day";
 }
 
@@ -71,7 +67,7 @@ std::string slow(DrillPhone& phone) {
     return answer;
   });
   phone.api = server.url();
-  expectShown(phone.affirmation(kFirstDay), "Respuesta 1.");
+  phone.expectAffirmation(kFirstDay, "Respuesta 1.");
   const std::string meanwhile = keptPending(phone);
   const std::string shown = phone.affirmation(kSecondDay);
   expect(shown != "Respuesta 1.", "the download was never completed");

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/home/clock_targets.h"
+#include "host/home/placed_counts.h"
 #include "host/home/tap_areas.h"
 #include "host/phone/host_app.h"
 #include "platform/foundation/data/json_serialization.h"
@@ -97,6 +98,7 @@ Json widgetOf(const HomePhone& phone, TimelineScheduler::Id id, const NSBundle& 
       {"name", widget.item.displayName},
       {"description", widget.item.description},
       {"count", widget.count},
+      {"mostPlaced", kMostPlaced},
       {"family", nameOf(widget.family)},
       {"width", size.width},
       {"height", size.height},

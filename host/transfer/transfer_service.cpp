@@ -33,8 +33,6 @@ constexpr double kLongestSleep = 60 * 60;
 constexpr double kDiskRetryDelay = 1;
 /// The system closes the files of a process that ends before it releases its locks.
 constexpr double kLockReleaseDelay = 0.05;
-/// How often a request is sent if its method is not idempotent.
-constexpr int kMostSends = 3;
 /// With less free space on the disk, nothing is sent.
 constexpr std::uintmax_t kLeastFreeBytes = 1 << 20;
 

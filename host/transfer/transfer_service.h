@@ -23,6 +23,9 @@
 
 namespace host {
 
+/// How often a request is sent if its method is not idempotent.
+inline constexpr int kMostSends = 3;
+
 struct TransferSettings {
   /// Seconds since 1970; the machine's, also if the device's clock is set.
   std::function<double()> clock = [] { return platform::Clock().now().timeIntervalSince1970(); };
@@ -38,7 +41,7 @@ struct TransferSettings {
 /// A complete answer of any status ends a task. After a failed connection, a lost one or a timeout
 /// there is another attempt. Cancellation, an unsupported URL, an answer that can't be parsed and
 /// the resource limit of seven days end a task with an error. A request whose method is not
-/// idempotent is sent at most three times, then -1005 ends the task.
+/// idempotent is sent at most `kMostSends` times, then -1005 ends the task.
 ///
 /// The database and the network library are opened when there is a task. Used by one thread; only
 /// the disk and `step` block.

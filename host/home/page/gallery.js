@@ -34,7 +34,7 @@ function itemOf(kind) {
 }
 
 export function showGallery({widgets, device}) {
-  for (const {kind, name = kind, description = '', family, width, height, count = 1} of widgets) {
+  for (const {kind, name = kind, description = '', family, width, height, count = 1, mostPlaced} of widgets) {
     const item = itemOf(kind);
     item.count = count;
     setText(item.name, name);
@@ -50,6 +50,6 @@ export function showGallery({widgets, device}) {
     setAttribute(item.add, 'aria-label', `Add ${name}`);
     setAttribute(item.remove, 'aria-label', `Remove ${name}`);
     item.remove.disabled = count === 0;
-    item.add.disabled = count === 9;
+    item.add.disabled = count === mostPlaced;
   }
 }
