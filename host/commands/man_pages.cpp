@@ -41,7 +41,7 @@ std::string manPage(const Command& command, const std::string& words, const std:
       options += ".TP\n.B " + roff(option.name) + "\n" + roff(option.description) + "\n";
     }
   }
-  std::string page = ".TH " + name + " 1 \"\" \"Glancery " + roff(version) + "\"\n.SH NAME\n" +
+  std::string page = ".TH " + name + R"( 1 "" "Glancery )" + roff(version) + "\"\n.SH NAME\n" +
                      roff(name) + " \\- " + roff(command.description) + "\n.SH SYNOPSIS\n.B " +
                      roff(words) + synopsis + "\n[\\fIoptions\\fR]" +
                      (command.commands.empty() ? "\n" : "\n.I command\n");
@@ -62,7 +62,7 @@ void write(const Command& command,
            const std::string& version,
            const fs::path& folder) {
   const fs::path path = folder / (nameOf(words) + ".1");
-  if (const auto error = writeFile(path, manPage(command, words, version))) {
+  if (const auto error = platform::writeFile(path, manPage(command, words, version))) {
     throw CommandError(path.string() + " can't be written: " + error.message());
   }
   for (const Command& sub : command.commands) {

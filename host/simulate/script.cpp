@@ -53,7 +53,7 @@ void checkValue(const ScriptEvent& event, const std::string& member) {
             R"("mood" must be one of )" + listOf(glancery::kMoodNames));
   } else if (event.kind == travel) {
     require(platform::TimeZone::withIdentifier(value).has_value(),
-            "\"timeZone\": the tz database has no \"" + value + "\"");
+            R"("timeZone": the tz database has no ")" + value + "\"");
   } else if (event.kind == server) {
     require(std::ranges::count(kFaults, value) == 1,
             R"("fault" must be one of )" + listOf(kFaults));
