@@ -14,9 +14,9 @@ import {chromium} from 'playwright-core';
 const [build, rounds = '15'] = process.argv.slice(2);
 const glancery = join(build, 'glancery');
 const container = mkdtempSync(join(tmpdir(), 'glancery-bench-'));
-const device = ['--container', container, '--time-zone', 'America/Mexico_City'];
 
-function startHome() {
+function startHome(folder = container) {
+  const device = ['--container', folder, '--time-zone', 'America/Mexico_City'];
   const child = spawn(glancery, ['home', '--port', '0', ...device], {stdio: ['ignore', 'pipe', 'inherit']});
   const address = new Promise((resolve, reject) => {
     child.stdout.once('data', line => resolve(String(line).trim()));
@@ -108,7 +108,7 @@ const frames = (page, count) => page.evaluate((count) => new Promise(resolve => 
 
 // The longest frames while the cursor is dragged over a month of events, and a frame at rest, in ms.
 async function framesWithMonth(browser) {
-  const home = startHome();
+  const home = startHome(join(container, 'month'));
   const page = await browser.newPage();
   await page.goto(await home.address);
   await page.locator('#strip-zoom').selectOption('month');
@@ -127,8 +127,9 @@ async function framesWithMonth(browser) {
   }
   const times = (await dragged).sort((one, other) => one - other);
   await page.mouse.up();
-  await stop(home);
   const drawn = await page.locator('#strip *').count();
+  await page.close();
+  await stop(home);
   return {slow: times[Math.floor(0.95 * times.length)], rest, drawn};
 }
 
