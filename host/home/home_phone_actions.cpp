@@ -1,4 +1,4 @@
-// What the user does to the phone; home_phone.cpp has what the phone does by itself.
+// The user's actions. home_phone.cpp has what happens without them.
 
 #include <algorithm>
 #include <utility>

@@ -32,8 +32,8 @@ struct HostSettings {
   bool followsMachineZone = false;
   platform::ColorScheme scheme = platform::ColorScheme::light;
   ScreenClass screen = *screenClassNamed("390x844");
-  /// Whether nobody watches and the clock jumps: downloads are retried by the device's clock
-  /// instead of the machine's, and pictures are drawn but not encoded.
+  /// Whether downloads are retried by the device's clock instead of the machine's, and pictures are
+  /// drawn but not encoded.
   bool simulated = false;
   /// Values that replace those of the bundle's Info dictionary.
   platform::Dictionary infoOverrides = {};
