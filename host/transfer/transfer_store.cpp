@@ -105,7 +105,8 @@ TransferListing listTransfers(const fs::path& container) {
   if (fs::exists(folder / kDatabase, ignored)) {
     try {
       const TransferHosts hosts(folder / kHosts);
-      for (const Row& row : platform::SqliteDatabase(folder / kDatabase).run(kAllTasks)) {
+      platform::SqliteDatabase database(folder / kDatabase);
+      for (const Row& row : database.isEmpty() ? std::vector<Row>() : database.run(kAllTasks)) {
         listing.tasks.push_back(taskOf(row, hosts));
       }
     } catch (const platform::SqliteError& failure) {

@@ -66,9 +66,9 @@ SqliteDatabase::SqliteDatabase(const std::filesystem::path& file, const char* sc
   const Value version = run("PRAGMA user_version").at(0).at(0);
   if (schema && version == Value(std::int64_t{0})) {
     execute("PRAGMA journal_mode = WAL");
-    execute(schema);
-    execute("PRAGMA user_version = 1");
-  } else if (version != Value(std::int64_t{1})) {
+    const std::string all = std::string("BEGIN;") + schema + ";PRAGMA user_version = 1;COMMIT";
+    execute(all.c_str());
+  } else if (version != Value(std::int64_t{1}) && !isEmpty()) {
     throw SqliteError(file_.string() + " is of another version", true);
   }
   execute("PRAGMA synchronous = FULL");
@@ -77,6 +77,10 @@ SqliteDatabase::SqliteDatabase(const std::filesystem::path& file, const char* sc
     const std::string lastLine = verdict.substr(verdict.rfind('\n') + 1);
     throw SqliteError(file_.string() + " is damaged: " + lastLine, true);
   }
+}
+
+bool SqliteDatabase::isEmpty() {
+  return run("SELECT 1 FROM sqlite_schema LIMIT 1").empty();
 }
 
 std::vector<SqliteDatabase::Row> SqliteDatabase::run(const char* sql,

@@ -34,6 +34,8 @@ class SqliteDatabase {
   /// is created; two processes must not do that at once.
   explicit SqliteDatabase(const std::filesystem::path& file, const char* schema = nullptr);
 
+  /// Whether it has no table: the process that created the file ended before it made them.
+  bool isEmpty();
   /// Runs one statement as a transaction and returns its rows. The prepared statement is kept.
   std::vector<Row> run(const char* sql, std::initializer_list<Value> parameters = {});
   /// Whether later commits survive a power cut, as they do unless changed. All of them survive the

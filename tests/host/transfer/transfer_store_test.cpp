@@ -108,6 +108,18 @@ TEST(TransferStore, ADamagedDatabaseIsSetAsideAndReported) {
   }
 }
 
+TEST(TransferStore, ADatabaseWhoseCreatorWasKilledIsNotDamaged) {
+  const world::Folder container;
+  const auto folder = container.path() / "Library" / "Transfers";
+  std::filesystem::create_directories(folder);
+  platform::SqliteDatabase(folder / "transfers.db", "CREATE TABLE t(x); DROP TABLE t")
+      .run("PRAGMA user_version = 0");
+  EXPECT_THAT(listTransfers(container.path()).damaged, IsEmpty());
+  TransferStore store(container.path());
+  EXPECT_TRUE(store.add(kRequest, kCreated));
+  EXPECT_THAT(store.takeReports(), IsEmpty());
+}
+
 TEST(TransferStore, FilesOfNoTaskAreRemovedAtTheNextStart) {
   const Left left;
   const fs::path strays[] = {left.body.parent_path() / "77.body",
