@@ -63,12 +63,12 @@ SqliteDatabase::SqliteDatabase(const std::filesystem::path& file, const char* sc
   // The next process reads the last pages from the write-ahead log: closing need not copy them.
   sqlite3_db_config(connection, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 
-  const Value version = run("PRAGMA user_version").at(0).at(0);
-  if (schema && version == Value(std::int64_t{0})) {
+  const auto version = std::get<std::int64_t>(run("PRAGMA user_version").at(0).at(0));
+  if (schema && version == 0) {
     execute("PRAGMA journal_mode = WAL");
     const std::string all = std::string("BEGIN;") + schema + ";PRAGMA user_version = 1;COMMIT";
     execute(all.c_str());
-  } else if (version != Value(std::int64_t{1}) && !isEmpty()) {
+  } else if (version != 1 && (version != 0 || !isEmpty())) {
     throw SqliteError(file_.string() + " is of another version", true);
   }
   execute("PRAGMA synchronous = FULL");

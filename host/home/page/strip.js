@@ -58,7 +58,7 @@ export function clearEvents() {
 function bandsOf(widget, now) {
   const shown = events.filter(({kind, shown: date, at}) => kind === widget.kind && date && at <= now);
   const past = shown.map(({at, picture, shown: date}) => ({at, picture, date: Date.parse(date)}));
-  const planned = (widget.entries ?? []).map((date, index) => ({at: Date.parse(date), date: Date.parse(date), index, planned: true}));
+  const planned = (widget.entries ?? []).map((date) => Date.parse(date)).map((at, index) => ({at, date: at, index, planned: true}));
   const coming = planned.filter(({at}) => at > now);
   // What is shown now stays until the next entry.
   const staying = past.length > 0 ? [{...past.at(-1), at: now, planned: true}] : [];
@@ -119,8 +119,7 @@ function drawRow(widget, index, now) {
   const row = shape('g', {transform: `translate(0 ${20 + index * rowHeight})`});
   const name = shape('text', {x: 4, y: 10, class: 'row-name'});
   name.textContent = widget.name;
-  row.append(name);
-  row.append(drawBands(widget, now));
+  row.append(name, drawBands(widget, now));
   const reloads = events.filter(({kind, cause, at}) => kind === widget.kind && cause && at <= now);
   const line = reloads.map(({at, budgetLeft}) => `${xOf(at)},${32 - (18 * budgetLeft) / (state.budget.perDay || 50)}`);
   if (state.budget.on && line.length > 1) row.append(shape('polyline', {points: line.join(' '), class: 'budget'}));
